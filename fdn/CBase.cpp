@@ -1,0 +1,43 @@
+#include <fdn/CBase.h>
+
+namespace fdn {
+
+namespace {
+
+// Added to the count of an object that is being deleted: a destructor may then take and drop references to
+// its own object without the count reaching zero a second time.
+constexpr std::uint32_t kBeingDeleted = 0xC0000000;
+
+} // namespace
+
+IBase::~IBase() = default;
+
+CBase::CBase(CBase const&) : IBase() {}
+
+CBase& CBase::operator=(CBase const&) { // NOLINT(cert-oop54-cpp): there is nothing to copy
+    return *this;
+}
+
+CBase::~CBase() = default;
+
+void CBase::addRef() const {
+    m_references.fetch_add(1, std::memory_order_relaxed);
+}
+
+bool CBase::release() const {
+    if (m_references.fetch_sub(1, std::memory_order_acq_rel) != 1)
+        return true;
+    m_references.fetch_add(kBeingDeleted, std::memory_order_relaxed);
+    const_cast<CBase*>(this)->deleteThis();
+    return false;
+}
+
+bool CBase::checkCastAllowed(std::type_info const&) const {
+    return true;
+}
+
+void CBase::deleteThis() {
+    delete this;
+}
+
+} // namespace fdn

@@ -1,0 +1,44 @@
+#include <fdn/CFdnInit.h>
+
+#include <fdn/CError.h>
+
+#include <wx/init.h>
+#include <wx/strconv.h>
+
+#include <clocale>
+#include <mutex>
+#include <string>
+
+#include <langinfo.h>
+
+namespace fdn {
+
+namespace {
+
+void adoptLocale() {
+    std::setlocale(LC_ALL, "");
+    std::string const encodingLocale = std::setlocale(LC_CTYPE, nullptr);
+    if (encodingLocale == "C" || encodingLocale == "POSIX")
+        std::setlocale(LC_CTYPE, "C.UTF-8");
+    // wxWidgets has settled this converter at program start, by the environment alone.
+    wxConvLocal = wxCSConv(wxString::FromAscii(nl_langinfo(CODESET)));
+}
+
+} // namespace
+
+CFdnInit::CFdnInit(bool startRuntime) : m_started(startRuntime) {
+    if (!startRuntime)
+        return;
+    if (!wxInitialize())
+        throw CError("The wxWidgets base library cannot be started.");
+    // Once only: later another thread may be converting text.
+    static std::once_flag adopted;
+    std::call_once(adopted, adoptLocale);
+}
+
+CFdnInit::~CFdnInit() {
+    if (m_started)
+        wxUninitialize();
+}
+
+} // namespace fdn

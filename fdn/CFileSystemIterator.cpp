@@ -1,0 +1,38 @@
+#include <fdn/CFileSystemIterator.h>
+
+#include <fdn/files.h>
+#include <fdn/sysError.h>
+
+#include <cerrno>
+
+namespace fdn {
+
+CFileSystemIterator::CFileSystemIterator(Path const& folder) : m_path(folder) {
+    wxCharBuffer const name = toFileName(folder);
+    m_folder.reset(opendir(name));
+    if (m_folder == nullptr)
+        throwLastSysError("opendir", "CFileSystemIterator constructor", folder);
+}
+
+bool CFileSystemIterator::next() {
+    do {
+        errno = 0; // the only way to tell an error from the end
+        dirent const* const entry = readdir(m_folder.get());
+        if (entry == nullptr && errno != 0)
+            throwLastSysError("readdir", "CFileSystemIterator::next", m_path);
+        if (entry == nullptr)
+            return false;
+        m_name = String::fromBytes(entry->d_name);
+    } while (m_name == "." || m_name == "..");
+    return true;
+}
+
+Path CFileSystemIterator::getItemPath() const {
+    return m_path << Path(m_name);
+}
+
+void CFileSystemIterator::Closer::operator()(DIR* folder) const {
+    closedir(folder);
+}
+
+} // namespace fdn

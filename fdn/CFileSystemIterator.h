@@ -1,0 +1,46 @@
+#pragma once
+
+#include <fdn/Path.h>
+
+#include <memory>
+
+#include <dirent.h>
+
+namespace fdn {
+
+/// Walks over the entries of a folder, in no particular order, without "." and "..":
+///
+///     CFileSystemIterator entry(folder);
+///     while (entry.next())
+///         doSomethingWith(entry.getItemPath());
+///
+/// Entries that are made or deleted meanwhile may be seen or not (POSIX readdir). It holds the folder open
+/// for as long as it lives, and belongs to one thread at a time.
+class FDN_EXPORT CFileSystemIterator {
+public:
+    /// Opens the folder and stands before its first entry. Throws a CError that names the folder when that is
+    /// missing, no folder, or cannot be read.
+    explicit CFileSystemIterator(Path const& folder);
+
+    /// Steps to the next entry. Returns false after the last one. Throws a CError that names the folder when
+    /// that cannot be read.
+    bool next();
+
+    /// The name of the entry, without the folder; empty before the first next(). A name whose bytes are not
+    /// UTF-8 is read as ISO-8859-1, and its text then does not name the file.
+    String const& getItemName() const { return m_name; }
+
+    /// The path of the entry: the folder as it was given, and the name.
+    Path getItemPath() const;
+
+private:
+    struct Closer {
+        void operator()(DIR* folder) const;
+    };
+
+    Path m_path;
+    std::unique_ptr<DIR, Closer> m_folder;
+    String m_name;
+};
+
+} // namespace fdn

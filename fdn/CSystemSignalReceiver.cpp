@@ -1,0 +1,272 @@
+#include <fdn/CSystemSignalReceiver.h>
+
+#include <fdn/AllSignalsBlocked.h>
+#include <fdn/CError.h>
+#include <fdn/Descriptor.h>
+#include <fdn/TSafeGlobalPointer.h>
+#include <fdn/containers.h>
+#include <fdn/log.h>
+#include <fdn/sysError.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdint>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace fdn {
+
+namespace {
+
+// What a signal's context may look at: which process this is about, how often each signal has come since it
+// was handled last, and the event descriptor that wakes the thread. That stays open for the rest of the
+// process: at the end, a signal may still be in the middle of being noted on any thread.
+std::atomic<pid_t> owner{0};
+std::array<std::atomic<unsigned>, NSIG> pendingSignals;
+std::atomic<int> wakeUpEvent{-1};
+static_assert(std::atomic<pid_t>::is_always_lock_free && std::atomic<unsigned>::is_always_lock_free);
+
+bool isOwnProcess() {
+    return getpid() == owner;
+}
+
+void wakeUp() {
+    std::uint64_t const one = 1;
+    // It cannot fail: the event only adds the numbers up.
+    if (write(wakeUpEvent, &one, sizeof one) == -1)
+        return;
+}
+
+void endAsUsual(int signal) {
+    ::signal(signal, SIG_DFL);
+    raise(signal);
+}
+
+extern "C" void receiveSignal(int signal) {
+    int const savedError = errno;
+    // A forked process shares its parent's event, and must not speak for the parent.
+    if (isOwnProcess()) {
+        ++pendingSignals[static_cast<std::size_t>(signal)];
+        wakeUp();
+    } else {
+        endAsUsual(signal);
+    }
+    errno = savedError;
+}
+
+char& signalReceiverGuard() {
+    static char guard = 0;
+    return guard;
+}
+
+P<CSystemSignalReceiver> createSignalReceiver() {
+    return newObj<CSystemSignalReceiver>();
+}
+
+int makeEvent() {
+    int const event = eventfd(0, EFD_CLOEXEC);
+    if (event == -1)
+        throwLastSysError("eventfd", "CSystemSignalReceiver constructor");
+    return event;
+}
+
+void callHandler(ISystemSignalHandler& handler, int signal) {
+    try {
+        handler.handleSystemSignal(static_cast<SysSignal>(signal));
+    } catch (std::exception const& error) {
+        logError(error, String(), "CSystemSignalReceiver - handling a signal");
+    }
+}
+
+} // namespace
+
+class CSystemSignalReceiver::CDelivery {
+public:
+    CDelivery();
+    CDelivery(CDelivery const&) = delete;
+    CDelivery& operator=(CDelivery const&) = delete;
+    ~CDelivery();
+
+    void setHandler(int signal, P<ISystemSignalHandler> handler);
+    void removeHandler(int signal);
+
+private:
+    struct Registration {
+        P<ISystemSignalHandler> handler;
+        struct sigaction previousAction;
+    };
+
+    struct Call {
+        int signal = 0;
+        P<ISystemSignalHandler> handler;
+    };
+
+    void catchSignal(int signal, P<ISystemSignalHandler> const& handler);
+    void startThread();
+    void run();
+    bool unblockHandledSignals();
+    Call takeCall();
+    bool awaitWakeUp();
+    void ignoreHandledSignals();
+    void stopThread();
+
+    std::mutex m_mutex; // guards the two fields below, and counting signals down
+    TMap<int, Registration> m_registrations;
+    bool m_stopping = false;
+    std::size_t m_lastSignal = 0; // for the thread alone
+    std::thread m_thread;
+};
+
+CSystemSignalReceiver::CDelivery::CDelivery() {
+    pid_t nobody = 0;
+    if (!owner.compare_exchange_strong(nobody, getpid()))
+        throw CError("The process has its signal receiver already.");
+    wakeUpEvent = makeEvent();
+    startThread();
+}
+
+CSystemSignalReceiver::CDelivery::~CDelivery() {
+    if (!isOwnProcess()) {
+        m_thread.detach(); // a forked process does not have it
+        return;
+    }
+    ignoreHandledSignals();
+    stopThread();
+}
+
+void CSystemSignalReceiver::CDelivery::setHandler(int signal, P<ISystemSignalHandler> handler) {
+    std::lock_guard<std::mutex> const lock(m_mutex);
+    auto const found = m_registrations.find(signal);
+    if (found == m_registrations.end())
+        catchSignal(signal, handler);
+    else
+        // The argument outlives the lock: the destructor of the old handler may come back here.
+        std::swap(found->second.handler, handler);
+}
+
+void CSystemSignalReceiver::CDelivery::catchSignal(int signal, P<ISystemSignalHandler> const& handler) {
+    struct sigaction action = {};
+    action.sa_handler = &receiveSignal;
+    action.sa_flags = SA_RESTART;
+    Registration registration = {handler, {}};
+    if (sigaction(signal, &action, &registration.previousAction) == -1)
+        throwLastSysError("sigaction", "CSystemSignalReceiver::setHandler");
+    m_registrations.emplace(signal, registration);
+    wakeUp();
+}
+
+void CSystemSignalReceiver::CDelivery::removeHandler(int signal) {
+    Registration removed = {}; // outlives the lock
+    std::lock_guard<std::mutex> const lock(m_mutex);
+    auto const found = m_registrations.find(signal);
+    if (found == m_registrations.end())
+        return;
+    removed = found->second;
+    m_registrations.erase(found);
+    sigaction(signal, &removed.previousAction, nullptr);
+    pendingSignals[static_cast<std::size_t>(signal)] = 0;
+    wakeUp();
+}
+
+void CSystemSignalReceiver::CDelivery::startThread() {
+    AllSignalsBlocked const blocked;
+    try {
+        m_thread = std::thread([this] { run(); });
+    } catch (std::system_error const& error) {
+        throwSysError(error.code().value(),
+                      {{"func", "pthread_create"}, {"action", "CSystemSignalReceiver constructor"}});
+    }
+}
+
+void CSystemSignalReceiver::CDelivery::run() {
+    bool goesOn = true;
+    while (goesOn && unblockHandledSignals()) {
+        Call const call = takeCall();
+        if (call.signal == 0)
+            goesOn = awaitWakeUp();
+        else if (call.handler)
+            callHandler(*call.handler, call.signal);
+    }
+}
+
+// Whatever the program's other threads block, this one takes the signals that are handled. Returns false at
+// the end.
+bool CSystemSignalReceiver::CDelivery::unblockHandledSignals() {
+    sigset_t blocked;
+    sigfillset(&blocked);
+    std::lock_guard<std::mutex> const lock(m_mutex);
+    for (auto const& [signal, registration] : m_registrations)
+        sigdelset(&blocked, signal);
+    pthread_sigmask(SIG_SETMASK, &blocked, nullptr);
+    return !m_stopping;
+}
+
+// What is due for a pending signal; without one, the signal 0. Begins after the last one, so that a flood of
+// one signal does not keep the others waiting.
+CSystemSignalReceiver::CDelivery::Call CSystemSignalReceiver::CDelivery::takeCall() {
+    std::lock_guard<std::mutex> const lock(m_mutex);
+    for (std::size_t i = 0; i < pendingSignals.size(); ++i) {
+        m_lastSignal = (m_lastSignal + 1) % pendingSignals.size();
+        if (pendingSignals[m_lastSignal] == 0)
+            continue;
+        --pendingSignals[m_lastSignal];
+        auto const found = m_registrations.find(static_cast<int>(m_lastSignal));
+        return {static_cast<int>(m_lastSignal),
+                found == m_registrations.end() ? nullptr : found->second.handler};
+    }
+    return Call();
+}
+
+// Returns false when nothing can come any more, because the program has closed a descriptor that is not its
+// own.
+bool CSystemSignalReceiver::CDelivery::awaitWakeUp() {
+    // Not in read(): ThreadSanitizer would hold back signals that come to this thread there.
+    pollfd event = {wakeUpEvent, POLLIN, 0};
+    uninterrupted([&] { return poll(&event, 1, -1); });
+    std::uint64_t count = 0;
+    return uninterrupted([&] { return read(wakeUpEvent, &count, sizeof count); }) == sizeof count;
+}
+
+void CSystemSignalReceiver::CDelivery::ignoreHandledSignals() {
+    std::lock_guard<std::mutex> const lock(m_mutex);
+    for (auto const& [signal, registration] : m_registrations)
+        ::signal(signal, SIG_IGN);
+}
+
+void CSystemSignalReceiver::CDelivery::stopThread() {
+    {
+        std::lock_guard<std::mutex> const lock(m_mutex);
+        m_stopping = true;
+    }
+    wakeUp();
+    if (m_thread.get_id() == std::this_thread::get_id())
+        m_thread.detach(); // a handler ends the process
+    else
+        m_thread.join();
+}
+
+CSystemSignalReceiver::CSystemSignalReceiver() : m_delivery(std::make_unique<CDelivery>()) {}
+
+CSystemSignalReceiver::~CSystemSignalReceiver() = default;
+
+CSystemSignalReceiver& CSystemSignalReceiver::get() {
+    static TSafeGlobalPointer<CSystemSignalReceiver> receiver(&signalReceiverGuard, &createSignalReceiver);
+    return *receiver;
+}
+
+void CSystemSignalReceiver::setHandler(SysSignal signal, ISystemSignalHandler* handler) {
+    if (!isOwnProcess())
+        throw CError("The signal receiver belongs to the process that has made it.");
+    if (handler != nullptr)
+        m_delivery->setHandler(static_cast<int>(signal), handler);
+    else
+        m_delivery->removeHandler(static_cast<int>(signal));
+}
+
+} // namespace fdn

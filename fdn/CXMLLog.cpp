@@ -1,0 +1,113 @@
+#include <fdn/CXMLLog.h>
+
+#include <fdn/LogEntry.h>
+#include <fdn/LogFile.h>
+#include <fdn/TSafeGlobalPointer.h>
+#include <fdn/XMLText.h>
+
+#include <atomic>
+#include <mutex>
+
+#include <pthread.h>
+#include <syslog.h>
+
+namespace fdn {
+
+namespace {
+
+// One for all logs, because the handlers of a fork have to find it. It needs no destruction, so that it can
+// be used for as long as the process lives.
+std::mutex logMutex;
+
+void lockBeforeFork() {
+    logMutex.lock();
+}
+
+void unlockAfterFork() {
+    logMutex.unlock();
+}
+
+// The child of a fork has only the thread that called it. Were another one just writing an entry, the child
+// would wait for it for ever.
+void keepForksOutOfEntries() {
+    static int const registered = pthread_atfork(&lockBeforeFork, &unlockAfterFork, &unlockAfterFork);
+    static_cast<void>(registered);
+}
+
+void writeToSyslog(LogLevel level, std::string const& entry) {
+    int const priority = LOG_DAEMON | (level == LogLevel::Error ? LOG_ERR : LOG_INFO);
+    syslog(priority, "%s", entry.c_str());
+}
+
+} // namespace
+
+CXMLLog::CGlobalLogCloser::~CGlobalLogCloser() {
+    try {
+        getGlobal().close();
+    } catch (std::exception const&) {
+        // There is no log to close.
+    }
+}
+
+CXMLLog& CXMLLog::getGlobal() {
+    static std::atomic<CXMLLog*> kept{nullptr};
+    if (CXMLLog* const log = kept.load(std::memory_order_acquire))
+        return *log;
+    static TSafeGlobalPointer<CXMLLog> global(&globalGuard, &createGlobalInstance);
+    // A reference that is never dropped, because destructors of other globals may log after the pointer's.
+    global->addRef();
+    kept.store(&*global, std::memory_order_release);
+    return *kept;
+}
+
+P<CXMLLog> CXMLLog::createGlobalInstance() {
+    return newObj<CXMLLog>();
+}
+
+char& CXMLLog::globalGuard() {
+    static char guard = 0;
+    return guard;
+}
+
+CXMLLog::CXMLLog() {
+    keepForksOutOfEntries();
+}
+
+CXMLLog::~CXMLLog() = default;
+
+void CXMLLog::writeInfo(String const& text) {
+    write(LogLevel::Info, toXMLText(text));
+}
+
+void CXMLLog::writeError(String const& text) {
+    write(LogLevel::Error, toXMLText(text));
+}
+
+void CXMLLog::writeError(std::exception const& error, String const& situation, String const& where) {
+    write(LogLevel::Error, describeError(error, situation, where));
+}
+
+void CXMLLog::close() {
+    std::lock_guard<std::mutex> const lock(logMutex);
+    m_file.reset();
+}
+
+void CXMLLog::write(LogLevel level, std::string const& content) {
+    std::lock_guard<std::mutex> const lock(logMutex);
+    std::string const entry = formatLogEntry(level, content);
+    if (!writeToFile(entry))
+        writeToSyslog(level, entry);
+}
+
+bool CXMLLog::writeToFile(std::string const& entry) {
+    try {
+        if (m_file == nullptr)
+            m_file = std::make_unique<LogFile>(chooseLogPlace());
+        m_file->append(entry);
+        return true;
+    } catch (std::exception const&) {
+        return false;
+    }
+}
+
+} // namespace fdn

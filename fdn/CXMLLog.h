@@ -1,0 +1,102 @@
+#pragma once
+
+#include <fdn/CBase.h>
+#include <fdn/P.h>
+#include <fdn/String.h>
+
+#include <exception>
+#include <memory>
+#include <string>
+
+namespace fdn {
+
+enum class LogLevel;
+class LogFile;
+
+/// The log of the process. Programs write to it with logInfo() and logError(); see there.
+///
+/// The log is a text file with one XML element per line, in UTF-8:
+///
+///     <entry time="2026-11-21T02:48:52.123456Z" level="info" process="123" thread="456">text</entry>
+///
+/// The time is UTC (RFC 3339), the level "info" or "error", process and thread are the system's numbers of
+/// who wrote the entry. In the text only "&", "<" and ">" are escaped, control characters such as line feeds
+/// are character references ("&#10;"), and what XML 1.0 does not allow is U+FFFD. The entry about an
+/// exception has elements instead, those of empty texts left out:
+///
+///     <text>situation</text><where>where it was caught</where><what>message</what>
+///
+/// and for a CError after that `<second>`, `<code>`, a `<property name="func">` for each property, and
+/// `<cause>` with the same about the error that caused it.
+///
+/// **Where.** /var/log/NAME/NAME.log when the effective user is root, otherwise NAME/NAME.log in the folder
+/// XDG_STATE_HOME or, if that is no absolute path, in .local/state of HOME (XDG Base Directory
+/// Specification); NAME is the name of the executable's file. Missing folders are made (mode 0750 for root,
+/// else 0700), and the file gets the mode 0640 or 0600, less the umask. Only a regular file is taken there,
+/// and no symbolic link.
+///
+/// The environment variable FDN_LOG_FILE names another file, whose folder must exist. It may be anything that
+/// can be written to, such as /dev/stderr, but an entry that a pipe or terminal does not take at once does
+/// not get there. A set-user-ID program ignores all three variables. The place is chosen when the first entry
+/// is written, and again when the first one after close() is.
+///
+/// **Several processes** may share the file: an entry is appended with one write. Before the file would grow
+/// beyond 10 MiB it is renamed, to its name with ".1" at the end; older ones become ".2" to ".5", and the
+/// oldest is dropped. A file that another tool has moved away or deleted is noticed with the next entry,
+/// which begins a new one. What FDN_LOG_FILE reaches through a symbolic link is never renamed.
+///
+/// **Failure.** An entry that cannot be written to the file goes to syslog(3) instead, as it is, with the
+/// facility "daemon" and the priority "info" or "err"; the next one tries the file again.
+///
+/// Any thread may use it. It lives until the process ends, after all other objects: destructors of globals
+/// may log.
+class FDN_EXPORT CXMLLog : public CBase {
+public:
+    /// Closes the process's log at the end of a scope, on every way out of it:
+    ///
+    ///     CXMLLog::CGlobalLogCloser const closer;
+    class FDN_EXPORT CGlobalLogCloser : public CBase {
+    public:
+        CGlobalLogCloser() = default;
+        CGlobalLogCloser(CGlobalLogCloser const&) = delete;
+        CGlobalLogCloser& operator=(CGlobalLogCloser const&) = delete;
+
+        /// Closes the log, after constructing it if nobody has used it yet. Throws nothing.
+        ~CGlobalLogCloser() override;
+    };
+
+    /// The process's log, constructed by the first call. Throws CError when its construction has failed.
+    static CXMLLog& getGlobal();
+
+    /// What getGlobal() constructs the log with. No file is touched.
+    static P<CXMLLog> createGlobalInstance();
+
+    /// The flag by which getGlobal() knows whether somebody has begun to construct the log.
+    static char& globalGuard();
+
+    CXMLLog();
+    CXMLLog(CXMLLog const&) = delete;
+    CXMLLog& operator=(CXMLLog const&) = delete;
+    ~CXMLLog() override;
+
+    /// Writes one entry of the level "info".
+    void writeInfo(String const& text);
+
+    /// Writes one entry of the level "error".
+    void writeError(String const& text);
+
+    /// Writes one entry of the level "error" about an exception: the situation it arose in, and the function
+    /// or activity that caught it.
+    void writeError(std::exception const& error, String const& situation, String const& where);
+
+    /// Closes the file. The next entry opens it again.
+    void close();
+
+private:
+    void write(LogLevel level, std::string const& content);
+    bool writeToFile(std::string const& entry);
+
+    std::unique_ptr<LogFile> m_file;
+};
+
+} // namespace fdn

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <fdn/Descriptor.h>
+#include <fdn/LogPlace.h>
+
+#include <string>
+
+namespace fdn {
+
+/// A file that any number of processes append lines to, and rotate when it is full.
+///
+/// It is opened by the first line, and again when its path has come to name another file or none. No
+/// operation waits for anybody. They throw CError; the next line starts anew.
+class LogFile {
+public:
+    explicit LogFile(LogPlace const& place) : m_place(place) {}
+
+    /// Appends the line, and a line feed, with one write.
+    void append(std::string const& line);
+
+private:
+    void open();
+    void rotate(std::size_t size);
+    void shiftFiles() const;
+    Path getOldFile(int age) const;
+    void write(std::string const& bytes);
+    [[noreturn]] void fail(char const* func) const;
+
+    LogPlace m_place;
+    Descriptor m_file;
+    bool m_isLineTorn = false;
+};
+
+} // namespace fdn

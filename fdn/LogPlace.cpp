@@ -1,0 +1,82 @@
+#include <fdn/LogPlace.h>
+
+#include <fdn/CError.h>
+#include <fdn/files.h>
+
+#include <climits>
+#include <string>
+
+#include <errno.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+namespace fdn {
+
+namespace {
+
+// Unset for a program that runs with more rights than its user has: a set-user-ID program must not write
+// where that user says.
+String getTrustedVariable(char const* name) {
+    char const* const value = secure_getenv(name);
+    return value == nullptr ? String() : String::fromBytes(value);
+}
+
+bool isRoot() {
+    return geteuid() == 0;
+}
+
+// The name of the executable's file. The kernel marks a file that was replaced while it runs.
+String getProgramName() {
+    String const deletedMark(" (deleted)");
+    char file[PATH_MAX];
+    ssize_t const length = readlink("/proc/self/exe", file, sizeof file);
+    if (length == -1)
+        return String::fromBytes(program_invocation_short_name);
+    String name = String::fromBytes(std::string(file, static_cast<std::size_t>(length))).AfterLast(L'/');
+    if (name.EndsWith(deletedMark))
+        name.resize(name.length() - deletedMark.length());
+    return name;
+}
+
+// XDG Base Directory Specification 0.8, which also says that a relative path does not count.
+String getUserStateFolder() {
+    String const stateFolder = getTrustedVariable("XDG_STATE_HOME");
+    if (CUnixPathTraits::isAbsolute(stateFolder))
+        return stateFolder;
+    String const home = getTrustedVariable("HOME");
+    if (CUnixPathTraits::isAbsolute(home))
+        return home + "/.local/state";
+    throw CError("The user has no folder for logs.");
+}
+
+// Texts are put together here, because joining Paths takes a global object: a destructor that logs when the
+// process ends would find it gone, and wait for it for ever.
+
+LogPlace getNamedPlace(String const& file) {
+    LogPlace place;
+    place.file =
+        Path(CUnixPathTraits::isAbsolute(file) ? file : getCurrentWorkDirectoryAsString() + "/" + file);
+    place.isAnyKind = true;
+    return place;
+}
+
+LogPlace getUsualPlace() {
+    String const program = getProgramName();
+    String const folder = (isRoot() ? String("/var/log") : getUserStateFolder()) + "/" + program;
+    LogPlace place;
+    place.folder = Path(folder);
+    place.folderMode = isRoot() ? 0750 : 0700;
+    place.file = Path(folder + "/" + program + ".log");
+    return place;
+}
+
+} // namespace
+
+LogPlace chooseLogPlace() {
+    String const named = getTrustedVariable("FDN_LOG_FILE");
+    LogPlace place = named.empty() ? getUsualPlace() : getNamedPlace(named);
+    place.fileMode = isRoot() ? 0640 : 0600;
+    return place;
+}
+
+} // namespace fdn

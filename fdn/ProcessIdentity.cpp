@@ -1,0 +1,89 @@
+#include <fdn/ProcessIdentity.h>
+
+#include <fdn/Descriptor.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <sstream>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace fdn {
+
+namespace {
+
+constexpr int kStartTimeAfterName = 20; // field 22 of proc_pid_stat(5); the name in parentheses is the second
+
+// The file's beginning, in which everything that is wanted here stands; empty when it cannot be read.
+std::string readProcFile(std::string const& name) {
+    Descriptor const file(open(("/proc/" + name).c_str(), O_RDONLY | O_CLOEXEC));
+    std::array<char, 4096> content;
+    ssize_t const size = uninterrupted([&] { return read(file.get(), content.data(), content.size()); });
+    return size > 0 ? std::string(content.data(), static_cast<std::size_t>(size)) : std::string();
+}
+
+// The words after "NAME:" in the process's status (proc_pid_status(5)).
+std::istringstream getStatus(pid_t process, std::string const& name) {
+    std::string const status = "\n" + readProcFile(std::to_string(process) + "/status");
+    std::size_t const start = status.find("\n" + name + ":");
+    if (start == std::string::npos)
+        return std::istringstream();
+    std::size_t const valueStart = start + name.size() + 2;
+    return std::istringstream(status.substr(valueStart, status.find('\n', valueStart) - valueStart));
+}
+
+bool hasEnded(Descriptor const& process) {
+    pollfd readable = {process.get(), POLLIN, 0};
+    return uninterrupted([&] { return poll(&readable, 1, 0); }) == 1;
+}
+
+// For kernels before 5.3, and for sandboxes that keep pidfd_open from programs.
+bool canBeSignalled(pid_t process) {
+    if (kill(process, 0) == -1 && errno != EPERM)
+        return false;
+    pid_t threadGroup = process;
+    char state = 'S';
+    getStatus(process, "Tgid") >> threadGroup;
+    getStatus(process, "State") >> state;
+    return threadGroup == process && state != 'Z' && state != 'X';
+}
+
+} // namespace
+
+bool isProcessAlive(pid_t process) {
+    // By number: the C library has a function for it only since 2.36.
+    Descriptor const handle(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+    if (handle.isOpen())
+        return !hasEnded(handle);
+    // The last two stand for the number of a thread, depending on the kernel.
+    if (errno == ESRCH || errno == EINVAL || errno == ENOENT)
+        return false;
+    return canBeSignalled(process);
+}
+
+std::string getProcessIdentity(pid_t process) {
+    std::string const stat = readProcFile(std::to_string(process) + "/stat");
+    // The name may hold anything, blanks and parentheses too, but nothing after it does.
+    std::istringstream fields(stat.substr(stat.rfind(')') + 1));
+    std::istringstream bootFile(readProcFile("sys/kernel/random/boot_id"));
+    std::string startTime;
+    std::string boot;
+    for (int i = 0; i < kStartTimeAfterName; ++i)
+        fields >> startTime;
+    bootFile >> boot;
+    return fields && bootFile ? startTime + " " + boot : std::string();
+}
+
+std::optional<uid_t> getEffectiveUser(pid_t process) {
+    uid_t realUser = 0;
+    uid_t effectiveUser = 0;
+    if (getStatus(process, "Uid") >> realUser >> effectiveUser)
+        return effectiveUser;
+    return std::nullopt;
+}
+
+} // namespace fdn

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <sys/types.h>
+
+namespace fdn {
+
+/// Whether there is a process of this number, which must be 1 or more. A zombie counts as gone, a process
+/// that may not be signalled as alive. The number of a thread other than a process's first is none.
+bool isProcessAlive(pid_t process);
+
+/// A line that tells the process from all others that have had its number: when it was started, and at which
+/// boot of the machine. Empty where /proc does not say.
+std::string getProcessIdentity(pid_t process);
+
+/// The user whose rights the process has. Nothing where /proc does not say.
+std::optional<uid_t> getEffectiveUser(pid_t process);
+
+} // namespace fdn

@@ -1,0 +1,99 @@
+#include <fdn/ReplacementFile.h>
+
+#include <fdn/files.h>
+#include <fdn/sysError.h>
+
+#include <cerrno>
+#include <cstdint>
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <unistd.h>
+
+namespace fdn {
+
+namespace {
+
+// Not derived from the name of the file, which may be as long as a name can be, and not one to be foreseen.
+std::string makeTemporaryName(char const* action) {
+    std::uint64_t number = 0;
+    if (getentropy(&number, sizeof number) != 0)
+        throwLastSysError("getentropy", action);
+    return "." + std::to_string(number) + ".tmp";
+}
+
+} // namespace
+
+ReplacementFile::ReplacementFile(Path const& path, char const* action) : m_path(path), m_action(action) {
+    String const& text = path.getText();
+    std::size_t const lastSep = text.find_last_of(L'/');
+    std::size_t const nameStart = lastSep == String::npos ? 0 : lastSep + 1;
+    m_folderPath = Path(nameStart == 0 ? String(".") : String(text.substr(0, nameStart)));
+    m_name = Path(text.substr(nameStart));
+    openFolder();
+    create();
+}
+
+ReplacementFile::~ReplacementFile() {
+    if (!m_temporaryName.empty())
+        unlinkat(m_folder.get(), m_temporaryName.c_str(), 0);
+}
+
+void ReplacementFile::openFolder() {
+    wxCharBuffer const name = toFileName(m_folderPath);
+    m_folder = Descriptor(open(name, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!m_folder.isOpen())
+        fail("open");
+}
+
+void ReplacementFile::create() {
+    std::string name = makeTemporaryName(m_action);
+    m_file = Descriptor(openat(m_folder.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+    if (!m_file.isOpen())
+        fail("open");
+    m_temporaryName = std::move(name);
+}
+
+void ReplacementFile::write(std::string const& content) {
+    std::size_t done = 0;
+    while (done < content.size()) {
+        ssize_t const written = uninterrupted(
+            [&] { return ::write(m_file.get(), content.data() + done, content.size() - done); });
+        if (written == -1)
+            fail("write");
+        done += static_cast<std::size_t>(written);
+    }
+}
+
+void ReplacementFile::takePlace() {
+    finishFile();
+    rename();
+    flushFolder();
+}
+
+void ReplacementFile::finishFile() {
+    if (uninterrupted([&] { return fsync(m_file.get()); }) != 0)
+        fail("fsync");
+    // An interrupted close has closed the file nevertheless.
+    if (close(m_file.release()) != 0 && errno != EINTR)
+        fail("close");
+}
+
+void ReplacementFile::rename() {
+    wxCharBuffer const name = toFileName(m_name);
+    if (renameat(m_folder.get(), m_temporaryName.c_str(), m_folder.get(), name) != 0)
+        fail("rename");
+    m_temporaryName.clear();
+}
+
+void ReplacementFile::flushFolder() {
+    // Some file systems cannot flush folders (EINVAL) and need not.
+    if (uninterrupted([&] { return fsync(m_folder.get()); }) != 0 && errno != EINVAL)
+        fail("fsync");
+}
+
+void ReplacementFile::fail(char const* func) const {
+    throwLastSysError(func, m_action, m_path);
+}
+
+} // namespace fdn

@@ -1,0 +1,268 @@
+#pragma once
+
+#include <fdn/CBase.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include <string.h>
+
+namespace fdn {
+
+/// A growable array of plain elements, of which the front part is in use.
+///
+/// Unless told otherwise it grows to exactly what is needed; who appends often sets a grow factor above one.
+/// Its data can be aligned, and it can wrap storage that it does not own. Nothing is checked: counts and
+/// positions must make sense. When storage cannot be had, the allocator's exception leaves the buffer as it
+/// was. A buffer belongs to one thread at a time.
+template <class T>
+class TBuffer : public CBase {
+    static_assert(std::is_trivially_copyable_v<T>, "elements are moved as bytes");
+
+public:
+    TBuffer() = default;
+
+    /// `used` elements of undefined value, with room for `allocate` of them (-1: no more than are used).
+    explicit TBuffer(int used, int allocate = -1) { startWith(used, allocate); }
+
+    /// A copy of `count` elements, with room for `allocate` of them (-1: no more than are copied).
+    TBuffer(T const* source, int count, int allocate) {
+        startWith(count, allocate);
+        copy(m_data, source, count);
+    }
+
+    /// A copy of the used elements with as much room. Alignment and grow factor are not copied.
+    TBuffer(TBuffer const& other) : CBase(other) {
+        alloc(other.m_allocated);
+        setUsed(other.m_used);
+        copy(m_data, other.m_data, other.m_used);
+    }
+
+    /// The same as assign().
+    TBuffer& operator=(TBuffer const& other) {
+        assign(other);
+        return *this;
+    }
+
+    ~TBuffer() override { TBuffer::freeStorage(); }
+
+    /// Takes over the other's used elements and room; keeps its own alignment and grow factor.
+    void assign(TBuffer const& other) {
+        alloc(other.m_allocated);
+        m_used = other.m_used;
+        copy(m_data, other.m_data, m_used);
+    }
+
+    /// Moves to new storage of exactly `count` elements, keeping as many used ones as fit.
+    void alloc(int count) { allocAligned(count, m_alignment); }
+
+    /// Uses the caller's storage, all of it in use, and never frees it.
+    void attachNoDelete(T* external, int count) {
+        freeStorage();
+        adopt(external, external, count, count, count, false);
+    }
+
+    /// Frees the storage. Alignment and grow factor stay.
+    void clear() {
+        freeStorage();
+        adopt(nullptr, nullptr, 0, 0, 0, true);
+    }
+
+    /// Replaces the content. The source must lie outside the buffer.
+    void init(T const* source, int count) {
+        setUsed(count);
+        copy(m_data, source, count);
+    }
+
+    /// Makes room for `count` elements in all.
+    void ensureAllocated(int count) {
+        if (count > m_allocated)
+            alloc(std::max(count, static_cast<int>(m_allocated * m_minGrowFactor)));
+    }
+
+    /// Makes room for `count` elements after the used ones.
+    void ensureFree(int count) { ensureAllocated(m_used + count); }
+
+    /// Sets how many elements are in use; new ones have undefined values.
+    void setUsed(int count) {
+        ensureAllocated(count);
+        m_used = count;
+    }
+
+    /// Takes `count` more elements into use, such as those just written at getFreePtr().
+    void addUsed(int count) { setUsed(m_used + count); }
+
+    /// Inserts `count` elements before `position`. The source must lie outside the buffer.
+    void insert(int position, void const* source, int count) {
+        int const tail = m_used - position;
+        addUsed(count);
+        move(position + count, position, tail);
+        copy(m_data + position, static_cast<T const*>(source), count);
+    }
+
+    /// Moves `count` elements within the buffer; the two places may overlap.
+    void move(int to, int from, int count) {
+        if (count > 0)
+            std::memmove(m_data + to, m_data + from, sizeInBytes(count));
+    }
+
+    /// Drops the first `count` used elements.
+    void eraseFromStart(int count) {
+        move(0, count, m_used - count);
+        m_used -= count;
+    }
+
+    /// Whether the used elements are the same, byte for byte.
+    bool equals(TBuffer const& other) const {
+        return m_used == other.m_used &&
+               (m_used == 0 || std::memcmp(m_data, other.m_data, sizeInBytes(m_used)) == 0);
+    }
+
+    /// The same as equals().
+    bool operator==(TBuffer const& other) const { return equals(other); }
+
+    /// The opposite of equals().
+    bool operator!=(TBuffer const& other) const { return !equals(other); }
+
+    /// The first element after the used ones.
+    T* getFreePtr() { return m_data + m_used; }
+
+    /// The same, with room for `count` elements made there first.
+    T* getFreePtr(int count) {
+        ensureFree(count);
+        return getFreePtr();
+    }
+
+    /// The first element; null when there is no storage. Valid until the buffer grows or is cleared.
+    T* getData() { return m_data; }
+
+    /// The same for reading.
+    T const* getData() const { return m_data; }
+
+    /// The same as getData().
+    operator T*() { return m_data; }
+
+    /// The element at the index, which counts from 0.
+    T& operator[](int index) { return m_data[index]; }
+
+    /// The same for reading.
+    T const& operator[](int index) const { return m_data[index]; }
+
+    /// How many elements are in use.
+    int getUsed() const { return m_used; }
+
+    /// How many elements there is room for, the used ones included.
+    int getAllocated() const { return m_allocated; }
+
+    /// How many more elements there is room for.
+    int getFree() const { return m_allocated - m_used; }
+
+    /// The alignment of the data in bytes (1: none). Existing data moves to comply.
+    void setAllocAlignBytes(int bytes) {
+        if (m_storage != nullptr && bytes >= 2 && bytes != m_alignment)
+            allocAligned(m_allocated, bytes);
+        m_alignment = bytes;
+    }
+
+    /// By how much room grows at least when it must grow.
+    void setMinGrowFactor(double factor) { m_minGrowFactor = factor; }
+
+    /// What setMinGrowFactor() has set; 0 before.
+    double getMinGrowFactor() const { return m_minGrowFactor; }
+
+protected:
+    /// Frees storage that alloc() obtained; called whenever owned storage is given up.
+    virtual void deleteData(T* storage, int storageCount) {
+        static_cast<void>(storageCount);
+        delete[] storage;
+    }
+
+    /// Gives owned storage to the deleteData() of the class whose destructor or operation is running.
+    void freeStorage() {
+        if (m_ownsStorage && m_storage != nullptr)
+            // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.VirtualCall): see above
+            deleteData(m_storage, m_storageCount);
+        m_storage = nullptr;
+    }
+
+private:
+    static std::size_t sizeInBytes(int count) { return static_cast<std::size_t>(count) * sizeof(T); }
+
+    static void copy(T* to, T const* from, int count) {
+        if (count > 0)
+            std::memmove(to, from, sizeInBytes(count));
+    }
+
+    void startWith(int used, int allocate) {
+        if (allocate != -1)
+            ensureAllocated(std::max(used, allocate));
+        setUsed(used);
+    }
+
+    void allocAligned(int count, int alignment) {
+        int const kept = std::min(m_used, count);
+        int const storageCount = count > 0 ? count + alignment - 1 : 0;
+        auto const size = static_cast<std::size_t>(storageCount);
+        T* const storage = count > 0 ? new T[size] : nullptr;
+        T* const data = align(storage, alignment);
+        copy(data, m_data, kept);
+        freeStorage();
+        adopt(storage, data, count, storageCount, kept, true);
+    }
+
+    static T* align(T* storage, int alignment) {
+        if (storage == nullptr || alignment <= 1)
+            return storage;
+        auto const step = static_cast<std::uintptr_t>(alignment);
+        auto const excess = reinterpret_cast<std::uintptr_t>(storage) % step;
+        if (excess == 0)
+            return storage;
+        return reinterpret_cast<T*>(reinterpret_cast<unsigned char*>(storage) + (step - excess));
+    }
+
+    void adopt(T* storage, T* data, int allocated, int storageCount, int used, bool owns) {
+        m_storage = storage;
+        m_data = data;
+        m_allocated = allocated;
+        m_storageCount = storageCount;
+        m_used = used;
+        m_ownsStorage = owns;
+    }
+
+    T* m_storage = nullptr;
+    T* m_data = nullptr;
+    std::int32_t m_allocated = 0;
+    std::int32_t m_storageCount = 0;
+    std::int32_t m_used = 0;
+    std::int32_t m_alignment = 1;
+    bool m_ownsStorage = true;
+    double m_minGrowFactor = 0.0;
+};
+
+/// A buffer for secrets, which overwrites its storage with zeros before freeing it. It wipes as many bytes as
+/// the storage has elements; of elements larger than a byte the rest of the storage stays as it was.
+template <class T>
+class TCryptBuffer : public TBuffer<T> {
+public:
+    using TBuffer<T>::TBuffer;
+
+    /// A second copy of the secret, which is wiped like the first.
+    TCryptBuffer(TCryptBuffer const& other) = default;
+
+    /// Takes over the other's secret; its own is wiped.
+    TCryptBuffer& operator=(TCryptBuffer const& other) = default;
+
+    ~TCryptBuffer() override { this->clear(); }
+
+protected:
+    void deleteData(T* storage, int storageCount) override {
+        // Unlike memset, explicit_bzero is not optimised away before a free.
+        if (storage != nullptr)
+            explicit_bzero(storage, static_cast<std::size_t>(storageCount));
+        delete[] storage;
+    }
+};
+
+} // namespace fdn

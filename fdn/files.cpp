@@ -1,0 +1,126 @@
+#include <fdn/files.h>
+
+#include <fdn/CError.h>
+#include <fdn/CThread.h>
+#include <fdn/ReplacementFile.h>
+#include <fdn/sysError.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fdn {
+
+namespace {
+
+constexpr unsigned kPauseBetweenAttempts = 10; // milliseconds
+
+bool saysMissing(int error) {
+    return error == ENOENT || error == ENOTDIR;
+}
+
+bool passesByItself(int error) {
+    return error == EBUSY || error == ETXTBSY || error == EAGAIN || error == EINTR;
+}
+
+// The mode of what is at the path, links followed; 0 when nothing is.
+mode_t getFileMode(Path const& path, char const* action) {
+    wxCharBuffer const name = toFileName(path);
+    struct stat info = {};
+    if (stat(name, &info) == 0)
+        return info.st_mode;
+    if (!saysMissing(errno))
+        throwLastSysError("stat", action, path);
+    return 0;
+}
+
+// The path without its last name; empty when it has only one.
+Path getParent(Path const& path) {
+    String const& text = path.getText();
+    std::size_t const nameEnd = text.find_last_not_of(L'/');
+    std::size_t const nameStart = text.find_last_of(L'/', nameEnd);
+    if (nameEnd == String::npos || nameStart == String::npos)
+        return Path();
+    return Path(text.substr(0, nameStart + 1));
+}
+
+// Makes one folder. Returns the system's error number, or 0.
+int makeFolder(Path const& path, int mode) {
+    wxCharBuffer const name = toFileName(path);
+    return mkdir(name, static_cast<mode_t>(mode)) == 0 ? 0 : errno;
+}
+
+} // namespace
+
+wxCharBuffer toFileName(Path const& path) {
+    if (path.getText().find(L'\0') != String::npos)
+        throw CUnencodableStringError();
+    return path.getText().toEncoding(*wxConvFileName, nullptr);
+}
+
+String getCurrentWorkDirectoryAsString() {
+    std::unique_ptr<char, decltype(&std::free)> const folder(getcwd(nullptr, 0), &std::free);
+    if (folder == nullptr)
+        throwLastSysError("getcwd", "getCurrentWorkDirectoryAsString");
+    return String::fromBytes(folder.get());
+}
+
+bool fileExists(Path const& path) {
+    mode_t const mode = getFileMode(path, "fileExists");
+    return mode != 0 && !S_ISDIR(mode);
+}
+
+bool folderExists(Path const& path) {
+    return S_ISDIR(getFileMode(path, "folderExists"));
+}
+
+void ensureFolderExists(Path const& path, int mode) {
+    // Asked first, because on a read-only or foreign file system mkdir may fail otherwise than with EEXIST.
+    if (folderExists(path))
+        return;
+    int error = makeFolder(path, mode);
+    Path const parent = getParent(path);
+    if (saysMissing(error) && !parent.getText().empty()) {
+        ensureFolderExists(parent, mode);
+        error = makeFolder(path, mode);
+    }
+    if (error == EEXIST)
+        error = folderExists(path) ? 0 : ENOTDIR;
+    if (error != 0)
+        throwSysError(error, {{"func", "mkdir"}, {"action", "ensureFolderExists"}, {"path", path.getText()}});
+}
+
+void deleteFile(Path const& path, bool ignoreMissing, int attempts, bool) {
+    wxCharBuffer const name = toFileName(path);
+    for (int attempt = 1; unlink(name) != 0; ++attempt) {
+        if (ignoreMissing && saysMissing(errno))
+            return;
+        if (attempt >= attempts || !passesByItself(errno))
+            throwLastSysError("unlink", "deleteFile", path);
+        CThread::sleep(kPauseBetweenAttempts);
+    }
+}
+
+void deleteFile(String const& path, bool ignoreMissing, int attempts, bool force) {
+    deleteFile(Path(path), ignoreMissing, attempts, force);
+}
+
+void createFileSymLink(Path const& target, Path const& link) {
+    wxCharBuffer const targetName = toFileName(target);
+    wxCharBuffer const linkName = toFileName(link);
+    if (symlink(targetName, linkName) != 0)
+        throwLastSysError("symlink", "createFileSymLink", link);
+}
+
+void writeUTF8TextFile(String const& path, String const& text) {
+    std::string const content = text.toUTF8();
+    ReplacementFile file(Path(path), "writeUTF8TextFile");
+    file.write(content);
+    file.takePlace();
+}
+
+} // namespace fdn

@@ -1,0 +1,48 @@
+#include <fdn/sysError.h>
+
+#include <fdn/CError.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace fdn {
+
+namespace {
+
+String getSubject(CProps const& props) {
+    for (char const* const name : {"path", "program", "account"}) {
+        auto const found = props.find(name);
+        if (found != props.end())
+            return " for '" + found->second + "'";
+    }
+    return String();
+}
+
+String getFunction(CProps const& props) {
+    auto const found = props.find("func");
+    return found != props.end() ? found->second : String("A system call");
+}
+
+} // namespace
+
+int getLastSysError() {
+    return errno;
+}
+
+void throwSysError(int code, CProps const& props) {
+    String const reason = String::fromBytes(std::generic_category().message(code));
+    throw CError(getFunction(props) + " failed" + getSubject(props) + ": " + reason + ".", String(), code,
+                 props, nullptr);
+}
+
+void throwLastSysError(char const* func, char const* action) {
+    int const code = getLastSysError();
+    throwSysError(code, CProps{{"func", func}, {"action", action}});
+}
+
+void throwLastSysError(char const* func, char const* action, Path const& path) {
+    int const code = getLastSysError();
+    throwSysError(code, CProps{{"func", func}, {"action", action}, {"path", path.getText()}});
+}
+
+} // namespace fdn

@@ -1,0 +1,27 @@
+# What every target of this project has in common.
+
+function(dmn_compile_strictly target)
+    target_compile_features(${target} PUBLIC cxx_std_17)
+    set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-qual
+        -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wundef
+        $<$<BOOL:${DMN_WARNINGS_AS_ERRORS}>:-Werror>)
+endfunction()
+
+# dmn_add_library(NAME HEADERS header... SOURCES source...): one of the public libraries, with its headers, which
+# are included as <NAME/header>, and an alias NAME::NAME.
+function(dmn_add_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "HEADERS;SOURCES")
+    add_library(${name} ${ARG_SOURCES})
+    add_library(${name}::${name} ALIAS ${name})
+    target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
+    dmn_compile_strictly(${name})
+    set_target_properties(${name} PROPERTIES
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR}
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        POSITION_INDEPENDENT_CODE ON
+        VERIFY_INTERFACE_HEADER_SETS ON)
+endfunction()
