@@ -1,0 +1,22 @@
+#include <dmn/CDaemon.h>
+
+namespace dmn {
+
+CDaemon::CDaemon(fdn::String const& id, fdn::Path const& controlFolder)
+    : m_id(id), m_controlFolder(controlFolder) {}
+
+CDaemon::~CDaemon() = default;
+
+void CDaemon::init(IDaemonOperationProgress*) {}
+
+void CDaemon::signalStop() {
+    fdn::CMutexLock const lock(m_mutex);
+    m_stopRequested = true;
+}
+
+bool CDaemon::shouldStop() const {
+    fdn::CMutexLock const lock(m_mutex);
+    return m_stopRequested;
+}
+
+} // namespace dmn

@@ -1,0 +1,7 @@
+#include <dmn/CDaemonInfo.h>
+
+namespace dmn {
+
+CDaemonInfo::~CDaemonInfo() = default;
+
+} // namespace dmn

@@ -1,0 +1,71 @@
+#include <dmn/CDaemonManager.h>
+
+#include <fdn/CError.h>
+#include <fdn/CPIDFile.h>
+#include <fdn/log.h>
+
+#include "PIDFilePath.h"
+
+namespace dmn {
+
+CDaemonManager::CDaemonManager() = default;
+
+CDaemonManager::~CDaemonManager() = default;
+
+void CDaemonManager::runDaemon(CDaemon* daemon) {
+    try {
+        runHoldingPIDFile(daemon);
+    } catch (std::exception const& e) {
+        fdn::logError(e, "", "CDaemonManager - running daemon");
+        detachDaemon();
+        setStatus(Status::Stopped);
+        throw;
+    }
+}
+
+void CDaemonManager::runHoldingPIDFile(CDaemon* daemon) {
+    onOperationStepDone();
+    if (daemon == nullptr)
+        throw fdn::CError("There is no daemon to run.");
+    fdn::CPIDFile const pidFile(getPIDFilePath(daemon->getControlFolder(), daemon->getId()));
+    attachDaemon(daemon);
+    onOperationStepDone();
+    daemon->init(this);
+    onOperationStepDone();
+    setStatus(Status::Running);
+    daemon->run();
+    detachDaemon();
+    setStatus(Status::Stopped);
+}
+
+void CDaemonManager::attachDaemon(CDaemon* daemon) {
+    fdn::CMutexLock const lock(m_mutex);
+    m_daemon = daemon;
+    if (m_status == Status::Stopping)
+        m_daemon->signalStop();
+}
+
+void CDaemonManager::detachDaemon() {
+    fdn::CMutexLock const lock(m_mutex);
+    m_daemon.reset();
+}
+
+void CDaemonManager::signalStop() {
+    fdn::CMutexLock const lock(m_mutex);
+    setStatus(Status::Stopping);
+    if (m_daemon)
+        m_daemon->signalStop();
+}
+
+void CDaemonManager::setStatus(Status status) {
+    fdn::CMutexLock const lock(m_mutex);
+    if (m_status == Status::Stopped)
+        return;
+    if (m_status == Status::Stopping && status != Status::Stopped)
+        return;
+    m_status = status;
+}
+
+void CDaemonManager::onOperationStepDone() {}
+
+} // namespace dmn

@@ -1,0 +1,125 @@
+#include "InitScript.h"
+
+#include <fdn/uri.h>
+
+#include <wx/tokenzr.h>
+
+#include <iterator>
+
+namespace dmn {
+
+namespace {
+
+constexpr char kVerbs[] = R"(
+
+case "$1" in
+  printControlFolder)
+    echo $CONTROLFOLDER
+    ;;
+  printRunAs)
+    echo $RUNAS
+    ;;
+  printTransientFolderAppID)
+    echo $TRANSIENTFOLDERAPPID
+    ;;
+  printTransientFolderGroup)
+    echo $TRANSIENTFOLDERGROUP
+    ;;
+  printParams)
+    echo $RUNPARAMS
+    ;;
+  printExePath)
+    echo $EXEPATH
+    ;;
+  start)
+    echo "Starting $DISPLAYNAME... "
+    $EXEPATH --controlFolder=$CONTROLFOLDER --id=$DAEMONID --runas=$RUNAS --transientFolderAppID=$TRANSIENTFOLDERAPPID --transientFolderGroup=$TRANSIENTFOLDERGROUP start
+    ;;
+  stop)
+    echo "Stopping $DISPLAYNAME... "
+    $EXEPATH --controlFolder="$CONTROLFOLDER" --id=$DAEMONID stop
+    ;;
+  restart|force-reload)
+    echo "Restarting $DISPLAYNAME: "
+    $EXEPATH --controlFolder="$CONTROLFOLDER" --id=$DAEMONID stop
+    sleep 1
+    $EXEPATH --controlFolder=$CONTROLFOLDER --id=$DAEMONID start
+    ;;
+  *)
+    echo "Usage: $INITFILEPATH {start|stop|restart|force-reload}" >&2
+    exit 1
+    ;;
+
+esac
+
+exit 0
+)";
+
+// Whether the shell takes the text, on the right of an unquoted assignment, as one word that means itself
+// (POSIX.1-2017, Shell Command Language, 2.2 Quoting and 2.6.1 Tilde Expansion).
+bool isPlainWord(fdn::String const& text) {
+    return text.find_first_of(" \t\n\"'\\$`;&|<>()") == fdn::String::npos && !text.StartsWith("~") &&
+           text.find(":~") == fdn::String::npos;
+}
+
+fdn::String quote(fdn::String const& text) {
+    fdn::String quoted("\"");
+    for (wxUniChar const c : text) {
+        if (c == '"' || c == '\\' || c == '$' || c == '`')
+            quoted += '\\';
+        quoted += c;
+    }
+    quoted += '"';
+    return quoted;
+}
+
+// Unquoted values stand in the script as they are, unless the shell would take them apart: it would then run
+// the second word as a program, at every call of the script.
+fdn::String toAssignedWord(fdn::String const& text) {
+    return isPlainWord(text) ? text : quote(text);
+}
+
+// The echo of some shells takes a first word such as "-n" as an option and prints nothing of it.
+bool isEchoOption(fdn::String const& word) {
+    return word.length() > 1 && word[0] == '-' && word.find_first_not_of("neE", 1) == fdn::String::npos;
+}
+
+fdn::String protectFromEcho(fdn::String const& line) {
+    bool const needsProtection = isEchoOption(line.BeforeFirst(' '));
+    return needsProtection ? "%2D" + fdn::String(line.Mid(1)) : line;
+}
+
+fdn::String composeParameterLine(fdn::TList<fdn::String> const& params) {
+    fdn::String line;
+    for (auto param = params.begin(); param != params.end(); ++param) {
+        line.append(fdn::uriEscape(*param));
+        if (std::next(param) != params.end() && !line.empty())
+            line.append(" ");
+    }
+    return protectFromEcho(line);
+}
+
+} // namespace
+
+fdn::String composeInitScript(InitScriptValues const& values) {
+    return "#!/bin/sh\n\nDAEMONID=\"" + values.daemonId +                         //
+           "\"\nRUNAS=\"" + values.runAs +                                        //
+           "\"\nTRANSIENTFOLDERAPPID=\"" + values.transientFolderAppID +          //
+           "\"\nTRANSIENTFOLDERGROUP=\"" + values.transientFolderGroup +          //
+           "\"\nDISPLAYNAME=\"" + values.displayName +                            //
+           "\"\nCONTROLFOLDER=\"" + values.controlFolder.getText() +              //
+           "\"\nEXEPATH=" + toAssignedWord(values.exePath.getText()) +            //
+           "\nRUNPARAMS=" + toAssignedWord(composeParameterLine(values.params)) + //
+           "\nINITFILEPATH=" + toAssignedWord(values.initFilePath.getText()) +    //
+           kVerbs;
+}
+
+fdn::TArray<fdn::String> splitParameterLine(fdn::String const& line) {
+    fdn::TArray<fdn::String> params;
+    wxStringTokenizer pieces(line, " \t\r\n", wxTOKEN_STRTOK);
+    while (pieces.HasMoreTokens())
+        params.push_back(fdn::uriUnescape(pieces.GetNextToken()));
+    return params;
+}
+
+} // namespace dmn

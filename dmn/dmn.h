@@ -1,0 +1,14 @@
+#pragma once
+
+/// The whole daemon framework, and the foundation that it stands on.
+
+#include <fdn/fdn.h>
+
+#include <dmn/CDaemon.h>
+#include <dmn/CDaemonController.h>
+#include <dmn/CDaemonEntry.h>
+#include <dmn/CDaemonInfo.h>
+#include <dmn/CDaemonManager.h>
+#include <dmn/Export.h>
+#include <dmn/IDaemonEntry.h>
+#include <dmn/IDaemonOperationProgress.h>

@@ -1,0 +1,5 @@
+#include "CHeartbeatEntry.h"
+
+int main(int argc, char** argv) {
+    return fdn::newObj<CHeartbeatEntry>()->entry(argc, argv);
+}
