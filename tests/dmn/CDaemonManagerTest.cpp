@@ -1,0 +1,341 @@
+#include "ObservedManager.h"
+
+#include "support/CapturedLog.h"
+#include "support/Program.h"
+#include "support/TemporaryFolder.h"
+#include "support/await.h"
+#include "support/errors.h"
+
+#include <fdn/CPIDFile.h>
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <stdexcept>
+#include <thread>
+#include <tuple>
+
+#include <unistd.h>
+
+namespace {
+
+using Status = dmn::CDaemonManager::Status;
+using test::ObservedManager;
+using test::ScriptedDaemon;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class CDaemonManagerTest : public testing::Test {
+protected:
+    bool hasPIDFile() const { return std::filesystem::exists(m_folder.name("app.pid")); }
+
+    /// Runs the daemon, whatever it throws.
+    void runDaemonAnyhow() {
+        try {
+            m_manager->runDaemon(m_daemon.get());
+        } catch (...) { // NOLINT(bugprone-empty-catch): the test is about what is left
+        }
+    }
+
+    test::TemporaryFolder m_folder;
+    test::CapturedLog m_log;
+    fdn::P<ObservedManager> m_manager = fdn::newObj<ObservedManager>();
+    fdn::P<ScriptedDaemon> m_daemon = fdn::newObj<ScriptedDaemon>(m_folder.path());
+};
+
+// What the status becomes, by what it is and what it is set to.
+constexpr Status kTransitions[4][4] = {
+    {Status::Starting, Status::Running, Status::Stopping, Status::Stopped},
+    {Status::Starting, Status::Running, Status::Stopping, Status::Stopped},
+    {Status::Stopping, Status::Stopping, Status::Stopping, Status::Stopped},
+    {Status::Stopped, Status::Stopped, Status::Stopped, Status::Stopped},
+};
+
+class CDaemonManagerTransition : public testing::TestWithParam<std::tuple<int, int>> {};
+
+TEST_P(CDaemonManagerTransition, StoppingOnlyBecomesStoppedAndStoppedStays) {
+    auto const [from, to] = GetParam();
+    auto const manager = fdn::newObj<ObservedManager>();
+    manager->setStatus(static_cast<Status>(from));
+
+    manager->setStatus(static_cast<Status>(to));
+
+    EXPECT_EQ(kTransitions[from][to], manager->status());
+}
+
+INSTANTIATE_TEST_SUITE_P(AllPairs, CDaemonManagerTransition,
+                         testing::Combine(testing::Range(0, 4), testing::Range(0, 4)));
+
+TEST_F(CDaemonManagerTest, BeginsInStatusStartingWithoutADaemon) {
+    EXPECT_EQ(Status::Starting, m_manager->status());
+    EXPECT_FALSE(m_manager->daemon());
+}
+
+TEST_F(CDaemonManagerTest, StatusValuesAreFixed) {
+    EXPECT_EQ(0, static_cast<int>(Status::Starting));
+    EXPECT_EQ(1, static_cast<int>(Status::Running));
+    EXPECT_EQ(2, static_cast<int>(Status::Stopping));
+    EXPECT_EQ(3, static_cast<int>(Status::Stopped));
+    EXPECT_EQ(4U, sizeof(Status));
+}
+
+TEST_F(CDaemonManagerTest, ReportsAStepBeforeThePIDFileBeforeInitAndBeforeRun) {
+    std::vector<std::string> events;
+    m_manager->onStep = [&] {
+        events.push_back(std::string("step") + (hasPIDFile() ? " with" : " without") + " PID file" +
+                         (m_manager->daemon() ? ", attached" : ""));
+    };
+    m_daemon->onInit = [&] { events.push_back("init"); };
+    m_daemon->onRun = [&] { events.push_back("run"); };
+
+    m_manager->runDaemon(m_daemon.get());
+
+    EXPECT_THAT(events, ElementsAre("step without PID file", "step with PID file, attached", "init",
+                                    "step with PID file, attached", "run"));
+}
+
+TEST_F(CDaemonManagerTest, IsTheProgressObjectThatInitGets) {
+    int steps = 0;
+    m_manager->onStep = [&] { ++steps; };
+    m_daemon->onInit = [&] { m_daemon->progress->onOperationStepDone(); };
+
+    m_manager->runDaemon(m_daemon.get());
+
+    EXPECT_EQ(4, steps);
+}
+
+TEST_F(CDaemonManagerTest, IsStartingDuringInitRunningDuringRunAndStoppedAfterwards) {
+    std::vector<Status> statuses;
+    m_daemon->onInit = m_daemon->onRun = [&] { statuses.push_back(m_manager->status()); };
+
+    m_manager->runDaemon(m_daemon.get());
+
+    EXPECT_THAT(statuses, ElementsAre(Status::Starting, Status::Running));
+    EXPECT_EQ(Status::Stopped, m_manager->status());
+}
+
+TEST_F(CDaemonManagerTest, PIDFileHoldsThisProcessWhileTheDaemonRunsAndIsGoneAfterwards) {
+    std::vector<int> holders;
+    m_daemon->onInit =
+        m_daemon->onRun = [&] { holders.push_back(fdn::CPIDFile::getActivePID(m_folder / "app.pid")); };
+
+    m_manager->runDaemon(m_daemon.get());
+
+    EXPECT_THAT(holders, ElementsAre(getpid(), getpid()));
+    EXPECT_FALSE(hasPIDFile());
+}
+
+TEST_F(CDaemonManagerTest, HoldsTheDaemonWhileItRunsAndNotAfterwards) {
+    fdn::P<dmn::CDaemon> heldDuringRun;
+    m_daemon->onRun = [&] { heldDuringRun = m_manager->daemon(); };
+
+    m_manager->runDaemon(m_daemon.get());
+
+    EXPECT_EQ(m_daemon, heldDuringRun);
+    EXPECT_FALSE(m_manager->daemon());
+}
+
+TEST_F(CDaemonManagerTest, LetsGoOfTheDaemonWhileStillRunningAndHoldingThePIDFile) {
+    bool hadPIDFile = false;
+    Status status = Status::Starting;
+    m_daemon->onDelete = [&] {
+        hadPIDFile = hasPIDFile();
+        status = m_manager->status();
+    };
+    m_daemon->onRun = [&] { m_daemon.reset(); };
+
+    m_manager->runDaemon(m_daemon.get());
+
+    EXPECT_TRUE(hadPIDFile);
+    EXPECT_EQ(Status::Running, status);
+}
+
+TEST_F(CDaemonManagerTest, StopRequestedBeforeTheRunReachesTheDaemonBeforeInit) {
+    std::vector<bool> asked;
+    std::vector<Status> statuses;
+    m_daemon->onInit = m_daemon->onRun = [&] {
+        asked.push_back(m_daemon->shouldStop());
+        statuses.push_back(m_manager->status());
+    };
+
+    m_manager->signalStop();
+    m_manager->runDaemon(m_daemon.get());
+
+    EXPECT_THAT(asked, ElementsAre(true, true));
+    EXPECT_THAT(statuses, ElementsAre(Status::Stopping, Status::Stopping));
+    EXPECT_EQ(Status::Stopped, m_manager->status());
+}
+
+TEST_F(CDaemonManagerTest, StopRequestedDuringInitReachesTheDaemonAndKeepsTheStatusStopping) {
+    Status statusInRun = Status::Starting;
+    m_daemon->onInit = [&] { std::thread([this] { m_manager->signalStop(); }).join(); };
+    m_daemon->onRun = [&] { statusInRun = m_manager->status(); };
+
+    m_manager->runDaemon(m_daemon.get());
+
+    EXPECT_TRUE(m_daemon->shouldStop());
+    EXPECT_EQ(Status::Stopping, statusInRun);
+    EXPECT_EQ(Status::Stopped, m_manager->status());
+}
+
+// Were the daemon run with the manager's mutex held, the thread would never end.
+TEST_F(CDaemonManagerTest, StopRequestIsNotHeldUpByTheRunningDaemon) {
+    m_daemon->onRun = [&] { std::thread([this] { m_manager->signalStop(); }).join(); };
+
+    m_manager->runDaemon(m_daemon.get());
+
+    EXPECT_TRUE(m_daemon->shouldStop());
+}
+
+TEST_F(CDaemonManagerTest, StopRequestedAfterTheRunTouchesNothing) {
+    m_manager->runDaemon(m_daemon.get());
+
+    m_manager->signalStop();
+
+    EXPECT_EQ(Status::Stopped, m_manager->status());
+    EXPECT_FALSE(m_daemon->shouldStop());
+}
+
+TEST_F(CDaemonManagerTest, StatusCanBeSetBackToStartingWhileTheDaemonRuns) {
+    Status status = Status::Stopped;
+    m_daemon->onRun = [&] {
+        m_manager->setStatus(Status::Starting);
+        status = m_manager->status();
+    };
+
+    m_manager->runDaemon(m_daemon.get());
+
+    EXPECT_EQ(Status::Starting, status);
+}
+
+TEST_F(CDaemonManagerTest, SecondRunReportsStoppedThroughout) {
+    Status status = Status::Starting;
+    m_manager->runDaemon(m_daemon.get());
+    m_daemon->onRun = [&] { status = m_manager->status(); };
+
+    m_manager->runDaemon(m_daemon.get());
+
+    EXPECT_EQ(Status::Stopped, status);
+}
+
+TEST_F(CDaemonManagerTest, ErrorOfInitReachesTheCallerAndRunIsNotCalled) {
+    bool ran = false;
+    m_daemon->onInit = [] { throw fdn::CError("No room."); };
+    m_daemon->onRun = [&] { ran = true; };
+
+    std::string const message = test::messageOf([this] { m_manager->runDaemon(m_daemon.get()); });
+
+    EXPECT_EQ("No room.", message);
+    EXPECT_FALSE(ran);
+}
+
+TEST_F(CDaemonManagerTest, ErrorOfInitIsLoggedOnceAndEndsInStoppedWithoutPIDFileOrDaemon) {
+    m_daemon->onInit = [] { throw fdn::CError("No room."); };
+
+    runDaemonAnyhow();
+
+    EXPECT_THAT(m_log.entries(), ElementsAre("error: <where>CDaemonManager - running daemon</where>"
+                                             "<what>No room.</what><code>-1</code>"));
+    EXPECT_EQ(Status::Stopped, m_manager->status());
+    EXPECT_FALSE(hasPIDFile());
+    EXPECT_FALSE(m_manager->daemon());
+}
+
+TEST_F(CDaemonManagerTest, ErrorOfRunIsLoggedOnceAndEndsInStoppedWithoutPIDFileOrDaemon) {
+    m_daemon->onRun = [] { throw std::runtime_error("Broken."); };
+
+    EXPECT_THROW(m_manager->runDaemon(m_daemon.get()), std::runtime_error);
+
+    EXPECT_THAT(m_log.entries(), ElementsAre("error: <where>CDaemonManager - running daemon</where>"
+                                             "<what>Broken.</what>"));
+    EXPECT_EQ(Status::Stopped, m_manager->status());
+    EXPECT_FALSE(hasPIDFile());
+    EXPECT_FALSE(m_manager->daemon());
+}
+
+TEST_F(CDaemonManagerTest, GivesThePIDFileUpBeforeItLetsGoOfADaemonThatThrew) {
+    bool hadPIDFile = true;
+    m_daemon->onDelete = [&] { hadPIDFile = hasPIDFile(); };
+    m_daemon->onRun = [&] {
+        m_daemon.reset();
+        throw std::runtime_error("Broken.");
+    };
+
+    runDaemonAnyhow();
+
+    EXPECT_FALSE(hadPIDFile);
+}
+
+TEST_F(CDaemonManagerTest, OtherThrownTypesPassUnloggedAndLeaveDaemonAndStatusButNoPIDFile) {
+    m_daemon->onRun = [] { throw 1; };
+
+    EXPECT_THROW(m_manager->runDaemon(m_daemon.get()), int);
+
+    EXPECT_THAT(m_log.entries(), IsEmpty());
+    EXPECT_EQ(m_daemon, m_manager->daemon());
+    EXPECT_EQ(Status::Running, m_manager->status());
+    EXPECT_FALSE(hasPIDFile());
+}
+
+TEST_F(CDaemonManagerTest, DestructorReleasesADaemonThatIsStillAttached) {
+    bool deleted = false;
+    m_daemon->onRun = [] { throw 1; };
+    m_daemon->onDelete = [&] { deleted = true; };
+    runDaemonAnyhow();
+    m_daemon.reset();
+    EXPECT_FALSE(deleted);
+
+    m_manager.reset();
+
+    EXPECT_TRUE(deleted);
+}
+
+TEST_F(CDaemonManagerTest, MissingControlFolderIsAnErrorBeforeTheDaemonIsAttached) {
+    bool attached = false;
+    auto const daemon = fdn::newObj<ScriptedDaemon>(m_folder / "missing");
+    m_manager->onStep = [&] { attached = attached || m_manager->daemon(); };
+
+    EXPECT_THROW(m_manager->runDaemon(daemon.get()), fdn::CError);
+
+    EXPECT_FALSE(attached);
+    EXPECT_EQ(Status::Stopped, m_manager->status());
+}
+
+TEST_F(CDaemonManagerTest, PIDFileOfAnotherLiveProcessIsAnErrorAndStaysAsItIs) {
+    test::Program const other([this] {
+        fdn::CPIDFile const file(m_folder / "app.pid");
+        pause();
+    });
+    ASSERT_TRUE(test::await([&] { return hasPIDFile(); }));
+    std::string const content = test::readFile(m_folder.name("app.pid"));
+
+    EXPECT_THROW(m_manager->runDaemon(m_daemon.get()), fdn::CError);
+
+    EXPECT_EQ(content, test::readFile(m_folder.name("app.pid")));
+    EXPECT_EQ(Status::Stopped, m_manager->status());
+}
+
+TEST_F(CDaemonManagerTest, MissingDaemonIsAnError) {
+    std::string const message = test::messageOf([this] { m_manager->runDaemon(nullptr); });
+
+    EXPECT_EQ("There is no daemon to run.", message);
+    EXPECT_EQ(Status::Stopped, m_manager->status());
+}
+
+TEST_F(CDaemonManagerTest, TakesStopRequestsFromManyThreadsWhileDaemonsComeAndGo) {
+    m_daemon->onRun = [this] { test::await([this] { return m_daemon->shouldStop(); }); };
+    std::vector<std::thread> stoppers;
+    for (int i = 0; i < 4; ++i)
+        stoppers.emplace_back([this] {
+            while (m_manager->status() != Status::Stopped)
+                m_manager->signalStop();
+        });
+
+    m_manager->runDaemon(m_daemon.get());
+
+    for (std::thread& stopper : stoppers)
+        stopper.join();
+    EXPECT_TRUE(m_daemon->shouldStop());
+}
+
+} // namespace

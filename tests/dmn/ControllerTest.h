@@ -1,0 +1,54 @@
+#pragma once
+
+#include "support/CapturedLog.h"
+#include "support/InitLayout.h"
+#include "support/PrivateRoot.h"
+#include "support/TemporaryFolder.h"
+#include "support/fileInfo.h"
+
+#include <dmn/CDaemonController.h>
+
+#include <string>
+
+#include <sys/types.h>
+
+namespace test {
+
+/// The base of tests of the controller. Each begins with empty folders for init scripts and run levels, an
+/// empty control folder and an empty log, and is about the daemon "app".
+template <class Base>
+class ControllerFixture : public Base {
+protected:
+    void SetUp() override {
+        Base::SetUp();
+        if (!this->IsSkipped() && !this->HasFatalFailure())
+            resetInitLayout();
+    }
+
+    /// Installs the daemon as m_info describes it.
+    void install(fdn::String const& runAs = "", fdn::String const& transientFolderAppID = "",
+                 fdn::String const& transientFolderGroup = "") const {
+        dmn::CDaemonController::install(m_info, "app", m_folder.path(), runAs, "", transientFolderAppID,
+                                        transientFolderGroup);
+    }
+
+    /// Puts a script of the test's own in the place of the init script.
+    static void writeInitScript(std::string const& text) {
+        writeFile("/etc/init.d/app", text);
+        setMode("/etc/init.d/app", 0755);
+    }
+
+    /// Makes the daemon's PID file name the process.
+    void writePIDFile(pid_t process) const {
+        writeFile(m_folder.name("app.pid"), std::to_string(process) + "\n");
+    }
+
+    TemporaryFolder m_folder; ///< the control folder
+    CapturedLog m_log;
+    dmn::CDaemonInfo m_info;
+};
+
+using ControllerTest = ControllerFixture<PrivateRootTest>;
+using ControllerAccountsTest = ControllerFixture<AccountsTest>;
+
+} // namespace test

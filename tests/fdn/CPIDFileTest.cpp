@@ -1,0 +1,830 @@
+#include "support/Obstacles.h"
+#include "support/PrivateRoot.h"
+#include "support/Program.h"
+#include "support/TemporaryFolder.h"
+#include "support/await.h"
+#include "support/errors.h"
+#include "support/fileInfo.h"
+#include "support/processInfo.h"
+
+#include <fdn/CError.h>
+#include <fdn/CPIDFile.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <filesystem>
+#include <future>
+#include <iostream>
+#include <memory>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <sched.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using fdn::CError;
+using fdn::Descriptor;
+using fdn::Path;
+using fdn::String;
+using test::await;
+using test::entriesOf;
+using test::errorOf;
+using test::readFile;
+using test::TemporaryFolder;
+using test::writeFile;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr unsigned kUser = 61001;
+constexpr unsigned kOther = 61002;
+constexpr char kNoBoot[] = "00000000-0000-0000-0000-000000000000";
+
+std::string numberOf(pid_t process) {
+    return std::to_string(process);
+}
+
+void require(bool succeeded, char const* what) {
+    if (!succeeded)
+        throw std::runtime_error(what);
+}
+
+void become(unsigned user) {
+    require(setresgid(user, user, user) == 0 && setresuid(user, user, user) == 0, "setresuid");
+}
+
+// Something that several processes wait for.
+class Gate {
+public:
+    Gate() {
+        std::array<int, 2> ends = {-1, -1};
+        require(pipe2(ends.data(), O_CLOEXEC) == 0, "pipe2");
+        m_reading.reset(ends[0]);
+        m_writing.reset(ends[1]);
+    }
+
+    void open() { m_writing.reset(); }
+
+    // For processes that the one which opens the gate has forked. Each has the gate in its hand, too.
+    void pass() {
+        open();
+        char byte = 0;
+        fdn::uninterrupted([&] { return read(m_reading.get(), &byte, 1); });
+    }
+
+private:
+    Descriptor m_reading;
+    Descriptor m_writing;
+};
+
+// A process that has ended, but not been reaped, for as long as the object lives.
+class Zombie {
+public:
+    Zombie() : m_pid(fork()) {
+        if (m_pid == 0)
+            _exit(0);
+        siginfo_t info = {};
+        EXPECT_EQ(waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED | WNOWAIT), 0);
+    }
+
+    Zombie(Zombie const&) = delete;
+    Zombie& operator=(Zombie const&) = delete;
+
+    ~Zombie() { waitpid(m_pid, nullptr, 0); }
+
+    pid_t pid() const { return m_pid; }
+
+private:
+    pid_t m_pid;
+};
+
+// A thread of this process other than the first, for as long as the object lives.
+class SecondThread {
+public:
+    SecondThread()
+        : m_thread([this] {
+              m_id.set_value(static_cast<pid_t>(syscall(SYS_gettid)));
+              m_end.get_future().wait();
+          }) {}
+
+    SecondThread(SecondThread const&) = delete;
+    SecondThread& operator=(SecondThread const&) = delete;
+
+    ~SecondThread() {
+        m_end.set_value();
+        m_thread.join();
+    }
+
+    pid_t id() { return m_id.get_future().get(); }
+
+private:
+    std::promise<pid_t> m_id;
+    std::promise<void> m_end;
+    std::thread m_thread;
+};
+
+pid_t processThatIsGone() {
+    return Zombie().pid();
+}
+
+// Waits for the line that the process is about to write.
+void awaitOutput(test::Program const& process, std::string const& line) {
+    ASSERT_TRUE(await([&] { return process.output() == line; })) << process.errors();
+}
+
+// Holds a folder's lock for as long as the object lives, as any program can.
+class LockedFolder {
+public:
+    explicit LockedFolder(TemporaryFolder const& folder)
+        : m_folder(open(folder.name().c_str(), O_RDONLY | O_CLOEXEC)) {
+        EXPECT_EQ(flock(m_folder.get(), LOCK_EX), 0);
+    }
+
+private:
+    Descriptor m_folder;
+};
+
+class CPIDFile : public testing::Test {
+protected:
+    void TearDown() override { EXPECT_EQ(test::descriptorsOf(getpid()), m_descriptors); }
+
+    String heldMessage(pid_t holder) const {
+        return "The PID file '" + path.getText() + "' is held by process " +
+               String::fromBytes(numberOf(holder)) + ".";
+    }
+
+    std::vector<std::string> entries() const { return entriesOf(folder.name()); }
+
+    TemporaryFolder const folder;
+    Path const path = folder / "daemon.pid";
+    std::string const name = folder.name("daemon.pid");
+
+private:
+    std::set<int> const m_descriptors = test::descriptorsOf(getpid());
+};
+
+class ActivePID : public CPIDFile {
+protected:
+    // What the content says when it stands in a file of root's.
+    int activeFor(std::string const& content) const {
+        writeFile(name, content);
+        return fdn::CPIDFile::getActivePID(path);
+    }
+
+    int active() const { return fdn::CPIDFile::getActivePID(path); }
+
+    std::string ownContent() const {
+        fdn::CPIDFile const file(path);
+        return readFile(name);
+    }
+};
+
+class PIDFilesOfAccounts : public test::AccountsTest {
+protected:
+    PIDFilesOfAccounts() { test::setMode(folder.name(), 0777); }
+
+    int activeFor(pid_t process, unsigned owner) const {
+        writeFile(name, numberOf(process) + "\n");
+        test::setOwner(name, owner, owner);
+        return fdn::CPIDFile::getActivePID(path);
+    }
+
+    TemporaryFolder const folder;
+    Path const path = folder / "daemon.pid";
+    std::string const name = folder.name("daemon.pid");
+};
+
+TEST_F(CPIDFile, HoldsTheProcessAndWhatTellsItFromOthers) {
+    fdn::CPIDFile const file(path);
+
+    EXPECT_THAT(readFile(name),
+                testing::MatchesRegex(numberOf(getpid()) +
+                                      "\n[0-9]+ [0-9a-f]+-[0-9a-f]+-[0-9a-f]+-[0-9a-f]+-[0-9a-f]+\n"));
+}
+
+TEST_F(CPIDFile, CanBeReadByEveryone) {
+    mode_t const previous = umask(0077);
+
+    fdn::CPIDFile const file(path);
+
+    EXPECT_EQ(test::modeOf(name), 0644U);
+    umask(previous);
+}
+
+TEST_F(CPIDFile, IsTheOnlyFileThatAClaimMakes) {
+    fdn::CPIDFile const file(path);
+
+    EXPECT_THAT(entries(), ElementsAre("daemon.pid"));
+}
+
+TEST_F(CPIDFile, IsDeletedWhenTheObjectGoes) {
+    { fdn::CPIDFile const file(path); }
+
+    EXPECT_THAT(entries(), IsEmpty());
+}
+
+TEST_F(CPIDFile, CanBeClaimedAgainAfterItWasGivenUp) {
+    { fdn::CPIDFile const file(path); }
+
+    EXPECT_NO_THROW(fdn::CPIDFile{path});
+}
+
+TEST_F(CPIDFile, CanHaveAnyNameThatAFileCanHave) {
+    std::string const longest(255, 'x');
+
+    fdn::CPIDFile const file(folder / longest.c_str());
+
+    EXPECT_THAT(entries(), ElementsAre(longest));
+}
+
+TEST_F(CPIDFile, CanBeOneOfSeveralInAFolder) {
+    fdn::CPIDFile const file(path);
+    fdn::CPIDFile const second(folder / "second.pid");
+
+    EXPECT_THAT(entries(), ElementsAre("daemon.pid", "second.pid"));
+}
+
+TEST_F(CPIDFile, SecondClaimFailsAndLeavesTheFileAlone) {
+    fdn::CPIDFile const file(path);
+    std::string const content = readFile(name);
+
+    CError const error = errorOf([&] { fdn::CPIDFile second(path); });
+
+    EXPECT_EQ(error.getMessage(), heldMessage(getpid()));
+    EXPECT_EQ(error.getCode(), -1);
+    EXPECT_EQ(readFile(name), content);
+    EXPECT_THAT(entries(), ElementsAre("daemon.pid"));
+}
+
+TEST_F(CPIDFile, ClaimNamesTheOtherProcessThatHoldsTheFile) {
+    Gate end;
+    test::Program const holder([&] {
+        fdn::CPIDFile const file(path);
+        std::cout << "claimed" << std::flush;
+        end.pass();
+    });
+    awaitOutput(holder, "claimed");
+
+    CError const error = errorOf([&] { fdn::CPIDFile second(path); });
+
+    EXPECT_EQ(error.getMessage(), heldMessage(holder.pid()));
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(path), holder.pid());
+}
+
+TEST_F(CPIDFile, GoesToOneOfFiftyProcessesThatClaimItAtOnce) {
+    Gate start;
+    Gate end;
+    std::vector<std::unique_ptr<test::Program>> processes;
+    for (int i = 0; i < 50; ++i)
+        processes.push_back(std::make_unique<test::Program>([&] {
+            start.pass();
+            fdn::CPIDFile const file(path);
+            std::cout << "claimed" << std::flush;
+            end.pass();
+        }));
+
+    start.open();
+    auto const winner = [&] {
+        return std::find_if(processes.begin(), processes.end(),
+                            [](auto const& process) { return process->output() == "claimed"; });
+    };
+    ASSERT_TRUE(await([&] { return winner() != processes.end(); }));
+    std::string const message = heldMessage((*winner())->pid()).toUTF8();
+    ASSERT_TRUE(await([&] {
+        return std::count_if(processes.begin(), processes.end(),
+                             [&](auto const& process) { return process->errors() == message; }) == 49;
+    }));
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(path), (*winner())->pid());
+    EXPECT_THAT(entries(), ElementsAre("daemon.pid"));
+
+    end.open();
+    for (auto const& process : processes)
+        process->wait();
+    EXPECT_THAT(entries(), IsEmpty());
+}
+
+TEST_F(CPIDFile, ReplacesOneThatADeadProcessHasLeft) {
+    test::runInChild([&] {
+        // Not destroyed, as when the process is killed.
+        new fdn::CPIDFile(path); // NOLINT
+    });
+    ASSERT_THAT(entries(), ElementsAre("daemon.pid"));
+
+    fdn::CPIDFile const file(path);
+
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(path), getpid());
+}
+
+TEST_F(CPIDFile, ReplacesOneOfAnEarlierProcessWithTheSameNumber) {
+    writeFile(name, numberOf(getpid()) + "\n1 " + kNoBoot + "\n");
+
+    EXPECT_NO_THROW(fdn::CPIDFile{path});
+}
+
+TEST_F(CPIDFile, ReplacesOneWithItsOwnNumberAlone) {
+    writeFile(name, numberOf(getpid()) + "\n");
+
+    EXPECT_NO_THROW(fdn::CPIDFile{path});
+}
+
+TEST_F(CPIDFile, ReplacesWhateverSaysNothing) {
+    for (std::string const& content : {std::string(), std::string("\n"), std::string("text\n"),
+                                       std::string("\0\1\2\3", 4), std::string(100000, '1')}) {
+        writeFile(name, content);
+
+        fdn::CPIDFile const file(path);
+
+        EXPECT_EQ(fdn::CPIDFile::getActivePID(path), getpid());
+    }
+}
+
+TEST_F(CPIDFile, ReplacesALinkAndLeavesItsTargetAlone) {
+    writeFile(folder.name("target"), numberOf(getppid()) + "\n");
+    std::filesystem::create_symlink("target", name);
+
+    fdn::CPIDFile const file(path);
+
+    EXPECT_EQ(readFile(folder.name("target")), numberOf(getppid()) + "\n");
+    EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(name)));
+}
+
+TEST_F(CPIDFile, ReplacesAFIFO) {
+    ASSERT_EQ(mkfifo(name.c_str(), 0666), 0);
+
+    fdn::CPIDFile const file(path);
+
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(path), getpid());
+}
+
+TEST_F(CPIDFile, ReplacesAnOldOneWithoutAMomentOfAbsence) {
+    writeFile(folder.name("old"), "text\n");
+    std::filesystem::copy_file(folder.name("old"), name);
+    std::atomic<bool> isMissed{false};
+    std::atomic<bool> isDone{false};
+    std::thread observer([&] {
+        while (!isDone)
+            if (access(name.c_str(), F_OK) != 0)
+                isMissed = true;
+    });
+
+    for (int i = 0; i < 300; ++i) {
+        fdn::CPIDFile const file(path);
+        std::filesystem::copy_file(folder.name("old"), folder.name("copy"));
+        std::filesystem::rename(folder.name("copy"), name);
+    }
+    isDone = true;
+    observer.join();
+
+    EXPECT_FALSE(isMissed);
+}
+
+TEST_F(CPIDFile, IsNeverSeenHalfWritten) {
+    std::string const whole = [&] {
+        fdn::CPIDFile const file(path);
+        return readFile(name);
+    }();
+    std::atomic<bool> isDone{false};
+    std::thread owner([&] {
+        for (int i = 0; i < 300; ++i)
+            fdn::CPIDFile const file(path);
+        isDone = true;
+    });
+
+    while (!isDone) {
+        Descriptor const file(open(name.c_str(), O_RDONLY | O_CLOEXEC));
+        std::array<char, 1000> content = {};
+        if (file.isOpen() && read(file.get(), content.data(), content.size()) >= 0) {
+            EXPECT_EQ(std::string(content.data()), whole);
+        }
+    }
+    owner.join();
+}
+
+TEST_F(CPIDFile, TidiesUpAfterAClaimThatWasKilled) {
+    writeFile(folder.name(".pid-file.new"), "1");
+
+    fdn::CPIDFile const file(path);
+
+    EXPECT_THAT(entries(), ElementsAre("daemon.pid"));
+}
+
+TEST_F(CPIDFile, ClaimNamesTheFolderThatIsMissing) {
+    CError const error = errorOf([&] { fdn::CPIDFile file(folder / "missing/daemon.pid"); });
+
+    EXPECT_EQ(error.getMessage(),
+              "open failed for '" + (folder / "missing").getText() + "': No such file or directory.");
+}
+
+TEST_F(CPIDFile, ClaimInsteadOfAFolderFailsAndLeavesNothing) {
+    std::filesystem::create_directory(name);
+
+    CError const error = errorOf([&] { fdn::CPIDFile file(path); });
+
+    EXPECT_EQ(error.getCode(), EISDIR);
+    EXPECT_EQ(error.getProps().at("path"), path.getText());
+    EXPECT_THAT(entries(), ElementsAre("daemon.pid"));
+}
+
+TEST_F(CPIDFile, ClaimWithANameThatIsTooLongFailsAndLeavesNothing) {
+    CError const error = errorOf([&] { fdn::CPIDFile file(folder / std::string(256, 'x').c_str()); });
+
+    EXPECT_EQ(error.getCode(), ENAMETOOLONG);
+    EXPECT_THAT(entries(), IsEmpty());
+}
+
+TEST_F(CPIDFile, ClaimWithoutANameFailsAndLeavesNothing) {
+    EXPECT_THROW(fdn::CPIDFile file(folder / "subfolder/"), CError);
+    EXPECT_THROW(fdn::CPIDFile file{Path()}, CError);
+    EXPECT_THROW(fdn::CPIDFile file(folder / "."), CError);
+
+    EXPECT_THAT(entries(), IsEmpty());
+}
+
+TEST_F(CPIDFile, ClaimFailsWhereTheFolderStaysLocked) {
+    LockedFolder const locked(folder);
+
+    CError const error = errorOf([&] { fdn::CPIDFile file(path); });
+
+    EXPECT_EQ(error.getProps().at("func"), "flock");
+    EXPECT_EQ(error.getProps().at("path"), folder.path().getText());
+    EXPECT_THAT(entries(), IsEmpty());
+}
+
+TEST_F(CPIDFile, IsDeletedAlsoWhereTheFolderStaysLocked) {
+    auto file = std::make_unique<fdn::CPIDFile>(path);
+    LockedFolder const locked(folder);
+
+    file.reset();
+
+    EXPECT_THAT(entries(), IsEmpty());
+}
+
+TEST_F(CPIDFile, LeavesTheFolderUnlocked) {
+    fdn::CPIDFile const file(path);
+
+    Descriptor const other(open(folder.name().c_str(), O_RDONLY | O_CLOEXEC));
+
+    EXPECT_EQ(flock(other.get(), LOCK_EX | LOCK_NB), 0);
+}
+
+TEST_F(CPIDFile, LeavesAFileAloneThatHasTakenItsPlace) {
+    auto file = std::make_unique<fdn::CPIDFile>(path);
+    std::filesystem::remove(name);
+    writeFile(name, "1\n");
+
+    file.reset();
+
+    EXPECT_EQ(readFile(name), "1\n");
+}
+
+TEST_F(CPIDFile, MayBeGoneWhenTheObjectGoes) {
+    auto file = std::make_unique<fdn::CPIDFile>(path);
+    std::filesystem::remove(name);
+
+    EXPECT_NO_THROW(file.reset());
+}
+
+TEST_F(CPIDFile, IsDeletedWhereverTheProcessHasGone) {
+    Descriptor const previous(open(".", O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(chdir(folder.name().c_str()), 0);
+    auto file = std::make_unique<fdn::CPIDFile>(Path("daemon.pid"));
+    ASSERT_THAT(entries(), ElementsAre("daemon.pid"));
+    ASSERT_EQ(fchdir(previous.get()), 0);
+
+    file.reset();
+
+    EXPECT_THAT(entries(), IsEmpty());
+}
+
+TEST_F(CPIDFile, IsNotForAForkedProcessToGiveUp) {
+    auto file = std::make_unique<fdn::CPIDFile>(path);
+
+    test::runInChild([&] { file.reset(); });
+
+    EXPECT_THAT(entries(), ElementsAre("daemon.pid"));
+}
+
+TEST_F(CPIDFile, IsStaleOnceItsProcessHasForkedAndEnded) {
+    Gate end;
+    test::Outcome const outcome = test::runInChild([&] {
+        new fdn::CPIDFile(path); // NOLINT
+        if (fork() == 0) {
+            end.pass();
+            _exit(0);
+        }
+    });
+    ASSERT_EQ(outcome.status, 0);
+
+    EXPECT_NO_THROW(fdn::CPIDFile{path});
+}
+
+TEST_F(ActivePID, IsNoneWithoutAFile) {
+    EXPECT_EQ(active(), 0);
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(folder / "missing/daemon.pid"), 0);
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(Path("/dev/null/daemon.pid")), 0);
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(Path()), 0);
+}
+
+TEST_F(ActivePID, IsTheProcessThatHoldsTheFile) {
+    fdn::CPIDFile const file(path);
+
+    EXPECT_EQ(active(), getpid());
+}
+
+TEST_F(ActivePID, IsTheNumberThatStandsAlone) {
+    std::string const number = numberOf(getpid());
+
+    for (char const* end : {"", "\n", " \n", "\t\r\n", "\n\n"})
+        EXPECT_EQ(activeFor(number + end), getpid()) << testing::PrintToString(end);
+}
+
+TEST_F(ActivePID, IsNoneForWhatIsNoNumberOfAProcess) {
+    std::string const number = numberOf(getpid());
+    std::vector<std::string> const lines = {"",
+                                            "text",
+                                            "0",
+                                            "00",
+                                            "-1",
+                                            "-" + number,
+                                            "+" + number,
+                                            " " + number,
+                                            "\t" + number,
+                                            number + "x",
+                                            number + " 1",
+                                            "0x1",
+                                            number + ".0",
+                                            "1e3",
+                                            "2147483648",
+                                            "4294967297",
+                                            "99999999999999999999",
+                                            "\v" + number,
+                                            number + std::string(1, '\0'),
+                                            std::string(1, '\0') + number,
+                                            "\xef\xbb\xbf" + number};
+
+    for (std::string const& line : lines)
+        EXPECT_EQ(activeFor(line + "\n"), 0) << testing::PrintToString(line);
+}
+
+TEST_F(ActivePID, IsNoneForANumberOnTheSecondLine) {
+    EXPECT_EQ(activeFor("\n" + numberOf(getpid()) + "\n"), 0);
+}
+
+TEST_F(ActivePID, IsNoneForARandomFile) {
+    std::string content(4096, '\0');
+    std::generate(content.begin(), content.end(), [state = 1U]() mutable {
+        state = state * 1103515245U + 12345U;
+        return static_cast<char>(state >> 16U);
+    });
+
+    EXPECT_EQ(activeFor(content), 0);
+}
+
+TEST_F(ActivePID, IsNoneForAnEnormousFile) {
+    writeFile(name, numberOf(getpid()) + "\n");
+    ASSERT_EQ(truncate(name.c_str(), off_t{1} << 40), 0);
+
+    EXPECT_EQ(active(), 0);
+}
+
+TEST_F(ActivePID, IsNoneForAFileThatWasCutInItsSecondLine) {
+    std::string const content = ownContent();
+    std::size_t const secondLine = content.find('\n') + 1;
+
+    for (std::size_t size = secondLine + 1; size < content.size() - 1; ++size)
+        EXPECT_EQ(activeFor(content.substr(0, size)), 0) << size;
+}
+
+TEST_F(ActivePID, IsNoneForAnotherStartTime) {
+    std::string content = ownContent();
+
+    content.insert(content.find('\n') + 1, "1");
+
+    EXPECT_EQ(activeFor(content), 0);
+}
+
+TEST_F(ActivePID, IsNoneForAnotherBoot) {
+    std::string const content = ownContent();
+
+    EXPECT_EQ(activeFor(content.substr(0, content.find(' ')) + " " + kNoBoot + "\n"), 0);
+}
+
+TEST_F(ActivePID, IsNoneForAFolder) {
+    std::filesystem::create_directory(name);
+
+    EXPECT_EQ(active(), 0);
+}
+
+TEST_F(ActivePID, IsNoneForAFIFO) {
+    ASSERT_EQ(mkfifo(name.c_str(), 0666), 0);
+
+    EXPECT_EQ(active(), 0);
+}
+
+TEST_F(ActivePID, IsNoneForASocket) {
+    Descriptor const server(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    name.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(bind(server.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+
+    EXPECT_EQ(active(), 0);
+}
+
+TEST_F(ActivePID, IsNoneForADevice) {
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(Path("/dev/zero")), 0);
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(Path("/dev/tty")), 0);
+}
+
+TEST_F(ActivePID, IsNoneForALink) {
+    fdn::CPIDFile const file(folder / "real.pid");
+    std::filesystem::create_symlink("real.pid", name);
+    std::filesystem::create_symlink("nothing", folder.name("dangling.pid"));
+    std::filesystem::create_symlink("loop.pid", folder.name("loop.pid"));
+    std::filesystem::create_hard_link(folder.name("real.pid"), folder.name("hard.pid"));
+
+    EXPECT_EQ(active(), 0);
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(folder / "dangling.pid"), 0);
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(folder / "loop.pid"), 0);
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(folder / "hard.pid"), 0);
+}
+
+TEST_F(ActivePID, IsNoneForAProcessThatIsGone) {
+    EXPECT_EQ(activeFor(numberOf(processThatIsGone()) + "\n"), 0);
+}
+
+TEST_F(ActivePID, IsNoneForAZombie) {
+    Zombie const zombie;
+
+    EXPECT_EQ(activeFor(numberOf(zombie.pid()) + "\n"), 0);
+}
+
+TEST_F(ActivePID, IsNoneForAThread) {
+    SecondThread thread;
+
+    EXPECT_EQ(activeFor(numberOf(thread.id()) + "\n"), 0);
+}
+
+TEST_F(ActivePID, FindsAProcessWhateverItIsCalled) {
+    Gate end;
+    test::Program const holder([&] {
+        prctl(PR_SET_NAME, "a) b (c\n) R 1 ");
+        fdn::CPIDFile const file(path);
+        std::cout << "claimed" << std::flush;
+        end.pass();
+    });
+    awaitOutput(holder, "claimed");
+
+    EXPECT_EQ(active(), holder.pid());
+}
+
+class OldKernel : public ActivePID, public testing::WithParamInterface<int> {};
+
+TEST_P(OldKernel, TellsTheLivingFromTheDead) {
+    Zombie const zombie;
+    SecondThread thread;
+    pid_t const threadId = thread.id();
+    pid_t const gone = processThatIsGone();
+
+    test::Outcome const outcome = test::runInChild([&] {
+        test::refuseSystemCall(SYS_pidfd_open, GetParam());
+        for (pid_t process : {getpid(), getppid(), zombie.pid(), threadId, gone})
+            std::cout << (activeFor(numberOf(process) + "\n") == process) << ' ';
+    });
+
+    EXPECT_EQ(outcome.output, "1 1 0 0 0 ") << outcome.errors;
+}
+
+INSTANTIATE_TEST_SUITE_P(UnknownOrForbidden, OldKernel, testing::Values(ENOSYS, EPERM));
+
+class WithoutProc : public test::PrivateRootTest {};
+
+TEST_F(WithoutProc, APIDFileHasTheFirstLineAlone) {
+    TemporaryFolder const folder;
+
+    test::Outcome const outcome = test::runInChild([&] {
+        require(unshare(CLONE_NEWNS) == 0 && umount2("/proc", MNT_DETACH) == 0, "umount");
+        fdn::CPIDFile const file(folder / "daemon.pid");
+        std::cout << (readFile(folder.name("daemon.pid")) == numberOf(getpid()) + "\n")
+                  << (fdn::CPIDFile::getActivePID(folder / "daemon.pid") == getpid());
+    });
+
+    EXPECT_EQ(outcome.output, "11") << outcome.errors;
+}
+
+TEST_F(WithoutProc, ASecondLineIsNotBelieved) {
+    TemporaryFolder const folder;
+    fdn::CPIDFile const file(folder / "daemon.pid");
+
+    test::Outcome const outcome = test::runInChild([&] {
+        require(unshare(CLONE_NEWNS) == 0 && umount2("/proc", MNT_DETACH) == 0, "umount");
+        std::cout << fdn::CPIDFile::getActivePID(folder / "daemon.pid");
+    });
+
+    EXPECT_EQ(outcome.output, "0") << outcome.errors;
+}
+
+class FullDisk : public test::PrivateRootTest {};
+
+TEST_F(FullDisk, FailsAClaimThatThenLeavesTheFolderAsItWas) {
+    test::FullFolder const full("/run");
+    writeFile("/run/daemon.pid", "");
+
+    CError const error = errorOf([] { fdn::CPIDFile file(Path("/run/daemon.pid")); });
+
+    EXPECT_EQ(error.getCode(), ENOSPC);
+    EXPECT_EQ(error.getProps().at("path"), "/run/daemon.pid");
+    EXPECT_THAT(entriesOf("/run"), ElementsAre("daemon.pid", "full"));
+}
+
+TEST_F(PIDFilesOfAccounts, NameProcessesOfTheSameAccountAlone) {
+    test::Program const own(test::asUser("dmnuser", {"sleep", "1000"}));
+    test::Program const other(test::asUser("dmnother", {"sleep", "1000"}));
+    ASSERT_TRUE(await([&] { return test::statusOf(own.pid(), "Name") == "sleep"; }));
+    ASSERT_TRUE(await([&] { return test::statusOf(other.pid(), "Name") == "sleep"; }));
+
+    EXPECT_EQ(activeFor(own.pid(), kUser), own.pid());
+    EXPECT_EQ(activeFor(other.pid(), kUser), 0);
+    EXPECT_EQ(activeFor(getpid(), kUser), 0);
+    EXPECT_EQ(activeFor(1, kUser), 0);
+}
+
+TEST_F(PIDFilesOfAccounts, OfRootMayNameEveryProcess) {
+    test::Program const process(test::asUser("dmnuser", {"sleep", "1000"}));
+
+    EXPECT_EQ(activeFor(process.pid(), 0), process.pid());
+}
+
+TEST_F(PIDFilesOfAccounts, CountAProcessAliveThatMayNotBeSignalled) {
+    fdn::CPIDFile const file(path);
+
+    for (bool hasOldKernel : {false, true}) {
+        test::Outcome const outcome = test::runInChild([&] {
+            become(kUser);
+            if (hasOldKernel)
+                test::refuseSystemCall(SYS_pidfd_open, ENOSYS);
+            std::cout << fdn::CPIDFile::getActivePID(path);
+        });
+
+        EXPECT_EQ(outcome.output, numberOf(getpid())) << outcome.errors;
+    }
+}
+
+TEST_F(PIDFilesOfAccounts, AreAnErrorWhenTheyMayNotBeRead) {
+    writeFile(name, "1\n");
+    test::setMode(name, 0600);
+
+    test::Outcome const outcome = test::runInChild([&] {
+        become(kOther);
+        fdn::CPIDFile::getActivePID(path);
+    });
+
+    EXPECT_EQ(outcome.errors, "open failed for '" + name + "': Permission denied.");
+}
+
+TEST_F(PIDFilesOfAccounts, CanBeClaimedByTheAccount) {
+    Gate end;
+    test::Program const holder([&] {
+        become(kUser);
+        fdn::CPIDFile const file(path);
+        std::cout << "claimed" << std::flush;
+        end.pass();
+    });
+    awaitOutput(holder, "claimed");
+
+    EXPECT_EQ(test::ownerOf(name), kUser);
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(path), holder.pid());
+}
+
+TEST_F(PIDFilesOfAccounts, AreGivenUpInSilenceWhereTheRightsAreGone) {
+    test::Outcome const outcome = test::runInChild([&] {
+        test::setMode(folder.name(), 0755);
+        auto file = std::make_unique<fdn::CPIDFile>(path);
+        become(kUser);
+        file.reset();
+    });
+
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(path), 0);
+}
+
+} // namespace

@@ -1,0 +1,752 @@
+#include "support/Obstacles.h"
+#include "support/PrivateRoot.h"
+#include "support/Program.h"
+#include "support/TemporaryFolder.h"
+#include "support/fileInfo.h"
+
+#include <fdn/CError.h>
+#include <fdn/CXMLLog.h>
+#include <fdn/Descriptor.h>
+#include <fdn/log.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cerrno>
+#include <clocale>
+#include <ctime>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using fdn::CError;
+using fdn::CProps;
+using fdn::CXMLLog;
+using fdn::Descriptor;
+using fdn::logError;
+using fdn::logInfo;
+using fdn::String;
+using test::entriesOf;
+using test::modeOf;
+using test::Outcome;
+using test::readFile;
+using test::runInChild;
+using test::writeFile;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::SizeIs;
+
+constexpr std::uintmax_t kMaximumSize = 10 * 1024 * 1024;
+
+std::vector<std::string> splitIntoLines(std::string const& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+// What stands between the tags of an entry. Fails the running test when the line is no entry.
+std::string contentOf(std::string const& line) {
+    static std::regex const startTag(
+        "<entry time=\"[0-9-]{10}T[0-9:]{8}\\.[0-9]{6}Z\" level=\"(info|error)\" "
+        "process=\"[0-9]+\" thread=\"[0-9]+\">");
+    std::string const endTag = "</entry>";
+    std::size_t const start = line.find('>') + 1;
+    std::size_t const end = line.rfind(endTag);
+    bool const isEntry = end != std::string::npos && end >= start && end + endTag.size() == line.size() &&
+                         std::regex_match(line.substr(0, start), startTag);
+    EXPECT_TRUE(isEntry) << line.substr(0, 500);
+    return isEntry ? line.substr(start, end - start) : std::string();
+}
+
+std::vector<std::string> contentsOf(std::string const& path) {
+    std::vector<std::string> contents;
+    for (std::string const& line : splitIntoLines(readFile(path)))
+        contents.push_back(contentOf(line));
+    return contents;
+}
+
+void closeLog() {
+    CXMLLog::CGlobalLogCloser const closer;
+}
+
+// The process's log goes to a file of the test's.
+class CXMLLogTest : public testing::Test {
+protected:
+    CXMLLogTest() {
+        closeLog();
+        setenv("FDN_LOG_FILE", path().c_str(), 1);
+    }
+
+    ~CXMLLogTest() override {
+        closeLog();
+        unsetenv("FDN_LOG_FILE");
+    }
+
+    std::string path() const { return m_folder.name("log"); }
+
+    std::vector<std::string> contents() const { return contentsOf(path()); }
+
+    std::string line() const { return splitIntoLines(readFile(path())).at(0); }
+
+    // The content of the one entry that logging this text makes.
+    std::string contentAfterLogging(String const& text) const {
+        logInfo(text);
+        return contents().at(0);
+    }
+
+    test::TemporaryFolder m_folder;
+};
+
+TEST_F(CXMLLogTest, HasOneElementPerLine) {
+    logInfo("first");
+    logError("second");
+
+    EXPECT_THAT(readFile(path()),
+                MatchesRegex("<entry [^\n]*>first</entry>\n<entry [^\n]*>second</entry>\n"));
+    EXPECT_THAT(contents(), ElementsAre("first", "second"));
+}
+
+TEST_F(CXMLLogTest, TellsInformationFromErrors) {
+    logInfo("first");
+    logError("second");
+    logError(std::runtime_error("third"), "", "");
+
+    std::vector<std::string> const lines = splitIntoLines(readFile(path()));
+    EXPECT_THAT(lines, ElementsAre(HasSubstr(" level=\"info\" "), HasSubstr(" level=\"error\" "),
+                                   HasSubstr(" level=\"error\" ")));
+}
+
+TEST_F(CXMLLogTest, HasTheTimeInUTC) {
+    std::time_t const before = std::time(nullptr);
+    logInfo("text");
+    std::time_t const after = std::time(nullptr);
+
+    std::tm date = {};
+    ASSERT_NE(strptime(line().c_str(), "<entry time=\"%Y-%m-%dT%H:%M:%S", &date), nullptr);
+    EXPECT_GE(timegm(&date), before);
+    EXPECT_LE(timegm(&date), after);
+}
+
+TEST_F(CXMLLogTest, HasTheNumbersOfProcessAndThread) {
+    pid_t thread = 0;
+
+    std::thread([&] {
+        thread = gettid();
+        logInfo("text");
+    }).join();
+
+    EXPECT_THAT(line(), HasSubstr(" process=\"" + std::to_string(getpid()) + "\" thread=\"" +
+                                  std::to_string(thread) + "\">"));
+}
+
+TEST_F(CXMLLogTest, HasTheNumberOfAForkedChild) {
+    logInfo("parent");
+
+    test::Program child([] { logInfo("child"); });
+    pid_t const pid = child.pid();
+    child.wait();
+
+    EXPECT_THAT(splitIntoLines(readFile(path())).at(1),
+                HasSubstr(" process=\"" + std::to_string(pid) + "\""));
+}
+
+TEST_F(CXMLLogTest, EscapesWhatIsMarkupAndKeepsQuotes) {
+    EXPECT_EQ(contentAfterLogging("<a b=\"1\"> & 'c' ]]>"), "&lt;a b=\"1\"&gt; &amp; 'c' ]]&gt;");
+}
+
+TEST_F(CXMLLogTest, KeepsATextOnOneLine) {
+    EXPECT_EQ(contentAfterLogging("a\nb\r\n\tc"), "a&#10;b&#13;&#10;&#9;c");
+}
+
+TEST_F(CXMLLogTest, HasNoBareCharacterThatControlsATerminal) {
+    EXPECT_EQ(contentAfterLogging(L"a\u007F\u0085\u009Bb"), "a&#127;&#133;&#155;b");
+}
+
+TEST_F(CXMLLogTest, ReplacesWhatXMLDoesNotAllow) {
+    wchar_t const text[] = {L'a', L'\0', L'\x1B', static_cast<wchar_t>(0xD800), L'\xFFFE', L'b'};
+
+    EXPECT_EQ(contentAfterLogging(wxString(text, 6)), "a\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"
+                                                      "b");
+}
+
+TEST_F(CXMLLogTest, IsInUTF8WhateverTheLocale) {
+    std::string const locale = std::setlocale(LC_CTYPE, nullptr);
+    std::setlocale(LC_CTYPE, "C");
+    std::string const content = contentAfterLogging(L"\u00E4\u20AC\U0001F600\uFFFD");
+    std::setlocale(LC_CTYPE, locale.c_str());
+
+    EXPECT_EQ(content, "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\xEF\xBF\xBD");
+}
+
+TEST_F(CXMLLogTest, TakesTheEmptyText) {
+    EXPECT_EQ(contentAfterLogging(""), "");
+}
+
+TEST_F(CXMLLogTest, HasTheTextsAndTheMessageOfAnException) {
+    logError(std::runtime_error("<oops>"), "while testing & so on", "CXMLLogTest");
+
+    EXPECT_EQ(contents().at(0), "<text>while testing &amp; so on</text><where>CXMLLogTest</where>"
+                                "<what>&lt;oops&gt;</what>");
+}
+
+TEST_F(CXMLLogTest, LeavesOutEmptyTexts) {
+    logError(CError("oops"), "", "");
+
+    EXPECT_EQ(contents().at(0), "<what>oops</what><code>-1</code>");
+}
+
+TEST_F(CXMLLogTest, HasTheDetailsOfAnError) {
+    CProps const props{{"func", "chmod"}, {"a \"<quoted>\" name", "a \"quoted\" value"}};
+
+    logError(CError(L"\u20AC", "second", 13, props, nullptr), "", "here");
+
+    EXPECT_EQ(contents().at(0),
+              "<where>here</where><what>\xE2\x82\xAC</what><second>second</second>"
+              "<code>13</code>"
+              "<property name=\"a &quot;&lt;quoted&gt;&quot; name\">a \"quoted\" value</property>"
+              "<property name=\"func\">chmod</property>");
+}
+
+TEST_F(CXMLLogTest, HasTheCausesOfAnErrorInsideOneAnother) {
+    CError const root("root", "", 2, CProps{{"func", "open"}}, nullptr);
+    CError const middle("middle", "", -1, CProps(), root.clone().get());
+
+    logError(CError("top", "", 1, CProps(), middle.clone().get()), "", "");
+
+    EXPECT_EQ(contents().at(0),
+              "<what>top</what><code>1</code>"
+              "<cause><what>middle</what><code>-1</code>"
+              "<cause><what>root</what><code>2</code><property name=\"func\">open</property>"
+              "</cause></cause>");
+}
+
+TEST_F(CXMLLogTest, LeavesErrnoAlone) {
+    errno = ENOTTY;
+
+    logInfo("text");
+
+    EXPECT_EQ(errno, ENOTTY);
+}
+
+TEST_F(CXMLLogTest, IsClosedByTheCloserAndOpenedByTheNextEntry) {
+    logInfo("before");
+    closeLog();
+    fs::rename(path(), path() + ".old");
+
+    EXPECT_FALSE(fs::exists(path()));
+    logInfo("after");
+
+    EXPECT_THAT(contents(), ElementsAre("after"));
+}
+
+TEST_F(CXMLLogTest, IsWhereTheVariableSaysByThenOnceItWasClosed) {
+    logInfo("first");
+    setenv("FDN_LOG_FILE", m_folder.name("other").c_str(), 1);
+    logInfo("second");
+    closeLog();
+    logInfo("third");
+
+    EXPECT_THAT(contents(), ElementsAre("first", "second"));
+    EXPECT_THAT(contentsOf(m_folder.name("other")), ElementsAre("third"));
+}
+
+TEST_F(CXMLLogTest, StaysWhereItIsWhenTheCurrentFolderChanges) {
+    fs::path const previous = fs::current_path();
+    fs::current_path(m_folder.name());
+    setenv("FDN_LOG_FILE", "log", 1);
+    logInfo("first");
+
+    fs::current_path("/");
+    logInfo("second");
+    fs::current_path(previous);
+
+    EXPECT_THAT(contents(), ElementsAre("first", "second"));
+}
+
+TEST_F(CXMLLogTest, LeavesNoDescriptorToOtherPrograms) {
+    logInfo("text");
+
+    EXPECT_THAT(test::run({"ls", "-l", "/proc/self/fd"}).output, Not(HasSubstr(path())));
+}
+
+TEST_F(CXMLLogTest, LosesNoEntryOfManyThreads) {
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread)
+        threads.emplace_back([thread] {
+            for (int i = 0; i < 500; ++i)
+                logInfo(("thread " + std::to_string(thread) + " entry " + std::to_string(i)).c_str());
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+
+    std::vector<std::string> const entries = contents();
+    EXPECT_THAT(entries, SizeIs(2000));
+    EXPECT_THAT(std::set<std::string>(entries.begin(), entries.end()), SizeIs(2000));
+}
+
+std::string makeText(int child, int number, std::size_t length) {
+    std::string text = "child " + std::to_string(child) + " entry " + std::to_string(number) + " ";
+    text.resize(length, 'x');
+    return text;
+}
+
+// Children that write `count` entries each, of this length, and that all begin at once.
+void writeFromChildren(int children, int count, std::size_t length) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    Descriptor const start(ends[0]);
+    Descriptor startsWhenClosed(ends[1]);
+    std::vector<std::unique_ptr<test::Program>> programs;
+    for (int child = 0; child < children; ++child)
+        programs.push_back(std::make_unique<test::Program>([&, child] {
+            startsWhenClosed.reset();
+            char none = 0;
+            static_cast<void>(read(start.get(), &none, 1) + 1);
+            for (int number = 0; number < count; ++number)
+                logInfo(makeText(child, number, length).c_str());
+        }));
+    startsWhenClosed.reset();
+    for (auto const& program : programs)
+        EXPECT_EQ(program->wait().status, 0);
+}
+
+TEST_F(CXMLLogTest, LosesAndMixesNoEntryOfManyProcesses) {
+    logInfo("parent");
+
+    writeFromChildren(4, 500, 200);
+
+    std::vector<std::string> const entries = contents();
+    EXPECT_THAT(entries, SizeIs(2001));
+    EXPECT_THAT(std::set<std::string>(entries.begin(), entries.end()), SizeIs(2001));
+}
+
+TEST_F(CXMLLogTest, CanBeWrittenByAChildThatWasForkedDuringAnEntry) {
+    std::atomic<bool> hasEnded{false};
+    std::thread writer([&] {
+        while (!hasEnded)
+            logInfo("thread");
+    });
+
+    for (int i = 0; i < 100; ++i)
+        EXPECT_EQ(runInChild([] { logInfo("child"); }).status, 0);
+    hasEnded = true;
+    writer.join();
+
+    std::vector<std::string> const entries = contents();
+    EXPECT_EQ(std::count(entries.begin(), entries.end(), "child"), 100);
+}
+
+// A log of this size, without an entry in it.
+void makeLog(std::string const& path, std::uintmax_t size) {
+    writeFile(path, "");
+    fs::resize_file(path, size);
+}
+
+TEST_F(CXMLLogTest, BeginsANewFileBeforeItGetsTooLarge) {
+    makeLog(path(), kMaximumSize - 1);
+
+    logInfo("text");
+
+    EXPECT_THAT(contents(), ElementsAre("text"));
+    EXPECT_EQ(fs::file_size(path() + ".1"), kMaximumSize - 1);
+}
+
+TEST_F(CXMLLogTest, GoesOnInAFileThatHasRoom) {
+    makeLog(path(), kMaximumSize - 1000);
+
+    logInfo("text");
+
+    EXPECT_THAT(entriesOf(m_folder.name()), ElementsAre("log"));
+}
+
+TEST_F(CXMLLogTest, BeginsNoNewFileForALargeFirstEntry) {
+    logInfo(std::string(kMaximumSize, 'x').c_str());
+
+    EXPECT_THAT(entriesOf(m_folder.name()), ElementsAre("log"));
+}
+
+TEST_F(CXMLLogTest, KeepsFiveOldFiles) {
+    for (char const* const number : {"1", "2", "3", "4", "5"})
+        writeFile(path() + "." + number, number);
+    makeLog(path(), kMaximumSize);
+
+    logInfo("text");
+
+    EXPECT_THAT(entriesOf(m_folder.name()), ElementsAre("log", "log.1", "log.2", "log.3", "log.4", "log.5"));
+    EXPECT_EQ(fs::file_size(path() + ".1"), kMaximumSize);
+    EXPECT_EQ(readFile(path() + ".2"), "1");
+    EXPECT_EQ(readFile(path() + ".5"), "4");
+}
+
+TEST_F(CXMLLogTest, LosesNoEntryWhenManyProcessesFillIt) {
+    logInfo("parent");
+
+    writeFromChildren(4, 100, 100000);
+
+    std::size_t entries = 0;
+    for (std::string const& name : entriesOf(m_folder.name()))
+        entries += contentsOf(m_folder.name(name.c_str())).size();
+    EXPECT_EQ(entries, 401U);
+    EXPECT_THAT(entriesOf(m_folder.name()), ElementsAre("log", "log.1", "log.2", "log.3"));
+    for (char const* const number : {"1", "2", "3"})
+        EXPECT_GT(fs::file_size(path() + "." + number), kMaximumSize - 200000);
+}
+
+TEST_F(CXMLLogTest, RotatesOnceWhenManyProcessesFindItFull) {
+    for (int round = 0; round < 30; ++round) {
+        logInfo("parent");
+        fs::resize_file(path(), kMaximumSize);
+
+        writeFromChildren(8, 1, 100);
+
+        ASSERT_THAT(entriesOf(m_folder.name()), ElementsAre("log", "log.1"));
+        ASSERT_GE(fs::file_size(path() + ".1"), kMaximumSize);
+        fs::remove(path() + ".1");
+    }
+}
+
+TEST_F(CXMLLogTest, GoesOnInItsFileWhileAnotherProcessRotates) {
+    makeLog(path(), kMaximumSize);
+    Descriptor const rotating(open(path().c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(flock(rotating.get(), LOCK_EX), 0);
+
+    logInfo("text");
+
+    EXPECT_THAT(entriesOf(m_folder.name()), ElementsAre("log"));
+    EXPECT_GT(fs::file_size(path()), kMaximumSize);
+}
+
+TEST_F(CXMLLogTest, BeginsANewFileWhenItsFileWasMovedAway) {
+    logInfo("before");
+    fs::rename(path(), path() + ".moved");
+
+    logInfo("after");
+
+    EXPECT_THAT(contents(), ElementsAre("after"));
+    EXPECT_THAT(contentsOf(path() + ".moved"), ElementsAre("before"));
+}
+
+TEST_F(CXMLLogTest, GoesOnInTheFileThatTookItsPlace) {
+    logInfo("before");
+    fs::rename(path(), path() + ".moved");
+    writeFile(path(), "");
+
+    logInfo("after");
+
+    EXPECT_THAT(contents(), ElementsAre("after"));
+}
+
+TEST_F(CXMLLogTest, GoesOnInItsFileWhenThatWasEmptied) {
+    logInfo("before");
+    fs::resize_file(path(), 0);
+
+    logInfo("after");
+
+    EXPECT_THAT(contents(), ElementsAre("after"));
+}
+
+TEST_F(CXMLLogTest, FollowsALinkThatTheUserNamesAndDoesNotRotateIt) {
+    makeLog(m_folder.name("target"), kMaximumSize);
+    fs::create_symlink("target", path());
+
+    logInfo("text");
+
+    EXPECT_GT(fs::file_size(m_folder.name("target")), kMaximumSize);
+    EXPECT_THAT(entriesOf(m_folder.name()), ElementsAre("log", "target"));
+}
+
+// What goes to syslog is on the standard output of a child.
+std::string toSyslogOutput(int priority, std::string const& content) {
+    return "syslog " + std::to_string(priority) + ": <entry .*>" + content + "</entry>\n";
+}
+
+TEST_F(CXMLLogTest, GoesToSyslogWhereNoFileCanBeWritten) {
+    setenv("FDN_LOG_FILE", m_folder.name("missing/log").c_str(), 1);
+
+    Outcome const outcome = runInChild([] {
+        logInfo("100 %s");
+        logError("second");
+    });
+
+    EXPECT_THAT(outcome.output, MatchesRegex(toSyslogOutput(LOG_DAEMON | LOG_INFO, "100 %s") +
+                                             toSyslogOutput(LOG_DAEMON | LOG_ERR, "second")));
+    EXPECT_THAT(entriesOf(m_folder.name()), IsEmpty());
+}
+
+TEST_F(CXMLLogTest, GoesToItsFileAsSoonAsThatCanBeWritten) {
+    setenv("FDN_LOG_FILE", m_folder.name("missing/log").c_str(), 1);
+
+    Outcome const outcome = runInChild([&] {
+        logInfo("first");
+        fs::create_directory(m_folder.name("missing"));
+        logInfo("second");
+    });
+
+    EXPECT_THAT(outcome.output, MatchesRegex(toSyslogOutput(LOG_DAEMON | LOG_INFO, "first")));
+    EXPECT_THAT(contentsOf(m_folder.name("missing/log")), ElementsAre("second"));
+}
+
+TEST_F(CXMLLogTest, GoesToSyslogInsteadOfAPipeWithoutAReader) {
+    mkfifo(path().c_str(), 0600);
+
+    Outcome const outcome = runInChild([] { logInfo("text"); });
+
+    EXPECT_THAT(outcome.output, MatchesRegex(toSyslogOutput(LOG_DAEMON | LOG_INFO, "text")));
+}
+
+TEST_F(CXMLLogTest, SurvivesTheReaderOfAPipe) {
+    mkfifo(path().c_str(), 0600);
+    Descriptor reader(open(path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+
+    Outcome const outcome = runInChild([&] {
+        logInfo("first");
+        reader.reset();
+    });
+    char received[1000];
+    ssize_t const length = read(reader.get(), received, sizeof received);
+
+    ASSERT_GT(length, 0);
+    EXPECT_EQ(contentOf(std::string(received, static_cast<std::size_t>(length) - 1)), "first");
+    EXPECT_EQ(outcome.output, "");
+}
+
+TEST_F(CXMLLogTest, GoesToSyslogWhenThePipeHasLostItsReader) {
+    mkfifo(path().c_str(), 0600);
+
+    Outcome const outcome = runInChild([&] {
+        Descriptor reader(open(path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+        logInfo("first");
+        reader.reset();
+        logInfo("second");
+    });
+
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.output, MatchesRegex(toSyslogOutput(LOG_DAEMON | LOG_INFO, "second")));
+}
+
+TEST_F(CXMLLogTest, DoesNotWaitForASlowReader) {
+    mkfifo(path().c_str(), 0600);
+    Descriptor const reader(open(path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+
+    Outcome const outcome = runInChild([] {
+        for (int i = 0; i < 100; ++i)
+            logInfo(std::string(4000, 'x').c_str());
+    });
+
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.output, HasSubstr("xxx</entry>\n"));
+}
+
+TEST_F(CXMLLogTest, SurvivesTheLimitForTheSizeOfFiles) {
+    Outcome const outcome = runInChild([&] {
+        logInfo("first");
+        rlimit limit = {};
+        getrlimit(RLIMIT_FSIZE, &limit);
+        limit.rlim_cur = fs::file_size(path()) + 10;
+        setrlimit(RLIMIT_FSIZE, &limit);
+        logInfo("second");
+        logInfo("third");
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_FSIZE, &limit);
+        logInfo("fourth");
+    });
+
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.output, MatchesRegex(toSyslogOutput(LOG_DAEMON | LOG_INFO, "second") +
+                                             toSyslogOutput(LOG_DAEMON | LOG_INFO, "third")));
+    std::vector<std::string> const lines = splitIntoLines(readFile(path()));
+    ASSERT_THAT(lines, SizeIs(3));
+    EXPECT_EQ(contentOf(lines[0]), "first");
+    EXPECT_EQ(contentOf(lines[2]), "fourth");
+}
+
+TEST_F(CXMLLogTest, MayBeTheStandardErrorStream) {
+    Outcome const outcome = test::run({FDN_TESTS_LOGGER}, {{"FDN_LOG_FILE", "/dev/stderr"}});
+
+    EXPECT_EQ(contentOf(splitIntoLines(outcome.errors).at(0)), "one entry");
+    EXPECT_EQ(outcome.output, "");
+}
+
+TEST_F(CXMLLogTest, MayBeAPipeThatIsTheStandardErrorStream) {
+    Outcome const outcome =
+        test::run({"sh", "-c", FDN_TESTS_LOGGER " 2>&1 >/dev/null | cat"}, {{"FDN_LOG_FILE", "/dev/stderr"}});
+
+    EXPECT_EQ(contentOf(splitIntoLines(outcome.output).at(0)), "one entry");
+}
+
+TEST_F(CXMLLogTest, CanBeWrittenByDestructorsAtTheEndOfTheProcess) {
+    Outcome const outcome = test::run({FDN_TESTS_LOGGER, "late"});
+
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(contents(), ElementsAre("one entry", "late entry"));
+}
+
+std::string ownName() {
+    return fs::read_symlink("/proc/self/exe").filename();
+}
+
+// A private root in which the variables for the log's place are not set.
+class UsualLogPlaceTest : public test::AccountsTest {
+protected:
+    void SetUp() override {
+        AccountsTest::SetUp();
+        unsetenv("FDN_LOG_FILE");
+        unsetenv("XDG_STATE_HOME");
+        closeLog();
+        fs::remove_all(rootsFolder());
+        fs::remove_all("/var/log/logger");
+        m_previousMask = umask(0);
+        fs::permissions(m_folder.name(), fs::perms::all);
+    }
+
+    void TearDown() override {
+        umask(m_previousMask);
+        closeLog();
+    }
+
+    // Logs a text in a child that runs as dmnuser.
+    static Outcome logAsUser(char const* text) {
+        return runInChild([&] {
+            if (setgid(61001) != 0 || setuid(61001) != 0)
+                throw std::runtime_error("setuid");
+            logInfo(text);
+        });
+    }
+
+    std::string rootsFolder() const { return "/var/log/" + ownName(); }
+
+    std::string rootsLog() const { return rootsFolder() + "/" + ownName() + ".log"; }
+
+    test::TemporaryFolder m_folder;
+
+private:
+    mode_t m_previousMask = 0;
+};
+
+TEST_F(UsualLogPlaceTest, OfRootIsInVarLog) {
+    logInfo("text");
+
+    EXPECT_THAT(contentsOf(rootsLog()), ElementsAre("text"));
+    EXPECT_EQ(modeOf(rootsFolder()), 0750U);
+    EXPECT_EQ(modeOf(rootsLog()), 0640U);
+}
+
+TEST_F(UsualLogPlaceTest, OfAUserIsInTheStateFolder) {
+    setenv("XDG_STATE_HOME", m_folder.name("state").c_str(), 1);
+
+    EXPECT_EQ(logAsUser("text").output, "");
+
+    std::string const folder = m_folder.name("state") + "/" + ownName();
+    EXPECT_THAT(contentsOf(folder + "/" + ownName() + ".log"), ElementsAre("text"));
+    EXPECT_EQ(modeOf(m_folder.name("state")), 0700U);
+    EXPECT_EQ(modeOf(folder), 0700U);
+    EXPECT_EQ(modeOf(folder + "/" + ownName() + ".log"), 0600U);
+}
+
+TEST_F(UsualLogPlaceTest, OfAUserWithoutAStateFolderIsInTheHomeFolder) {
+    setenv("HOME", m_folder.name().c_str(), 1);
+    setenv("XDG_STATE_HOME", "relative", 1);
+
+    EXPECT_EQ(logAsUser("text").output, "");
+
+    EXPECT_THAT(contentsOf(m_folder.name(".local/state/") + ownName() + "/" + ownName() + ".log"),
+                ElementsAre("text"));
+}
+
+TEST_F(UsualLogPlaceTest, OfAUserWithoutAHomeFolderIsSyslog) {
+    unsetenv("HOME");
+
+    EXPECT_THAT(logAsUser("text").output, MatchesRegex(toSyslogOutput(LOG_DAEMON | LOG_INFO, "text")));
+}
+
+TEST_F(UsualLogPlaceTest, IsSyslogWhenAPipeIsInTheWay) {
+    fs::create_directory(rootsFolder());
+    mkfifo(rootsLog().c_str(), 0600);
+    Descriptor const reader(open(rootsLog().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+
+    Outcome const outcome = runInChild([] { logInfo("text"); });
+
+    EXPECT_THAT(outcome.output, MatchesRegex(toSyslogOutput(LOG_DAEMON | LOG_INFO, "text")));
+}
+
+TEST_F(UsualLogPlaceTest, IsSyslogWhenALinkIsInTheWay) {
+    fs::create_directory(rootsFolder());
+    writeFile(m_folder.name("target"), "");
+    fs::create_symlink(m_folder.name("target"), rootsLog());
+
+    Outcome const outcome = runInChild([] { logInfo("text"); });
+
+    EXPECT_THAT(outcome.output, MatchesRegex(toSyslogOutput(LOG_DAEMON | LOG_INFO, "text")));
+    EXPECT_EQ(readFile(m_folder.name("target")), "");
+}
+
+TEST_F(UsualLogPlaceTest, IsSyslogWhenTheDiskIsFull) {
+    fs::create_directory(rootsFolder());
+    test::FullFolder const full(rootsFolder());
+
+    Outcome const outcome = runInChild([] { logInfo("text"); });
+
+    EXPECT_THAT(outcome.output, MatchesRegex(toSyslogOutput(LOG_DAEMON | LOG_INFO, "text")));
+}
+
+TEST_F(UsualLogPlaceTest, StaysOpenForAProcessThatGivesUpRootsRights) {
+    EXPECT_EQ(runInChild([] {
+                  logInfo("first");
+                  if (setgid(61001) != 0 || setuid(61001) != 0)
+                      throw std::runtime_error("setuid");
+                  logInfo("second");
+              }).output,
+              "");
+
+    EXPECT_THAT(contentsOf(rootsLog()), ElementsAre("first", "second"));
+}
+
+TEST_F(UsualLogPlaceTest, OfASetUserIDProgramIsNotTheUsersChoice) {
+    std::string const program = m_folder.name("logger");
+    fs::copy(FDN_TESTS_LOGGER, program);
+    test::setMode(program, 04755);
+
+    Outcome const outcome =
+        test::run(test::asUser("dmnuser", {program}),
+                  {{"FDN_LOG_FILE", m_folder.name("log")}, {"XDG_STATE_HOME", m_folder.name("state")}});
+
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_THAT(contentsOf("/var/log/logger/logger.log"), ElementsAre("one entry"));
+    EXPECT_THAT(entriesOf(m_folder.name()), ElementsAre("logger"));
+}
+
+TEST_F(UsualLogPlaceTest, IsNamedAfterAProgramThatWasReplacedMeanwhile) {
+    std::string const program = m_folder.name("logger");
+    fs::copy(FDN_TESTS_LOGGER, program);
+
+    EXPECT_EQ(test::run({program, "deleted"}).status, 0);
+
+    EXPECT_THAT(contentsOf("/var/log/logger/logger.log"), ElementsAre("one entry"));
+}
+
+} // namespace

@@ -1,0 +1,88 @@
+// Ends in one of the ways that matter to the signal receiver, with the exit status 0 when all goes well. The
+// only argument says how:
+//
+//   signalled-at-exit   gets SIGTERM after the receiver is gone
+//   exit-in-handler     its handler calls exit()
+//   exit-in-fork        a forked process calls exit(), and this one still receives signals afterwards
+
+#include <fdn/CFdnInit.h>
+#include <fdn/CSystemSignalReceiver.h>
+#include <fdn/P.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <string>
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using fdn::CSystemSignalReceiver;
+using fdn::SysSignal;
+
+constexpr int kFailure = 1;
+constexpr int kUsage = 2;
+
+class CHandler : public fdn::CBase, public virtual fdn::ISystemSignalHandler {
+public:
+    explicit CHandler(std::function<void()> action) : m_action(std::move(action)) {}
+
+    void handleSystemSignal(SysSignal) override { m_action(); }
+
+private:
+    std::function<void()> m_action;
+};
+
+void handleTermination(std::function<void()> action) {
+    fdn::P<CHandler> const handler = fdn::newObj<CHandler>(std::move(action));
+    CSystemSignalReceiver::get().setHandler(SysSignal::Terminate, handler.get());
+}
+
+class SignalledInTheEnd {
+public:
+    ~SignalledInTheEnd() { kill(getpid(), SIGTERM); }
+};
+
+int beSignalledAtExit() {
+    // Made before the receiver, and so destroyed after it.
+    static SignalledInTheEnd const last;
+    handleTermination([] {});
+    return 0;
+}
+
+int exitInHandler() {
+    handleTermination([] { std::exit(0); });
+    kill(getpid(), SIGTERM);
+    while (true)
+        pause();
+}
+
+int exitInFork() {
+    static std::atomic<bool> isReceived{false};
+    handleTermination([] { isReceived = true; });
+    pid_t const child = fork();
+    if (child == 0)
+        std::exit(0);
+    int state = 0;
+    if (waitpid(child, &state, 0) != child || state != 0)
+        return kFailure;
+    kill(getpid(), SIGTERM);
+    while (!isReceived)
+        usleep(1000);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    std::map<std::string, int (*)()> const ways = {{"signalled-at-exit", &beSignalledAtExit},
+                                                   {"exit-in-handler", &exitInHandler},
+                                                   {"exit-in-fork", &exitInFork}};
+    fdn::CFdnInit const init(true);
+    auto const way = ways.find(argc == 2 ? argv[1] : "");
+    return way == ways.end() ? kUsage : way->second();
+}

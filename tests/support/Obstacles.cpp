@@ -1,0 +1,62 @@
+#include "support/Obstacles.h"
+
+#include "support/TemporaryFolder.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <system_error>
+
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+namespace test {
+
+namespace {
+
+void check(int result, std::string const& what) {
+    if (result != 0)
+        throw std::system_error(errno, std::generic_category(), what);
+}
+
+} // namespace
+
+// Of the mount alone, not of the file system: other mounts of it, which may be the machine's, stay as they
+// are.
+ReadOnlyFolder::ReadOnlyFolder(std::string const& folder) : m_folder(folder) {
+    check(mount(nullptr, folder.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr), folder);
+}
+
+ReadOnlyFolder::~ReadOnlyFolder() {
+    mount(nullptr, m_folder.c_str(), nullptr, MS_REMOUNT | MS_BIND, nullptr);
+}
+
+FullFolder::FullFolder(std::string const& folder) : m_folder(folder) {
+    check(mount("full", folder.c_str(), "tmpfs", 0, "nr_blocks=1"), folder);
+    writeFile(folder + "/full", "x");
+}
+
+FullFolder::~FullFolder() {
+    umount2(m_folder.c_str(), MNT_DETACH);
+}
+
+void refuseSystemCall(long number, int error) {
+    auto const refused = static_cast<unsigned>(number);
+    auto const answer = SECCOMP_RET_ERRNO | static_cast<unsigned>(error);
+    sock_filter filter[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, refused, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, answer),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    sock_fprog const program = {sizeof filter / sizeof filter[0], filter};
+    check(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), "prctl");
+    // For every thread: those that a sanitizer has started must not differ from this one.
+    check(
+        static_cast<int>(syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_TSYNC, &program)),
+        "seccomp");
+}
+
+} // namespace test

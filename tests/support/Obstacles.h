@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+
+#include <sys/syscall.h>
+
+namespace test {
+
+// Ways in which the system refuses what it is asked for. Those on folders work inside a private root only.
+
+/// A folder that is a mount point of the private root, such as /etc, read-only while the object lives.
+class ReadOnlyFolder {
+public:
+    explicit ReadOnlyFolder(std::string const& folder);
+    ReadOnlyFolder(ReadOnlyFolder const&) = delete;
+    ReadOnlyFolder& operator=(ReadOnlyFolder const&) = delete;
+    ~ReadOnlyFolder();
+
+private:
+    std::string m_folder;
+};
+
+/// A file system without room for another byte over the folder while the object lives; it holds the file
+/// "full". Names can still be made in it.
+class FullFolder {
+public:
+    explicit FullFolder(std::string const& folder);
+    FullFolder(FullFolder const&) = delete;
+    FullFolder& operator=(FullFolder const&) = delete;
+    ~FullFolder();
+
+private:
+    std::string m_folder;
+};
+
+/// The system call by which chmod() changes a file's mode.
+#ifdef SYS_chmod
+constexpr long kChmodCall = SYS_chmod;
+#else
+constexpr long kChmodCall = SYS_fchmodat;
+#endif
+
+/// From now on the kernel refuses this system call to the process with the error number. Never to be undone,
+/// so for children of a test only.
+void refuseSystemCall(long number, int error);
+
+} // namespace test

@@ -1,0 +1,50 @@
+#include "support/PrivateRoot.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+#include <system_error>
+
+#include <grp.h>
+#include <unistd.h>
+
+namespace test {
+
+namespace {
+
+std::string environment(char const* name) {
+    char const* const value = std::getenv(name);
+    return value == nullptr ? "" : value;
+}
+
+} // namespace
+
+bool everyTestIsRequired() {
+    return environment("DMN_TEST_REQUIRE_ALL") == "1";
+}
+
+bool isInPrivateRoot() {
+    return !environment("DMN_PRIVATE_ROOT").empty();
+}
+
+bool hasOtherAccounts() {
+    return environment("DMN_PRIVATE_ROOT") == "accounts";
+}
+
+void becomeUser() {
+    if (initgroups("dmnuser", kUser) != 0 || setresgid(kUser, kUser, kUser) != 0 ||
+        setresuid(kUser, kUser, kUser) != 0)
+        throw std::system_error(errno, std::generic_category(), "becomeUser");
+}
+
+void PrivateRootTest::SetUp() {
+    if (!isInPrivateRoot())
+        DMN_SKIP_TEST("needs a private root");
+}
+
+void AccountsTest::SetUp() {
+    if (!hasOtherAccounts())
+        DMN_SKIP_TEST("needs a private root that was made by root");
+}
+
+} // namespace test

@@ -1,0 +1,14 @@
+#pragma once
+
+namespace test {
+
+/// Whether the tests were built with ThreadSanitizer, which cannot do everything in a forked process.
+#if defined(__SANITIZE_THREAD__)
+constexpr bool kHasThreadSanitizer = true;
+#elif defined(__has_feature)
+constexpr bool kHasThreadSanitizer = __has_feature(thread_sanitizer);
+#else
+constexpr bool kHasThreadSanitizer = false;
+#endif
+
+} // namespace test

@@ -1,0 +1,174 @@
+#!/bin/bash
+# The boot sequence of sysvinit, with links honoured in their order.
+# Usage: boot.sh CHECK
+
+# shellcheck source=machine.sh
+. "${BASH_SOURCE[0]%/*}/machine.sh"
+
+make_machine_with_heartbeat() {
+    make_machine_in_link_order
+    install_heartbeat "$@"
+}
+
+# Nothing but the script is then left to end the daemon.
+take_sendsigs_away() {
+    rm "$root"/etc/rc[06].d/*sendsigs
+}
+
+# expect_order FIRST SECOND: the console shows the one before the other.
+expect_order() {
+    expect_line "$1" "$console"
+    expect_line "$2" <(sed "1,/$1/d" "$console")
+}
+
+check_S90LinkStartsTheDaemon() {
+    make_machine_with_heartbeat
+
+    boot
+
+    await_up
+    expect_line 'Starting Heartbeat' "$console"
+    expect_no_line 'level="error"' "$log"
+}
+
+check_NothingButTheS90LinkStartsTheDaemon() {
+    make_machine_with_heartbeat
+    rm "$root"/etc/rc2.d/S90heartbeat
+
+    boot
+
+    expect_not_running
+    expect_no_line Heartbeat "$console"
+}
+
+check_K10LinkStopsTheDaemonAtHalt() {
+    make_machine_with_heartbeat
+    take_sendsigs_away
+    boot
+    await_up
+
+    power_off
+
+    expect_line 'Stopping Heartbeat' "$console"
+    expect_orderly_end
+}
+
+check_K10LinkStopsTheDaemonAtRebootAndItComesBack() {
+    make_machine_with_heartbeat
+    take_sendsigs_away
+    boot
+    await_up
+
+    reboot
+
+    await_up
+    expect_line 'Stopping Heartbeat' "$console"
+    expect_equal 'started still stopped started still' "$(cut -d ' ' -f 3 "$beats" | xargs)"
+    expect_no_line 'level="error"' "$log"
+}
+
+check_ScriptStopsTheDaemonBeforeTheSystemSignalsAllProcesses() {
+    make_machine_with_heartbeat
+    boot
+    await_up
+
+    power_off
+
+    expect_order 'Stopping Heartbeat' 'Asking all remaining processes to terminate'
+    expect_orderly_end
+}
+
+check_SystemsSIGTERMBeforeTheScriptsStopEndsTheDaemonCleanly() {
+    make_machine_with_heartbeat
+    rename_link 0 S20sendsigs K05sendsigs
+    boot
+    await_up
+
+    power_off
+
+    expect_order 'Asking all remaining processes to terminate' 'Stopping Heartbeat'
+    expect_orderly_end
+}
+
+check_SystemsSIGTERMAloneEndsTheDaemonCleanlyWithTodaysNumbersOfHaltLinks() {
+    make_machine
+    order_by_links
+    install_heartbeat
+    boot
+    await_up
+
+    power_off
+
+    expect_no_line 'Stopping Heartbeat' "$console"
+    expect_orderly_end
+}
+
+check_ChangeToAnotherMultiUserLevelLeavesTheDaemonRunning() {
+    make_machine_with_heartbeat
+    boot
+    await_up
+    local pid
+    pid=$(daemon_pid)
+
+    change_level 3
+
+    await "the second start has been refused" grep -q 'level="error"' "$log"
+    expect_line "exception in entry function.*$folder/heartbeat.pid.* $pid" "$log"
+    expect_equal "$pid" "$(daemon_pid)"
+    expect_running
+}
+
+check_SingleUserLevelEndsTheDaemonCleanlyAndMultiUserLevelStartsItAgain() {
+    make_machine_with_heartbeat
+    boot
+    await_up
+    inside telinit 1
+    await "the daemon has ended" test ! -e "$pid_file"
+    expect_orderly_end
+
+    change_level 2
+
+    await_up
+}
+
+check_DaemonThatIsNotForBootIsStartedByHandAndStoppedAtHalt() {
+    make_machine_in_link_order
+    take_sendsigs_away
+    in_root heartbeat-by-hand --controlFolder=$folder install
+    expect_links 0/K10heartbeat 6/K10heartbeat
+    boot
+    expect_not_running
+    expect_success inside $script start
+    await_up
+
+    power_off
+
+    expect_orderly_end
+}
+
+# statuses_of PROCESS: its users, groups and further groups.
+statuses_of() {
+    inside sed -n 's/^\(Uid\|Gid\|Groups\):[[:space:]]*//p' "/proc/$1/status" | tr '\t' ' ' | sed 's/ *$//'
+}
+
+check_DaemonRunsUnderExactlyItsAccountAndFindsItsTransientFolder() {
+    make_machine_with_heartbeat --runas=beats --transientFolderAppID=drumkit --transientFolderGroup=drums
+    in_root chown beats:beats $folder
+
+    boot
+
+    await_up
+    local pid environment
+    pid=$(daemon_pid)
+    expect_equal '61001 61001 61001 61001/61001 61001 61001 61001/61001 61003/' "$(statuses_of "$pid" | tr '\n' /)"
+    expect_equal '61001:61002 750' "$(inside stat -c '%u:%g %a' /run/drumkit)"
+    environment=$(inside cat "/proc/$pid/environ" | tr '\0' '\n')
+    expect_equal "HOME=/home/beats LOGNAME=beats SHELL=/bin/sh USER=beats" \
+        "$(grep -E '^(HOME|LOGNAME|SHELL|USER)=' <<<"$environment" | sort | xargs)"
+    expect_no_line root <(echo "$environment")
+    power_off
+    expect_orderly_end
+    expect_no_line 'level="error"' "$root/home/beats/.local/state/heartbeat/heartbeat.log"
+}
+
+run_check "$@"

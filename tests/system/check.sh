@@ -1,0 +1,55 @@
+# shellcheck shell=bash
+# What the checks assert with. The first expectation that is not met ends the check.
+
+patience=10
+
+fail() {
+    printf 'FAILED: %s\n' "$1" >&2
+    exit 1
+}
+
+# await WHAT CONDITION...: the condition must come to hold.
+await() {
+    local what=$1 deadline=$((SECONDS + patience))
+    shift
+    until "$@" >/dev/null 2>&1; do
+        [ $SECONDS -lt $deadline ] || fail "waited in vain for this: $what"
+        sleep 0.02
+    done
+}
+
+expect_equal() {
+    [ "$1" = "$2" ] || fail "expected '$1', got '$2'"
+}
+
+# expect_status STATUS COMMAND...: its output is in $output.
+expect_status() {
+    local expected=$1 status=0
+    shift
+    output=$("$@" 2>&1) || status=$?
+    [ "$status" -eq "$expected" ] || fail "expected status $expected, got $status from: $* $output"
+}
+
+expect_success() {
+    expect_status 0 "$@"
+}
+
+# expect_line PATTERN FILE
+expect_line() {
+    grep -Eq -- "$1" "$2" || fail "no line of $2 matches '$1'; they are: $(cat "$2")"
+}
+
+expect_no_line() {
+    ! grep -E -- "$1" "$2" || fail "lines of $2 match '$1'"
+}
+
+# expect_in_output PATTERN: of the last expect_status.
+expect_in_output() {
+    grep -Eq -- "$1" <<<"$output" || fail "expected '$1' in the output: $output"
+}
+
+expect_absent() {
+    if [ -e "$1" ] || [ -L "$1" ]; then
+        fail "there is $1"
+    fi
+}

@@ -1,0 +1,87 @@
+#!/bin/bash
+# A machine that loses its power and boots again: the PID file of the earlier boot is stale, and its number belongs to
+# another process by then.
+# Usage: crash.sh CHECK
+
+# shellcheck source=machine.sh
+. "${BASH_SOURCE[0]%/*}/machine.sh"
+
+# The machine has crashed while the daemon ran; when it boots again, a process that would die of a signal gets the
+# daemon's old number, before S90heartbeat is called.
+make_crashed_machine() {
+    make_machine_in_link_order
+    install_heartbeat
+    boot
+    await_up
+    # So that the daemon's number is higher than any that the next boot has used by then.
+    stale=$(daemon_pid)
+    expect_success inside $script restart
+    await_successor "$stale"
+    stale=$(daemon_pid)
+    crash
+    expect_equal "$stale" "$(daemon_pid)"
+    add_neighbour "$stale"
+}
+
+# add_neighbour PID: until a process gets this number, processes are started.
+add_neighbour() {
+    cat >"$root/etc/rc2.d/S89neighbour" <<END
+#!/bin/sh
+while :; do
+    sleep 3600 &
+    [ \$! -lt $1 ] || break
+    kill \$!
+done
+echo \$! >/run/neighbour
+END
+    chmod 755 "$root/etc/rc2.d/S89neighbour"
+}
+
+expect_neighbour_untouched() {
+    expect_equal "$stale" "$(inside cat /run/neighbour)"
+    expect_equal sleep "$(inside cat "/proc/$stale/comm")"
+}
+
+check_StalePIDFileDoesNotBlockTheStartAndItsNumberIsNotSignalled() {
+    make_crashed_machine
+
+    boot
+
+    await_up
+    [ "$(daemon_pid)" != "$stale" ] || fail "the daemon has got its old number"
+    expect_neighbour_untouched
+    expect_no_line 'level="error"' "$log"
+}
+
+check_StopAfterACrashSignalsNobody() {
+    make_crashed_machine
+    rm "$root"/etc/rc2.d/S90heartbeat
+    boot
+
+    expect_success inside $script stop
+
+    expect_neighbour_untouched
+    expect_status 1 inside heartbeat status
+}
+
+check_UninstallAfterACrashSignalsNobody() {
+    make_crashed_machine
+    rm "$root"/etc/rc2.d/S90heartbeat
+    boot
+
+    expect_success inside heartbeat uninstall
+
+    expect_neighbour_untouched
+}
+
+check_HaltAfterACrashedBootIsAsCleanAsAnyOther() {
+    make_crashed_machine
+    boot
+    await_up
+
+    power_off
+
+    expect_orderly_end
+}
+
+run_check "$@"

@@ -1,0 +1,132 @@
+#!/bin/bash
+# The boot sequence of sysvinit in dependency order, as Debian ships it: init reads the files .depend.* of insserv, and
+# what is not in them is not run.
+# Usage: dependency.sh CHECK
+
+# shellcheck source=machine.sh
+. "${BASH_SOURCE[0]%/*}/machine.sh"
+
+dependencies() {
+    cat "$root"/etc/init.d/.depend.*
+}
+
+# With its warnings, which another check looks at.
+put_in_order() {
+    expect_success in_root update-rc.d heartbeat defaults
+}
+
+expect_no_trouble_at_boot() {
+    expect_no_line 'failed|skipped|not found|No such file' "$console"
+}
+
+check_InstallAloneDoesNotStartTheDaemonAtBoot() {
+    make_machine
+    install_heartbeat
+
+    boot
+
+    expect_not_running
+}
+
+# expect_started_and_stopped: at boot and at halt. There, the script and the system's own SIGTERM come at the same time.
+expect_started_and_stopped() {
+    boot
+    await_up
+    power_off
+    expect_line 'Starting Heartbeat' "$console"
+    expect_line 'Stopping Heartbeat' "$console"
+    expect_orderly_end
+}
+
+check_UpdateRcDAfterInstallStartsAndStopsTheDaemon() {
+    make_machine
+    install_heartbeat
+
+    expect_success in_root update-rc.d heartbeat defaults
+
+    expect_in_output "script 'heartbeat' missing LSB tags"
+    expect_links 0/K01heartbeat 2/S01heartbeat 3/S01heartbeat 4/S01heartbeat 5/S01heartbeat 6/K01heartbeat
+    expect_started_and_stopped
+}
+
+check_InsservAfterInstallStartsAndStopsTheDaemon() {
+    make_machine
+    install_heartbeat
+
+    expect_success in_root insserv
+
+    expect_started_and_stopped
+}
+
+check_EveryRebootStopsTheDaemonCleanlyAndStartsItAgain() {
+    make_machine
+    install_heartbeat
+    put_in_order
+    boot
+    await_up
+
+    local round
+    for round in 1 2 3 4 5; do
+        reboot
+        await_up
+        expect_equal "$round" "$(grep -c stopped "$beats")"
+    done
+    expect_no_line 'level="error"' "$log"
+}
+
+check_UninstallAndThenUpdateRcDLeaveNothing() {
+    make_machine
+    install_heartbeat
+    put_in_order
+    in_root heartbeat uninstall
+
+    expect_success in_root update-rc.d heartbeat remove
+
+    expect_links
+    expect_no_line heartbeat <(dependencies)
+    boot
+    expect_no_trouble_at_boot
+}
+
+check_UpdateRcDAndThenUninstallLeaveNothing() {
+    make_machine
+    install_heartbeat
+    put_in_order
+    expect_success in_root update-rc.d heartbeat remove
+    expect_links
+
+    expect_success in_root heartbeat uninstall
+
+    expect_absent "$root$script"
+    expect_no_line heartbeat <(dependencies)
+    boot
+    expect_no_trouble_at_boot
+}
+
+check_UninstallAloneLeavesAMachineThatBoots() {
+    make_machine
+    install_heartbeat
+    put_in_order
+
+    expect_success in_root heartbeat uninstall
+
+    expect_links
+    expect_line heartbeat <(dependencies)
+    boot
+    expect_no_trouble_at_boot
+}
+
+check_InstallAgainAndUpdateRcDLeaveOneLinkInEachLevel() {
+    make_machine
+    install_heartbeat
+    put_in_order
+    install_heartbeat --message=again
+
+    expect_success in_root update-rc.d heartbeat defaults
+
+    expect_links 0/K01heartbeat 2/S01heartbeat 3/S01heartbeat 4/S01heartbeat 5/S01heartbeat 6/K01heartbeat
+    expect_started_and_stopped
+    expect_line again "$beats"
+}
+
+run_check "$@"

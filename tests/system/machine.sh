@@ -1,0 +1,193 @@
+#!/bin/bash
+# A machine: a Debian root with sysvinit as its init and heartbeat copied into it, which boots as the first process of
+# namespaces of its own. What is on its disk lasts from boot to boot, for as long as the check runs. The checks run in a
+# private root, which ends the machine and everything else of them with itself.
+
+# shellcheck disable=SC2034 # The checks use what is not used here.
+
+here=${BASH_SOURCE[0]%/*}
+# shellcheck source=check.sh
+. "$here/check.sh"
+
+machine=$TMPDIR/machine
+root=$machine/root
+console=$machine/console.txt
+roots_environment=(HOME=/root PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin)
+
+# In the machine:
+script=/etc/init.d/heartbeat
+folder=/var/lib/heartbeat
+
+# From outside:
+pid_file=$root$folder/heartbeat.pid
+beats=$root$folder/heartbeat.txt
+log=$root/var/log/heartbeat/heartbeat.log
+
+# --- The machine, off
+
+# make_machine [LAYER...]: in dependency order, as Debian ships it.
+make_machine() {
+    local layer lower=$DMN_SYSTEM_LAYERS/product
+    for layer in "$@" init; do
+        lower+=:$DMN_SYSTEM_LAYERS/debian/$layer
+    done
+    mkdir -p "$machine"/{upper,work,root}
+    mount -n -t overlay -o "lowerdir=$lower,upperdir=$machine/upper,workdir=$machine/work" machine "$root"
+    furnish_root
+    plug_console_in
+}
+
+# What programs need that run while the machine is off.
+furnish_root() {
+    mount -n -t proc -o ro proc "$root/proc"
+    : >"$root/dev/null"
+    mount -n --bind /dev/null "$root/dev/null"
+    in_root ldconfig
+}
+
+plug_console_in() {
+    mkfifo "$machine/console"
+    # Open for writing too: it has no end while the machine is off.
+    cat <>"$machine/console" >"$console" &
+}
+
+# in_root COMMAND...: runs a program of the machine that is off.
+in_root() {
+    env -i "${roots_environment[@]}" chroot "$root" "$@"
+}
+
+# From now on, links are honoured in their order.
+order_by_links() {
+    rm "$root"/etc/init.d/.depend.*
+}
+
+# As Debian numbered them when it still honoured the order of links: what sends signals and what halts comes last.
+number_halt_links_historically() {
+    rename_link 0 K01sendsigs S20sendsigs
+    rename_link 0 K05halt S90halt
+    rename_link 6 K01sendsigs S20sendsigs
+    rename_link 6 K05reboot S90reboot
+}
+
+# rename_link LEVEL OLD NEW
+rename_link() {
+    mv "$root/etc/rc$1.d/$2" "$root/etc/rc$1.d/$3"
+}
+
+make_machine_in_link_order() {
+    make_machine "$@"
+    order_by_links
+    number_halt_links_historically
+}
+
+install_heartbeat() {
+    in_root heartbeat --controlFolder=$folder --interval=3600 "$@" install
+}
+
+# --- On and off
+
+boot() {
+    unshare --pid --fork --kill-child=KILL --mount --uts --ipc --net "$here/boot-machine" "$root" "$machine/console" &
+    unshare=$!
+    await "the machine has a first process" find_init
+    await_level 2
+}
+
+find_init() {
+    # Its line has no end, which read reports as a failure.
+    read -r init <"/proc/$unshare/task/$unshare/children" || [ -n "$init" ]
+}
+
+# await_level LEVEL: until all scripts of this run level have run.
+await_level() {
+    await "the machine has reached run level $1" test -e "$(level_mark "$1")"
+}
+
+level_mark() {
+    echo "/proc/$init/root/run/level$1-reached"
+}
+
+# change_level LEVEL
+change_level() {
+    rm -f "$(level_mark "$1")"
+    inside telinit "$1"
+    await_level "$1"
+}
+
+# Namespaces end as if by these signals when the processes in them power off and reboot.
+power_off() {
+    go_down 0 INT
+}
+
+reboot() {
+    go_down 6 HUP
+    boot
+}
+
+# go_down LEVEL SIGNAL
+go_down() {
+    local status=0
+    inside telinit "$1"
+    await "the machine has gone down" test ! -e "/proc/$unshare"
+    wait "$unshare" || status=$?
+    expect_equal "SIG$2" "SIG$(kill -l "$status")"
+}
+
+# All processes end at once, as by a loss of power.
+crash() {
+    kill -KILL "$unshare"
+    wait "$unshare" || true
+}
+
+# inside COMMAND...: runs a program in the machine that is on.
+inside() {
+    nsenter --target "$init" --mount --uts --ipc --net --pid --root --wdns=/ env -i "${roots_environment[@]}" "$@"
+}
+
+# --- The daemon
+
+# daemon_pid: the daemon's number in the machine, as its PID file has it.
+daemon_pid() {
+    head -n 1 "$pid_file"
+}
+
+await_up() {
+    await "the daemon is up" is_up
+}
+
+is_up() {
+    inside heartbeat status >/dev/null
+}
+
+# await_successor PID: until another process than this is the daemon.
+await_successor() {
+    await "the daemon runs as another process than $1" is_up_but_not_as "$1"
+}
+
+is_up_but_not_as() {
+    is_up && [ "$(daemon_pid)" != "$1" ]
+}
+
+kill_daemon() {
+    inside sh -c "kill -KILL $(daemon_pid)"
+}
+
+expect_running() {
+    expect_status 0 inside heartbeat status
+}
+
+expect_not_running() {
+    expect_status 3 inside heartbeat status
+}
+
+# The daemon wrote its last line and gave its PID file up, and neither it nor a command met an error.
+expect_orderly_end() {
+    expect_equal stopped "$(tail -n 1 "$beats" | cut -d ' ' -f 3)"
+    expect_absent "$pid_file"
+    expect_no_line 'level="error"' "$log"
+}
+
+# expect_links NAME...: these are all links of heartbeat, as LEVEL/NAME.
+expect_links() {
+    expect_equal "$*" "$(cd "$root/etc" && find . -path './rc?.d/*heartbeat' | sed 's,^./rc\(.\).d,\1,' | sort | xargs)"
+}

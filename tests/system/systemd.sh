@@ -1,0 +1,85 @@
+#!/bin/bash
+# What systemd, up to its release 259, makes of the script: its generator writes a unit for each script in /etc/init.d.
+# Usage: systemd.sh CHECK
+
+# shellcheck source=machine.sh
+. "${BASH_SOURCE[0]%/*}/machine.sh"
+
+units=$root/run/units
+
+make_units() {
+    mkdir -p "$units"/{normal,early,late}
+    expect_success in_root /lib/systemd/system-generators/systemd-sysv-generator /run/units/{normal,early,late}
+}
+
+# expect_settings SECTION LINE...: the unit has these settings in the section, in whatever order.
+expect_settings() {
+    local section=$1
+    shift
+    expect_equal "$(printf '%s\n' "$@" | sort)" \
+        "$(sed -n "/^\[$section]/,/^\[/{/^[A-Z]/p}" "$units/late/heartbeat.service" | sort)"
+}
+
+check_UnitStartsAndStopsTheDaemonThroughTheScript() {
+    make_machine systemd
+    install_heartbeat
+
+    make_units
+
+    expect_settings Service Type=forking RemainAfterExit=yes GuessMainPID=no KillMode=process Restart=no \
+        IgnoreSIGPIPE=no TimeoutSec=5min "ExecStart=$script start" "ExecStop=$script stop"
+    expect_line "^SourcePath=$script$" "$units/late/heartbeat.service"
+}
+
+check_UnitPassesSystemdsOwnVerification() {
+    make_machine systemd
+    install_heartbeat
+    make_units
+
+    expect_success in_root env SYSTEMD_UNIT_PATH=/run/units/late: \
+        systemd-analyze --man=no verify /run/units/late/heartbeat.service
+
+    expect_in_output '^$'
+}
+
+check_S90LinksMakeMultiUserTargetWantTheUnit() {
+    make_machine systemd
+    install_heartbeat
+
+    make_units
+
+    for target in multi-user graphical; do
+        expect_equal ../heartbeat.service "$(readlink "$units/late/$target.target.wants/heartbeat.service")"
+    done
+}
+
+check_UnitOfADaemonThatIsNotForBootIsWantedByNothing() {
+    make_machine systemd
+    in_root heartbeat-by-hand --controlFolder=$folder install
+
+    make_units
+
+    expect_equal ./late/heartbeat.service "$(cd "$units" && find . -name '*heartbeat*')"
+}
+
+check_LinksThatInsservRenumberedAreWantedAllTheSame() {
+    make_machine systemd
+    install_heartbeat
+    expect_success in_root insserv
+
+    make_units
+
+    expect_equal ../heartbeat.service "$(readlink "$units/late/multi-user.target.wants/heartbeat.service")"
+}
+
+check_SystemctlCannotEnableOrDisableForLackOfAHeader() {
+    make_machine systemd
+    install_heartbeat
+
+    for verb in enable disable; do
+        expect_status 1 in_root systemctl $verb heartbeat
+        expect_in_output 'heartbeat Default-Start contains no runlevels, aborting'
+    done
+}
+
+run_check "$@"
