@@ -53,8 +53,7 @@ bool isLinkNameOf(fdn::String const& id, fdn::String const& name) {
            name.length() == id.length() + 3;
 }
 
-// Every operation finds the daemon's script here first. An ID that leads out of the init directory would have
-// other files overwritten, deleted and run as root.
+// An ID that leads out of the init directory would have other files overwritten, deleted and run as root.
 void requireFileName(fdn::String const& id) {
     if (id.empty() || id == "." || id == ".." || id.find('/') != fdn::String::npos)
         throw fdn::CError("Invalid daemon id: '" + id + "'.");
@@ -218,6 +217,7 @@ void CDaemonController::createRunLevelLinks(fdn::Path const& script, fdn::String
 }
 
 void CDaemonController::uninstall(fdn::String const& id, fdn::Path const& controlFolder) {
+    requireFileName(id);
     CMakeRoot const root;
     if (controlFolder.getText().empty())
         stop(id);

@@ -132,7 +132,8 @@ public:
     virtual void doDaemon();
 
     /// Makes a manager and attaches it to this object and to the signal handler: from here on signalStop()
-    /// and the termination signal reach it. A signal that came before stops it at once.
+    /// and the termination signal reach it. A signal that came before stops it at once. For use within
+    /// entry(), which makes the signal handler; so is destroyDaemonManager().
     void createDaemonManager();
 
     /// Detaches the manager again.

@@ -56,9 +56,10 @@ exit 0
 )";
 
 // Whether the shell takes the text, on the right of an unquoted assignment, as one word that means itself
-// (POSIX.1-2017, Shell Command Language, 2.2 Quoting and 2.6.1 Tilde Expansion).
+// (POSIX.1-2017, Shell Command Language, 2.2 Quoting and 2.6.1 Tilde Expansion). None begins with "~": paths
+// are absolute, parameters escaped.
 bool isPlainWord(fdn::String const& text) {
-    return text.find_first_of(" \t\n\"'\\$`;&|<>()") == fdn::String::npos && !text.StartsWith("~") &&
+    return text.find_first_of(" \t\n\"'\\$`;&|<>()") == fdn::String::npos &&
            text.find(":~") == fdn::String::npos;
 }
 

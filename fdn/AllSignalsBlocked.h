@@ -4,8 +4,8 @@
 
 namespace fdn {
 
-/// Blocks every signal in the calling thread for as long as the object lives, and restores the thread's mask
-/// then. What is started meanwhile, threads and processes, begins with every signal blocked.
+/// Blocks every signal in the calling thread for as long as the object lives, and restores the thread's
+/// mask then. What is started meanwhile, threads and processes, begins with every signal blocked.
 class AllSignalsBlocked {
 public:
     AllSignalsBlocked() {

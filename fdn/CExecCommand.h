@@ -9,8 +9,9 @@ namespace fdn {
 /// A program and the arguments to run it with. A plain value; nothing is looked up before the command runs.
 ///
 /// The program is the path of an executable file or of a script that begins with "#!". It is never searched
-/// for in PATH; a relative path counts from the current folder of the process that starts it, whatever folder
-/// the program itself is given. The arguments are those after the program's own name, which is its path.
+/// for in PATH; a relative path counts from the current folder of the process that starts it, whatever
+/// folder the program itself is given. The arguments are those after the program's own name, which is its
+/// path.
 class FDN_EXPORT CExecCommand {
 public:
     /// The arguments are those after the program's own name.

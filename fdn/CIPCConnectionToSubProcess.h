@@ -6,16 +6,16 @@
 
 namespace fdn {
 
-/// The caller's end of a pipe to the standard input, or from the standard output or error, of a program that
-/// forkAndExec() has started:
+/// The caller's end of a pipe to the standard input, or from the standard output or error, of a program
+/// that forkAndExec() has started:
 ///
 ///     CIPCConnectionToSubProcess output;
 ///     forkAndExec(command, nullptr, ForkExecLevel::Child, Path(), nullptr, &output, nullptr, nullptr);
 ///     std::size_t const count = output.read(buffer, sizeof(buffer));
 ///
 /// It is unconnected until the program has been started. It owns its end, which the programs that this
-/// process starts do not inherit. One thread at a time may use it, and only for the direction that the stream
-/// has: read() from an output or error, write() to an input.
+/// process starts do not inherit. One thread at a time may use it, and only for the direction that the
+/// stream has: read() from an output or error, write() to an input.
 class FDN_EXPORT CIPCConnectionToSubProcess : public CBase {
 public:
     CIPCConnectionToSubProcess() = default;
@@ -36,13 +36,13 @@ public:
     /// has closed it or ended. Throws CError on failure, and when unconnected.
     std::size_t read(void* buffer, std::size_t size);
 
-    /// Writes all the bytes; waits while the pipe is full. Throws CError with the code EPIPE when the program
-    /// reads no more (SIGPIPE is not raised), on other failures, and when unconnected; some of the bytes may
-    /// be written then.
+    /// Writes all the bytes; waits while the pipe is full. Throws CError with the code EPIPE when the
+    /// program reads no more (SIGPIPE is not raised), on other failures, and when unconnected; some of the
+    /// bytes may be written then.
     void write(void const* data, std::size_t size);
 
-    /// Ends the connection: the program reads the end of the file, or can write no more (POSIX pipe). Nothing
-    /// when unconnected.
+    /// Ends the connection: the program reads the end of the file, or can write no more (POSIX pipe).
+    /// Nothing when unconnected.
     void close() noexcept;
 
 private:

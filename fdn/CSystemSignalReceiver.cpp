@@ -207,8 +207,8 @@ bool CSystemSignalReceiver::CDelivery::unblockHandledSignals() {
     return !m_stopping;
 }
 
-// What is due for a pending signal; without one, the signal 0. Begins after the last one, so that a flood of
-// one signal does not keep the others waiting.
+// What is due for a pending signal; without one, the signal 0. Begins after the last one, so that a flood
+// of one signal does not keep the others waiting.
 CSystemSignalReceiver::CDelivery::Call CSystemSignalReceiver::CDelivery::takeCall() {
     std::lock_guard<std::mutex> const lock(m_mutex);
     for (std::size_t i = 0; i < pendingSignals.size(); ++i) {

@@ -23,19 +23,20 @@ static_assert(static_cast<int>(SysSignal::Terminate) == 15, "the usual request t
 class FDN_EXPORT ISystemSignalHandler : public virtual IBase {
 public:
     /// Called on the receiver's own thread, outside the signal's context: it may take locks, allocate, log
-    /// and call anything in the program. The receiver holds a reference to the object and no lock meanwhile.
-    /// What it throws is logged and goes no further.
+    /// and call anything in the program. The receiver holds a reference to the object and no lock
+    /// meanwhile. A std::exception that it throws is logged and goes no further.
     virtual void handleSystemSignal(SysSignal signal) = 0;
 };
 
-/// Receives the signals of the process and hands them to handler objects, one after the other, on a thread of
-/// its own. There is one per process, reached through get():
+/// Receives the signals of the process and hands them to handler objects, one after the other, on a thread
+/// of its own. There is one per process, reached through get():
 ///
 ///     CSystemSignalReceiver::get().setHandler(SysSignal::Terminate, handler.get());
 ///
 /// It works whatever signals the program's threads block, and also where the process was started with the
 /// signal blocked or ignored. The thread sleeps until a signal comes. Like all pending signals, several of
-/// the same kind that come before the thread gets to run may count as one (POSIX 2.4.1).
+/// the same kind that come before the thread gets to run may count as one (POSIX 2.4.1), and different ones
+/// may be handled in another order than they came.
 ///
 /// A process that is forked off without running a program of its own has no receiver: the signals that are
 /// handled here end it, as they end any program that does not handle them. At process exit the signals that
@@ -43,8 +44,8 @@ public:
 /// handler that is running is waited for.
 class FDN_EXPORT CSystemSignalReceiver : public CBase {
 public:
-    /// Starts the thread. Throws CError when that fails, and when the process has or had a receiver already:
-    /// use get().
+    /// Starts the thread. Throws CError when that fails, and when the process has or had a receiver
+    /// already: use get().
     CSystemSignalReceiver();
 
     CSystemSignalReceiver(CSystemSignalReceiver const&) = delete;
@@ -56,8 +57,9 @@ public:
     /// The process's one receiver.
     static CSystemSignalReceiver& get();
 
-    /// Makes the object handle the signal from now on, instead of the one that did before; the receiver holds
-    /// a reference to it. Null gives the signal back the treatment that it had before it was handled here.
+    /// Makes the object handle the signal from now on, instead of the one that did before; the receiver
+    /// holds a reference to it. Null gives the signal back the treatment that it had before it was handled
+    /// here.
     ///
     /// Any thread may call it, a handler too. It does not wait for a handler that is running. Throws CError
     /// for signals that cannot be handled, and in a process that was forked off.

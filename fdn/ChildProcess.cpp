@@ -7,7 +7,6 @@
 
 #include <fcntl.h>
 #include <grp.h>
-#include <linux/close_range.h>
 #include <unistd.h>
 
 namespace fdn {

@@ -103,8 +103,8 @@ bool changesAccount(LaunchStep step) {
 void reapEnding(pid_t child, LaunchOutcome const& outcome) {
     if (outcome.hasFailed() || child != outcome.process)
         reap(child);
-    // Where this process inherits orphans, as the first one of a container does, the failed one is its child
-    // now.
+    // Where this process inherits orphans, as the first one of a container does, the failed one is its
+    // child now.
     if (outcome.hasFailed() && outcome.process > 0 && child != outcome.process)
         reap(outcome.process);
 }

@@ -43,8 +43,8 @@ struct LaunchPlan {
 static_assert(std::is_trivially_copyable_v<LaunchPlan> && std::is_trivially_destructible_v<LaunchPlan>,
               "nothing runs at its end");
 
-/// What a new process reports before it becomes the program: that it exists, and the step that failed, if one
-/// did.
+/// What a new process reports before it becomes the program: that it exists, and the step that failed, if
+/// one did.
 enum class LaunchStep : int {
     Exist,
     Session,

@@ -11,8 +11,8 @@ namespace fdn {
 /// that may not be signalled as alive. The number of a thread other than a process's first is none.
 bool isProcessAlive(pid_t process);
 
-/// A line that tells the process from all others that have had its number: when it was started, and at which
-/// boot of the machine. Empty where /proc does not say.
+/// A line that tells the process from all others that have had its number: when it was started, and at
+/// which boot of the machine. Empty where /proc does not say.
 std::string getProcessIdentity(pid_t process);
 
 /// The user whose rights the process has. Nothing where /proc does not say.

@@ -9,8 +9,8 @@
 
 namespace fdn {
 
-/// What the user database says about an account besides its number (POSIX passwd): with what groups and what
-/// surroundings its programs run.
+/// What the user database says about an account besides its number (POSIX passwd): with what groups and
+/// what surroundings its programs run.
 struct UserRecord {
     gid_t group;
     std::vector<gid_t> groups; // every group of the account, its own among them

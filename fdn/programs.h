@@ -10,17 +10,17 @@
 namespace fdn {
 
 // Every program that is started here begins with the default treatment of every signal, with no signal
-// blocked, with the umask and limits of its starter, and with no descriptor but 0, 1 and 2 (before
-// Linux 5.11: with none from 3 to 65535). Any thread may start programs.
+// blocked, with the umask and limits of its starter, and with no descriptor but 0, 1 and 2 (before Linux
+// 5.11: with none from 3 to 65535). Any thread may start programs.
 //
-// Program, arguments and environment variables are handed over in the encoding of file names; a text that it
-// cannot represent, or that holds the character NUL, is refused with CUnencodableStringError. An environment
-// is exactly the variables given, or the caller's own when it is null. A folder becomes the program's current
-// folder; an empty one keeps the caller's.
+// Program, arguments and environment variables are handed over in the encoding of file names; a text that
+// it cannot represent, or that holds the character NUL, is refused with CUnencodableStringError. An
+// environment is exactly the variables given, or the caller's own when it is null. A folder becomes the
+// program's current folder; an empty one keeps the caller's.
 //
-// That a program cannot be started is an error here, a CError with the system's error number as its code and
-// the property "func" for the step that failed: "execve" with the program's path as "program" (also for a
-// file that is neither an executable nor begins with "#!", ENOEXEC), "chdir" with the folder as "path",
+// That a program cannot be started is an error here, a CError with the system's error number as its code
+// and the property "func" for the step that failed: "execve" with the program's path as "program" (also for
+// a file that is neither an executable nor begins with "#!", ENOEXEC), "chdir" with the folder as "path",
 // "setresgid", "setgroups" and "setresuid" with the "account". Nothing is left of such an attempt.
 
 /// How a started program stands to the process that starts it.
@@ -28,28 +28,27 @@ enum class ForkExecLevel : int {
     /// A child in the caller's session and process group. The caller must wait for it (POSIX waitpid).
     Child = 0,
 
-    /// A child in a session and process group of its own, without a controlling terminal (POSIX setsid). The
-    /// caller must wait for it.
+    /// A child in a session and process group of its own, without a controlling terminal (POSIX setsid).
+    /// The caller must wait for it.
     Session = 1,
 
     /// No child of the caller: a process in a session of its own that it does not lead, so that it cannot
-    /// come
-    /// by a controlling terminal either. It has the system's first process for its parent, which waits for
-    /// it,
-    /// and the caller may end at once. Its standard streams are /dev/null where no connection is given.
+    /// come by a controlling terminal either. It has the system's first process for its parent, which waits
+    /// for it, and the caller may end at once. Its standard streams are /dev/null where no connection is
+    /// given.
     Detached = 2
 };
 
 /// Starts the program, and returns its process identifier once it runs.
 ///
 /// `impersonate`: the account under which it runs, or null for the caller's. The process then gets the
-/// account's group, all its supplementary groups, and the user, in this order, and cannot undo it; the folder
-/// is entered with the account's rights; HOME, USER, LOGNAME and SHELL follow the account, also in a given
-/// environment. Only root can do this. Throws CError for an account that does not exist.
+/// account's group, all its supplementary groups, and the user, in this order, and cannot undo it; the
+/// folder is entered with the account's rights; HOME, USER, LOGNAME and SHELL follow the account, also in a
+/// given environment. Only root can do this. Throws CError for an account that does not exist.
 ///
-/// `input`, `output` and `error`: the connections that get the other ends of the program's standard streams,
-/// as pipes. Where one is null, the stream is the caller's, or /dev/null at the level Detached. When the call
-/// throws, they are as they were.
+/// `input`, `output` and `error`: the connections that get the other ends of the program's standard
+/// streams, as pipes. Where one is null, the stream is the caller's, or /dev/null at the level Detached.
+/// When the call throws, they are as they were.
 ///
 /// Blocks until the program runs or has failed to. Where another thread forks at the same time and goes on
 /// without running a program, as long as that process lives.
