@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <type_traits>
 
+#include <unistd.h>
+
 namespace test {
 
 namespace {
@@ -72,20 +74,25 @@ TEST_F(CDaemonController, RefusesAnIDThatIsNoFileName) {
     }
 }
 
-TEST_F(CDaemonController, NoOperationTakesAnIDThatIsNoFileName) {
-    writeFile("/etc/S90x", "kept");
+TEST_F(CDaemonController, InstallsAndRunsNothingForAnIDThatIsNoFileName) {
     Controller controller("../x", m_folder.path());
     std::string const message = "Invalid daemon id: '../x'.";
 
     EXPECT_EQ(message, messageOf([&] { controller.isInstalled(); }));
     EXPECT_EQ(message, messageOf([&] { controller.start(); }));
     EXPECT_EQ(message, messageOf([&] { controller.uninstall(); }));
-    EXPECT_EQ(message, messageOf([&] { Controller::uninstall("../x", m_folder.path()); }));
     EXPECT_EQ(message, messageOf([&] { Controller::stop("../x"); }));
     EXPECT_EQ(message,
               messageOf([&] { Controller::install(m_info, "../x", m_folder.path(), "", "", "", ""); }));
     EXPECT_FALSE(std::filesystem::exists("/etc/x"));
-    std::filesystem::remove("/etc/S90x");
+}
+
+TEST_F(CDaemonController, UninstallsNothingForAnIDThatIsNoFileName) {
+    writeFile("/etc/rc2.d/S90", "");
+    writeFile(m_folder.name(".pid"), std::to_string(getpid()) + "\n");
+
+    EXPECT_EQ("Invalid daemon id: ''.", messageOf([this] { Controller::uninstall("", m_folder.path()); }));
+    EXPECT_EQ(std::vector<std::string>{"S90"}, entriesOf("/etc/rc2.d"));
 }
 
 TEST_F(CDaemonController, RefusesAnIDWithTheCharacterNUL) {
@@ -158,7 +165,7 @@ TEST_F(CDaemonController, ReadsAnAttributeByRunningTheScriptWithOneWord) {
 }
 
 TEST_F(CDaemonController, ReadsAnAttributeWithoutTheWhiteSpaceAroundIt) {
-    writeAnsweringScript(" \\t\\r\\n  two  \\t words\\nand a line \\t\\r\\n\\n");
+    writeAnsweringScript(R"( \t\r\n  two  \t words\nand a line \t\r\n\n)");
 
     EXPECT_EQ("two  \t words\nand a line", attribute("RunAs"));
 }

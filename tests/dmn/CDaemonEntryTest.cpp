@@ -221,6 +221,16 @@ TEST_F(CDaemonEntryTest, DoRunMakesTheDaemonForItsIdAndControlFolder) {
     EXPECT_EQ("name folder/../x", made);
 }
 
+TEST_F(CDaemonEntryTest, DoRunHasAManagerWhileTheDaemonRunsAndNoneAfterwards) {
+    bool hadManager = false;
+    m_daemon->onRun = [&] { hadManager = static_cast<bool>(m_entry->getDaemonManager()); };
+
+    m_entry->doRun();
+
+    EXPECT_TRUE(hadManager);
+    EXPECT_FALSE(m_entry->getDaemonManager());
+}
+
 TEST_F(CDaemonEntryTest, DoRunLeavesTheManagerAttachedWhenTheDaemonThrows) {
     m_daemon->onRun = [] { throw fdn::CError("Broken."); };
 

@@ -17,14 +17,8 @@ namespace test {
 /// The base of tests of the controller. Each begins with empty folders for init scripts and run levels, an
 /// empty control folder and an empty log, and is about the daemon "app".
 template <class Base>
-class ControllerFixture : public Base {
+class ControllerFixture : public InitLayoutFixture<Base> {
 protected:
-    void SetUp() override {
-        Base::SetUp();
-        if (!this->IsSkipped() && !this->HasFatalFailure())
-            resetInitLayout();
-    }
-
     /// Installs the daemon as m_info describes it.
     void install(fdn::String const& runAs = "", fdn::String const& transientFolderAppID = "",
                  fdn::String const& transientFolderGroup = "") const {

@@ -28,14 +28,8 @@ using testing::IsEmpty;
 constexpr char kScript[] = "/etc/init.d/testd";
 
 template <class Base>
-class ManagementFixture : public test::TestDaemonFixture<Base> {
+class ManagementFixture : public test::TestDaemonFixture<test::InitLayoutFixture<Base>> {
 protected:
-    void SetUp() override {
-        Base::SetUp();
-        if (!this->IsSkipped() && !this->HasFatalFailure())
-            test::resetInitLayout();
-    }
-
     void install() const { ASSERT_EQ(0, this->run(this->in({"install"})).status); }
 
     bool isRunning() const { return std::filesystem::exists(this->pidFile()); }

@@ -29,8 +29,8 @@ using testing::HasSubstr;
 
 using Names = std::vector<std::string>;
 
-Names const kBegun{"Starting daemon 'app'..."};
-Names const kDone{"Starting daemon 'app'...", "Done starting daemon 'app'."};
+constexpr char kBegun[] = "Starting daemon 'app'...";
+constexpr char kDone[] = "Done starting daemon 'app'.";
 
 /// The texts of a file in /proc that ends each with a zero.
 Names zeroTerminated(std::string const& path) {
@@ -110,7 +110,7 @@ protected:
         this->m_log.clear();
         fdn::CError const error = errorOf([this] { controller().start(); });
         EXPECT_EQ(std::vector<pid_t>{}, daemons());
-        EXPECT_EQ(kBegun, this->m_log.entries());
+        EXPECT_EQ(Names{kBegun}, this->m_log.entries());
         return error;
     }
 
@@ -127,7 +127,7 @@ TEST_F(Start, RunsTheProgramAndTellsTheLog) {
     start();
 
     EXPECT_EQ(1U, daemons().size());
-    EXPECT_EQ(kDone, m_log.entries());
+    EXPECT_EQ((Names{kBegun, kDone}), m_log.entries());
 }
 
 TEST_F(Start, GivesTheProgramItsArgumentsInOrder) {
@@ -153,7 +153,7 @@ TEST_F(Start, GivesTheProgramAnyParameterUnchanged) {
 
 TEST_F(Start, SplitsTheParameterLineAtAnyWhiteSpace) {
     for (std::string const line :
-         {"alpha%20beta  gamma", "  alpha%20beta\\tgamma ", "alpha%20beta \\r\\n\\t gamma\\r\\n"}) {
+         {"alpha%20beta  gamma", R"(  alpha%20beta\tgamma )", R"(alpha%20beta \r\n\t gamma\r\n)"}) {
         writeInitScript("#!/bin/sh\n[ $1 = printParams ] && printf %b '" + line +
                         "'\n[ $1 = printExePath ] && echo " + m_program + "\nexit 0\n");
 
@@ -364,7 +364,7 @@ TEST_F(Start, FailsForAControlFolderThatIsMissingOrAFile) {
 
 TEST_F(Start, FailsForADaemonThatIsNotInstalled) {
     EXPECT_THAT(messageOf([this] { controller().start(); }), HasSubstr("'/etc/init.d/app'"));
-    EXPECT_EQ(kBegun, m_log.entries());
+    EXPECT_EQ(Names{kBegun}, m_log.entries());
 }
 
 TEST_F(StartAs, RunsTheProgramUnderTheAccountForGood) {
@@ -374,7 +374,7 @@ TEST_F(StartAs, RunsTheProgramUnderTheAccountForGood) {
     EXPECT_EQ("61001 61001 61001 61001", statusOf(process, "Gid"));
     EXPECT_EQ("61001 61003", statusOf(process, "Groups"));
     EXPECT_THAT(zeroTerminated("/proc/" + std::to_string(process) + "/environ"), Contains("USER=dmnuser"));
-    EXPECT_EQ(kDone, m_log.entries());
+    EXPECT_EQ((Names{kBegun, kDone}), m_log.entries());
     EXPECT_EQ(0U, geteuid());
 }
 
@@ -437,7 +437,7 @@ TEST_F(StartAs, FailsForAnOrdinaryUserBeforeAnythingIsRead) {
     });
 
     EXPECT_EQ("The process does not have the necessary root privileges for this operation.", outcome.errors);
-    EXPECT_EQ(kBegun, m_log.entries());
+    EXPECT_EQ(Names{kBegun}, m_log.entries());
 }
 
 TEST_F(StartAs, WorksForARootThatHasAnotherEffectiveUser) {

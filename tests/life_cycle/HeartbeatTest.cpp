@@ -326,10 +326,9 @@ INSTANTIATE_TEST_SUITE_P(Values, HeartbeatIntervalTest,
 
 // The other example
 
-TEST(Minimal, RunsThroughItsLife) {
-    if (!test::isInPrivateRoot())
-        DMN_SKIP_TEST("needs a private root");
-    test::resetInitLayout();
+using Minimal = test::InitLayoutFixture<test::PrivateRootTest>;
+
+TEST_F(Minimal, RunsThroughItsLife) {
     test::TemporaryFolder const folder;
     std::string const option = "--controlFolder=" + folder.name();
     auto const minimal = [](test::Words words) {

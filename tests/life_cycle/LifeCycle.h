@@ -24,17 +24,14 @@ inline Environment const bootEnvironment{{"LC_ALL", ""}, {"LANG", ""}};
 /// The base of tests that use the example "heartbeat" as an administrator does. Each begins with an init
 /// layout without a daemon and with an empty log; the daemon that it leaves behind is uninstalled.
 template <class Base>
-class LifeCycleFixture : public Base {
+class LifeCycleFixture : public InitLayoutFixture<Base> {
 protected:
-    void SetUp() override {
-        Base::SetUp();
-        if (this->IsSkipped() || this->HasFatalFailure())
-            return;
-        resetInitLayout();
-        setMode(m_folder.name(), 0755);
-    }
+    LifeCycleFixture() { setMode(m_folder.name(), 0755); }
 
-    void TearDown() override { runHeartbeat({"uninstall"}); }
+    void TearDown() override {
+        if (isInPrivateRoot())
+            runHeartbeat({"uninstall"});
+    }
 
     static std::string script() { return "/etc/init.d/heartbeat"; }
 

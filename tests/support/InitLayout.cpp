@@ -1,6 +1,7 @@
 #include "support/InitLayout.h"
 
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 
 namespace test {
@@ -15,6 +16,8 @@ void makeEmpty(std::filesystem::path const& folder) {
 } // namespace
 
 void resetInitLayout() {
+    if (!isInPrivateRoot())
+        throw std::logic_error("The machine's own init layout must not be touched.");
     std::filesystem::remove_all("/etc/rc.d");
     makeEmpty("/etc/init.d");
     for (int level = 0; level <= 6; ++level)

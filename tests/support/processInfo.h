@@ -21,8 +21,8 @@ std::string currentFolderOf(pid_t process);
 /// Whether this process has a child, running or waiting to be reaped.
 bool hasChild();
 
-/// Reaps the child once it has ended. Returns its exit status, or 128 and the signal's number when one ended
-/// it.
+/// Reaps the child once it has ended. Returns its exit status, or 128 and the signal's number when one
+/// ended it.
 int reap(pid_t child);
 
 } // namespace test
