@@ -1,7 +1,32 @@
-# shellcheck shell=bash
-# What the checks assert with. The first expectation that is not met ends the check.
+#!/bin/bash
+# What runs a check, and what it asserts with. The first expectation that is not met ends the check.
 
-patience=10
+set -euo pipefail
+
+patience=60
+
+# run_check CHECK: runs check_CHECK, which the script that calls this defines. DMN_SYSTEM_LAYERS is the
+# folder of what make-root and install-product have made. Ends with status 77 when the check cannot be run
+# here, 1 with DMN_TEST_REQUIRE_ALL=1.
+run_check() {
+    [ "${DMN_PRIVATE_ROOT:-}" = accounts ] || give_up "needs a private root that was made by root"
+    [ -e "$DMN_SYSTEM_LAYERS/debian/made-from" ] || give_up "needs a root, which make-root has not made"
+    trap show_what_happened EXIT
+    "check_$1"
+}
+
+give_up() {
+    echo "${0##*/}: $1"
+    [ "${DMN_TEST_REQUIRE_ALL:-0}" = 1 ] && exit 1
+    exit 77
+}
+
+show_what_happened() {
+    local status=$?
+    # shellcheck disable=SC2154 # of machine.sh
+    [ $status -eq 0 ] || tail -n 20 "$console" "$log" 2>/dev/null || true
+    exit $status
+}
 
 fail() {
     printf 'FAILED: %s\n' "$1" >&2

@@ -148,7 +148,8 @@ lsb() {
 expect_all_say() {
     expect_status "$1" inside heartbeat status
     expect_status "$1" inside start-stop-daemon --status --pidfile $folder/heartbeat.pid
-    expect_status "$1" inside chroot --userspec=beats / start-stop-daemon --status --pidfile $folder/heartbeat.pid
+    expect_status "$1" inside chroot --userspec=beats / \
+        start-stop-daemon --status --pidfile $folder/heartbeat.pid
     expect_status "$1" lsb "status_of_proc -p $folder/heartbeat.pid /usr/local/sbin/heartbeat heartbeat"
     expect_status "$1" lsb "pidofproc -p $folder/heartbeat.pid heartbeat"
 }

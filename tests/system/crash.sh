@@ -1,13 +1,13 @@
 #!/bin/bash
-# A machine that loses its power and boots again: the PID file of the earlier boot is stale, and its number belongs to
-# another process by then.
+# A machine that loses its power and boots again: the PID file of the earlier boot is stale, and its number
+# belongs to another process by then.
 # Usage: crash.sh CHECK
 
 # shellcheck source=machine.sh
 . "${BASH_SOURCE[0]%/*}/machine.sh"
 
-# The machine has crashed while the daemon ran; when it boots again, a process that would die of a signal gets the
-# daemon's old number, before S90heartbeat is called.
+# The machine has crashed while the daemon ran; when it boots again, a process that would die of a signal
+# gets the daemon's old number, before S90heartbeat is called.
 make_crashed_machine() {
     make_machine_in_link_order
     install_heartbeat

@@ -1,6 +1,6 @@
 #!/bin/bash
-# The boot sequence of sysvinit in dependency order, as Debian ships it: init reads the files .depend.* of insserv, and
-# what is not in them is not run.
+# The boot sequence of sysvinit in dependency order, as Debian ships it: init reads the files .depend.* of
+# insserv, and what is not in them is not run.
 # Usage: dependency.sh CHECK
 
 # shellcheck source=machine.sh
@@ -28,7 +28,8 @@ check_InstallAloneDoesNotStartTheDaemonAtBoot() {
     expect_not_running
 }
 
-# expect_started_and_stopped: at boot and at halt. There, the script and the system's own SIGTERM come at the same time.
+# expect_started_and_stopped: at boot and at halt. There, the script and the system's own SIGTERM come at
+# the same time.
 expect_started_and_stopped() {
     boot
     await_up
@@ -127,6 +128,35 @@ check_InstallAgainAndUpdateRcDLeaveOneLinkInEachLevel() {
     expect_links 0/K01heartbeat 2/S01heartbeat 3/S01heartbeat 4/S01heartbeat 5/S01heartbeat 6/K01heartbeat
     expect_started_and_stopped
     expect_line again "$beats"
+}
+
+check_DaemonThatIsNotForBootIsNotStartedAndIsStoppedAtHalt() {
+    make_machine
+    in_root heartbeat-by-hand --controlFolder=$folder install
+    put_in_order
+    expect_links 0/K01heartbeat 6/K01heartbeat
+    boot
+    expect_not_running
+    expect_success inside $script start
+    await_up
+
+    power_off
+
+    expect_line 'Stopping Heartbeat' "$console"
+    expect_orderly_end
+}
+
+check_WithoutItsStartLinksTheDaemonIsNotStartedAtBoot() {
+    make_machine
+    install_heartbeat
+    put_in_order
+    rm "$root"/etc/rc[2-5].d/S??heartbeat
+
+    expect_success in_root insserv
+
+    expect_links 0/K01heartbeat 6/K01heartbeat
+    boot
+    expect_not_running
 }
 
 run_check "$@"

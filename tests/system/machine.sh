@@ -1,7 +1,7 @@
 #!/bin/bash
-# A machine: a Debian root with sysvinit as its init and heartbeat copied into it, which boots as the first process of
-# namespaces of its own. What is on its disk lasts from boot to boot, for as long as the check runs. The checks run in a
-# private root, which ends the machine and everything else of them with itself.
+# A machine: a Debian root with sysvinit as its init and heartbeat copied into it, which boots as the first
+# process of namespaces of its own. What is on its disk lasts from boot to boot, for as long as the check
+# runs. The checks run in a private root, which ends the machine and everything else of them with itself.
 
 # shellcheck disable=SC2034 # The checks use what is not used here.
 
@@ -9,7 +9,7 @@ here=${BASH_SOURCE[0]%/*}
 # shellcheck source=check.sh
 . "$here/check.sh"
 
-machine=$TMPDIR/machine
+machine=${TMPDIR:-}/machine
 root=$machine/root
 console=$machine/console.txt
 roots_environment=(HOME=/root PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin)
@@ -22,6 +22,15 @@ folder=/var/lib/heartbeat
 pid_file=$root$folder/heartbeat.pid
 beats=$root$folder/heartbeat.txt
 log=$root/var/log/heartbeat/heartbeat.log
+
+# from_guide FIRST LAST: what the administrators' guide shows, from the line that matches FIRST to one that
+# matches LAST.
+from_guide() {
+    local lines
+    lines=$(sed -n "/^    $1/,/^    $2/s/^ \{0,4\}//p" "$here/../../docs/guide/administrators.md")
+    [ -n "$lines" ] || fail "the guide does not show '$1'"
+    echo "$lines"
+}
 
 # --- The machine, off
 
@@ -61,7 +70,8 @@ order_by_links() {
     rm "$root"/etc/init.d/.depend.*
 }
 
-# As Debian numbered them when it still honoured the order of links: what sends signals and what halts comes last.
+# As Debian numbered them when it still honoured the order of links: what sends signals and what halts comes
+# last.
 number_halt_links_historically() {
     rename_link 0 K01sendsigs S20sendsigs
     rename_link 0 K05halt S90halt
@@ -87,7 +97,8 @@ install_heartbeat() {
 # --- On and off
 
 boot() {
-    unshare --pid --fork --kill-child=KILL --mount --uts --ipc --net "$here/boot-machine" "$root" "$machine/console" &
+    unshare --pid --fork --kill-child=KILL --mount --uts --ipc --net \
+        "$here/boot-machine" "$root" "$machine/console" &
     unshare=$!
     await "the machine has a first process" find_init
     await_level 2
@@ -141,7 +152,8 @@ crash() {
 
 # inside COMMAND...: runs a program in the machine that is on.
 inside() {
-    nsenter --target "$init" --mount --uts --ipc --net --pid --root --wdns=/ env -i "${roots_environment[@]}" "$@"
+    nsenter --target "$init" --mount --uts --ipc --net --pid --root --wdns=/ \
+        env -i "${roots_environment[@]}" "$@"
 }
 
 # --- The daemon
@@ -189,5 +201,7 @@ expect_orderly_end() {
 
 # expect_links NAME...: these are all links of heartbeat, as LEVEL/NAME.
 expect_links() {
-    expect_equal "$*" "$(cd "$root/etc" && find . -path './rc?.d/*heartbeat' | sed 's,^./rc\(.\).d,\1,' | sort | xargs)"
+    local links
+    links=$(cd "$root/etc" && find . -path './rc?.d/*heartbeat' | sed 's,^./rc\(.\).d,\1,' | sort | xargs)
+    expect_equal "$*" "$links"
 }

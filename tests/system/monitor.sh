@@ -1,6 +1,5 @@
 #!/bin/bash
-# monit, which knows the daemon by its PID file and the two verbs of its script. docs/guide/administrators.md shows the
-# same lines for its control file.
+# monit, which knows the daemon by its PID file and the two verbs of its script, as the guide tells it.
 # Usage: monitor.sh CHECK
 
 # shellcheck source=machine.sh
@@ -29,10 +28,8 @@ set idfile /run/monit.id
 set httpd unixsocket /run/monit.sock
     allow root:root
 
-check process heartbeat with pidfile $folder/heartbeat.pid
-    start program = "$script start"
-    stop program = "$script stop"
 END
+    from_guide "check process" " *stop program"
 }
 
 # monit_says PATTERN

@@ -10,7 +10,8 @@ call=()
 make_machine_with_settings() {
     make_machine
     # shellcheck disable=SC2016 # The shells must not expand it either.
-    install_heartbeat --runas=root --transientFolderAppID=drumkit --transientFolderGroup=drums --message='grüß  "$dich"'
+    install_heartbeat --runas=root --transientFolderAppID=drumkit --transientFolderGroup=drums \
+        --message='grüß  "$dich"'
 }
 
 # expect_answer STATUS OUTPUT ERRORS VERB...: call does this when it is given the verb.

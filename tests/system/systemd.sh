@@ -1,5 +1,6 @@
 #!/bin/bash
-# What systemd, up to its release 259, makes of the script: its generator writes a unit for each script in /etc/init.d.
+# What systemd, up to its release 259, makes of the script: its generator writes a unit for each script in
+# /etc/init.d.
 # Usage: systemd.sh CHECK
 
 # shellcheck source=machine.sh
@@ -9,7 +10,8 @@ units=$root/run/units
 
 make_units() {
     mkdir -p "$units"/{normal,early,late}
-    expect_success in_root /lib/systemd/system-generators/systemd-sysv-generator /run/units/{normal,early,late}
+    expect_success in_root /lib/systemd/system-generators/systemd-sysv-generator \
+        /run/units/{normal,early,late}
 }
 
 # expect_settings SECTION LINE...: the unit has these settings in the section, in whatever order.
@@ -18,6 +20,12 @@ expect_settings() {
     shift
     expect_equal "$(printf '%s\n' "$@" | sort)" \
         "$(sed -n "/^\[$section]/,/^\[/{/^[A-Z]/p}" "$units/late/heartbeat.service" | sort)"
+}
+
+# expect_unit_verified FOLDER: systemd itself finds no fault with the unit in it.
+expect_unit_verified() {
+    expect_success in_root env "SYSTEMD_UNIT_PATH=$1:" systemd-analyze --man=no verify "$1/heartbeat.service"
+    expect_equal '' "$output"
 }
 
 check_UnitStartsAndStopsTheDaemonThroughTheScript() {
@@ -36,10 +44,7 @@ check_UnitPassesSystemdsOwnVerification() {
     install_heartbeat
     make_units
 
-    expect_success in_root env SYSTEMD_UNIT_PATH=/run/units/late: \
-        systemd-analyze --man=no verify /run/units/late/heartbeat.service
-
-    expect_in_output '^$'
+    expect_unit_verified /run/units/late
 }
 
 check_S90LinksMakeMultiUserTargetWantTheUnit() {
@@ -80,6 +85,15 @@ check_SystemctlCannotEnableOrDisableForLackOfAHeader() {
         expect_status 1 in_root systemctl $verb heartbeat
         expect_in_output 'heartbeat Default-Start contains no runlevels, aborting'
     done
+}
+
+check_UnitOfTheGuideForNewerReleasesPassesSystemdsOwnVerification() {
+    make_machine systemd
+    mkdir "$root/run/own"
+
+    from_guide '\[Service]' 'WantedBy=' >"$root/run/own/heartbeat.service"
+
+    expect_unit_verified /run/own
 }
 
 run_check "$@"
