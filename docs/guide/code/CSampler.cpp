@@ -1,0 +1,52 @@
+#include "CSampler.h"
+
+#include <string>
+
+CSampler::CSampler(fdn::String const& id, fdn::Path const& controlFolder, long intervalSeconds,
+                   fdn::String const& label)
+    : CDaemon(id, controlFolder), m_interval(intervalSeconds), m_label(label) {}
+
+void CSampler::init(dmn::IDaemonOperationProgress* progress) {
+    openFile();
+    progress->onOperationStepDone();
+    writeSample();
+    progress->onOperationStepDone();
+}
+
+void CSampler::run() {
+    for (waitForNextSample(); !shouldStop(); waitForNextSample()) {
+        if (m_reopeningRequested.exchange(false))
+            openFile();
+        writeSample();
+    }
+}
+
+void CSampler::openFile() {
+    fdn::Path const path = getControlFolder() << fdn::Path("samples.txt");
+    m_file = std::ofstream(fdn::toFileName(path).data(), std::ios::app);
+    if (!m_file)
+        throw fdn::CError("The file '" + path.getText() + "' cannot be opened for writing.");
+}
+
+void CSampler::writeSample() {
+    std::string load;
+    std::getline(std::ifstream("/proc/loadavg"), load);
+    m_file << m_label.toUTF8() << ": " << load << std::endl;
+}
+
+// Sleeps for the whole interval unless it is woken up: stopping is prompt, and nothing is polled.
+void CSampler::waitForNextSample() {
+    std::unique_lock<std::mutex> lock(m_waitMutex);
+    m_wakeUp.wait_for(lock, m_interval, [this] { return shouldStop() || m_reopeningRequested; });
+}
+
+// The lock keeps the notification from falling between the look at the condition and the sleep.
+void CSampler::wakeUp() {
+    std::lock_guard<std::mutex> const lock(m_waitMutex);
+    m_wakeUp.notify_all();
+}
+
+void CSampler::requestReopening() {
+    m_reopeningRequested = true;
+    wakeUp();
+}
