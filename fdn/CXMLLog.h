@@ -30,8 +30,8 @@ class LogFile;
 /// `<cause>` with the same about the error that caused it.
 ///
 /// **Where.** /var/log/NAME/NAME.log when the effective user is root, otherwise NAME/NAME.log in the folder
-/// XDG_STATE_HOME or, if that is no absolute path, in .local/state of HOME (XDG Base Directory
-/// Specification); NAME is the name of the executable's file. Missing folders are made (mode 0750 for root,
+/// XDG_STATE_HOME or, if that is no absolute path, in .local/state of HOME (XDG Base
+/// Directory); NAME is the name of the executable's file. Missing folders are made (mode 0750 for root,
 /// else 0700), and the file gets the mode 0640 or 0600, less the umask. Only a regular file is taken there,
 /// and no symbolic link.
 ///

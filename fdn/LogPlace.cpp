@@ -38,7 +38,7 @@ String getProgramName() {
     return name;
 }
 
-// XDG Base Directory Specification 0.8, which also says that a relative path does not count.
+// XDG Base Directory 0.8, which also says that a relative path does not count.
 String getUserStateFolder() {
     String const stateFolder = getTrustedVariable("XDG_STATE_HOME");
     if (CUnixPathTraits::isAbsolute(stateFolder))
