@@ -163,7 +163,7 @@ CDaemonController::CMakeRoot::CMakeRoot() : m_effectiveUser(geteuid()) {
 
 CDaemonController::CMakeRoot::~CMakeRoot() {
     // A failure cannot be reported from here, and to become the user that one was cannot fail.
-    static_cast<void>(!seteuid(m_effectiveUser));
+    static_cast<void>(seteuid(m_effectiveUser) != 0);
 }
 
 CDaemonController::CDaemonController(fdn::String const& id, fdn::Path const& controlFolder)

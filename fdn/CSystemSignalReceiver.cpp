@@ -233,6 +233,8 @@ bool CSystemSignalReceiver::CDelivery::awaitWakeUp() {
     return uninterrupted([&] { return read(wakeUpEvent, &count, sizeof count); }) == sizeof count;
 }
 
+// A signal that comes from now on must neither end the process nor call into this library, which may be
+// unloaded next.
 void CSystemSignalReceiver::CDelivery::ignoreHandledSignals() {
     std::lock_guard<std::mutex> const lock(m_mutex);
     for (auto const& [signal, registration] : m_registrations)

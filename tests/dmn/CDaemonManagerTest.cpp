@@ -1,5 +1,6 @@
 #include "ObservedManager.h"
 
+#include "support/BackgroundCall.h"
 #include "support/CapturedLog.h"
 #include "support/Program.h"
 #include "support/TemporaryFolder.h"
@@ -10,7 +11,9 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <filesystem>
+#include <mutex>
 #include <stdexcept>
 #include <thread>
 #include <tuple>
@@ -320,6 +323,24 @@ TEST_F(CDaemonManagerTest, MissingDaemonIsAnError) {
 
     EXPECT_EQ("There is no daemon to run.", message);
     EXPECT_EQ(Status::Stopped, m_manager->status());
+}
+
+TEST_F(CDaemonManagerTest, LettingGoOfTheDaemonWaitsUntilAStopRequestHasBeenForwarded) {
+    std::atomic<bool> isRunning{false};
+    std::atomic<bool> mayReturn{false};
+    m_daemon->onRun = [&] {
+        isRunning = true;
+        while (!mayReturn)
+            std::this_thread::yield();
+    };
+    test::BackgroundCall const running([this] { m_manager->runDaemon(m_daemon.get()); });
+    EXPECT_TRUE(test::await([&] { return isRunning.load(); }));
+    std::unique_lock<fdn::IMutex> const forwarding(m_manager->mutex());
+
+    mayReturn = true;
+
+    EXPECT_TRUE(running.getsBlocked());
+    EXPECT_EQ(m_daemon, m_manager->daemon());
 }
 
 TEST_F(CDaemonManagerTest, TakesStopRequestsFromManyThreadsWhileDaemonsComeAndGo) {

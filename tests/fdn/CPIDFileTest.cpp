@@ -22,6 +22,7 @@
 #include <iostream>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -144,6 +145,18 @@ private:
 
 pid_t processThatIsGone() {
     return Zombie().pid();
+}
+
+// Field 22 of proc_pid_stat(5), when the second one is this name.
+std::string startTimeOf(pid_t process, std::string const& processName) {
+    std::string const start = numberOf(process) + " (" + processName + ") ";
+    std::string const stat = readFile("/proc/" + numberOf(process) + "/stat");
+    EXPECT_EQ(stat.substr(0, start.size()), start);
+    std::istringstream fields(stat.substr(start.size()));
+    std::string field;
+    for (int i = 3; i <= 22; ++i)
+        fields >> field;
+    return field;
 }
 
 // Waits for the line that the process is about to write.
@@ -606,6 +619,17 @@ TEST_F(ActivePID, IsNoneForAnEnormousFile) {
     EXPECT_EQ(active(), 0);
 }
 
+TEST_F(ActivePID, IsNoneForAFileThatIsLongerThanAPIDFileCanBe) {
+    std::string const content = ownContent();
+
+    writeFile(name, content + std::string(4096 - content.size(), '\n'));
+    int const activeForLongest = active();
+    writeFile(name, content + std::string(4097 - content.size(), '\n'));
+
+    EXPECT_EQ(activeForLongest, getpid());
+    EXPECT_EQ(active(), 0);
+}
+
 TEST_F(ActivePID, IsNoneForAFileThatWasCutInItsSecondLine) {
     std::string const content = ownContent();
     std::size_t const secondLine = content.find('\n') + 1;
@@ -684,10 +708,11 @@ TEST_F(ActivePID, IsNoneForAThread) {
     EXPECT_EQ(activeFor(numberOf(thread.id()) + "\n"), 0);
 }
 
-TEST_F(ActivePID, FindsAProcessWhateverItIsCalled) {
+TEST_F(ActivePID, IsAProcessWhateverItIsCalled) {
+    std::string const processName = "a) b (c\n) R 1 ";
     Gate end;
     test::Program const holder([&] {
-        prctl(PR_SET_NAME, "a) b (c\n) R 1 ");
+        prctl(PR_SET_NAME, processName.c_str());
         fdn::CPIDFile const file(path);
         std::cout << "claimed" << std::flush;
         end.pass();
@@ -695,6 +720,8 @@ TEST_F(ActivePID, FindsAProcessWhateverItIsCalled) {
     awaitOutput(holder, "claimed");
 
     EXPECT_EQ(active(), holder.pid());
+    EXPECT_EQ(readFile(name), numberOf(holder.pid()) + "\n" + startTimeOf(holder.pid(), processName) + " " +
+                                  readFile("/proc/sys/kernel/random/boot_id"));
 }
 
 class OldKernel : public ActivePID, public testing::WithParamInterface<int> {};
@@ -745,6 +772,19 @@ TEST_F(WithoutProc, ASecondLineIsNotBelieved) {
 
     test::Outcome const outcome = test::runInChild([&] {
         removeProc();
+        std::cout << fdn::CPIDFile::getActivePID(folder / "daemon.pid");
+    });
+
+    EXPECT_EQ(outcome.output, "0") << outcome.errors;
+}
+
+TEST_F(WithoutProc, AThreadIsNoProcess) {
+    TemporaryFolder const folder;
+    SecondThread thread;
+    writeFile(folder.name("daemon.pid"), numberOf(thread.id()) + "\n");
+
+    test::Outcome const outcome = test::runInChild([&] {
+        require(unshare(CLONE_NEWNS) == 0 && umount2("/proc", MNT_DETACH) == 0, "umount");
         std::cout << fdn::CPIDFile::getActivePID(folder / "daemon.pid");
     });
 

@@ -40,6 +40,7 @@ private:
 using Global = fdn::TSafeGlobalPointer<Thing>;
 
 char theGuard = 0;
+char innerGuard = 0;
 std::atomic<int> creations{0};
 std::function<P<Thing>()> creation;
 
@@ -73,6 +74,7 @@ class TSafeGlobalPointer : public testing::Test {
 protected:
     TSafeGlobalPointer() {
         theGuard = 0;
+        innerGuard = 0;
         creations = 0;
         creation = [] { return fdn::newObj<Thing>(42); };
     }
@@ -262,7 +264,6 @@ TEST_F(TSafeGlobalPointer, IsConstructedUnderTheGlobalMutex) {
 }
 
 TEST_F(TSafeGlobalPointer, MayUseAnotherGlobalInItsConstruction) {
-    static char innerGuard = 0;
     fdn::TSafeGlobalPointer<Thing> inner([]() -> char& { return innerGuard; },
                                          [] { return fdn::newObj<Thing>(20); });
     creation = [&inner] { return fdn::newObj<Thing>(inner->value() + 1); };

@@ -1,7 +1,7 @@
 // Ends in one of the ways that matter to the signal receiver, with the exit status 0 when all goes well. The
 // only argument says how:
 //
-//   signalled-at-exit   gets SIGTERM after the receiver is gone
+//   signalled-at-exit   gets SIGTERM, which must be ignored by then, after the receiver is gone
 //   exit-in-handler     its handler calls exit()
 //   exit-in-fork        a forked process calls exit(), and this one still receives signals afterwards
 
@@ -44,7 +44,13 @@ void handleTermination(std::function<void()> action) {
 
 class SignalledInTheEnd {
 public:
-    ~SignalledInTheEnd() { kill(getpid(), SIGTERM); }
+    ~SignalledInTheEnd() {
+        struct sigaction action = {};
+        sigaction(SIGTERM, nullptr, &action);
+        if (action.sa_handler != SIG_IGN)
+            _exit(kFailure);
+        kill(getpid(), SIGTERM);
+    }
 };
 
 int beSignalledAtExit() {

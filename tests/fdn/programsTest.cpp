@@ -14,9 +14,11 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <iostream>
+#include <new>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -25,6 +27,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -458,6 +461,41 @@ TEST_F(ForkAndExec, StartsWithAllSignalsUnblockedAndTreatedAsUsual) {
         EXPECT_EQ(test::statusOf(program.pid(), "SigBlk"), kNoSignals);
         EXPECT_EQ(test::statusOf(program.pid(), "SigIgn"), kNoSignals);
     }
+}
+
+// Where handlers note, for all processes, that they have run in another one than they are meant for.
+std::atomic<pid_t> handlingProcess{0};
+std::atomic<bool>* strayCalls = nullptr;
+
+void noteStrayCall(int) {
+    if (getpid() != handlingProcess)
+        *strayCalls = true;
+}
+
+TEST_F(ForkAndExec, RunsNoneOfTheCallersHandlersInTheNewProcess) {
+    void* const shared =
+        mmap(nullptr, sizeof *strayCalls, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(shared, MAP_FAILED);
+    strayCalls = new (shared) std::atomic<bool>(false);
+
+    test::Outcome const outcome = test::runInChild([] {
+        handlingProcess = getpid();
+        setpgid(0, 0);
+        signal(SIGUSR1, &noteStrayCall);
+        std::atomic<bool> isDone{false};
+        std::thread signalling([&] {
+            while (!isDone)
+                kill(0, SIGUSR1);
+        });
+        for (int i = 0; i < 100; ++i)
+            reap(start(command("/bin/true"), ForkExecLevel::Child));
+        isDone = true;
+        signalling.join();
+    });
+
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_FALSE(*strayCalls);
+    munmap(shared, sizeof *strayCalls);
 }
 
 TEST_F(ForkAndExec, LeavesTheCallersSignalsAsTheyWere) {

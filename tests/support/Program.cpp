@@ -54,7 +54,7 @@ std::vector<std::string> mergeIntoOwn(Environment merged) {
     }
     std::vector<std::string> entries;
     for (auto const& [name, value] : merged)
-        entries.push_back(name + "=" + value);
+        entries.push_back(std::string(name).append("=").append(value));
     return entries;
 }
 
