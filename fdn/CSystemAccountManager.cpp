@@ -1,10 +1,9 @@
 #include <fdn/CSystemAccountManager.h>
 
+#include <fdn/AccountLookUp.h>
 #include <fdn/CError.h>
 #include <fdn/TSafeGlobalPointer.h>
-#include <fdn/sysError.h>
 
-#include <cerrno>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,8 +16,6 @@ namespace fdn {
 
 namespace {
 
-constexpr std::size_t kFirstBufferSize = 1024;
-
 char& accountManagerGuard() {
     static char guard = 0;
     return guard;
@@ -26,24 +23,6 @@ char& accountManagerGuard() {
 
 P<CSystemAccountManager> createAccountManager() {
     return newObj<CSystemAccountManager>();
-}
-
-// getpwnam_r or getgrnam_r (POSIX), which differ in the record alone.
-template <class Record>
-using LookUp = int(char const* name, Record* record, char* texts, std::size_t textsSize, Record** result);
-
-// Looks an account up with as much room for its texts as it wants. Returns the system's error number; the
-// result is null when there is no such account.
-template <class Record>
-int lookUp(LookUp<Record>* look, std::string const& name, Record& record, Record*& result) {
-    std::vector<char> texts(kFirstBufferSize);
-    while (true) {
-        int const error = look(name.c_str(), &record, texts.data(), texts.size(), &result);
-        if (error == ERANGE)
-            texts.resize(texts.size() * 2);
-        else if (error != EINTR)
-            return error;
-    }
 }
 
 // The name as the databases have it; empty, which is no account's name, when it cannot be one.
@@ -56,18 +35,15 @@ std::string toAccountName(String const& name) {
 // The number of the account, or nothing when there is none of that name. `call` describes the look-up in
 // errors.
 template <class Record>
-std::optional<unsigned> findNumber(String const& name, LookUp<Record>* look, unsigned Record::*number,
-                                   CProps const& call) {
+std::optional<unsigned> findNumber(String const& name, AccountFunction<Record>* function,
+                                   unsigned Record::*number, CProps const& call) {
     std::string const accountName = toAccountName(name);
     if (accountName.empty())
         return std::nullopt;
     Record record = {};
-    Record* result = nullptr;
-    int const error = lookUp(look, accountName, record, result);
-    // Where a database is missing altogether, its look-up says ENOENT or ESRCH.
-    if (error != 0 && error != ENOENT && error != ESRCH)
-        throwSysError(error, call);
-    return result == nullptr ? std::nullopt : std::optional<unsigned>(result->*number);
+    std::vector<char> texts;
+    Record const* const found = lookUpAccount(function, accountName.c_str(), record, texts, call);
+    return found == nullptr ? std::nullopt : std::optional<unsigned>(found->*number);
 }
 
 } // namespace

@@ -18,7 +18,7 @@ namespace fdn {
 
 namespace {
 
-constexpr std::size_t kMaximumSize = 10 * 1024 * 1024;
+constexpr std::size_t kMaximumSize = 10UL * 1024 * 1024;
 constexpr int kOldFiles = 5;
 
 // Not blocking, so that a pipe without a reader, or whose reader is slow, does not hold the program up; and a
