@@ -8,7 +8,7 @@
 namespace fdn {
 
 /// A PID file: for as long as the object lives, the file says that this process is the one that does the
-/// file's job, and no other process can say so (FHS 3.0, 3.15.2: where such files are, and that they begin
+/// file's job, and no other process can say so (FHS 3.0, 3.15: where such files are, and that they begin
 /// with the process identifier in decimal on a line of its own).
 ///
 /// The second line tells the process from a later one with the same number: when it was started and at
