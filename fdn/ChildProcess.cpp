@@ -6,7 +6,7 @@
 #include <csignal>
 
 #include <fcntl.h>
-#include <grp.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace fdn {
@@ -18,6 +18,19 @@ constexpr int kFirstOtherDescriptor = 3;
 constexpr int kOldKernelDescriptors = 65536;
 constexpr uid_t kSameUser = static_cast<uid_t>(-1);
 constexpr gid_t kSameGroup = static_cast<gid_t>(-1);
+
+// The C library's functions of these names make every thread on its list do the same, and wait for it; a
+// thread on the list that this process has not inherited would never answer. Old 32-bit systems have calls
+// for short numbers besides.
+#ifdef SYS_setresuid32
+constexpr long kSetGroup = SYS_setresgid32;
+constexpr long kSetGroups = SYS_setgroups32;
+constexpr long kSetUser = SYS_setresuid32;
+#else
+constexpr long kSetGroup = SYS_setresgid;
+constexpr long kSetGroups = SYS_setgroups;
+constexpr long kSetUser = SYS_setresuid;
+#endif
 
 void report(LaunchPlan const& plan, LaunchStep step, int value) {
     LaunchReport const message = {step, value};
@@ -64,17 +77,17 @@ void takeStreams(LaunchPlan const& plan) {
 bool canBecomeRootAgain(LaunchPlan const& plan) {
     if (plan.user == 0)
         return false;
-    return setresuid(kSameUser, 0, kSameUser) == 0 ||
-           (plan.group != 0 && setresgid(kSameGroup, 0, kSameGroup) == 0);
+    return syscall(kSetUser, kSameUser, 0, kSameUser) == 0 ||
+           (plan.group != 0 && syscall(kSetGroup, kSameGroup, 0, kSameGroup) == 0);
 }
 
 // The user last: with the rights of another one the groups could not be changed any more.
 void takeAccount(LaunchPlan const& plan) {
-    if (setresgid(plan.group, plan.group, plan.group) == -1)
+    if (syscall(kSetGroup, plan.group, plan.group, plan.group) == -1)
         fail(plan, LaunchStep::Group);
-    if (setgroups(plan.groupCount, plan.groups) == -1)
+    if (syscall(kSetGroups, plan.groupCount, plan.groups) == -1)
         fail(plan, LaunchStep::SupplementaryGroups);
-    if (setresuid(plan.user, plan.user, plan.user) == -1)
+    if (syscall(kSetUser, plan.user, plan.user, plan.user) == -1)
         fail(plan, LaunchStep::User);
     if (canBecomeRootAgain(plan)) {
         errno = EPERM;
