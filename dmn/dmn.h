@@ -12,3 +12,4 @@
 #include <dmn/Export.h>
 #include <dmn/IDaemonEntry.h>
 #include <dmn/IDaemonOperationProgress.h>
+#include <dmn/version.h>
