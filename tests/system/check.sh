@@ -23,8 +23,7 @@ give_up() {
 
 show_what_happened() {
     local status=$?
-    # shellcheck disable=SC2154 # of machine.sh
-    [ $status -eq 0 ] || tail -n 20 "$console" "$log" 2>/dev/null || true
+    [ $status -eq 0 ] || tail -n 20 "${console:-}" "${log:-}" 2>/dev/null || true
     exit $status
 }
 
@@ -41,6 +40,15 @@ await() {
         [ $SECONDS -lt $deadline ] || fail "waited in vain for this: $what"
         sleep 0.02
     done
+}
+
+# from_guide FIRST LAST: what the administrators' guide shows, from the line that matches FIRST to one that
+# matches LAST.
+from_guide() {
+    local lines
+    lines=$(sed -n "/^    $1/,/^    $2/s/^ \{0,4\}//p" "${BASH_SOURCE[0]%/*}/../../docs/guide/administrators.md")
+    [ -n "$lines" ] || fail "the guide does not show '$1'"
+    echo "$lines"
 }
 
 expect_equal() {

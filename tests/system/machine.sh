@@ -23,15 +23,6 @@ pid_file=$root$folder/heartbeat.pid
 beats=$root$folder/heartbeat.txt
 log=$root/var/log/heartbeat/heartbeat.log
 
-# from_guide FIRST LAST: what the administrators' guide shows, from the line that matches FIRST to one that
-# matches LAST.
-from_guide() {
-    local lines
-    lines=$(sed -n "/^    $1/,/^    $2/s/^ \{0,4\}//p" "$here/../../docs/guide/administrators.md")
-    [ -n "$lines" ] || fail "the guide does not show '$1'"
-    echo "$lines"
-}
-
 # --- The machine, off
 
 # make_machine [LAYER...]: in dependency order, as Debian ships it.
