@@ -1,0 +1,91 @@
+"""Lets gdb show texts, paths, pointers and buffers of libfdn as what they stand for.
+
+gdb loads it with the library, beside which it lies in the build tree, and in whose name it is installed. For a program
+that holds the library itself, load it by hand: source fdn-gdb.py
+"""
+
+import gdb
+import gdb.printing
+
+
+class StringPrinter:
+    """wxString, and fdn::String, which derives from it."""
+
+    def __init__(self, value):
+        self.text = value["m_impl"]
+
+    def to_string(self):
+        characters = self.text["_M_dataplus"]["_M_p"]
+        return characters.lazy_string(length=self.text["_M_string_length"])
+
+    def display_hint(self):
+        return "string"
+
+
+class PathPrinter:
+    def __init__(self, value):
+        self.value = value
+
+    def to_string(self):
+        return self.value["m_text"]
+
+
+class PPrinter:
+    """The object held, as what it really is."""
+
+    def __init__(self, value):
+        self.object = value["m_object"]
+
+    def to_string(self):
+        if not self.object:
+            return "empty"
+        return f"{self.get_references()} references to {self.object.dynamic_type.target()}"
+
+    def get_references(self):
+        return int(self.get_object()["m_references"]["_M_i"])
+
+    def get_object(self):
+        return self.object.cast(self.object.dynamic_type).dereference()
+
+    def children(self):
+        if self.object:
+            yield "object", self.get_object()
+
+
+class TBufferPrinter:
+    """The elements in use."""
+
+    def __init__(self, value):
+        self.data = value["m_data"]
+        self.used = int(value["m_used"])
+        self.allocated = int(value["m_allocated"])
+
+    def to_string(self):
+        return f"{self.used} used of {self.allocated}"
+
+    def children(self):
+        for i in range(self.used):
+            yield f"[{i}]", self.data[i]
+
+    def display_hint(self):
+        return "array"
+
+
+class TCryptBufferPrinter(TBufferPrinter):
+    """Keeps the secret: what is on the screen is soon in a report."""
+
+    def children(self):
+        return iter(())
+
+
+def make_printers():
+    printers = gdb.printing.RegexpCollectionPrettyPrinter("libfdn")
+    printers.add_printer("String", "^(fdn::String|wxString)$", StringPrinter)
+    printers.add_printer("Path", "^fdn::TPathImpl<.*>$", PathPrinter)
+    printers.add_printer("P", "^fdn::P<.*>$", PPrinter)
+    printers.add_printer("TBuffer", "^fdn::TBuffer<.*>$", TBufferPrinter)
+    printers.add_printer("TCryptBuffer", "^fdn::TCryptBuffer<.*>$", TCryptBufferPrinter)
+    return printers
+
+
+gdb.printing.register_pretty_printer(gdb.current_objfile(), make_printers(), replace=True)

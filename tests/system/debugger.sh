@@ -1,0 +1,55 @@
+#!/bin/bash
+# Values of the library in gdb.
+# Usage: debugger.sh CHECK
+
+# shellcheck source=installed.sh
+. "${BASH_SOURCE[0]%/*}/installed.sh"
+
+# debug COMMAND_OF_GDB...: with the values of main() in sight.
+debug() {
+    local command arguments=()
+    needs gdb
+    for command in "$@" "set print elements 100" run "info auto-load python-scripts" "frame function main"; do
+        arguments+=(-ex "$command")
+    done
+    for command in text wxText path pointer second empty buffer secret; do
+        arguments+=(-ex "print $command")
+    done
+    expect_success timeout "$patience" gdb -nx -batch "${arguments[@]}" "$DMN_SYSTEM_LAYERS/debugged"
+}
+
+# expect_values_by FOLDER: gdb has loaded the script there, and shows the values.
+expect_values_by() {
+    local shown=0
+    expect_in_output "^Yes +$1/libfdn.so.*-gdb.py"
+    expect_shown text 'L"grüß \"dich\""'
+    expect_shown wxText 'L"base"'
+    expect_shown path 'L"/var/lib/heartbeat"'
+    expect_shown pointer '2 references to fdn::String = {object = L"held"}'
+    expect_shown second '2 references to fdn::String = {object = L"held"}'
+    expect_shown empty 'empty'
+    expect_shown buffer '3 used of 8 = {1, 22, 333}'
+    expect_shown secret '4 used of 4'
+}
+
+# expect_shown NAME VALUE: gdb numbers what it prints.
+expect_shown() {
+    grep -Fqx -- "\$$((++shown)) = $2" <<<"$output" || fail "expected $1 as '$2' in: $output"
+}
+
+check_ValuesAreShownInTheBuildTree() {
+    local build=${DMN_SYSTEM_LAYERS%/tests/system}
+    debug "add-auto-load-safe-path $build"
+    expect_values_by "$build/fdn"
+}
+
+check_ValuesAreShownWithTheInstalledLibrary() {
+    local folder=/usr/local/share/gdb/auto-load
+    install_product
+    LD_LIBRARY_PATH=$(dirname "$(find /usr/local/lib -name libfdn.so)")
+    export LD_LIBRARY_PATH
+    debug "set auto-load scripts-directory $folder" "add-auto-load-safe-path $folder"
+    expect_values_by "$folder$LD_LIBRARY_PATH"
+}
+
+run_check "$@"
