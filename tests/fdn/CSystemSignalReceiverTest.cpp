@@ -1,3 +1,4 @@
+#include "support/BlockedSignal.h"
 #include "support/CapturedLog.h"
 #include "support/Program.h"
 #include "support/await.h"
@@ -31,6 +32,7 @@ using fdn::CSystemSignalReceiver;
 using fdn::P;
 using fdn::SysSignal;
 using test::await;
+using test::BlockedSignal;
 using test::errorOf;
 
 constexpr SysSignal kSignals[] = {SysSignal::Terminate, SysSignal::User1, SysSignal::User2};
@@ -77,25 +79,6 @@ std::string treatmentOf(int signal) {
         return "default";
     return action.sa_handler == SIG_IGN ? "ignored" : "handled";
 }
-
-// Blocks a signal in the calling thread for as long as the object lives.
-class Blocked {
-public:
-    explicit Blocked(SysSignal signal) {
-        sigset_t set;
-        sigemptyset(&set);
-        sigaddset(&set, static_cast<int>(signal));
-        pthread_sigmask(SIG_BLOCK, &set, &m_previous);
-    }
-
-    Blocked(Blocked const&) = delete;
-    Blocked& operator=(Blocked const&) = delete;
-
-    ~Blocked() { pthread_sigmask(SIG_SETMASK, &m_previous, nullptr); }
-
-private:
-    sigset_t m_previous;
-};
 
 // Whether all threads but the main one block the signals that the tests use.
 bool otherThreadsBlockSignals() {
@@ -171,7 +154,7 @@ TEST_F(SignalReceiver, CallsOneHandlerAfterTheOther) {
 }
 
 TEST_F(SignalReceiver, WorksWhereEveryThreadOfTheProgramBlocksTheSignal) {
-    Blocked const blocked(SysSignal::Terminate);
+    BlockedSignal const blocked(SIGTERM);
     handle(SysSignal::Terminate, handler.get());
 
     sendToSelf(SysSignal::Terminate);
@@ -180,7 +163,7 @@ TEST_F(SignalReceiver, WorksWhereEveryThreadOfTheProgramBlocksTheSignal) {
 }
 
 TEST_F(SignalReceiver, WorksForASignalThatWasPendingAlready) {
-    Blocked const blocked(SysSignal::Terminate);
+    BlockedSignal const blocked(SIGTERM);
     sendToSelf(SysSignal::Terminate);
 
     handle(SysSignal::Terminate, handler.get());

@@ -1,4 +1,5 @@
 #include "support/BackgroundCall.h"
+#include "support/CurrentFolder.h"
 #include "support/Obstacles.h"
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
@@ -31,6 +32,7 @@ namespace fs = std::filesystem;
 
 using fdn::Path;
 using fdn::String;
+using test::CurrentFolder;
 using test::entriesOf;
 using test::errorOf;
 using test::modeOf;
@@ -51,21 +53,6 @@ public:
 
 private:
     mode_t m_previous;
-};
-
-class CurrentFolder {
-public:
-    explicit CurrentFolder(std::string const& folder) : m_previous(fs::current_path()) {
-        fs::current_path(folder);
-    }
-
-    CurrentFolder(CurrentFolder const&) = delete;
-    CurrentFolder& operator=(CurrentFolder const&) = delete;
-
-    ~CurrentFolder() { fs::current_path(m_previous); }
-
-private:
-    fs::path m_previous;
 };
 
 class MountPoint {

@@ -1,3 +1,5 @@
+#include "support/BlockedSignal.h"
+#include "support/CurrentFolder.h"
 #include "support/Obstacles.h"
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
@@ -47,6 +49,8 @@ using fdn::Path;
 using fdn::String;
 using fdn::TArray;
 using test::await;
+using test::BlockedSignal;
+using test::CurrentFolder;
 using test::errorOf;
 using test::reap;
 using test::TemporaryFolder;
@@ -147,44 +151,6 @@ private:
     void (*m_previous)(int);
 };
 
-// Blocks a signal for as long as the object lives.
-class Blocked {
-public:
-    explicit Blocked(int signal) {
-        sigset_t set;
-        sigemptyset(&set);
-        sigaddset(&set, signal);
-        pthread_sigmask(SIG_BLOCK, &set, &m_previous);
-    }
-
-    Blocked(Blocked const&) = delete;
-    Blocked& operator=(Blocked const&) = delete;
-
-    ~Blocked() { pthread_sigmask(SIG_SETMASK, &m_previous, nullptr); }
-
-private:
-    sigset_t m_previous;
-};
-
-// Puts the process in a folder for as long as the object lives.
-class CurrentFolder {
-public:
-    explicit CurrentFolder(TemporaryFolder const& folder) : m_previous(open(".", O_RDONLY | O_CLOEXEC)) {
-        EXPECT_EQ(chdir(folder.name().c_str()), 0);
-    }
-
-    CurrentFolder(CurrentFolder const&) = delete;
-    CurrentFolder& operator=(CurrentFolder const&) = delete;
-
-    ~CurrentFolder() {
-        EXPECT_EQ(fchdir(m_previous), 0);
-        close(m_previous);
-    }
-
-private:
-    int m_previous;
-};
-
 // Whatever a start does: afterwards the process has no other descriptors and no child.
 class LeavesNothingBehind : public testing::Test {
 protected:
@@ -260,7 +226,7 @@ TEST_F(ExecSync, RunsInTheGivenFolder) {
 
 TEST_F(ExecSync, RunsInTheCallersFolderWhenNoneIsGiven) {
     TemporaryFolder const folder;
-    CurrentFolder const current(folder);
+    CurrentFolder const current(folder.name());
 
     EXPECT_EQ(outputOf(command("/bin/pwd")), folder.path().getText() + "\n");
 }
@@ -269,7 +235,7 @@ TEST_F(ExecSync, TakesARelativeProgramFromTheCallersFolder) {
     TemporaryFolder const folder;
     test::writeFile(folder.name("program"), "#!/bin/sh\npwd\necho \"$0\"\n");
     test::setMode(folder.name("program"), 0755);
-    CurrentFolder const current(folder);
+    CurrentFolder const current(folder.name());
 
     String const output = outputOf(command("program"), Path("/"));
 
@@ -451,7 +417,7 @@ TEST_F(ForkAndExec, ConnectsStreamsWhereTheCallerHasClosedItsOwn) {
 }
 
 TEST_F(ForkAndExec, StartsWithAllSignalsUnblockedAndTreatedAsUsual) {
-    Blocked const blocked(SIGTERM);
+    BlockedSignal const blocked(SIGTERM);
     Treatment const ignored(SIGHUP, SIG_IGN);
     Treatment const pipeIgnored(SIGPIPE, SIG_IGN);
 
@@ -499,7 +465,7 @@ TEST_F(ForkAndExec, RunsNoneOfTheCallersHandlersInTheNewProcess) {
 }
 
 TEST_F(ForkAndExec, LeavesTheCallersSignalsAsTheyWere) {
-    Blocked const blocked(SIGUSR1);
+    BlockedSignal const blocked(SIGUSR1);
     std::string const mask = test::statusOf(getpid(), "SigBlk");
     std::string const treatments = test::statusOf(getpid(), "SigCgt") + test::statusOf(getpid(), "SigIgn");
 
@@ -666,7 +632,7 @@ TEST(CIPCConnectionToSubProcess, ReportsThatTheProgramReadsNoMore) {
 }
 
 TEST(CIPCConnectionToSubProcess, KeepsAPipeSignalThatWasPending) {
-    Blocked const blocked(SIGPIPE);
+    BlockedSignal const blocked(SIGPIPE);
     Treatment const ignoredAtTheEnd(SIGPIPE, SIG_DFL);
     raise(SIGPIPE);
     CIPCConnectionToSubProcess input;
