@@ -1,0 +1,84 @@
+// The command line: any arguments are either refused or understood, and the one with which a daemon is
+// launched is understood as it was meant. The command itself is not carried out.
+
+#include "FuzzSupport.h"
+
+#include <dmn/CDaemonEntry.h>
+
+#include <fdn/CError.h>
+
+namespace {
+
+using fuzz::require;
+
+constexpr std::size_t kMostArguments = 16;
+
+class CParsingEntry : public dmn::CDaemonEntry {
+public:
+    fdn::P<dmn::CDaemonInfo> createDaemonInfo() override {
+        auto info = fdn::newObj<dmn::CDaemonInfo>();
+        info->defaultId = "fuzz";
+        return info;
+    }
+
+    fdn::P<dmn::CDaemon> createDaemon(fdn::String const&, fdn::Path const&) override { return nullptr; }
+
+    // The folder would be made.
+    void handleCommandParams(wxCmdLineParser& parser) override {
+        CDaemonEntry::handleCommandParams(parser);
+        givenFolder = m_controlFolder;
+        m_controlFolder = fdn::Path();
+    }
+
+    void doCommand(fdn::String const& command) override { doneCommand = command; }
+
+    using CDaemonEntry::m_daemonId;
+
+    fdn::Path givenFolder;
+    fdn::String doneCommand;
+};
+
+int enter(CParsingEntry& entry, std::vector<std::string> arguments) {
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments)
+        pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    return entry.entry(static_cast<int>(arguments.size()), pointers.data());
+}
+
+void checkAnyArguments(std::string const& input) {
+    std::vector<std::string> arguments = fuzz::split(input, kMostArguments);
+    while (!arguments.empty() && arguments.back().empty())
+        arguments.pop_back();
+    arguments.insert(arguments.begin(), "fuzz");
+    auto const entry = fdn::newObj<CParsingEntry>();
+
+    int const status = enter(*entry, arguments);
+
+    require(status == 0 || entry->doneCommand.empty(), "a refused command is not carried out");
+    require(status != 0 || entry->m_daemonId != "", "there is an ID for every command");
+}
+
+// The input is an ID and a control folder; neither can be empty when a daemon is launched.
+void checkLaunch(std::string const& input) {
+    std::vector<std::string> const pieces = fuzz::split(input, 2);
+    if (pieces[0].empty() || pieces[1].empty() || pieces[1].find('\0') != std::string::npos)
+        return;
+    auto const entry = fdn::newObj<CParsingEntry>();
+
+    int const status = enter(*entry, {"fuzz", "--id=" + pieces[0], "--controlFolder=" + pieces[1], "daemon"});
+
+    require(status == 0, "the command line of a launch is understood");
+    require(entry->doneCommand == "daemon", "the command of a launch is carried out");
+    require(entry->m_daemonId == fuzz::toText(pieces[0]), "the ID arrives unchanged");
+    require(entry->givenFolder.getText() == fuzz::toText(pieces[1]), "the control folder arrives unchanged");
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+    std::string const input = fuzz::toBytes(data, size);
+    checkAnyArguments(input);
+    checkLaunch(input);
+    return 0;
+}
