@@ -119,7 +119,8 @@ public:
     static fdn::Path getInitScriptPath(fdn::String const& id);
 
     /// The setting that the init script answers to "print" and the attribute, without white space around it.
-    /// An unknown attribute gives the empty text; throws when the script cannot be run.
+    /// An unknown attribute gives the empty text; throws when the script cannot be run, or fails
+    /// without a word.
     static fdn::String getDaemonAttribute(fdn::String const& id, fdn::String const& attr);
 
     /// The run parameters as they are stored: URI-escaped, with blanks between them.

@@ -128,8 +128,10 @@ pid_t launch(LaunchRequest const& request, StandardStreams& streams) {
     return outcome.process;
 }
 
-void reap(pid_t process) {
-    uninterrupted([&] { return waitpid(process, nullptr, 0); });
+int reap(pid_t process) {
+    int state = 0;
+    uninterrupted([&] { return waitpid(process, &state, 0); });
+    return state;
 }
 
 } // namespace fdn

@@ -1,13 +1,19 @@
 #include <fdn/programs.h>
 
+#include <fdn/CError.h>
 #include <fdn/Launch.h>
 
 #include <array>
 #include <string>
+#include <utility>
+
+#include <sys/wait.h>
 
 namespace fdn {
 
 namespace {
+
+constexpr int kStatusOfNo = 1; // by which many programs, grep and diff among them, only say no
 
 StandardStream useDefault(ForkExecLevel level) {
     return level == ForkExecLevel::Detached ? useNothing() : StandardStream();
@@ -18,7 +24,7 @@ void handOver(StandardStream& stream, CIPCConnectionToSubProcess* connection) {
         connection->attach(stream.caller.release());
 }
 
-// Waits for a child at the end of a scope.
+// Waits for a child, at the end of a scope at the latest.
 class ReapedChild {
 public:
     explicit ReapedChild(pid_t process) : m_process(process) {}
@@ -26,18 +32,40 @@ public:
     ReapedChild(ReapedChild const&) = delete;
     ReapedChild& operator=(ReapedChild const&) = delete;
 
-    ~ReapedChild() { reap(m_process); }
+    ~ReapedChild() { wait(); }
+
+    // How the child has ended; only the first call can tell.
+    int wait() { return m_process == 0 ? 0 : reap(std::exchange(m_process, 0)); }
 
 private:
     pid_t m_process;
 };
 
-std::string readToEnd(CIPCConnectionToSubProcess& output) {
+// Closes the stream, so that the child never waits for a reader who waits for the child.
+std::string readToEnd(StandardStream& stream) {
+    CIPCConnectionToSubProcess output;
+    output.attach(stream.caller.release());
     std::string content;
     std::array<char, 4096> buffer;
     while (std::size_t const count = output.read(buffer.data(), buffer.size()))
         content.append(buffer.data(), count);
     return content;
+}
+
+bool isFailure(int state) {
+    return WIFSIGNALED(state) || WEXITSTATUS(state) > kStatusOfNo;
+}
+
+String describeEnd(int state) {
+    return WIFSIGNALED(state) ? String::Format("ended by signal %d", WTERMSIG(state))
+                              : String::Format("status %d", WEXITSTATUS(state));
+}
+
+// A shell that lacks memory or descriptors prints nothing, too.
+void requireAnswer(CExecCommand const& command, std::string const& output, int state) {
+    if (output.empty() && isFailure(state))
+        throw CError("The program '" + command.getProgram().getText() +
+                     "' has failed without an answer: " + describeEnd(state) + ".");
 }
 
 } // namespace
@@ -60,12 +88,10 @@ String execSyncReturnOutputAsString(CExecCommand const& command, bool includeSta
     StandardStreams streams = {useNothing(), writeToCaller(), StandardStream()};
     if (includeStandardError)
         streams[2] = useSameAs(streams[1]);
-    ReapedChild const child(launch({command, nullptr, ForkExecLevel::Child, folder, environment}, streams));
-
-    // Closed before the child is waited for, which therefore never waits for a reader in turn.
-    CIPCConnectionToSubProcess output;
-    output.attach(streams[1].caller.release());
-    return String::fromBytes(readToEnd(output));
+    ReapedChild child(launch({command, nullptr, ForkExecLevel::Child, folder, environment}, streams));
+    std::string const output = readToEnd(streams[1]);
+    requireAnswer(command, output, child.wait());
+    return String::fromBytes(output);
 }
 
 } // namespace fdn

@@ -61,8 +61,9 @@ FDN_EXPORT int forkAndExec(CExecCommand const& command, CImpersonateInfo* impers
 /// written to its standard output, as text (by the rule of String::fromBytes()).
 ///
 /// With `includeStandardError`, what it writes to its standard error is part of the answer, in the order in
-/// which it was written; otherwise that stream is the caller's. The exit status is neither checked nor
-/// reported.
+/// which it was written; otherwise that stream is the caller's. The exit status does not matter
+/// to a program that has printed something. One that has printed nothing, and was ended by a signal or by a
+/// status above 1, has failed without an answer: that is a CError, which names the program.
 ///
 /// Blocks until the program has ended and no process holds its output open any more; it has been waited for
 /// then, also where the caller ignores SIGCHLD.

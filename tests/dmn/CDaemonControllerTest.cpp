@@ -182,6 +182,16 @@ TEST_F(CDaemonController, ReadsWhatAFailingScriptHasWritten) {
     EXPECT_EQ("value", attribute("RunAs"));
 }
 
+TEST_F(CDaemonController, DoesNotTakeTheSilenceOfAScriptThatFailsForAnEmptySetting) {
+    for (std::string const end : {"exit 2", "exit 127", "kill -9 $$"}) {
+        writeInitScript("#!/bin/sh\n" + end + "\n");
+
+        std::string const message = messageOf([] { attribute("RunAs"); });
+
+        EXPECT_THAT(message, testing::HasSubstr("'/etc/init.d/app' has failed without an answer")) << end;
+    }
+}
+
 TEST_F(CDaemonController, ReadsAnUnknownAttributeAsEmpty) {
     install();
 

@@ -213,9 +213,26 @@ TEST_F(ExecSync, IncludesStandardErrorInOrder) {
     EXPECT_EQ(output, "a\nb\nc\n");
 }
 
-TEST_F(ExecSync, IgnoresTheExitStatus) {
+TEST_F(ExecSync, IgnoresTheExitStatusOfAProgramThatHasPrintedSomething) {
     EXPECT_EQ(outputOf(shell("echo a; exit 3")), "a\n");
     EXPECT_EQ(outputOf(shell("echo a; kill -9 $$")), "a\n");
+}
+
+TEST_F(ExecSync, ThrowsWhenAProgramFailsWithoutAWord) {
+    EXPECT_EQ(test::messageOf([] { outputOf(shell("exit 2")); }),
+              "The program '/bin/sh' has failed without an answer: status 2.");
+    EXPECT_EQ(test::messageOf([] { outputOf(shell("kill -9 $$")); }),
+              "The program '/bin/sh' has failed without an answer: ended by signal 9.");
+}
+
+TEST_F(ExecSync, TakesTheStatusOneForANo) {
+    EXPECT_EQ(outputOf(shell("exit 1")), "");
+}
+
+TEST_F(ExecSync, KnowsOfNoFailureWhereChildrenAreForgotten) {
+    Treatment const ignored(SIGCHLD, SIG_IGN);
+
+    EXPECT_EQ(outputOf(shell("exit 2")), "");
 }
 
 TEST_F(ExecSync, RunsInTheGivenFolder) {
