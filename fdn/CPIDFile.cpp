@@ -12,7 +12,6 @@
 #include <charconv>
 #include <chrono>
 #include <filesystem>
-#include <optional>
 #include <sstream>
 #include <string>
 
@@ -98,7 +97,7 @@ bool isSameProcess(Record const& record) {
 }
 
 bool maySpeakFor(Record const& record) {
-    return record.owner == 0 || record.owner == getEffectiveUser(record.process);
+    return record.owner == 0 || mayBeSignalledBy(record.owner, record.process);
 }
 
 int getHolder(Record const& record) {

@@ -38,9 +38,10 @@ public:
     ///
     /// A file is believed when it is a regular file with this one name, no link, at most 4096 bytes long,
     /// begins with a decimal number from 1 on a line of its own, and has either no second line or the one
-    /// of that process. When it belongs to any user but root, that process must have that user's rights,
-    /// too: otherwise an account could make root signal the process of another one by writing its number
-    /// into the account's own file.
+    /// of that process. When it belongs to any user but root, that user must be one who may signal that
+    /// process (POSIX kill), too: otherwise an account could make root signal the process of another one by
+    /// writing its number into the account's own file. A process of root's that has become the user by
+    /// seteuid() alone, to become root again, is none.
     ///
     /// Throws CError when the system cannot tell, such as for a file that may not be read. Never waits.
     static int getActivePID(Path const& path);

@@ -78,12 +78,13 @@ std::string getProcessIdentity(pid_t process) {
     return fields && bootFile ? startTime + " " + boot : std::string();
 }
 
-std::optional<uid_t> getEffectiveUser(pid_t process) {
+bool mayBeSignalledBy(uid_t user, pid_t process) {
     uid_t realUser = 0;
     uid_t effectiveUser = 0;
-    if (getStatus(process, "Uid") >> realUser >> effectiveUser)
-        return effectiveUser;
-    return std::nullopt;
+    uid_t savedUser = 0;
+    if (!(getStatus(process, "Uid") >> realUser >> effectiveUser >> savedUser))
+        return false;
+    return user == realUser || user == savedUser;
 }
 
 } // namespace fdn

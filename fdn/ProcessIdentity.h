@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include <sys/types.h>
@@ -15,7 +14,8 @@ bool isProcessAlive(pid_t process);
 /// which boot of the machine. Empty where /proc does not say.
 std::string getProcessIdentity(pid_t process);
 
-/// The user whose rights the process has. Nothing where /proc does not say.
-std::optional<uid_t> getEffectiveUser(pid_t process);
+/// Whether the user's own processes may signal the process (POSIX kill): it was started by the user, or has
+/// the user's rights for good. Not where /proc does not say.
+bool mayBeSignalledBy(uid_t user, pid_t process);
 
 } // namespace fdn

@@ -816,6 +816,18 @@ TEST_F(PIDFilesOfAccounts, NameProcessesOfTheSameAccountAlone) {
     EXPECT_EQ(activeFor(1, kUser), 0);
 }
 
+// As servers do that open a user's files: the user cannot signal such a process, and root must not either.
+TEST_F(PIDFilesOfAccounts, DoNotNameAProcessThatHasTheirRightsForAWhile) {
+    test::Program const server([] {
+        if (seteuid(kUser) == 0)
+            std::cout << "lent" << std::flush;
+        pause();
+    });
+    awaitOutput(server, "lent");
+
+    EXPECT_EQ(activeFor(server.pid(), kUser), 0);
+}
+
 TEST_F(PIDFilesOfAccounts, OfRootMayNameEveryProcess) {
     test::Program const process(test::asUser("dmnuser", {"sleep", "1000"}));
 
