@@ -42,6 +42,17 @@ struct Record {
     uid_t owner = 0;
 };
 
+// Where a PID file is: a name in a folder, because the whole path may be longer than the system takes.
+struct Place {
+    std::string folder;
+    std::string name;
+};
+
+Place getPlace(Path const& path) {
+    std::filesystem::path const whole(toFileName(path).data());
+    return {whole.has_parent_path() ? whole.parent_path().string() : ".", whole.filename().string()};
+}
+
 bool saysNoFile(int error) {
     // ELOOP: a symbolic link, which is not believed. ENXIO and ENODEV: a socket or a device.
     return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENXIO || error == ENODEV;
@@ -189,14 +200,13 @@ private:
     [[noreturn]] void fail(int error, char const* func) const;
 
     Path m_path;
-    std::string m_folderName;
-    std::string m_name;
+    Place m_place;
     pid_t m_process;
     Descriptor m_folder;
     Descriptor m_file; // open, so that no other file gets its inode
 };
 
-CPIDFile::CClaim::CClaim(Path const& path) : m_path(path), m_process(getpid()) {
+CPIDFile::CClaim::CClaim(Path const& path) : m_path(path), m_place(getPlace(path)), m_process(getpid()) {
     openFolder();
     FolderLock const lock(m_folder);
     requireLock(lock);
@@ -211,27 +221,24 @@ CPIDFile::CClaim::~CClaim() {
         return;
     FolderLock const lock(m_folder);
     if (isStillOwn())
-        unlinkat(m_folder.get(), m_name.c_str(), 0);
+        unlinkat(m_folder.get(), m_place.name.c_str(), 0);
 }
 
 void CPIDFile::CClaim::openFolder() {
-    std::filesystem::path const path(toFileName(m_path).data());
-    m_name = path.filename().string();
-    m_folderName = path.has_parent_path() ? path.parent_path().string() : ".";
-    m_folder = Descriptor(open(m_folderName.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    m_folder = Descriptor(open(m_place.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!m_folder.isOpen())
-        throwLastSysError("open", kClaiming, Path(String::fromBytes(m_folderName)));
+        throwLastSysError("open", kClaiming, Path(String::fromBytes(m_place.folder)));
 }
 
 void CPIDFile::CClaim::requireLock(FolderLock const& lock) const {
     if (lock.getError() == 0)
         return;
     throwSysError(lock.getError(),
-                  {{"func", "flock"}, {"action", kClaiming}, {"path", String::fromBytes(m_folderName)}});
+                  {{"func", "flock"}, {"action", kClaiming}, {"path", String::fromBytes(m_place.folder)}});
 }
 
 void CPIDFile::CClaim::refuseWhenHeld() const {
-    Record const record = readRecord(m_path, m_folder.get(), m_name.c_str());
+    Record const record = readRecord(m_path, m_folder.get(), m_place.name.c_str());
     // A container gives its daemon the same number each time it is started.
     if (record.process == m_process && record.identity.empty())
         return;
@@ -256,7 +263,7 @@ void CPIDFile::CClaim::writeTemporaryFile() {
 
 // Not flushed to the disk: after a crash of the machine, no process holds the file anyway.
 void CPIDFile::CClaim::takePlace() const {
-    if (renameat(m_folder.get(), kTemporaryName, m_folder.get(), m_name.c_str()) == -1)
+    if (renameat(m_folder.get(), kTemporaryName, m_folder.get(), m_place.name.c_str()) == -1)
         fail(errno, "rename");
 }
 
@@ -264,7 +271,7 @@ bool CPIDFile::CClaim::isStillOwn() const {
     struct stat own = {};
     struct stat current = {};
     return fstat(m_file.get(), &own) == 0 &&
-           fstatat(m_folder.get(), m_name.c_str(), &current, AT_SYMLINK_NOFOLLOW) == 0 &&
+           fstatat(m_folder.get(), m_place.name.c_str(), &current, AT_SYMLINK_NOFOLLOW) == 0 &&
            isSameFile(own, current);
 }
 
@@ -277,7 +284,13 @@ CPIDFile::CPIDFile(Path const& path) : m_claim(std::make_unique<CClaim>(path)) {
 CPIDFile::~CPIDFile() = default;
 
 int CPIDFile::getActivePID(Path const& path) {
-    return getHolder(readRecord(path, AT_FDCWD, toFileName(path)));
+    Place const place = getPlace(path);
+    Descriptor const folder(open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.isOpen() && saysNoFile(errno))
+        return 0;
+    if (!folder.isOpen())
+        throwLastSysError("open", kAsking, path);
+    return getHolder(readRecord(path, folder.get(), place.name.c_str()));
 }
 
 } // namespace fdn

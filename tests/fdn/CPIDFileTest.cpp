@@ -17,6 +17,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <filesystem>
 #include <future>
 #include <iostream>
@@ -267,6 +268,19 @@ TEST_F(CPIDFile, CanHaveAnyNameThatAFileCanHave) {
     fdn::CPIDFile const file(folder / longest.c_str());
 
     EXPECT_THAT(entries(), ElementsAre(longest));
+}
+
+TEST_F(CPIDFile, CanBeWhereItsWholePathIsTooLong) {
+    std::string deepFolder = folder.name();
+    while (deepFolder.size() < PATH_MAX - 1)
+        deepFolder +=
+            "/" + std::string(std::min<std::size_t>(PATH_MAX - 2 - deepFolder.size(), NAME_MAX), 'd');
+    std::filesystem::create_directories(deepFolder);
+    Path const deepPath(String::fromBytes(deepFolder + "/daemon.pid"));
+
+    fdn::CPIDFile const file(deepPath);
+
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(deepPath), getpid());
 }
 
 TEST_F(CPIDFile, CanBeOneOfSeveralInAFolder) {
