@@ -1,11 +1,8 @@
 #include <fdn/CIPCConnectionToSubProcess.h>
 
 #include <fdn/Descriptor.h>
+#include <fdn/FatalSignalsHeldBack.h>
 #include <fdn/sysError.h>
-
-#include <cerrno>
-#include <csignal>
-#include <ctime>
 
 #include <unistd.h>
 
@@ -13,39 +10,8 @@ namespace fdn {
 
 namespace {
 
-// Keeps what this thread writes to a pipe that nobody reads from raising SIGPIPE, without touching the
-// process's way to treat that signal. errno stays as it was.
-class PipeSignalHeldBack {
-public:
-    PipeSignalHeldBack() {
-        sigset_t pending;
-        sigpending(&pending);
-        m_wasPending = sigismember(&pending, SIGPIPE) == 1;
-        sigemptyset(&m_pipeSignal);
-        sigaddset(&m_pipeSignal, SIGPIPE);
-        pthread_sigmask(SIG_BLOCK, &m_pipeSignal, &m_previous);
-    }
-
-    PipeSignalHeldBack(PipeSignalHeldBack const&) = delete;
-    PipeSignalHeldBack& operator=(PipeSignalHeldBack const&) = delete;
-
-    ~PipeSignalHeldBack() {
-        int const savedError = errno;
-        timespec const atOnce = {};
-        if (!m_wasPending)
-            uninterrupted([&] { return sigtimedwait(&m_pipeSignal, nullptr, &atOnce); });
-        pthread_sigmask(SIG_SETMASK, &m_previous, nullptr);
-        errno = savedError;
-    }
-
-private:
-    sigset_t m_pipeSignal;
-    sigset_t m_previous;
-    bool m_wasPending;
-};
-
 ssize_t writeQuietly(int descriptor, char const* data, std::size_t size) {
-    PipeSignalHeldBack const heldBack;
+    FatalSignalsHeldBack const heldBack;
     return uninterrupted([&] { return ::write(descriptor, data, size); });
 }
 

@@ -1,14 +1,13 @@
 #include <fdn/LogFile.h>
 
 #include <fdn/CError.h>
+#include <fdn/FatalSignalsHeldBack.h>
 #include <fdn/files.h>
 #include <fdn/sysError.h>
 
 #include <cerrno>
-#include <ctime>
 
 #include <fcntl.h>
-#include <signal.h>
 #include <stdio.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -24,34 +23,6 @@ constexpr int kOldFiles = 5;
 // Not blocking, so that a pipe without a reader, or whose reader is slow, does not hold the program up; and a
 // terminal must not become the controlling one of a daemon.
 constexpr int kOpenFlags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-
-// Keeps the calling thread's writes from ending the program, with SIGPIPE when a pipe has lost its reader and
-// with SIGXFSZ at the limit for the size of files. The write then fails, which is enough.
-class FatalSignalsHeldBack {
-public:
-    FatalSignalsHeldBack() {
-        sigset_t pending;
-        sigpending(&pending);
-        sigemptyset(&m_signals);
-        for (int const signal : {SIGPIPE, SIGXFSZ})
-            if (sigismember(&pending, signal) == 0) // one that pends is held back by somebody else
-                sigaddset(&m_signals, signal);
-        pthread_sigmask(SIG_BLOCK, &m_signals, &m_callersMask);
-    }
-
-    FatalSignalsHeldBack(FatalSignalsHeldBack const&) = delete;
-    FatalSignalsHeldBack& operator=(FatalSignalsHeldBack const&) = delete;
-
-    ~FatalSignalsHeldBack() {
-        timespec const atOnce = {};
-        uninterrupted([&] { return sigtimedwait(&m_signals, nullptr, &atOnce); });
-        pthread_sigmask(SIG_SETMASK, &m_callersMask, nullptr);
-    }
-
-private:
-    sigset_t m_signals;
-    sigset_t m_callersMask;
-};
 
 struct stat examine(Descriptor const& file) {
     struct stat info = {};

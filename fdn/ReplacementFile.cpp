@@ -1,5 +1,6 @@
 #include <fdn/ReplacementFile.h>
 
+#include <fdn/FatalSignalsHeldBack.h>
 #include <fdn/files.h>
 #include <fdn/sysError.h>
 
@@ -55,6 +56,7 @@ void ReplacementFile::create() {
 }
 
 void ReplacementFile::write(std::string const& content) {
+    FatalSignalsHeldBack const heldBack;
     std::size_t done = 0;
     while (done < content.size()) {
         ssize_t const written = uninterrupted(

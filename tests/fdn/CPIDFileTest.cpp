@@ -486,6 +486,17 @@ TEST_F(CPIDFile, ClaimWithoutANameFailsAndLeavesNothing) {
     EXPECT_THAT(entries(), IsEmpty());
 }
 
+TEST_F(CPIDFile, ClaimFailsWhereFilesMayNotGrowAndLeavesNothing) {
+    long long code = 0;
+    {
+        test::NoFileMayGrow const limit;
+        code = errorOf([this] { fdn::CPIDFile claim(path); }).getCode();
+    }
+
+    EXPECT_EQ(code, EFBIG);
+    EXPECT_THAT(entriesOf(folder.name()), IsEmpty());
+}
+
 TEST_F(CPIDFile, ClaimFailsWhereTheFolderStaysLocked) {
     LockedFolder const locked(folder);
 

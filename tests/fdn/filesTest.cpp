@@ -616,6 +616,20 @@ TEST(writeUTF8TextFile, LeavesTheOldFileWhenTheDiskFails) {
     EXPECT_THAT(entriesOf(folder.name()), ElementsAre("file"));
 }
 
+TEST(writeUTF8TextFile, LeavesTheOldFileWhenFilesMayNotGrow) {
+    TemporaryFolder const folder;
+    writeFile(folder.name("file"), "old");
+    long long code = 0;
+    {
+        test::NoFileMayGrow const limit;
+        code = errorOf([&] { fdn::writeUTF8TextFile((folder / "file").getText(), "new"); }).getCode();
+    }
+
+    EXPECT_EQ(code, EFBIG);
+    EXPECT_EQ(readFile(folder.name("file")), "old");
+    EXPECT_THAT(entriesOf(folder.name()), ElementsAre("file"));
+}
+
 using FullDiskTest = test::PrivateRootTest;
 
 TEST_F(FullDiskTest, LeavesTheOldTextFile) {

@@ -42,6 +42,16 @@ FullFolder::~FullFolder() {
     umount2(m_folder.c_str(), MNT_DETACH);
 }
 
+NoFileMayGrow::NoFileMayGrow() {
+    check(getrlimit(RLIMIT_FSIZE, &m_limit), "getrlimit");
+    rlimit const nothing = {0, m_limit.rlim_max};
+    check(setrlimit(RLIMIT_FSIZE, &nothing), "setrlimit");
+}
+
+NoFileMayGrow::~NoFileMayGrow() {
+    setrlimit(RLIMIT_FSIZE, &m_limit);
+}
+
 void refuseSystemCall(long number, int error) {
     auto const refused = static_cast<unsigned>(number);
     auto const answer = SECCOMP_RET_ERRNO | static_cast<unsigned>(error);

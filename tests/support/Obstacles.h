@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include <sys/resource.h>
 #include <sys/syscall.h>
 
 namespace test {
@@ -31,6 +32,19 @@ public:
 
 private:
     std::string m_folder;
+};
+
+/// No file may be made larger by this process, or by those that it starts, while the object lives (POSIX
+/// RLIMIT_FSIZE): a write that would is refused with EFBIG, or ends the process with SIGXFSZ.
+class NoFileMayGrow {
+public:
+    NoFileMayGrow();
+    NoFileMayGrow(NoFileMayGrow const&) = delete;
+    NoFileMayGrow& operator=(NoFileMayGrow const&) = delete;
+    ~NoFileMayGrow();
+
+private:
+    rlimit m_limit = {};
 };
 
 /// The system call by which chmod() changes a file's mode.
