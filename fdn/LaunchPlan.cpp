@@ -6,15 +6,25 @@
 
 #include <algorithm>
 
+#include <sys/auxv.h>
 #include <unistd.h>
 
 namespace fdn {
 
 namespace {
 
+// All that a program needs and the system's first process gives.
+constexpr char kSystemsPath[] = "PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
+
 // Arguments and variables often hold paths, so they take the encoding of file names.
 std::string toSystemText(String const& text) {
     return toFileName(Path(text)).data();
+}
+
+// Whether the environment comes from a user with fewer rights, as that of a set-user-ID program does. Shells
+// and interpreters take orders from variables, so what is started must not see any of it.
+bool hasForeignEnvironment() {
+    return getauxval(AT_SECURE) != 0;
 }
 
 // The program as it is found from any folder.
@@ -66,13 +76,15 @@ void LaunchMaterial::takeArguments(TArray<String> const& arguments) {
 }
 
 void LaunchMaterial::takeEnvironment(TMap<String, String> const* environment) {
-    if (environment == nullptr) {
+    if (environment != nullptr) {
+        for (auto const& [name, value] : *environment)
+            m_environmentTexts.push_back(toVariable(name, value));
+    } else if (hasForeignEnvironment()) {
+        m_environmentTexts.emplace_back(kSystemsPath);
+    } else {
         for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable)
             m_environmentTexts.emplace_back(*variable);
-        return;
     }
-    for (auto const& [name, value] : *environment)
-        m_environmentTexts.push_back(toVariable(name, value));
 }
 
 void LaunchMaterial::takeAccount(CSystemUserID const& user) {

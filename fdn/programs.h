@@ -15,8 +15,9 @@ namespace fdn {
 //
 // Program, arguments and environment variables are handed over in the encoding of file names; a text that
 // it cannot represent, or that holds the character NUL, is refused with CUnencodableStringError. An
-// environment is exactly the variables given, or the caller's own when it is null. A folder becomes the
-// program's current folder; an empty one keeps the caller's.
+// environment is exactly the variables given, or the caller's own when it is null. In a set-user-ID program
+// that is the system's PATH alone, because the user who called it must not tell others what to do. A folder
+// becomes the program's current folder; an empty one keeps the caller's.
 //
 // That a program cannot be started is an error here, a CError with the system's error number as its code
 // and the property "func" for the step that failed: "execve" with the program's path as "program" (also for
