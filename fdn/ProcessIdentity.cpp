@@ -1,6 +1,7 @@
 #include <fdn/ProcessIdentity.h>
 
 #include <fdn/Descriptor.h>
+#include <fdn/sysError.h>
 
 #include <array>
 #include <cerrno>
@@ -18,11 +19,23 @@ namespace {
 
 constexpr int kStartTimeAfterName = 20; // field 22 of proc_pid_stat(5); the name in parentheses is the second
 
-// The file's beginning, in which everything that is wanted here stands; empty when it cannot be read.
+// The process may end between any two calls.
+bool saysNoProcess(int error) {
+    return error == ENOENT || error == ENOTDIR || error == ESRCH;
+}
+
+// The file's beginning, in which everything that is wanted here stands; empty when there is no such file. Any
+// other failure says nothing about the process, which must not be taken for gone then.
 std::string readProcFile(std::string const& name) {
-    Descriptor const file(open(("/proc/" + name).c_str(), O_RDONLY | O_CLOEXEC));
+    std::string const path = "/proc/" + name;
+    Descriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     std::array<char, 4096> content;
-    ssize_t const size = uninterrupted([&] { return read(file.get(), content.data(), content.size()); });
+    ssize_t size = -1;
+    if (file.isOpen())
+        size = uninterrupted([&] { return read(file.get(), content.data(), content.size()); });
+    if (size == -1 && !saysNoProcess(errno))
+        throwLastSysError(file.isOpen() ? "read" : "open", "looking at a process",
+                          Path(String::fromBytes(path)));
     return size > 0 ? std::string(content.data(), static_cast<std::size_t>(size)) : std::string();
 }
 

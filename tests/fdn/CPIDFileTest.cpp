@@ -816,6 +816,36 @@ TEST_F(WithoutProc, AThreadIsNoProcess) {
     EXPECT_EQ(outcome.output, "0") << outcome.errors;
 }
 
+class UnreadableProc : public test::PrivateRootTest {
+protected:
+    // The memory of a process cannot be read from its beginning.
+    UnreadableProc() { require(mount("/proc/self/mem", kBoot, nullptr, MS_BIND, nullptr) == 0, "mount"); }
+
+    ~UnreadableProc() override { umount(kBoot); }
+
+    static constexpr char kBoot[] = "/proc/sys/kernel/random/boot_id";
+
+    TemporaryFolder const folder;
+};
+
+TEST_F(UnreadableProc, LeavesItOpenWhetherTheProcessHoldsItsFile) {
+    writeFile(folder.name("daemon.pid"), numberOf(getpid()) + "\n1 " + kNoBoot + "\n");
+
+    CError const error = errorOf([&] { fdn::CPIDFile::getActivePID(folder / "daemon.pid"); });
+
+    EXPECT_EQ(error.getCode(), EIO);
+    EXPECT_THAT(error.getMessage().toUTF8(), testing::HasSubstr(kBoot));
+}
+
+TEST_F(UnreadableProc, FailsAClaimThatThenLeavesTheFolderAsItWas) {
+    writeFile(folder.name("daemon.pid"), numberOf(getppid()) + "\n1 " + kNoBoot + "\n");
+
+    EXPECT_EQ(errorOf([&] { fdn::CPIDFile file(folder / "daemon.pid"); }).getCode(), EIO);
+
+    EXPECT_THAT(entriesOf(folder.name()), ElementsAre("daemon.pid"));
+    EXPECT_EQ(readFile(folder.name("daemon.pid")), numberOf(getppid()) + "\n1 " + kNoBoot + "\n");
+}
+
 class FullDisk : public test::PrivateRootTest {};
 
 TEST_F(FullDisk, FailsAClaimThatThenLeavesTheFolderAsItWas) {
