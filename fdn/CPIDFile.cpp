@@ -6,6 +6,7 @@
 #include <fdn/FatalSignalsHeldBack.h>
 #include <fdn/ProcessIdentity.h>
 #include <fdn/files.h>
+#include <fdn/log.h>
 #include <fdn/sysError.h>
 
 #include <array>
@@ -26,6 +27,7 @@ namespace fdn {
 namespace {
 
 constexpr char kClaiming[] = "CPIDFile constructor";
+constexpr char kGivingUp[] = "CPIDFile destructor";
 constexpr char kAsking[] = "CPIDFile::getActivePID";
 constexpr std::size_t kMaxSize = 4096;
 constexpr mode_t kMode = 0644;
@@ -197,8 +199,9 @@ private:
     void refuseWhenHeld() const;
     void writeTemporaryFile();
     void takePlace() const;
+    void giveUp() const noexcept;
     bool isStillOwn() const;
-    [[noreturn]] void fail(int error, char const* func) const;
+    [[noreturn]] void fail(int error, char const* func, char const* action = kClaiming) const;
 
     Path m_path;
     Place m_place;
@@ -221,8 +224,7 @@ CPIDFile::CClaim::~CClaim() {
     if (getpid() != m_process)
         return;
     FolderLock const lock(m_folder);
-    if (isStillOwn())
-        unlinkat(m_folder.get(), m_place.name.c_str(), 0);
+    giveUp();
 }
 
 void CPIDFile::CClaim::openFolder() {
@@ -269,16 +271,30 @@ void CPIDFile::CClaim::takePlace() const {
         fail(errno, "rename");
 }
 
+// A file that stays is no harm: it is known for a dead process's. But somebody may wonder.
+void CPIDFile::CClaim::giveUp() const noexcept {
+    try {
+        if (isStillOwn() && unlinkat(m_folder.get(), m_place.name.c_str(), 0) == -1 && errno != ENOENT)
+            fail(errno, "unlink", kGivingUp);
+    } catch (std::exception const& error) {
+        logError(error, "The PID file could not be deleted.", kGivingUp);
+    }
+}
+
 bool CPIDFile::CClaim::isStillOwn() const {
     struct stat own = {};
     struct stat current = {};
-    return fstat(m_file.get(), &own) == 0 &&
-           fstatat(m_folder.get(), m_place.name.c_str(), &current, AT_SYMLINK_NOFOLLOW) == 0 &&
-           isSameFile(own, current);
+    if (fstat(m_file.get(), &own) == -1)
+        fail(errno, "fstat", kGivingUp);
+    if (fstatat(m_folder.get(), m_place.name.c_str(), &current, AT_SYMLINK_NOFOLLOW) == 0)
+        return isSameFile(own, current);
+    if (errno != ENOENT)
+        fail(errno, "stat", kGivingUp);
+    return false;
 }
 
-void CPIDFile::CClaim::fail(int error, char const* func) const {
-    throwSysError(error, {{"func", func}, {"action", kClaiming}, {"path", m_path.getText()}});
+void CPIDFile::CClaim::fail(int error, char const* func, char const* action) const {
+    throwSysError(error, {{"func", func}, {"action", action}, {"path", m_path.getText()}});
 }
 
 CPIDFile::CPIDFile(Path const& path) : m_claim(std::make_unique<CClaim>(path)) {}

@@ -29,7 +29,8 @@ public:
     CPIDFile& operator=(CPIDFile const&) = delete;
 
     /// Gives the file up: deletes it if it is still the one that this object has made, in the same process.
-    /// Like the constructor it may wait for the folder's lock, but then deletes the file without.
+    /// Like the constructor it may wait for the folder's lock, but then deletes the file without. Where the
+    /// file cannot be deleted, the log says so; nobody takes it for that of a living process.
     ~CPIDFile() override;
 
     /// The process that holds the file, or 0 when none does: when there is no file, when the process is

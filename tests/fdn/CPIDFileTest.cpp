@@ -1,3 +1,4 @@
+#include "support/CapturedLog.h"
 #include "support/Obstacles.h"
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
@@ -930,7 +931,9 @@ TEST_F(PIDFilesOfAccounts, CanBeClaimedByTheAccount) {
     EXPECT_EQ(fdn::CPIDFile::getActivePID(path), holder.pid());
 }
 
-TEST_F(PIDFilesOfAccounts, AreGivenUpInSilenceWhereTheRightsAreGone) {
+TEST_F(PIDFilesOfAccounts, AreNamedInTheLogWhereTheRightsToDeleteThemAreGone) {
+    test::CapturedLog const log;
+
     test::Outcome const outcome = test::runInChild([&] {
         test::setMode(folder.name(), 0755);
         auto file = std::make_unique<fdn::CPIDFile>(path);
@@ -940,6 +943,7 @@ TEST_F(PIDFilesOfAccounts, AreGivenUpInSilenceWhereTheRightsAreGone) {
 
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_EQ(fdn::CPIDFile::getActivePID(path), 0);
+    EXPECT_THAT(log.entries(), ElementsAre(testing::HasSubstr("unlink failed for '" + name + "'")));
 }
 
 } // namespace
