@@ -23,6 +23,7 @@
 #include <cstdint>
 
 #include <signal.h>
+#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -130,11 +131,37 @@ FolderOwner getTransientFolderOwner(StartSettings const& settings) {
             accounts.getGroupID(hasGroup ? settings.transientFolderGroup : settings.runAs).getGID()};
 }
 
-void makeTransientFolder(fdn::Path const& folder, FolderOwner const& owner) {
+fdn::Path getTransientFolder(fdn::String const& appID) {
+    return fdn::CSystemPaths(appID).getSharedAppTransientFolder(false);
+}
+
+void furnishTransientFolder(fdn::Path const& folder, FolderOwner const& owner) {
     fdn::ensureFolderExists(folder, 0777);
     fdn::CFileRef file(folder);
     file.setUnixMode(toTransientFolderMode(fdn::COnDemandFileInfo(folder, false).getUnixMode()));
     file.setUnixOwnerAndGroup(owner.uid, owner.gid, false);
+}
+
+void rename(fdn::Path const& from, fdn::Path const& to) {
+    wxCharBuffer const fromName = fdn::toFileName(from);
+    wxCharBuffer const toName = fdn::toFileName(to);
+    if (::rename(fromName, toName) != 0)
+        fdn::throwLastSysError("rename", "CDaemonController::start", to);
+}
+
+// Gets its name when it is finished: a folder that has it is never touched again. What an interrupted start
+// has left is finished, too.
+void makeTransientFolder(fdn::String const& appID, FolderOwner const& owner) {
+    fdn::Path const unfinished = getTransientFolder("." + appID + ".new");
+    try {
+        furnishTransientFolder(unfinished, owner);
+        rename(unfinished, getTransientFolder(appID));
+    } catch (std::exception const&) {
+        rmdir(fdn::toFileName(unfinished));
+        // Another start may have made it at the same time.
+        if (!fdn::folderExists(getTransientFolder(appID)))
+            throw;
+    }
 }
 
 void prepareTransientFolder(StartSettings const& settings) {
@@ -143,12 +170,8 @@ void prepareTransientFolder(StartSettings const& settings) {
         return;
     if (appID.find('/') != fdn::String::npos)
         throw fdn::CError("Invalid transient folder app id: '" + appID + "'.");
-    fdn::Path const folder = fdn::CSystemPaths(appID).getSharedAppTransientFolder(false);
-    if (fdn::folderExists(folder))
-        return;
-    // The accounts are looked up first: a folder that exists is never touched again, so it must not be left
-    // behind half made.
-    makeTransientFolder(folder, getTransientFolderOwner(settings));
+    if (!fdn::folderExists(getTransientFolder(appID)))
+        makeTransientFolder(appID, getTransientFolderOwner(settings));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "ControllerTest.h"
 
 #include "support/CurrentFolder.h"
+#include "support/Obstacles.h"
 #include "support/Program.h"
 #include "support/await.h"
 #include "support/errors.h"
@@ -17,6 +18,7 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace test {
@@ -26,6 +28,7 @@ namespace {
 using dmn::CDaemonController;
 using testing::Contains;
 using testing::HasSubstr;
+using testing::Not;
 
 using Names = std::vector<std::string>;
 
@@ -398,6 +401,27 @@ TEST_F(StartAs, MakesTheTransientFolderForRootAndTheGroupThatIsSet) {
 
     EXPECT_EQ(0U, ownerOf("/run/appid"));
     EXPECT_EQ(kExtraGroup, groupOf("/run/appid"));
+}
+
+TEST_F(StartAs, LeavesNoTransientFolderThatItCannotGiveToTheAccount) {
+    this->install("dmnuser", "appid");
+
+    Outcome const outcome = runInChild([this] {
+        refuseSystemCall(SYS_lchown, EPERM);
+        controller().start();
+    });
+
+    EXPECT_THAT(outcome.errors, HasSubstr("lchown failed"));
+    EXPECT_THAT(entriesOf("/run"), Not(Contains(HasSubstr("appid"))));
+}
+
+TEST_F(StartAs, FinishesTheTransientFolderOfAStartThatWasInterrupted) {
+    std::filesystem::create_directory("/run/.appid.new");
+
+    start("dmnuser", "appid");
+
+    EXPECT_EQ(kUser, ownerOf("/run/appid"));
+    EXPECT_FALSE(std::filesystem::exists("/run/.appid.new"));
 }
 
 TEST_F(StartAs, LeavesTheOwnerOfAnExistingTransientFolder) {
