@@ -9,13 +9,19 @@
 
 #include <fcntl.h>
 #include <stdio.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace fdn {
 
 namespace {
 
-// Not derived from the name of the file, which may be as long as a name can be, and not one to be foreseen.
+// The same in every folder and for every file in it, so that one which a killed process leaves behind is not
+// the first of many. The folder's lock keeps two processes from using it at once.
+constexpr char kUsualName[] = ".text-file.new";
+
+// For those who do not get the lock. Not derived from the name of the file, which may be as long as a name
+// can be, and not one to be foreseen.
 std::string makeTemporaryName(char const* action) {
     std::uint64_t number = 0;
     if (getentropy(&number, sizeof number) != 0)
@@ -38,6 +44,8 @@ ReplacementFile::ReplacementFile(Path const& path, char const* action) : m_path(
 ReplacementFile::~ReplacementFile() {
     if (!m_temporaryName.empty())
         unlinkat(m_folder.get(), m_temporaryName.c_str(), 0);
+    // Closing the folder would not do, where a forked process has it, too.
+    flock(m_folder.get(), LOCK_UN);
 }
 
 void ReplacementFile::openFolder() {
@@ -48,11 +56,18 @@ void ReplacementFile::openFolder() {
 }
 
 void ReplacementFile::create() {
-    std::string name = makeTemporaryName(m_action);
-    m_file = Descriptor(openat(m_folder.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
-    if (!m_file.isOpen())
+    bool const isLocked = flock(m_folder.get(), LOCK_EX | LOCK_NB) == 0;
+    if (isLocked)
+        unlinkat(m_folder.get(), kUsualName, 0);
+    if (!(isLocked && createAs(kUsualName)) && !createAs(makeTemporaryName(m_action)))
         fail("open");
-    m_temporaryName = std::move(name);
+}
+
+bool ReplacementFile::createAs(std::string const& name) {
+    m_file = Descriptor(openat(m_folder.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+    if (m_file.isOpen())
+        m_temporaryName = name;
+    return m_file.isOpen();
 }
 
 void ReplacementFile::write(std::string const& content) {

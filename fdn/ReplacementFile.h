@@ -8,7 +8,9 @@
 namespace fdn {
 
 /// A new file that takes the place of another one once it is complete. Until then it has a name of its own in
-/// the same folder, under which it is deleted if it never gets there.
+/// the same folder, under which it is deleted if it never gets there; where the process is killed before, the
+/// next one in that folder deletes it. The folder is locked meanwhile (flock), unless somebody else has the
+/// lock.
 class ReplacementFile {
 public:
     /// Makes the new file, empty, with the mode 0644 that the umask leaves. `action` is the operation that
@@ -27,6 +29,7 @@ public:
 private:
     void openFolder();
     void create();
+    bool createAs(std::string const& name);
     void finishFile();
     void rename();
     void flushFolder();

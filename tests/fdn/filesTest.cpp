@@ -8,6 +8,7 @@
 #include "support/fileInfo.h"
 
 #include <fdn/CError.h>
+#include <fdn/Descriptor.h>
 #include <fdn/files.h>
 
 #include <gmock/gmock.h>
@@ -21,6 +22,9 @@
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -568,6 +572,30 @@ TEST(writeUTF8TextFile, LeavesTheOldFileWhenTheTextIsNoUnicode) {
                  fdn::CUnencodableStringError);
 
     EXPECT_EQ(readFile(folder.name("file")), "old");
+    EXPECT_THAT(entriesOf(folder.name()), ElementsAre("file"));
+}
+
+TEST(writeUTF8TextFile, TidiesUpAfterOneThatWasKilled) {
+    TemporaryFolder const folder;
+    test::Program writer([&] {
+        test::endAtSystemCall(SYS_fsync);
+        fdn::writeUTF8TextFile((folder / "file").getText(), "half");
+    });
+    ASSERT_EQ(writer.wait().signal, SIGSYS);
+    ASSERT_EQ(entriesOf(folder.name()).size(), 1U);
+
+    fdn::writeUTF8TextFile((folder / "file").getText(), "new");
+
+    EXPECT_THAT(entriesOf(folder.name()), ElementsAre("file"));
+}
+
+TEST(writeUTF8TextFile, DoesNotWaitForTheFoldersLock) {
+    TemporaryFolder const folder;
+    fdn::Descriptor const locked(open(folder.name().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(flock(locked.get(), LOCK_EX), 0);
+
+    fdn::writeUTF8TextFile((folder / "file").getText(), "new");
+
     EXPECT_THAT(entriesOf(folder.name()), ElementsAre("file"));
 }
 

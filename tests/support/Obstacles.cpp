@@ -21,6 +21,22 @@ void check(int result, std::string const& what) {
         throw std::system_error(errno, std::generic_category(), what);
 }
 
+void answerSystemCall(long number, unsigned answer) {
+    auto const answered = static_cast<unsigned>(number);
+    sock_filter filter[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, answered, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, answer),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    sock_fprog const program = {sizeof filter / sizeof filter[0], filter};
+    check(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), "prctl");
+    // For every thread: those that a sanitizer has started must not differ from this one.
+    check(
+        static_cast<int>(syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_TSYNC, &program)),
+        "seccomp");
+}
+
 } // namespace
 
 // Of the mount alone, not of the file system: other mounts of it, which may be the machine's, stay as they
@@ -53,20 +69,12 @@ NoFileMayGrow::~NoFileMayGrow() {
 }
 
 void refuseSystemCall(long number, int error) {
-    auto const refused = static_cast<unsigned>(number);
-    auto const answer = SECCOMP_RET_ERRNO | static_cast<unsigned>(error);
-    sock_filter filter[] = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, refused, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, answer),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    };
-    sock_fprog const program = {sizeof filter / sizeof filter[0], filter};
-    check(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), "prctl");
-    // For every thread: those that a sanitizer has started must not differ from this one.
-    check(
-        static_cast<int>(syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_TSYNC, &program)),
-        "seccomp");
+    answerSystemCall(number, SECCOMP_RET_ERRNO | static_cast<unsigned>(error));
+}
+
+void endAtSystemCall(long number) {
+    check(prctl(PR_SET_DUMPABLE, 0, 0, 0, 0), "prctl"); // no core file
+    answerSystemCall(number, SECCOMP_RET_KILL_PROCESS);
 }
 
 } // namespace test

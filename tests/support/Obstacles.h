@@ -58,4 +58,7 @@ constexpr long kChmodCall = SYS_fchmodat;
 /// so for children of a test only.
 void refuseSystemCall(long number, int error);
 
+/// From now on the kernel ends the process with SIGSYS, which cannot be caught, at this system call.
+void endAtSystemCall(long number);
+
 } // namespace test
