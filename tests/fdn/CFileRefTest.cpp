@@ -21,6 +21,8 @@ namespace fs = std::filesystem;
 using fdn::CFileRef;
 using fdn::COnDemandFileInfo;
 using test::errorOf;
+using test::kExtraGroup;
+using test::kUser;
 using test::modeOf;
 using test::TemporaryFolder;
 using test::writeFile;
@@ -76,9 +78,9 @@ TEST_F(FileOwnerTest, AndGroupOfAFileChange) {
     TemporaryFolder const folder;
     writeFile(folder.name("file"), "");
 
-    CFileRef(folder / "file").setUnixOwnerAndGroup(61001, 61003, false);
+    CFileRef(folder / "file").setUnixOwnerAndGroup(kUser, kExtraGroup, false);
 
-    EXPECT_EQ(ownerAndGroupOf(folder.name("file")), std::pair(61001U, 61003U));
+    EXPECT_EQ(ownerAndGroupOf(folder.name("file")), std::pair(kUser, kExtraGroup));
 }
 
 TEST_F(FileOwnerTest, OfALinkItselfChangesUnlessLinksAreFollowed) {
@@ -86,9 +88,9 @@ TEST_F(FileOwnerTest, OfALinkItselfChangesUnlessLinksAreFollowed) {
     writeFile(folder.name("file"), "");
     fs::create_symlink("file", folder.name("link"));
 
-    CFileRef(folder / "link").setUnixOwnerAndGroup(61001, 61001, false);
+    CFileRef(folder / "link").setUnixOwnerAndGroup(kUser, kUser, false);
 
-    EXPECT_EQ(ownerAndGroupOf(folder.name("link")), std::pair(61001U, 61001U));
+    EXPECT_EQ(ownerAndGroupOf(folder.name("link")), std::pair(kUser, kUser));
     EXPECT_EQ(ownerAndGroupOf(folder.name("file")), std::pair(0U, 0U));
 }
 
@@ -97,10 +99,10 @@ TEST_F(FileOwnerTest, OfALinksTargetChangesIfLinksAreFollowed) {
     writeFile(folder.name("file"), "");
     fs::create_symlink("file", folder.name("link"));
 
-    CFileRef(folder / "link").setUnixOwnerAndGroup(61001, 61001, true);
+    CFileRef(folder / "link").setUnixOwnerAndGroup(kUser, kUser, true);
 
     EXPECT_EQ(ownerAndGroupOf(folder.name("link")), std::pair(0U, 0U));
-    EXPECT_EQ(ownerAndGroupOf(folder.name("file")), std::pair(61001U, 61001U));
+    EXPECT_EQ(ownerAndGroupOf(folder.name("file")), std::pair(kUser, kUser));
 }
 
 TEST(COnDemandFileInfo, FollowsALinkIfToldTo) {

@@ -52,13 +52,13 @@ using fdn::String;
 using test::await;
 using test::entriesOf;
 using test::errorOf;
+using test::kUser;
 using test::readFile;
 using test::TemporaryFolder;
 using test::writeFile;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr unsigned kUser = 61001;
 constexpr unsigned kOther = 61002;
 constexpr char kNoBoot[] = "00000000-0000-0000-0000-000000000000";
 

@@ -632,8 +632,7 @@ protected:
     // Logs a text in a child that runs as dmnuser.
     static Outcome logAsUser(char const* text) {
         return runInChild([&] {
-            if (setgid(61001) != 0 || setuid(61001) != 0)
-                throw std::runtime_error("setuid");
+            test::becomeUser();
             logInfo(text);
         });
     }
@@ -717,8 +716,7 @@ TEST_F(UsualLogPlaceTest, IsSyslogWhenTheDiskIsFull) {
 TEST_F(UsualLogPlaceTest, StaysOpenForAProcessThatGivesUpRootsRights) {
     EXPECT_EQ(runInChild([] {
                   logInfo("first");
-                  if (setgid(61001) != 0 || setuid(61001) != 0)
-                      throw std::runtime_error("setuid");
+                  test::becomeUser();
                   logInfo("second");
               }).output,
               "");

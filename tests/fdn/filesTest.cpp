@@ -182,8 +182,7 @@ TEST_F(FilesOfAccountsTest, FileExistsFailsBelowAFolderThatMayNotBeSearched) {
     TemporaryFolder const folder;
 
     test::Outcome const outcome = test::runInChild([&] {
-        if (setuid(61001) != 0)
-            throw std::runtime_error("setuid");
+        test::becomeUser();
         std::cout << errorOf([&] { fdn::fileExists(folder / "file"); }).getCode() << std::flush;
     });
 
