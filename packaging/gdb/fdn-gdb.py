@@ -8,6 +8,15 @@ import gdb
 import gdb.printing
 
 
+def is_known(value):
+    """Whether gdb knows what an object consists of.
+
+    g++ describes a class of the library only in the library's own debugging information, unless told otherwise.
+    """
+    kind = value.type.strip_typedefs()
+    return kind.code == gdb.TYPE_CODE_STRUCT and bool(kind.fields())
+
+
 class StringPrinter:
     """wxString, and fdn::String, which derives from it."""
 
@@ -39,16 +48,16 @@ class PPrinter:
     def to_string(self):
         if not self.object:
             return "empty"
-        return f"{self.get_references()} references to {self.object.dynamic_type.target()}"
-
-    def get_references(self):
-        return int(self.get_object()["m_references"]["_M_i"])
+        if not is_known(self.get_object()):
+            return str(self.object)
+        references = int(self.get_object()["m_references"]["_M_i"])
+        return f"{references} references to {self.object.dynamic_type.target()}"
 
     def get_object(self):
         return self.object.cast(self.object.dynamic_type).dereference()
 
     def children(self):
-        if self.object:
+        if self.object and is_known(self.get_object()):
             yield "object", self.get_object()
 
 
@@ -78,8 +87,13 @@ class TCryptBufferPrinter(TBufferPrinter):
         return iter(())
 
 
+class Printers(gdb.printing.RegexpCollectionPrettyPrinter):
+    def __call__(self, value):
+        return super().__call__(value) if is_known(value) else None
+
+
 def make_printers():
-    printers = gdb.printing.RegexpCollectionPrettyPrinter("libfdn")
+    printers = Printers("libfdn")
     printers.add_printer("String", "^(fdn::String|wxString)$", StringPrinter)
     printers.add_printer("Path", "^fdn::TPathImpl<.*>$", PathPrinter)
     printers.add_printer("P", "^fdn::P<.*>$", PPrinter)

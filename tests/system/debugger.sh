@@ -5,23 +5,37 @@
 # shellcheck source=installed.sh
 . "${BASH_SOURCE[0]%/*}/installed.sh"
 
-# debug COMMAND_OF_GDB...: with the values of main() in sight.
+# debug PROGRAM COMMAND_OF_GDB...: with the values of main() in sight.
 debug() {
     local command arguments=()
     needs gdb
-    for command in "$@" "set print elements 100" run "info auto-load python-scripts" "frame function main"; do
+    for command in "${@:2}" "set print elements 100" run "info auto-load python-scripts" "frame function main"; do
         arguments+=(-ex "$command")
     done
     for command in text wxText path pointer second empty buffer secret; do
         arguments+=(-ex "print $command")
     done
-    expect_success timeout "$patience" gdb -nx -batch "${arguments[@]}" "$DMN_SYSTEM_LAYERS/debugged"
+    expect_success timeout "$patience" gdb -nx -batch "${arguments[@]}" "$DMN_SYSTEM_LAYERS/$1"
+}
+
+# As packages hold it.
+use_library_without_debugging_information() {
+    needs strip
+    install_product
+    mkdir "$TMPDIR/lib"
+    cp --no-dereference /usr/local/lib/lib{fdn,dmn}.so* "$TMPDIR/lib"
+    strip --strip-debug "$TMPDIR"/lib/*.so.*.*
+    export LD_LIBRARY_PATH=$TMPDIR/lib
 }
 
 # expect_values_by FOLDER: gdb has loaded the script there, and shows the values.
 expect_values_by() {
-    local shown=0
     expect_in_output "^Yes +$1/libfdn.so.*-gdb.py"
+    expect_values
+}
+
+expect_values() {
+    local shown=0
     expect_shown text 'L"grüß \"dich\""'
     expect_shown wxText 'L"base"'
     expect_shown path 'L"/var/lib/heartbeat"'
@@ -39,7 +53,7 @@ expect_shown() {
 
 check_ValuesAreShownInTheBuildTree() {
     local build=${DMN_SYSTEM_LAYERS%/tests/system}
-    debug "add-auto-load-safe-path $build"
+    debug debugged "add-auto-load-safe-path $build"
     expect_values_by "$build/fdn"
 }
 
@@ -48,8 +62,23 @@ check_ValuesAreShownWithTheInstalledLibrary() {
     install_product
     LD_LIBRARY_PATH=$(dirname "$(find /usr/local/lib -name libfdn.so)")
     export LD_LIBRARY_PATH
-    debug "set auto-load scripts-directory $folder" "add-auto-load-safe-path $folder"
+    debug debugged "set auto-load scripts-directory $folder" "add-auto-load-safe-path $folder"
     expect_values_by "$folder$LD_LIBRARY_PATH"
+}
+
+check_ValuesAreShownWithoutTheLibrarysDebuggingInformation() {
+    use_library_without_debugging_information
+    debug debugged_alone "source $sources/packaging/gdb/fdn-gdb.py"
+    expect_values
+}
+
+check_UnknownValuesAreNoError() {
+    use_library_without_debugging_information
+    debug debugged "source $sources/packaging/gdb/fdn-gdb.py"
+    expect_in_output '= <incomplete type>$'
+    expect_in_output '= 0x[0-9a-f]+$'
+    expect_in_output '= 3 used of 8 = \{1, 22, 333\}$'
+    expect_no_line Exception <(echo "$output")
 }
 
 run_check "$@"
