@@ -10,7 +10,7 @@ function(dmn_compile_strictly target)
 endfunction()
 
 # dmn_add_library(NAME HEADERS header... SOURCES source...): one of the public libraries, with its headers, which
-# are included as <NAME/header>, and an alias NAME::NAME.
+# are included as <NAME/header>, and an alias NAME::NAME. The file exports.map names the version of its symbols.
 function(dmn_add_library name)
     cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "HEADERS;SOURCES")
     add_library(${name} ${ARG_SOURCES})
@@ -24,4 +24,7 @@ function(dmn_add_library name)
         VISIBILITY_INLINES_HIDDEN ON
         POSITION_INDEPENDENT_CODE ON
         VERIFY_INTERFACE_HEADER_SETS ON)
+    target_link_options(${name} PRIVATE
+        $<$<STREQUAL:$<TARGET_PROPERTY:${name},TYPE>,SHARED_LIBRARY>:LINKER:--version-script=${CMAKE_CURRENT_SOURCE_DIR}/exports.map>)
+    set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
 endfunction()
