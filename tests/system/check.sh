@@ -5,12 +5,13 @@ set -euo pipefail
 
 patience=60
 
-# run_check CHECK: runs check_CHECK, which the script that calls this defines. DMN_SYSTEM_LAYERS is the
-# folder of what make-root and install-product have made. Ends with status 77 when the check cannot be run
+# run_check CHECK: runs check_CHECK, which the script that calls this defines. DMN_SYSTEM_LAYERS, if the check
+# needs roots, is the folder in which make-root has made them. Ends with status 77 when the check cannot be run
 # here, 1 with DMN_TEST_REQUIRE_ALL=1.
 run_check() {
     [ "${DMN_PRIVATE_ROOT:-}" = accounts ] || give_up "needs a private root that was made by root"
-    [ -e "$DMN_SYSTEM_LAYERS/debian/made-from" ] || give_up "needs a root, which make-root has not made"
+    [ -z "${DMN_SYSTEM_LAYERS:-}" ] || [ -e "$DMN_SYSTEM_LAYERS/debian/made-from" ] ||
+        give_up "needs a root, which make-root has not made"
     trap show_what_happened EXIT
     "check_$1"
 }
@@ -42,13 +43,17 @@ await() {
     done
 }
 
-# from_guide FIRST LAST: what the administrators' guide shows, from the line that matches FIRST to one that
-# matches LAST.
-from_guide() {
+# from_page PAGE FIRST LAST: what the page shows, from the line that matches FIRST to one that matches LAST.
+from_page() {
     local lines
-    lines=$(sed -n "/^    $1/,/^    $2/s/^ \{0,4\}//p" "${BASH_SOURCE[0]%/*}/../../docs/guide/administrators.md")
-    [ -n "$lines" ] || fail "the guide does not show '$1'"
+    lines=$(sed -n "\\|^    $2|,\\|^    $3|s/^ \{0,4\}//p" "${BASH_SOURCE[0]%/*}/../../$1")
+    [ -n "$lines" ] || fail "$1 does not show '$2'"
     echo "$lines"
+}
+
+# from_guide FIRST LAST: of the page for administrators.
+from_guide() {
+    from_page docs/guide/administrators.md "$@"
 }
 
 expect_equal() {

@@ -12,6 +12,7 @@ here=${BASH_SOURCE[0]%/*}
 machine=${TMPDIR:-}/machine
 root=$machine/root
 console=$machine/console.txt
+base_layer=init
 roots_environment=(HOME=/root PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin)
 
 # In the machine:
@@ -25,10 +26,10 @@ log=$root/var/log/heartbeat/heartbeat.log
 
 # --- The machine, off
 
-# make_machine [LAYER...]: in dependency order, as Debian ships it.
+# make_machine [LAYER...]: of these layers on the base layer; in dependency order, as Debian ships it.
 make_machine() {
     local layer lower=$DMN_SYSTEM_LAYERS/product
-    for layer in "$@" init; do
+    for layer in "$@" "$base_layer"; do
         lower+=:$DMN_SYSTEM_LAYERS/debian/$layer
     done
     mkdir -p "$machine"/{upper,work,root}
