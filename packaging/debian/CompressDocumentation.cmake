@@ -1,6 +1,6 @@
 # Compresses what Debian wants compressed, in the folders of which CPack is about to make packages.
 
-file(GLOB_RECURSE pages
-    ${CPACK_TEMPORARY_DIRECTORY}/*/usr/share/man/*.[0-9]
+file(GLOB pages
+    ${CPACK_TEMPORARY_DIRECTORY}/*/usr/share/man/man?/*
     ${CPACK_TEMPORARY_DIRECTORY}/*/usr/share/doc/*/changelog)
 execute_process(COMMAND gzip -9n ${pages} COMMAND_ERROR_IS_FATAL ANY)

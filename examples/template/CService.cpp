@@ -1,0 +1,21 @@
+#include "CService.h"
+
+#include <chrono>
+
+void CService::run() {
+    while (!shouldStop()) {
+        fdn::logInfo(getId() + " is there."); // Do the daemon's work here.
+        waitForNextRound();
+    }
+}
+
+void CService::waitForNextRound() {
+    std::unique_lock<std::mutex> lock(m_waitMutex);
+    m_wakeUp.wait_for(lock, std::chrono::minutes(1), [this] { return shouldStop(); });
+}
+
+// The lock keeps the notification from falling between the look at the condition and the sleep.
+void CService::wakeUp() {
+    std::lock_guard<std::mutex> const lock(m_waitMutex);
+    m_wakeUp.notify_all();
+}
