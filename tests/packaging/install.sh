@@ -1,0 +1,174 @@
+#!/bin/bash
+# The library as other projects get it: installed, from its build folder, as a part of theirs.
+# Usage: install.sh CHECK
+#
+# DMN_SHARED and DMN_STATIC are build folders of the two kinds of libraries.
+
+# shellcheck source=check.sh
+. "${BASH_SOURCE[0]%/*}/../system/check.sh"
+
+here=${BASH_SOURCE[0]%/*}
+source=$(cd "$here/../.." && pwd)
+prefix=${TMPDIR:-}/prefix
+libraries=$prefix/lib
+strict=(-std=c++17 -Wall -Wextra -Wpedantic -Werror)
+
+install_library() {
+    expect_success cmake --install "$1" --prefix "$prefix"
+}
+
+# build_consumer COMPILER WAY ARGUMENT...: with CMake.
+build_consumer() {
+    expect_success cmake -S "$here/consumer" -B "$TMPDIR/build" -D CMAKE_CXX_COMPILER="$1" -D WAY="$2" \
+        -D DMN_SOURCE="$source" -D CMAKE_PREFIX_PATH="$prefix" "${@:3}"
+    expect_success cmake --build "$TMPDIR/build" --parallel 2
+    expect_works "$TMPDIR/build/consumer"
+}
+
+# expect_works PROGRAM: the example installs and uninstalls itself.
+expect_works() {
+    expect_success "$1" install --controlFolder="$TMPDIR/control"
+    expect_success /etc/init.d/minimal printControlFolder
+    expect_in_output "^$TMPDIR/control$"
+    expect_success "$1" uninstall
+    expect_absent /etc/init.d/minimal
+}
+
+# expect_linked LIBRARY PROGRAM, expect_not_linked LIBRARY PROGRAM
+expect_linked() {
+    expect_line "NEEDED.*$1" <(readelf --dynamic "$2")
+}
+
+expect_not_linked() {
+    expect_no_line "NEEDED.*$1" <(readelf --dynamic "$2")
+}
+
+expect_shared_consumer_by_package() {
+    install_library "$DMN_SHARED"
+    build_consumer "$1" package -D DMN_VERSION=1
+    expect_linked libdmn.so.1 "$TMPDIR/build/consumer"
+}
+
+expect_static_consumer_by_package() {
+    install_library "$DMN_STATIC"
+    build_consumer "$1" package -D DMN_VERSION=1
+    expect_not_linked libdmn "$TMPDIR/build/consumer"
+}
+
+check_GxxConsumerFindsThePackageOfTheSharedLibraries() {
+    expect_shared_consumer_by_package g++
+}
+
+check_ClangConsumerFindsThePackageOfTheSharedLibraries() {
+    expect_shared_consumer_by_package clang++
+}
+
+check_GxxConsumerFindsThePackageOfTheStaticLibraries() {
+    expect_static_consumer_by_package g++
+}
+
+check_ClangConsumerFindsThePackageOfTheStaticLibraries() {
+    expect_static_consumer_by_package clang++
+}
+
+check_PackageOfAnotherMajorVersionIsRefused() {
+    install_library "$DMN_SHARED"
+
+    expect_status 1 cmake -S "$here/consumer" -B "$TMPDIR/build" -D WAY=package -D DMN_VERSION=2 \
+        -D DMN_SOURCE="$source" -D CMAKE_PREFIX_PATH="$prefix"
+
+    expect_in_output 'requested version "2"'
+}
+
+check_ConsumerFindsThePackageInTheBuildFolder() {
+    build_consumer g++ package -D DMN_VERSION=1 -D dmn_DIR="$DMN_SHARED"
+    expect_linked libdmn.so.1 "$TMPDIR/build/consumer"
+}
+
+check_ConsumerWithTheLibraryAsSubdirectory() {
+    build_consumer g++ subdirectory
+}
+
+check_ConsumerWithTheLibraryAsFetchedContent() {
+    build_consumer clang++ content -D BUILD_SHARED_LIBS=ON
+    expect_linked libdmn.so.1 "$TMPDIR/build/consumer"
+}
+
+# expect_consumer_by_pkg_config COMPILER OPTION...
+expect_consumer_by_pkg_config() {
+    local flags
+    flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs "${@:2}" dmn)
+    # shellcheck disable=SC2086 # They are several.
+    expect_success "$1" "${strict[@]}" "$source/examples/minimal/main.cpp" $flags -o "$TMPDIR/consumer"
+    LD_LIBRARY_PATH=$libraries expect_works "$TMPDIR/consumer"
+}
+
+check_ConsumerByPkgConfigWithTheSharedLibraries() {
+    install_library "$DMN_SHARED"
+    for compiler in g++ clang++; do
+        expect_consumer_by_pkg_config $compiler
+        expect_linked libdmn.so.1 "$TMPDIR/consumer"
+    done
+}
+
+check_ConsumerByPkgConfigWithTheStaticLibraries() {
+    install_library "$DMN_STATIC"
+    for compiler in g++ clang++; do
+        expect_consumer_by_pkg_config $compiler --static
+        expect_not_linked libdmn "$TMPDIR/consumer"
+    done
+}
+
+check_StagedInstallationKnowsOnlyItsPrefix() {
+    expect_success env DESTDIR="$TMPDIR/stage" cmake --install "$DMN_SHARED" --prefix /opt/dmn
+
+    expect_success grep -r '^prefix=/opt/dmn$' "$TMPDIR/stage/opt/dmn/lib/pkgconfig"
+    expect_status 1 grep -rlE "$TMPDIR|$DMN_SHARED|$source" "$TMPDIR/stage" --include=*.pc --include=*.cmake
+    expect_equal opt "$(ls "$TMPDIR/stage")"
+}
+
+check_LibrariesHaveTheirNamesAndVersions() {
+    install_library "$DMN_SHARED"
+
+    for name in fdn dmn; do
+        expect_line "SONAME.*\[lib$name\.so\.1]" <(readelf --dynamic "$libraries/lib$name.so")
+        expect_equal "lib$name.so.1" "$(readlink "$libraries/lib$name.so")"
+        expect_line "^lib$name\.so\.1\.[0-9]+\.[0-9]+$" <(readlink "$libraries/lib$name.so.1")
+    done
+}
+
+# exported_symbols NAME: of the library, but for the name of the version itself.
+exported_symbols() {
+    nm --dynamic --defined-only --with-symbol-versions --demangle "$libraries/lib$1.so" | cut -c 18- |
+        grep -v "^A ${1^^}_1"
+}
+
+check_EverySymbolHasAVersionAndBelongsToAPublicNamespace() {
+    install_library "$DMN_SHARED"
+
+    local name namespaces=fdn
+    for name in fdn dmn; do
+        expect_line "$name::.*@@${name^^}_1$" <(exported_symbols $name)
+        expect_no_line '' <(exported_symbols $name |
+            grep -vE "^[A-Z] ((typeinfo( name)?|vtable|VTT|(non-)?(virtual )?thunk) (for|to) )?($namespaces)::.*@@${name^^}_1$")
+        namespaces='dmn|dmnm'
+    done
+}
+
+# exported_names NAME: what follows the namespace in the symbols: classes and functions.
+exported_names() {
+    exported_symbols "$1" | grep -oE "\b(fdn|dmn|dmnm)::\w+" | sed 's/.*:://' | sort -u
+}
+
+check_EverySymbolIsDeclaredInAPublicHeader() {
+    install_library "$DMN_SHARED"
+
+    for name in fdn dmn; do
+        expect_line . <(exported_names $name)
+        for symbol in $(exported_names $name); do
+            expect_success grep -rqw "$symbol" "$prefix/include"
+        done
+    done
+}
+
+run_check "$@"

@@ -1,0 +1,162 @@
+#!/bin/bash
+# The Debian package of a daemon that was started from the template, on machines with sysvinit.
+# Usage: template.sh CHECK
+
+# shellcheck source=debian.sh
+. "${BASH_SOURCE[0]%/*}/debian.sh"
+
+# In the machine:
+script=/etc/init.d/weatherd
+folder=/var/lib/weatherd
+package="/daemon/weatherd_*.deb"
+
+# From outside:
+pid_file=$root$folder/weatherd.pid
+log=$root$folder/.local/state/weatherd/weatherd.log
+
+# apt_inside COMMAND...: in the machine that is on.
+apt_inside() {
+    inside sh -c "DEBIAN_FRONTEND=noninteractive apt-get --quiet --yes $*"
+}
+
+is_up() {
+    inside start-stop-daemon --status --pidfile $folder/weatherd.pid --user weatherd
+}
+
+boot_and_install() {
+    boot
+    expect_success apt_inside install "$package"
+    await_up
+}
+
+# links: all of the daemon, as LEVEL/NAME.
+links() {
+    (cd "$root/etc" && find . -path './rc?.d/*weatherd' | sed 's,^./rc\(.\).d,\1,' | sort | xargs)
+}
+
+check_InstallationStartsTheDaemonUnderItsAccount() {
+    make_machine template runtime sysvinit
+
+    boot_and_install
+
+    expect_equal 'weatherd weatherd' "$(inside stat -c '%U %G' "/proc/$(daemon_pid)")"
+    expect_equal '0/K01weatherd 2/S01weatherd 3/S01weatherd 4/S01weatherd 5/S01weatherd 6/K01weatherd' "$(links)"
+    await "the daemon does its work" grep -q 'weatherd is there' "$log"
+}
+
+check_DaemonStopsAtARebootAndIsBackAfterIt() {
+    make_machine template runtime sysvinit
+    boot_and_install
+
+    reboot
+
+    await_up
+    expect_line 'Finished command. Returning exit code 0' "$log"
+    expect_no_line 'level="error"' "$log"
+}
+
+check_LinksKeepTheirOrderWhereTheyAreHonoured() {
+    make_machine template runtime sysvinit
+    order_by_links
+    number_halt_links_historically
+    boot_and_install
+
+    expect_equal '0/K10weatherd 2/S90weatherd 3/S90weatherd 4/S90weatherd 5/S90weatherd 6/K10weatherd' "$(links)"
+    expect_absent "$root/etc/init.d/.depend.start"
+    reboot
+    await_up
+    expect_success apt_inside remove weatherd
+    expect_absent "$root/etc/init.d/.depend.start"
+}
+
+check_RemovalStopsAndUninstallsTheDaemon() {
+    make_machine template runtime sysvinit
+    boot_and_install
+
+    expect_success apt_inside remove weatherd
+
+    expect_absent "$pid_file"
+    expect_absent "$root$script"
+    expect_equal '' "$(links)"
+    expect_no_line weatherd <(cat "$root"/etc/init.d/.depend.*)
+    expect_no_line 'level="error"' "$log"
+    expect_success inside test -d $folder
+}
+
+# files: all that are there, but for what the package tools write and what lives from boot to boot.
+files() {
+    (cd "$root" && find etc usr var -not -path 'var/lib/dpkg/*' -not -path 'var/lib/apt/*' -not -path 'var/cache/*' \
+        -not -path 'var/log/*' -not -name '*-' | sort)
+}
+
+# accounts: of all users and groups, and what else is written of them.
+accounts() {
+    (cd "$root/etc" && cat passwd group shadow gshadow)
+}
+
+check_PurgeLeavesNothing() {
+    make_machine template runtime sysvinit
+    boot
+    files >"$TMPDIR/files"
+    accounts >"$TMPDIR/accounts"
+    expect_success apt_inside install "$package"
+    await_up
+
+    expect_success apt_inside purge weatherd
+
+    expect_success diff "$TMPDIR/files" <(files)
+    expect_success diff "$TMPDIR/accounts" <(accounts)
+    expect_absent "$root/var/log/weatherd"
+}
+
+check_InstallationAfterARemovalStartsTheDaemonAgain() {
+    make_machine template runtime sysvinit
+    boot_and_install
+    expect_success apt_inside remove weatherd
+
+    expect_success apt_inside install "$package"
+
+    await_up
+}
+
+check_UpgradeRestartsTheDaemonAndKeepsItsSettings() {
+    make_machine template runtime sysvinit
+    boot_and_install
+    local pid
+    pid=$(daemon_pid)
+    inside weatherd install --controlFolder=$folder --runas=weatherd --transientFolderAppID=weather
+
+    expect_success apt_inside install --reinstall "$package"
+
+    await_successor "$pid"
+    expect_equal weather "$(inside $script printTransientFolderAppID)"
+    expect_equal '0/K01weatherd 2/S01weatherd 3/S01weatherd 4/S01weatherd 5/S01weatherd 6/K01weatherd' "$(links)"
+}
+
+check_PolicyAgainstStartingIsHonoured() {
+    make_machine template runtime sysvinit
+    boot
+    forbid_starting
+
+    expect_success apt_inside install "$package"
+
+    expect_absent "$pid_file"
+    allow_starting
+    reboot
+    await_up
+}
+
+check_InstallationThatFailsSaysWhyAndCanBePurged() {
+    make_machine template runtime sysvinit
+    boot
+    touch "$root$folder"
+
+    expect_status 100 apt_inside install "$package"
+
+    expect_in_output "FATAL ERROR: .*$folder"
+    expect_absent "$root$script"
+    expect_success apt_inside purge weatherd
+    expect_absent "$root$folder"
+}
+
+run_check "$@"
