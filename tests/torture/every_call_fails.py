@@ -1,0 +1,222 @@
+#!/usr/bin/python3
+"""Makes every system call of the victim's commands fail once, with each error that it really gives.
+
+A command is stopped at the beginning of main(), and strace is attached there, so that what the dynamic loader
+does before is left alone. For the calls of the main thread, strace watches that alone. For those of the
+signal thread and of the processes that the command makes, up to the program that these become, it watches all
+of them, and the call fails in each that gets so far. For those of the shell that runs the init script, strace
+runs the script.
+
+Afterwards the command must have succeeded with everything done, or have failed with status 2 and a message
+that names what failed; nothing half done or temporary may be left; and the command must then succeed
+without the fault."""
+
+import collections
+import os
+import re
+import signal
+import subprocess
+
+import faults
+from scenarios import ALL, Run, Start, StartAsRoot, check
+from torture import (PATIENCE, SCRIPT, Failure, Scene, await_that, end, read_file, require, run_strace,
+                     run_torture)
+
+# A thing in quotes or brackets, a call, or one of two messages that say all there is to say.
+NAMING = re.compile(r"'.+'|\[.+\]|^\w+ failed|necessary root privileges|^Timeout while waiting for daemon")
+
+SHORT_RUN = 60  # faults for each command in the short run
+
+# A fault: for strace, which fails the call of this name and number with this error.
+Fault = collections.namedtuple("Fault", "call error follows")
+
+
+def begin_paused(scene, words, user):
+    scene.marks.clear()
+    process = scene.begin(words, VICTIM_PAUSE="1", **({"VICTIM_USER": str(user)} if user else {}))
+    os.waitid(os.P_PID, process.pid, os.WSTOPPED)
+    return process
+
+
+def is_traced(process):
+    return "TracerPid:\t0\n" not in (read_file(f"/proc/{process.pid}/status") or b"").decode()
+
+
+def trace(scenario, strace_options):
+    """Performs the command with strace attached. Returns the command, which has ended, and what strace
+    said."""
+    scene = scenario.scene
+    process = begin_paused(scene, scenario.words, scenario.user)
+    listing = f"{scene.folder}/strace"
+    strace = run_strace(["-o", listing, "-p", str(process.pid), *strace_options])
+    try:
+        await_that(lambda: is_traced(process), "strace to attach")
+        os.kill(process.pid, signal.SIGCONT)
+        scenario.stimulate(process)
+        process.wait()
+    finally:
+        if process.status is None:
+            os.kill(process.pid, signal.SIGKILL)
+        end(strace)
+    lines = read_file(listing).decode(errors="replace").splitlines()
+    os.remove(listing)
+    return process, lines
+
+
+def list_faults(scenario):
+    scenario.prepare()
+    process, lines = trace(scenario, ["-f", "-y"])
+    require(process.status == 0, f"status {process.status} without a fault: {process.output()}")
+    calls = faults.parse(lines, process.pid)
+    of_main = [Fault(call, error, faults.changes_every_thread(call))
+               for call in calls if call.tracee == 0 for error in faults.errors_of(call)]
+    # Of processes that do the same, each number of a call once.
+    of_others = {(call.name, call.number, error): Fault(call, error, True)
+                 for call in faults.before_exec(calls) for error in faults.errors_of(call)}
+    return of_main + list(of_others.values())
+
+
+def to_option(fault):
+    return f"inject={fault.call.name}:error={fault.error}:when={fault.call.number}"
+
+
+def describe(fault):
+    where = " in every process" if fault.follows else ""
+    return f"{to_option(fault)}{where} for {fault.call.name}({fault.call.arguments}"
+
+
+def check_message(scene, process):
+    """The message of a command that failed must name a call or a thing; where it could not be printed, the
+    log has it."""
+    texts = re.findall(r"FATAL ERROR: (.*)", process.output())
+    texts += re.findall(r"<what>(.*)</what>", (read_file(scene.log) or b"").decode(errors="replace"))
+    require(texts, f"status 2 without a message: '{process.output()}'")
+    require(any(NAMING.search(text) for text in texts), f"the message names nothing: {texts}")
+
+
+def check_outcome(scenario, process):
+    if process.status == 0:
+        scenario.check_done()
+    else:
+        require(process.status == 2, f"status {process.status}: {process.output()}")
+        check_message(scenario.scene, process)
+        scenario.check_failed()
+    check_nothing_left(scenario)
+
+
+def check_nothing_left(scenario):
+    """No file that is neither the installation's nor the daemon's; a PID file only where the log says so."""
+    if isinstance(scenario, Run) and os.path.exists(scenario.scene.pid_file):
+        require("The PID file could not be deleted" in read_file(scenario.scene.log).decode(),
+                "the PID file is left, and the log does not say so")
+    leftovers = scenario.leftovers()
+    require(not leftovers, f"left behind: {leftovers}")
+
+
+def check_without_fault(scenario):
+    """The same command, from the state that the fault has left."""
+    scene = scenario.scene
+    scene.marks.clear()
+    process = scene.begin(scenario.words)
+    scenario.stimulate(process)
+    require(process.wait() == 0, f"afterwards, without a fault, status {process.status}: {process.output()}")
+    scenario.check_done()
+
+
+def inject(scenario, fault):
+    """Returns whether the fault has come about, and the command's status."""
+    scenario.scene.clear_log()
+    scenario.prepare()
+    options = ["-e", f"trace={fault.call.name}", "-e", to_option(fault)]
+    process, lines = trace(scenario, options + (["-f", "-b", "execve"] if fault.follows else []))
+    check_outcome(scenario, process)
+    check_without_fault(scenario)
+    return any("(INJECTED)" in line for line in lines), process.status
+
+
+class StartWithFailingScript(Start):
+    """The shell that reads the settings meets the fault."""
+
+    def prepare_wrapper(self, verb, fault):
+        real = "/etc/real-script"
+        os.rename(SCRIPT, real)
+        with open(SCRIPT, "w", encoding="utf-8") as file:
+            file.write(f"#!/bin/sh\n[ $1 = print{verb} ] || exec {real} $1\n"
+                       f"exec strace -qq -o {self.scene.folder}/strace -e '{fault}' {real} $1\n")
+            os.fchmod(file.fileno(), 0o755)
+
+
+def list_script_faults(scenario):
+    scenario.prepare()
+    listing = f"{scenario.scene.folder}/strace"
+    subprocess.run(["strace", "-f", "-qq", "-y", "-o", listing, SCRIPT, "printRunAs"], check=True,
+                   timeout=PATIENCE, stdout=subprocess.PIPE)
+    lines = read_file(listing).decode().splitlines()
+    calls = faults.parse(lines, lines[0].split()[0])
+    # The shell takes a read of its script that fails for the script's end, and nobody can tell it from that.
+    calls = [call for call in calls[1:] if not (call.name == "read" and SCRIPT in call.arguments)]
+    return [Fault(call, error, False) for call in calls for error in faults.errors_of(call)]
+
+
+def inject_into_script(scenario, fault):
+    scene = scenario.scene
+    scene.clear_log()
+    scenario.prepare()
+    scenario.prepare_wrapper("RunAs", to_option(fault))
+    process = scene.begin(scenario.words)
+    process.wait()
+    check_outcome(scenario, process)
+    lines = (read_file(f"{scene.folder}/strace") or b"").decode(errors="replace").splitlines()
+    scenario.prepare()
+    check_without_fault(scenario)
+    return any("(INJECTED)" in line for line in lines), process.status
+
+
+def sample(options, all_faults):
+    """In the short run, each kind of fault at most once, as chance chooses."""
+    if options.long:
+        return all_faults
+    shuffled = list(all_faults)
+    options.random.shuffle(shuffled)
+    kinds = {(fault.call.name, faults.kind_of(fault.call)): fault for fault in shuffled}
+    return list(kinds.values())[:SHORT_RUN]
+
+
+def torture_command(options, scenario, list_all, inject_one):
+    name = type(scenario).__name__
+    all_faults = list_all(scenario)
+    injected, succeeded = 0, 0
+    failures = []
+    for fault in sample(options, all_faults):
+        if options.only not in f"{name} {describe(fault)}":
+            continue
+        try:
+            came_about, status = inject_one(scenario, fault)
+        except Failure as failure:
+            failures.append(f"{name}: {describe(fault)}\n  {failure}")
+            continue
+        injected += came_about
+        succeeded += came_about and status == 0
+    scenario.clean()
+    print(f"{name}: {injected} faults, {succeeded} without consequence, {injected - succeeded} reported, "
+          f"{len(failures)} FAILED", flush=True)
+    for failure in failures:
+        print(failure, flush=True)
+    return injected, len(failures)
+
+
+def torture(options):
+    scene = Scene(options.program)
+    try:
+        results = [torture_command(options, scenario(scene), list_faults, inject)
+                   for scenario in ALL + [StartAsRoot]]
+        results.append(torture_command(options, StartWithFailingScript(scene), list_script_faults,
+                                       inject_into_script))
+    finally:
+        scene.remove()
+    require(not sum(failed for _, failed in results), "see above")
+    return f"{sum(injected for injected, _ in results)} faults injected"
+
+
+if __name__ == "__main__":
+    run_torture(torture, __doc__)

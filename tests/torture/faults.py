@@ -1,0 +1,132 @@
+"""The system's calls as strace lists them, and the errors that each of them really gives."""
+
+import collections
+import re
+
+# An occurrence of a call: the process or thread in the order of their first calls (0 is the main thread of
+# the command), the call's name, which one of that name it is there, and its arguments.
+Call = collections.namedtuple("Call", "tracee name number arguments")
+
+LINE = re.compile(r"^(\d+) +(\w+)\((.*)$")
+
+# By the manual pages, section 2, and EIO, which any file system may give. Only what a call of this library
+# can meet: not EBADF, EFAULT, EINVAL. Without brk, whose failure is no error number: strace's would break the
+# C library; without futex, for the same reason; and without kill, which refuses root nothing.
+ERRORS = {
+    "access": "EACCES EIO ENOMEM",
+    "chdir": "EACCES EIO ENOENT ENOMEM",
+    "chmod": "EACCES EIO ENOMEM EPERM EROFS",
+    "chown": "EACCES EIO ENOMEM EPERM EROFS",
+    "clone": "EAGAIN ENOMEM",
+    "clone3": "EAGAIN ENOMEM",
+    "close_range": "EMFILE ENOMEM",
+    "connect": "EACCES EAGAIN ECONNREFUSED EINTR",
+    "dup2": "EBUSY EINTR EMFILE",
+    "eventfd2": "EMFILE ENFILE ENODEV ENOMEM",
+    "execve": "EACCES EAGAIN EIO EMFILE ENOENT ENOMEM ETXTBSY",
+    "fchmod": "EIO EPERM EROFS",
+    "fchownat": "EACCES EIO ENOMEM EPERM EROFS",
+    "flock": "EAGAIN EINTR ENOLCK",
+    "fork": "EAGAIN ENOMEM",
+    "fsync": "EDQUOT EINTR EIO ENOSPC",
+    "getcwd": "EACCES ENOENT ENOMEM",
+    "getdents64": "EIO",
+    "getrandom": "EINTR",
+    "lchown": "EACCES EIO ENOMEM EPERM EROFS",
+    "mkdir": "EACCES EDQUOT EMLINK ENOMEM ENOSPC EROFS",
+    "mmap": "ENOMEM EAGAIN",
+    "mprotect": "ENOMEM",
+    "newfstatat": "EACCES ENOMEM EIO",
+    "openat": "EACCES EINTR EIO EMFILE ENFILE ENOMEM",
+    "pidfd_open": "EMFILE ENFILE ENODEV ENOMEM ENOSYS EPERM",
+    "pipe2": "EMFILE ENFILE",
+    "poll": "EINTR ENOMEM",
+    "readlink": "EACCES EIO ENOENT ENOMEM",
+    "rename": "EACCES EBUSY EDQUOT EIO ENOMEM ENOSPC EPERM EROFS",
+    "renameat": "EACCES EBUSY EDQUOT EIO ENOMEM ENOSPC EPERM EROFS",
+    "rmdir": "EACCES EBUSY EIO ENOMEM EPERM EROFS",
+    "rt_sigtimedwait": "EAGAIN EINTR",
+    "sendto": "ECONNREFUSED ENOBUFS ENOMEM",
+    "setgroups": "ENOMEM EPERM",
+    "setresgid": "EPERM",
+    "setreuid": "EAGAIN EPERM",
+    "setsid": "EPERM",
+    "socket": "EACCES EMFILE ENFILE ENOBUFS ENOMEM",
+    "stat": "EACCES EIO ENOMEM",
+    "statx": "EACCES EIO ENOMEM",
+    "symlink": "EACCES EDQUOT EIO ENOMEM ENOSPC EPERM EROFS",
+    "unlink": "EACCES EBUSY EIO ENOMEM EPERM EROFS",
+    "unlinkat": "EACCES EBUSY EIO ENOMEM EPERM EROFS",
+    "wait4": "EINTR",
+}
+
+# These depend on what the descriptor leads to.
+OF_FILES = {"close": "EDQUOT EIO ENOSPC", "read": "EIO", "write": "EDQUOT EFBIG EIO ENOSPC"}
+OF_PIPES = {"read": "EINTR", "write": "EINTR"}
+OF_EVENTS = {"read": "EINTR"}
+
+def parse(lines, main):
+    """The calls in a listing that strace has made with -f and -y; `main` is the main thread's number."""
+    tracees = {str(main): 0}
+    numbers = collections.Counter()
+    calls = []
+    for line in lines:
+        match = LINE.match(line)
+        if not match:
+            continue  # the rest of a call, a signal, an end
+        thread, name, arguments = match.groups()
+        tracee = tracees.setdefault(thread, len(tracees))
+        numbers[tracee, name] += 1
+        calls.append(Call(tracee, name, numbers[tracee, name], arguments))
+    return calls
+
+
+def errors_of(call):
+    if call.name in OF_FILES:
+        return errors_of_descriptor(call)
+    errors = ERRORS.get(call.name, "").split()
+    if call.name == "openat" and "O_CREAT" in call.arguments:
+        errors += ["EDQUOT", "ENOSPC", "EROFS"]
+    if call.name == "fcntl" and "F_DUPFD" in call.arguments:
+        errors += ["EMFILE"]
+    if call.name == "newfstatat" and ' "", ' in call.arguments:
+        errors = ["EIO", "ENOMEM"]  # of an open file
+    return errors
+
+
+def errors_of_descriptor(call):
+    target = call.arguments.partition("<")[2].partition(">")[0]
+    # strace skips the call that it fails. The system closes what it has not written to without an error, and
+    # in any case; a pipe's end that stayed open would be another fault.
+    if call.name == "close" and not target.endswith(".tmp") and not target.endswith(".new"):
+        return []
+    if target.startswith("pipe:"):
+        errors = OF_PIPES
+    elif target.startswith("anon_inode:"):
+        errors = OF_EVENTS
+    else:
+        errors = OF_FILES
+    return errors.get(call.name, "").split()
+
+
+def kind_of(call):
+    """What the call is about, without what differs from one run to the next."""
+    return re.sub(r"\d+", "#", call.arguments.split(",")[0])
+
+
+def changes_every_thread(call):
+    """The C library makes every thread change its user, and aborts the process when they do not succeed
+    alike."""
+    return call.name in ("setreuid", "setresuid", "setresgid", "setgroups")
+
+
+def before_exec(calls):
+    """Of the other processes and threads, the calls up to that which makes it another program."""
+    ended = set()
+    kept = []
+    for call in calls:
+        if call.tracee != 0 and call.tracee not in ended:
+            kept.append(call)
+        if call.name == "execve":
+            ended.add(call.tracee)
+    return kept

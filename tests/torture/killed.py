@@ -1,0 +1,100 @@
+#!/usr/bin/python3
+"""Kills the victim's commands with SIGKILL: at every system call that they make, by strace, and at moments
+that chance chooses. What is found afterwards must be a state from which the same command succeeds, and the
+temporary files of killed commands must not add up."""
+
+import os
+import signal
+import time
+
+import faults
+from every_call_fails import check_without_fault, trace
+from scenarios import Install, Reinstall, Start, StartAsRoot, Stop, Uninstall, check
+from torture import Scene, require, run_torture, signal_if_there
+
+SHORT_RUN = 4  # kills of each sort for each command in the short run
+LONG_RUN = 170
+KILLED = -signal.SIGKILL
+
+
+def list_moments(scenario):
+    """One for each system call of the main thread, and of the processes that the command makes."""
+    scenario.prepare()
+    process, lines = trace(scenario, ["-f", "-y"])
+    calls = faults.parse(lines, process.pid)
+    of_main = [(call.name, call.number, False) for call in calls if call.tracee == 0]
+    of_others = {(call.name, call.number, True) for call in faults.before_exec(calls)}
+    return of_main + sorted(of_others)
+
+
+def kill_at_call(scenario, moment):
+    name, number, follows = moment
+    options = ["-e", f"trace={name}", "-e", f"inject={name}:signal=KILL:when={number}"]
+    process, _ = trace(scenario, options + (["-f", "-b", "execve"] if follows else []))
+    return process
+
+
+def measure(scenario):
+    """How long the command takes, in seconds."""
+    scenario.prepare()
+    started = time.monotonic()
+    scenario.scene.perform(scenario.words)
+    return time.monotonic() - started
+
+
+def kill_after(scenario, seconds):
+    process = scenario.scene.begin(scenario.words)
+    time.sleep(seconds)
+    signal_if_there(process.pid, signal.SIGKILL)
+    process.wait()
+    return process
+
+
+def check_aftermath(scenario, process):
+    """Each of the folders may hold one temporary file, until the command is done the next time."""
+    # It may also have lived to say that a process of its own was killed.
+    require(process.status in (0, 2, KILLED), f"status {process.status}: {process.output()}")
+    folders = [os.path.dirname(path) for path in scenario.leftovers()]
+    require(len(folders) == len(set(folders)), f"left behind: {scenario.leftovers()}")
+    check_without_fault(scenario)
+    require(not scenario.leftovers(), f"left behind in the end: {scenario.leftovers()}")
+
+
+def torture_one(scenario, kill, moment):
+    """Returns whether the command was killed before its end."""
+    scenario.prepare()
+    process = kill(scenario, moment)
+    check(scenario, lambda: check_aftermath(scenario, process), f"killed at {moment}")
+    return process.status == KILLED
+
+
+def torture_command(options, scenario):
+    name = type(scenario).__name__
+    if options.only not in name:
+        return 0
+    at_calls = list_moments(scenario)
+    duration = measure(scenario)
+    count = LONG_RUN if options.long else SHORT_RUN
+    if not options.long:
+        at_calls = options.random.sample(at_calls, count)
+    moments = [options.random.uniform(0, duration * 1.2) for _ in range(count)]
+    killed = sum(torture_one(scenario, kill_at_call, moment) for moment in at_calls)
+    killed_by_chance = sum(torture_one(scenario, kill_after, moment) for moment in moments)
+    scenario.clean()
+    print(f"{name}: killed {killed} times in {len(at_calls)} at a system call, "
+          f"{killed_by_chance} times in {count} at random within {duration * 1200:.0f} ms", flush=True)
+    return killed + killed_by_chance
+
+
+def torture(options):
+    scene = Scene(options.program)
+    try:
+        commands = [Install, Reinstall, Uninstall, Start, StartAsRoot, Stop]
+        killed = sum(torture_command(options, command(scene)) for command in commands)
+    finally:
+        scene.remove()
+    return f"{killed} commands killed"
+
+
+if __name__ == "__main__":
+    run_torture(torture, __doc__)

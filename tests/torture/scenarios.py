@@ -1,0 +1,216 @@
+"""The victim's commands, each with what must be true before and after it."""
+
+import os
+import signal
+
+from torture import (FOLDERS_OF_ETC, LINKS, SCRIPT, Failure, Process, await_that, read_file, require,
+                     signal_if_there)
+
+ORDINARY_USER = 61001  # dmnuser; the victim's effective user, where it is not root's
+DAEMONS_ACCOUNT = "dmnother"
+DAEMONS_USER = 61002
+TRANSIENT_FOLDER = "/run/victim-run"
+INSTALL = [f"--runas={DAEMONS_ACCOUNT}", "--transientFolderAppID=victim-run", "--word=a b", "install"]
+
+
+def remove(path):
+    try:
+        os.remove(path)
+    except FileNotFoundError:
+        pass
+
+
+class Scenario:
+    """A command. Its name is that of the class."""
+
+    user = ORDINARY_USER
+    words = []
+
+    def __init__(self, scene):
+        self.scene = scene
+        self.daemon = None
+        self.remove_installation()
+        scene.perform(INSTALL)
+        self.script = read_file(SCRIPT)
+        self.remove_installation()
+
+    def prepare(self):
+        """Makes the state before the command, whatever was before."""
+
+    def stimulate(self, process):
+        """What the command waits for from outside."""
+
+    def check_done(self):
+        """The command has succeeded: everything must be as it says."""
+
+    def check_failed(self):
+        """The command has failed: nothing may be half done."""
+
+    def clean(self):
+        """Ends the daemon."""
+        for victim in self.scene.victims():
+            signal_if_there(victim, signal.SIGKILL)
+        if self.daemon is not None:
+            self.daemon.wait()
+            self.daemon = None
+        await_that(lambda: not self.scene.victims(), "the end of the victims")
+        for name in os.listdir(self.scene.control):
+            os.remove(f"{self.scene.control}/{name}")
+
+    # What the scenarios are made of.
+
+    def remove_installation(self):
+        for path in [SCRIPT, *LINKS]:
+            remove(path)
+
+    def put_installation(self, script):
+        self.remove_installation()
+        with open(SCRIPT, "wb") as file:
+            file.write(script)
+            os.fchmod(file.fileno(), 0o755)
+        for link in LINKS:
+            os.symlink(SCRIPT, link)
+
+    def put_daemon(self):
+        scene = self.scene
+        if self.daemon is not None and not self.daemon.has_ended():
+            return
+        arguments = [scene.program, "--id=victim", f"--controlFolder={scene.control}", "daemon"]
+        scene.marks.clear()
+        self.daemon = Process(arguments, scene.environment(), f"{scene.folder}/daemon-output")
+        await_that(lambda: scene.marks.is_set("running"), "the daemon to run")
+
+    def links(self):
+        return {link for link in LINKS if os.path.lexists(link)}
+
+    def check_installed(self):
+        require(read_file(SCRIPT) == self.script, "the script is not the one that was to be installed")
+        require(os.stat(SCRIPT).st_mode == 0o100755, "the script cannot be executed by everybody")
+        require(self.links() == LINKS, f"of the links there are only {self.links()}")
+
+    def check_uninstalled(self):
+        require(not os.path.lexists(SCRIPT) and not self.links(), "something of the installation is left")
+
+    def check_script_is_one_of(self, *scripts):
+        require(read_file(SCRIPT) in scripts, "the script is half written")
+        for link in self.links():
+            require(os.readlink(link) == SCRIPT, f"the link {link} leads to {os.readlink(link)}")
+
+    def leftovers(self):
+        """Files that neither an installation nor a daemon has."""
+        found = []
+        for folder in [*FOLDERS_OF_ETC, "/run", self.scene.control]:
+            found += [f"{folder}/{name}" for name in os.listdir(folder)]
+        known = {SCRIPT, *LINKS, self.scene.pid_file, f"{self.scene.control}/victim.txt", TRANSIENT_FOLDER,
+                 "/run/private-root", "/run/lock"}
+        return sorted(set(found) - known)
+
+    def await_daemons_end(self):
+        await_that(lambda: self.daemon.has_ended(), "the daemon's end")
+        require(self.daemon.status == 0, f"the daemon has ended with status {self.daemon.status}")
+        require(not os.path.exists(self.scene.pid_file), "the daemon has ended and left its PID file")
+
+
+class Install(Scenario):
+    words = INSTALL
+
+    def prepare(self):
+        self.remove_installation()
+
+    def check_done(self):
+        self.check_installed()
+
+    def check_failed(self):
+        self.check_script_is_one_of(None, self.script)
+
+
+class Reinstall(Install):
+    """Over an installation with other settings."""
+
+    def prepare(self):
+        self.old_script = self.script.replace(b"a%20b", b"old")
+        self.put_installation(self.old_script)
+
+    def check_failed(self):
+        self.check_script_is_one_of(None, self.old_script, self.script)
+
+
+class Uninstall(Scenario):
+    words = ["uninstall"]
+
+    def prepare(self):
+        self.put_installation(self.script)
+        self.put_daemon()
+
+    def check_done(self):
+        self.check_uninstalled()
+        self.await_daemons_end()
+
+    def check_failed(self):
+        self.check_script_is_one_of(self.script, None)
+
+
+class Start(Scenario):
+    words = ["start"]
+
+    def prepare(self):
+        self.clean()
+        self.put_installation(self.script)
+        if os.path.exists(TRANSIENT_FOLDER):
+            os.rmdir(TRANSIENT_FOLDER)
+
+    def check_done(self):
+        scene = self.scene
+        await_that(scene.running, "the daemon to run")
+        await_that(lambda: scene.victims() == [scene.holder()], "only one daemon")
+        expected = f"{DAEMONS_USER} {DAEMONS_USER} a b\n".encode()
+        await_that(lambda: read_file(f"{scene.control}/victim.txt") == expected,
+                   "the daemon to run as it was installed", 5)
+        folder = os.stat(TRANSIENT_FOLDER)
+        require((folder.st_uid, folder.st_gid, folder.st_mode) == (DAEMONS_USER, DAEMONS_USER, 0o040750),
+                f"the transient folder is not as it was asked for: {folder}")
+
+    def check_failed(self):
+        require(not self.scene.victims(), "the command has failed and the daemon runs")
+
+
+class StartAsRoot(Start):
+    user = 0
+
+
+class Stop(Scenario):
+    words = ["--timeout=2", "stop"]
+
+    def prepare(self):
+        self.put_installation(self.script)
+        self.put_daemon()
+
+    def check_done(self):
+        self.await_daemons_end()
+
+
+class Run(Scenario):
+    words = ["run"]
+
+    def prepare(self):
+        self.clean()
+
+    def stimulate(self, process):
+        marks = self.scene.marks
+        await_that(lambda: marks.is_set("running") or process.has_ended(), "the run or its end")
+        if not process.has_ended():
+            signal_if_there(process.pid, signal.SIGTERM)
+
+    def check_done(self):
+        require(self.scene.marks.is_set("returned"), "the process has ended before run() has returned")
+
+
+ALL = [Install, Reinstall, Uninstall, Start, Stop, Run]
+
+
+def check(scenario, function, what):
+    """Calls the function; says in its failure what was done before."""
+    try:
+        function()
+    except Failure as failure:
+        raise Failure(f"{type(scenario).__name__}, {what}: {failure}") from failure

@@ -1,0 +1,153 @@
+#!/usr/bin/python3
+"""Starts the victim two hundred times at once: exactly one runs, and the others say who holds the PID
+file. Then the same while the holder is killed: never do two run, and who did not get the file names a
+process that had it."""
+
+import os
+import re
+import signal
+import time
+
+from scenarios import Start
+from torture import Process, Scene, await_that, read_file, require, run_torture, signal_if_there
+
+STARTS = 200
+HELD = re.compile(r"FATAL ERROR: The PID file '(.*)' is held by process (\d+)\.")
+
+
+class Crowd:
+    """Victims that all begin when the gate opens."""
+
+    def __init__(self, scene, command="run"):
+        self._scene = scene
+        self._command = command
+        self._gate, opener = os.pipe()
+        self.processes = [self._begin(number) for number in range(STARTS)]
+        os.close(self._gate)
+        os.close(opener)  # opens it: the readers see its end
+
+    def _begin(self, number):
+        scene = self._scene
+        os.set_inheritable(self._gate, True)
+        wait_and_begin = f'read -r _ <&{self._gate}; exec "$@" {self._gate}<&-'
+        arguments = ["/bin/sh", "-c", wait_and_begin, "sh", scene.program, f"--controlFolder={scene.control}",
+                     self._command]
+        return Process(arguments, scene.environment(), f"{scene.folder}/output-{number}")
+
+    def running(self):
+        return [process for process in self.processes if not process.has_ended()]
+
+    def await_all_but(self, count):
+        await_that(lambda: len(self.running()) <= count, f"the end of all but {count}", 120)
+
+    def check_losers(self, holders):
+        """Who has ended must have said which process holds the file. Returns how many have."""
+        losers = [process for process in self.processes if process.has_ended() and process.pid not in holders]
+        for process in losers:
+            require(process.status == 2, f"status {process.status}: {process.output()}")
+            message = HELD.search(process.output())
+            require(message, f"it does not say who holds the file: {process.output()}")
+            require(message[1] == self._scene.pid_file and int(message[2]) in holders,
+                    f"it names another file or process than {holders}: {process.output()}")
+        return len(losers)
+
+    def end(self):
+        for process in self.running():
+            signal_if_there(process.pid, signal.SIGKILL)
+            process.wait()
+
+
+def identify(path):
+    """Which file this is, and its content."""
+    status = os.stat(path)
+    return status.st_ino, status.st_mtime_ns, read_file(path)
+
+
+def check_winner(scene, process):
+    """It must hold the file until it is told to stop."""
+    await_that(lambda: scene.holder() == process.pid, "the winner to hold the file")
+    os.kill(process.pid, signal.SIGTERM)
+    require(process.wait() == 0, f"the winner has ended with status {process.status}")
+    require(not os.path.exists(scene.pid_file), "the winner has left its file")
+
+
+def start_at_once(scene):
+    crowd = Crowd(scene)
+    try:
+        holder = await_that(scene.holder, "somebody to hold the file")
+        first_file = identify(scene.pid_file)
+        crowd.await_all_but(1)
+        winners = crowd.running()
+        require([process.pid for process in winners] == [holder], f"{holder} holds the file, {winners} run")
+        require(identify(scene.pid_file) == first_file, "a loser has touched the winner's file")
+        losers = crowd.check_losers({holder})
+        check_winner(scene, winners[0])
+    finally:
+        crowd.end()
+    require(losers == STARTS - 1, f"{losers} have lost")
+
+
+def start_while_holder_dies(scene, delay):
+    """Returns whether one of the crowd has succeeded the holder that was killed."""
+    first = Process([scene.program, f"--controlFolder={scene.control}", "run"], scene.environment(),
+                    f"{scene.folder}/output")
+    await_that(lambda: scene.holder() == first.pid, "the first to hold the file")
+    crowd = Crowd(scene)
+    try:
+        time.sleep(delay)
+        os.kill(first.pid, signal.SIGKILL)
+        first.wait()
+        crowd.await_all_but(1)
+        await_that(lambda: not crowd.running() or scene.holder() == crowd.running()[0].pid, "the successor")
+        # A successor that ends while it is looked at would be a loser: it is no holder.
+        successors = crowd.running()
+        losers = crowd.check_losers({first.pid, *(process.pid for process in successors)})
+        require(losers + len(successors) == STARTS, f"{losers} have lost, {len(successors)} run")
+        for process in successors:
+            check_winner(scene, process)
+    finally:
+        crowd.end()
+    for name in os.listdir(scene.control):
+        os.remove(f"{scene.control}/{name}")
+    return len(successors)
+
+
+def start_installed_at_once(scene):
+    """By the command "start", whose victims tell the log."""
+    scenario = Start(scene)
+    scenario.prepare()
+    scene.clear_log()
+    crowd = Crowd(scene, "start")
+    crowd.await_all_but(0)
+    for process in crowd.processes:
+        require(process.status == 0, f"status {process.status}: {process.output()}")
+    scenario.check_done()
+    holders = [int(pid) for pid in re.findall(r"<what>The PID file .* is held by process (\d+)\.</what>",
+                                              read_file(scene.log).decode())]
+    # Each loser says it twice: where the daemon runs, and at the end of the command.
+    require(holders == 2 * (STARTS - 1) * [scene.holder()],
+            f"of {STARTS} starts, these are said to hold the file: {holders}")
+    scenario.clean()
+
+
+def torture(options):
+    scene = Scene(options.program)
+    rounds = 20 if options.long else 1
+    deaths = 40 if options.long else 2
+    try:
+        started = time.monotonic()
+        for _ in range(rounds):
+            start_at_once(scene)
+        duration = (time.monotonic() - started) / rounds
+        for _ in range(rounds):
+            start_installed_at_once(scene)
+        succeeded = sum(start_while_holder_dies(scene, options.random.uniform(0, duration))
+                        for _ in range(deaths))
+    finally:
+        scene.remove()
+    return (f"{rounds} times {STARTS} at once by run and {rounds} times by start, one ran each time; "
+            f"{deaths} times with the holder killed meanwhile, {succeeded} times one of them succeeded it")
+
+
+if __name__ == "__main__":
+    run_torture(torture, __doc__)
