@@ -20,12 +20,14 @@ ENTRY = re.compile(rb'<entry time="[^"<>]+" level="info" process="\d+" thread="\
 # of 320 bytes at most.
 ENTRIES = 5 * 10 * 1024 * 1024 // 320 // WRITERS
 
+ROTATIONS = 1000  # by logrotate at most; it deletes what is older
+
 # Without "nocreate", logrotate makes the file anew after it has moved it; where a writer was quicker, it
 # moves the writer's file to a name with the hour in it, and overwrites what another rotation in that hour has
 # moved there.
 CONFIGURATION = """{log} {{
     size 1
-    rotate 1000
+    rotate {rotations}
     missingok
     nocreate
 }}
@@ -66,13 +68,13 @@ def rotate_by_library(program, folder, entries):
 
 
 def rotate_by_logrotate(program, folder, entries):
-    """logrotate is run again and again until the writers are done."""
+    """logrotate is run again and again while the writers write."""
     configuration = f"{folder}/rotate.conf"
     with open(configuration, "w", encoding="utf-8") as file:
-        file.write(CONFIGURATION.format(log=f"{folder}/log"))
+        file.write(CONFIGURATION.format(log=f"{folder}/log", rotations=ROTATIONS))
     writers = begin_writers(program, folder, entries, 1000)
     rotations = 0
-    while not all([writer.has_ended() for writer in writers]):
+    while rotations < ROTATIONS and not all([writer.has_ended() for writer in writers]):
         subprocess.run(["logrotate", "--force", "--state", f"{folder}/state", configuration], check=True)
         rotations += 1
         time.sleep(0.01)
