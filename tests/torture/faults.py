@@ -19,6 +19,7 @@ ERRORS = {
     "chown": "EACCES EIO ENOMEM EPERM EROFS",
     "clone": "EAGAIN ENOMEM",
     "clone3": "EAGAIN ENOMEM",
+    "clock_nanosleep": "EINTR",
     "close_range": "EMFILE ENOMEM",
     "connect": "EACCES EAGAIN ECONNREFUSED EINTR",
     "dup2": "EBUSY EINTR EMFILE",
@@ -89,6 +90,8 @@ def errors_of(call):
         errors += ["EDQUOT", "ENOSPC", "EROFS"]
     if call.name == "fcntl" and "F_DUPFD" in call.arguments:
         errors += ["EMFILE"]
+    if call.name == "setresuid" and "-1" not in call.arguments:
+        errors = ["EAGAIN", "EPERM"]  # to become another user for good; root's rights can always be given up
     if call.name == "newfstatat" and ' "", ' in call.arguments:
         errors = ["EIO", "ENOMEM"]  # of an open file
     return errors
