@@ -3,6 +3,7 @@
 #include <fdn/CError.h>
 #include <fdn/CFdnInit.h>
 #include <fdn/CXMLLog.h>
+#include <fdn/Descriptor.h>
 #include <fdn/files.h>
 #include <fdn/log.h>
 
@@ -11,6 +12,9 @@
 #include <cstdio>
 #include <string>
 #include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace dmnm {
 
@@ -85,6 +89,16 @@ constexpr OptionDescription kOptions[] = {
      "                                 Default: root\n"
      "                                 Commands: install"},
 };
+
+// Where the caller has closed a standard stream, the next file that is opened would be in its place, and get
+// what is printed.
+void openMissingStreams() {
+    int descriptor = 0;
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO)
+        descriptor =
+            open("/dev/null", O_RDWR); // NOLINT(android-cloexec-open): programs inherit their streams
+    fdn::Descriptor const spare(descriptor);
+}
 
 /// While it lives, the parser's usage and error messages go to standard output.
 class CParserOutput {
@@ -189,6 +203,7 @@ CDaemonEntry::CDaemonEntry() = default;
 CDaemonEntry::~CDaemonEntry() = default;
 
 int CDaemonEntry::entry(int argc, char** argv) {
+    openMissingStreams();
     try {
         fdn::CFdnInit const foundation(true);
         fdn::CXMLLog::CGlobalLogCloser const logCloser;

@@ -91,7 +91,7 @@ protected:
 
     /// The daemon is taken for stopped, and can be started and stopped again.
     void expectDaemonCanBeManaged() const {
-        EXPECT_EQ(0, runHeartbeat({"stop"}).status);
+        EXPECT_EQ(0, runHeartbeat({"--timeout=5", "stop"}).status);
         EXPECT_NE(0, status());
         start();
         EXPECT_EQ("61001 61001 61001 61001", test::statusOf(daemonPID(), "Uid"));
