@@ -10,6 +10,7 @@
 #include <wx/msgout.h>
 
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -131,11 +132,23 @@ void storeText(wxCmdLineParser const& parser, char const* option, fdn::String& f
         field = text;
 }
 
+// Whether the text names the same file as these bytes. wxWidgets reads surrogates and numbers beyond Unicode
+// too, of which no name can be made again.
+bool standsFor(fdn::String const& text, char const* bytes) {
+    try {
+        return std::strcmp(text.toEncoding(*wxConvFileName, nullptr), bytes) == 0;
+    } catch (fdn::CUnencodableStringError const&) {
+        return false;
+    }
+}
+
 // An argument in the encoding of file names, so that a path names the same file again; null as the empty
 // text.
 fdn::String readArgument(char const* argument) {
-    wxString const text(argument == nullptr ? "" : argument, *wxConvFileName);
-    return text.empty() ? fdn::String(argument) : fdn::String(text);
+    if (argument == nullptr)
+        return fdn::String();
+    fdn::String const text = wxString(argument, *wxConvFileName);
+    return standsFor(text, argument) ? text : fdn::String(argument);
 }
 
 // The parser would read the arguments by the environment's locale, which knows no umlaut at boot.

@@ -569,6 +569,20 @@ TEST_P(EntryLocaleTest, ControlFolderWithAnUmlautIsTheOneThatWasNamed) {
     EXPECT_THAT(m_log.entries(), ElementsAre(performing("nothing", folder), finished));
 }
 
+TEST_F(EntryTest, BytesThatAreNoUTF8AreReadAsLatin1) {
+    for (char const* const bytes : {"a\xc0\xaf"
+                                    "b",
+                                    "a\xed\xa0\x80", "a\xf7\x94\x94\x94"}) {
+        std::string const folder = m_folder.name("parent");
+        std::filesystem::create_directory(folder);
+
+        EXPECT_EQ(0, run({"--controlFolder=" + folder + "/" + bytes, "nothing"}).status);
+
+        EXPECT_EQ((std::vector{fdn::String(bytes).toUTF8()}), test::entriesOf(folder));
+        std::filesystem::remove_all(folder);
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Locales, EntryLocaleTest,
                          testing::Values(test::Environment{{"LC_ALL", "C.UTF-8"}},
                                          test::Environment{{"LC_ALL", "C"}},

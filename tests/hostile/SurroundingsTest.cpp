@@ -33,6 +33,11 @@ protected:
         return command;
     }
 
+    /// The same, without a control folder.
+    static Outcome callAfter(std::string const& preparation, char const* word) {
+        return test::run({"/bin/bash", "-c", preparation + "\nexec \"$@\"", "bash", DMN_HEARTBEAT, word});
+    }
+
     Outcome runAfter(std::string const& preparation, Words const& words) const {
         return test::run(after(preparation, words));
     }
@@ -84,6 +89,7 @@ protected:
             EXPECT_EQ(3, status());
 
         expectTruthAboutRunningDaemon(preparation);
+        EXPECT_EQ(0, runHeartbeat({"stop"}).status);
         EXPECT_EQ(0, runHeartbeat({"uninstall"}).status);
         expectNothingInstalled();
     }
@@ -95,16 +101,11 @@ protected:
         return false;
     }
 
-    // Without a control folder in the call, so that it must come from the script.
     void expectTruthAboutRunningDaemon(std::string const& preparation) const {
         if (status() != 0)
             start();
-        auto const call = [&](char const* word) {
-            return test::run({"/bin/bash", "-c", preparation + "\nexec \"$@\"", "bash", DMN_HEARTBEAT, word})
-                .status;
-        };
-        EXPECT_THAT(call("status"), AnyOf(0, 2, 127));
-        int const stopping = call("stop");
+        EXPECT_THAT(callAfter(preparation, "status").status, AnyOf(0, 2, 127));
+        int const stopping = callAfter(preparation, "stop").status;
         EXPECT_THAT(stopping, AnyOf(0, 2, 127));
         EXPECT_EQ(stopping == 0 ? 3 : 0, status());
     }
@@ -123,12 +124,9 @@ TEST_F(SurroundingsTest, WithoutStandardStreamsTheLifeIsTheSame) {
 }
 
 TEST_F(SurroundingsTest, WithoutStandardStreamsNothingIsPrintedIntoFiles) {
-    for (char const* const word : {"--no-such-option", "no-such-command"}) {
-        runAfter("exec <&- >&- 2>&-", {word});
+    EXPECT_NE(0, callAfter("exec <&- >&- 2>&-", "install").status);
 
-        for (std::string const& entry : m_log.entries())
-            EXPECT_EQ(std::string::npos, entry.find("COMMAND")) << entry;
-    }
+    EXPECT_THAT(m_log.entries(), testing::SizeIs(2));
 }
 
 TEST_F(SurroundingsTest, FullStandardOutputDoesNotChangeTheExitStatus) {
@@ -288,8 +286,10 @@ TEST_F(SurroundingsTest, HighestLimitOnDescriptorsWorks) {
 }
 
 TEST_F(SurroundingsTest, WithFewDescriptorsEachCommandSaysTrulyHowItEnded) {
+    std::string const closeOthers =
+        "for fd in /proc/self/fd/*; do fd=${fd##*/}; [ $fd -le 2 ] || eval \"exec $fd>&-\"; done; ";
     for (int const count : {4, 5, 6, 7, 8, 9, 10, 11, 12, 16})
-        expectTrueAnswers("ulimit -n " + std::to_string(count));
+        expectTrueAnswers(closeOthers + "ulimit -n " + std::to_string(count));
 }
 
 TEST_F(SurroundingsTest, WithLittleMemoryEachCommandSaysTrulyHowItEnded) {
