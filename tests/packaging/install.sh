@@ -122,7 +122,7 @@ check_ConsumerByPkgConfigWithTheStaticLibraries() {
 check_StagedInstallationKnowsOnlyItsPrefix() {
     expect_success env DESTDIR="$TMPDIR/stage" cmake --install "$DMN_SHARED" --prefix /opt/dmn
 
-    expect_success grep -r '^prefix=/opt/dmn$' "$TMPDIR/stage/opt/dmn/lib/pkgconfig"
+    expect_equal 'dmn.pc fdn.pc' "$(cd "$TMPDIR/stage/opt/dmn/lib/pkgconfig" && grep -l '^prefix=/opt/dmn$' -- * | xargs)"
     expect_status 1 grep -rlE "$TMPDIR|$DMN_SHARED|$source" "$TMPDIR/stage" --include=*.pc --include=*.cmake
     expect_equal opt "$(ls "$TMPDIR/stage")"
 }
