@@ -1,0 +1,187 @@
+"""Commands as a user feels them: whole processes, from the call to the last thing that the user waits for."""
+
+import collections
+import glob
+import os
+import subprocess
+import time
+
+from figures import Figure, Row
+
+SECTION = "Commands"
+MEMORY_SECTION = "Peak memory of commands"
+
+STEPS = ("install", "print a setting", "start", "stop a running daemon", "stop a stopped daemon", "uninstall",
+         "unknown command", "start the libraries alone")
+SETTLING_SECONDS = 0.2
+
+OURS = "dmn"
+SAME_WORK = "start-stop-daemon, settings read"
+FLOORS = ("bare C", "sh -c echo", "bare wxWidgets")
+
+# Start, as a script of start-stop-daemon would do it, with the settings that our start reads, from where it reads them.
+START_WITH_SETTINGS = """
+script=$1 pid_file=$2 program=$3
+folder=$($script printControlFolder) params=$($script printParams) user=$($script printRunAs)
+app_id=$($script printTransientFolderAppID) group=$($script printTransientFolderGroup) exe=$($script printExePath)
+exec start-stop-daemon --start --quiet --background --chdir "$folder" --make-pidfile --pidfile "$pid_file" \
+    --exec "$program" -- wait
+"""
+STOP_WITH_SETTINGS = """
+folder=$($1 printControlFolder)
+exec start-stop-daemon --stop --quiet --oknodo --retry 5 --remove-pidfile --pidfile "$2"
+"""
+KILL_AND_WAIT = """kill "$(cat "$1")"; while [ -e "$1" ]; do sleep 0.05; done"""
+
+Command = collections.namedtuple("Command", "line status pid_file", defaults=(0, None))
+
+
+class Subject:
+    """A program that is measured: its command for each step, and how many seconds it sleeps between two looks whether
+    the daemon has stopped."""
+
+    def __init__(self, name, commands, poll=None):
+        self.name = name
+        self.commands = commands
+        self.poll = poll
+
+
+def make_subjects(programs, folder):
+    def program(name):
+        return os.path.join(programs, name)
+
+    def pid_file(name):
+        return os.path.join(folder, name + ".pid")
+
+    def start_stop_daemon(file):
+        stop = Command(["start-stop-daemon", "--stop", "--quiet", "--oknodo", "--retry", "5", "--remove-pidfile",
+                        "--pidfile", file])
+        start = Command(["start-stop-daemon", "--start", "--quiet", "--background", "--make-pidfile", "--pidfile", file,
+                         "--exec", program("bench/floor"), "--", "wait"], pid_file=file)
+        return start, stop
+
+    heartbeat = program("examples/heartbeat")
+    script = "/etc/init.d/heartbeat"
+    go = program("bench/go_service")
+    poco = program("bench/poco_server")
+    floor = program("bench/floor")
+    debian_start, debian_stop = start_stop_daemon(pid_file("debian"))
+    stop_with_settings = Command(["/bin/sh", "-c", STOP_WITH_SETTINGS, "sh", script, pid_file("settings")])
+    return [
+        Subject(OURS, {
+            "install": Command([heartbeat, "install", "--controlFolder=" + folder, "--interval=86400"]),
+            "print a setting": Command([script, "printExePath"]),
+            "start": Command([heartbeat, "start"], pid_file=pid_file("heartbeat")),
+            "stop a running daemon": Command([heartbeat, "stop"]),
+            "stop a stopped daemon": Command([heartbeat, "stop"]),
+            "uninstall": Command([heartbeat, "uninstall"]),
+            "unknown command": Command([heartbeat, "bogus"], status=2),
+            "start the libraries alone": Command([program("bench/start_dmn")])}, poll=0.05),
+        Subject("Go service", {
+            "install": Command([go, "install"]),
+            "start": Command([go, "start"], pid_file="/var/run/go_service.pid"),
+            "stop a running daemon": Command([go, "stop"]),
+            "stop a stopped daemon": Command([go, "stop"]),
+            "uninstall": Command([go, "uninstall"]),
+            "unknown command": Command([go, "bogus"], status=1)}, poll=1),
+        Subject("Poco server", {
+            "start": Command([poco, "--daemon", "--pidfile=" + pid_file("poco")], pid_file=pid_file("poco")),
+            "stop a running daemon": Command(["/bin/sh", "-c", KILL_AND_WAIT, "sh", pid_file("poco")]),
+            "unknown command": Command([poco, "--bogus"], status=78)}, poll=0.05),
+        Subject("start-stop-daemon", {
+            "start": debian_start,
+            "stop a running daemon": debian_stop,
+            "stop a stopped daemon": debian_stop,
+            "unknown command": Command(["start-stop-daemon", "--bogus"], status=3)}, poll=0.02),
+        Subject(SAME_WORK, {
+            "start": Command(["/bin/sh", "-c", START_WITH_SETTINGS, "sh", script, pid_file("settings"),
+                              program("bench/floor")], pid_file=pid_file("settings")),
+            "stop a running daemon": stop_with_settings,
+            "stop a stopped daemon": stop_with_settings}, poll=0.02),
+        Subject("bare C", {
+            "start": Command([floor, "start", pid_file("floor")], pid_file=pid_file("floor")),
+            "stop a running daemon": Command([floor, "stop", pid_file("floor")]),
+            "stop a stopped daemon": Command([floor, "stop", pid_file("floor")]),
+            "unknown command": Command([floor, "bogus"], status=2)}),
+        Subject("sh -c echo", {"print a setting": Command(["/bin/sh", "-c", "echo /usr/sbin/heartbeat"])}),
+        Subject("bare wxWidgets", {step: Command([program("bench/start_wx")])
+                                   for step in ("unknown command", "start the libraries alone")}),
+    ]
+
+
+class Stopwatch:
+    def __init__(self, programs):
+        self.program = os.path.join(programs, "bench/stopwatch")
+
+    def measure(self, command):
+        """Returns nanoseconds and KiB."""
+        until = ["--until", command.pid_file] if command.pid_file else []
+        output = subprocess.run([self.program] + until + command.line, stdout=subprocess.PIPE, check=True, text=True,
+                                timeout=60).stdout
+        nanoseconds, memory, status = map(int, output.split())
+        if status != command.status:
+            raise RuntimeError(f"{command.line} ended with status {status}, not {command.status}")
+        return nanoseconds, memory
+
+
+def remove_what_go_leaves():
+    """Its uninstall leaves its links in the run levels, and its install then finds them there."""
+    for link in glob.glob("/etc/rc?.d/*go_service"):
+        os.unlink(link)
+
+
+def measure_rounds(stopwatch, subjects, rounds):
+    """Takes all subjects through all steps, side by side, each round in another order."""
+    samples = collections.defaultdict(list)
+    for number in range(rounds):
+        first = number % len(subjects)
+        remove_what_go_leaves()
+        for step in STEPS:
+            for subject in subjects[first:] + subjects[:first]:
+                if step in subject.commands:
+                    samples[step, subject.name].append(stopwatch.measure(subject.commands[step]))
+            if step == "start":
+                time.sleep(SETTLING_SECONDS)  # so that what is stopped is up
+    return samples
+
+
+def without_sleeps(samples, poll):
+    """A command sleeps a whole number of times before its daemon is gone, and works for less than one such sleep."""
+    return [nanoseconds % int(poll * 1e9) if poll else nanoseconds for nanoseconds in samples]
+
+
+def limit_beside(other, step):
+    if step == "start the libraries alone" or (step == "unknown command" and other == "bare wxWidgets"):
+        return 1.5
+    return None if other in FLOORS else 1
+
+
+def compare(samples, subjects):
+    rows = []
+    for step in STEPS:
+        for subject in subjects:
+            if subject.name == OURS or step not in subject.commands:
+                continue
+            rows += compare_times(samples, subjects[0], subject, step)
+    for step in STEPS:
+        for subject in subjects:
+            if subject.name != OURS and step in subject.commands:
+                ours, theirs = (Figure([memory for _, memory in samples[step, name]], "KiB")
+                                for name in (OURS, subject.name))
+                rows.append(Row(MEMORY_SECTION, step, ours, subject.name, theirs))
+    return rows
+
+
+def compare_times(samples, our_subject, subject, step):
+    ours, theirs = ([duration for duration, _ in samples[step, name]] for name in (OURS, subject.name))
+    limit = limit_beside(subject.name, step)
+    if step != "stop a running daemon":
+        return [Row(SECTION, step, Figure(ours, "ns"), subject.name, Figure(theirs, "ns"), limit)]
+    return [Row(SECTION, step, Figure(ours, "ns"), subject.name, Figure(theirs, "ns")),
+            Row(SECTION, step + ", less its sleeps", Figure(without_sleeps(ours, our_subject.poll), "ns"), subject.name,
+                Figure(without_sleeps(theirs, subject.poll), "ns"), limit)]
+
+
+def measure(programs, folder, rounds):
+    subjects = make_subjects(programs, folder)
+    return compare(measure_rounds(Stopwatch(programs), subjects, rounds), subjects)

@@ -1,0 +1,93 @@
+#include <fdn/CXMLLog.h>
+#include <fdn/log.h>
+
+#include <benchmark/benchmark.h>
+#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/spdlog.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <string>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr char kText[] = "Performing command 'start', controlFolder='/var/lib/heartbeat'.";
+constexpr int kProcesses = 4;
+constexpr int kEntriesOfEach = 2000;
+
+std::shared_ptr<spdlog::logger> makeSpdlog() {
+    auto const sink = std::make_shared<spdlog::sinks::basic_file_sink_mt>(std::string(std::getenv("TMPDIR")) +
+                                                                          "/spdlog.log");
+    auto const log = std::make_shared<spdlog::logger>("spdlog", sink);
+    // The same entry as ours.
+    log->set_pattern(R"(<entry time="%Y-%m-%dT%H:%M:%S.%fZ" level="%l" process="%P" thread="%t">%v</entry>)",
+                     spdlog::pattern_time_type::utc);
+    log->flush_on(spdlog::level::info);
+    return log;
+}
+
+void writeEntries(benchmark::State& state) {
+    fdn::String const text(kText);
+    for (auto _ : state)
+        fdn::logInfo(text);
+    state.SetItemsProcessed(state.iterations());
+}
+
+void writeEntriesWithSpdlog(benchmark::State& state) {
+    auto const log = makeSpdlog();
+    for (auto _ : state)
+        log->info(kText);
+    state.SetItemsProcessed(state.iterations());
+}
+
+void writeSome() {
+    fdn::CXMLLog::getGlobal().close();
+    fdn::String const text(kText);
+    for (int i = 0; i < kEntriesOfEach; ++i)
+        fdn::logInfo(text);
+}
+
+void writeSomeWithSpdlog() {
+    auto const log = makeSpdlog();
+    for (int i = 0; i < kEntriesOfEach; ++i)
+        log->info(kText);
+}
+
+// Does it in so many processes at once, and waits for their ends.
+void runInProcesses(void (*write)()) {
+    for (int i = 0; i < kProcesses; ++i) {
+        if (fork() == 0) {
+            write();
+            _exit(0);
+        }
+    }
+    while (wait(nullptr) > 0) {
+    }
+}
+
+// The time of one iteration is that of one entry.
+template <void (*write)()>
+void writeFromProcesses(benchmark::State& state) {
+    constexpr int kEntries = kProcesses * kEntriesOfEach;
+    while (state.KeepRunningBatch(kEntries)) {
+        auto const start = std::chrono::steady_clock::now();
+        runInProcesses(write);
+        std::chrono::duration<double> const duration = std::chrono::steady_clock::now() - start;
+        state.SetIterationTime(duration.count());
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+BENCHMARK(writeEntries)->Name("write a log entry/fdn::logInfo");
+BENCHMARK(writeEntriesWithSpdlog)->Name("write a log entry/spdlog");
+BENCHMARK(writeFromProcesses<&writeSome>)
+    ->Name("write a log entry, four processes at once/fdn::logInfo")
+    ->UseManualTime();
+BENCHMARK(writeFromProcesses<&writeSomeWithSpdlog>)
+    ->Name("write a log entry, four processes at once/spdlog")
+    ->UseManualTime();
+
+} // namespace
