@@ -30,10 +30,12 @@ LaunchPlan complete(LaunchPlan plan, StandardStreams const& streams, Descriptor 
     return plan;
 }
 
-// Returns in the calling process alone, with the identifier of the new one or -1.
+// Returns in the calling process alone, with the identifier of the new one or -1. Until it is the program,
+// the new one uses this one's memory: to copy even the tables of that would take longer than all the rest,
+// and the longer the larger the program is. It writes to nothing there but its part of the stack.
 pid_t forkAndBecomeProgram(LaunchPlan const& plan) {
     AllSignalsBlocked const blocked;
-    pid_t const child = fork();
+    pid_t const child = vfork();
     if (child == 0)
         becomeProgram(plan);
     return child;
@@ -58,7 +60,7 @@ char const* getFunction(LaunchStep step) {
     switch (step) {
     case LaunchStep::Exist:
     case LaunchStep::SecondFork:
-        return "fork";
+        return "vfork";
     case LaunchStep::Session:
         return "setsid";
     case LaunchStep::Streams:

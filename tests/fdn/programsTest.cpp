@@ -64,6 +64,12 @@ using Variables = fdn::TMap<String, String>;
 
 constexpr char kNoSignals[] = "0000000000000000";
 
+#ifdef SYS_vfork
+constexpr long kMakeProcess = SYS_vfork;
+#else
+constexpr long kMakeProcess = SYS_clone;
+#endif
+
 String const kNulInside = String(wxString(L"a\0b", 3));
 
 CExecCommand shell(char const* script, TArray<String> const& parameters = {}) {
@@ -614,11 +620,11 @@ TEST_P(FailingStart, SaysThatTheFolderIsMissing) {
 
 TEST_P(FailingStart, SaysThatNoProcessCanBeMade) {
     test::Outcome const outcome = test::runInChild([] {
-        test::refuseSystemCall(SYS_clone, EAGAIN);
+        test::refuseSystemCall(kMakeProcess, EAGAIN);
         start(command("/bin/true"), GetParam());
     });
 
-    EXPECT_EQ(outcome.errors, "fork failed for '/bin/true': Resource temporarily unavailable.");
+    EXPECT_EQ(outcome.errors, "vfork failed for '/bin/true': Resource temporarily unavailable.");
 }
 
 INSTANTIATE_TEST_SUITE_P(AllLevels, FailingStart,
