@@ -17,6 +17,8 @@ function(dmn_add_library name)
     add_library(${name}::${name} ALIAS ${name})
     target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
     dmn_compile_strictly(${name})
+    # Calls within the library need not be looked up when it is loaded.
+    target_link_options(${name} PRIVATE LINKER:-Bsymbolic-functions)
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
