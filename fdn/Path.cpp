@@ -4,6 +4,8 @@
 #include <fdn/TSafeGlobalPointer.h>
 #include <fdn/files.h>
 
+#include <utility>
+
 namespace fdn {
 
 namespace {
@@ -101,7 +103,10 @@ TPathImpl<Traits> TPathImpl<Traits>::toNormalized(bool makeAbsolute, TPathImpl c
     int const rootLength = Traits::getRootLength(working, &rootTextLength);
     bool const hasRoot = rootLength != -1;
 
-    String text = hasRoot ? String(working.substr(0, static_cast<std::size_t>(rootTextLength))) : String();
+    String text;
+    text.reserve(working.length());
+    if (hasRoot)
+        text.append(working, 0, static_cast<std::size_t>(rootTextLength));
     for (String const& name : splitIntoNames(working, hasRoot ? rootLength : 0, hasRoot)) {
         if (!text.empty() && !endsWithSep(text))
             text.append(Traits::getSep());
@@ -134,11 +139,11 @@ TList<String> TPathImpl<Traits>::splitIntoNames(String const& text, int start, b
 }
 
 template <class Traits>
-void TPathImpl<Traits>::appendName(TList<String>& names, String const& name, bool hasRoot) const {
+void TPathImpl<Traits>::appendName(TList<String>& names, String&& name, bool hasRoot) const {
     if (name.empty() || name == ".")
         return;
     if (name != "..") {
-        names.push_back(name);
+        names.push_back(std::move(name));
         return;
     }
     if (!names.empty() && names.back() != "..")
@@ -146,7 +151,7 @@ void TPathImpl<Traits>::appendName(TList<String>& names, String const& name, boo
     else if (hasRoot)
         throw CBadPathError(Path(m_text));
     else
-        names.push_back(name);
+        names.push_back(std::move(name));
 }
 
 template class TPathImpl<CUnixPathTraits>;

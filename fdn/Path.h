@@ -66,7 +66,7 @@ public:
 private:
     String getWorkingText(bool makeAbsolute, TPathImpl const& base) const;
     TList<String> splitIntoNames(String const& text, int start, bool hasRoot) const;
-    void appendName(TList<String>& names, String const& name, bool hasRoot) const;
+    void appendName(TList<String>& names, String&& name, bool hasRoot) const;
 
     String m_text;
     bool m_normalised = false;

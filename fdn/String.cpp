@@ -5,6 +5,7 @@
 #include <wx/strconv.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace fdn {
 
@@ -22,6 +23,15 @@ std::size_t getEncodedSize(wxString const& text, wxMBConv const& encoding) {
     if (!std::all_of(wide, wide + text.length(), isCodePoint))
         return wxCONV_FAILED;
     return encoding.FromWChar(nullptr, 0, wide, text.length());
+}
+
+bool isASCII(wxString const& text) {
+    wchar_t const* const wide = text.wc_str();
+    return std::all_of(wide, wide + text.length(), [](wchar_t c) { return c >= 0 && c < 0x80; });
+}
+
+bool isASCII(std::string const& bytes) {
+    return std::all_of(bytes.begin(), bytes.end(), [](unsigned char c) { return c < 0x80; });
 }
 
 std::size_t requireEncodedSize(wxString const& text, wxMBConv const& encoding) {
@@ -51,6 +61,8 @@ String::String(wxString const& text) : wxString(text) {}
 String::~String() = default;
 
 String String::fromBytes(std::string const& bytes) {
+    if (isASCII(bytes))
+        return wxString(bytes.data(), wxConvISO8859_1, bytes.size());
     wxString const text(bytes.data(), wxConvUTF8, bytes.size());
     // wxWidgets reads overlong forms and surrogates too; they do not come to the same size again.
     if (getEncodedSize(text, wxConvUTF8) == bytes.size())
@@ -72,13 +84,23 @@ wxCharBuffer String::toEncoding(wxMBConv const& encoding, int* length) const {
 }
 
 std::string String::toUTF8() const {
+    if (isASCII(*this))
+        return std::string(wc_str(), wc_str() + length());
     std::string bytes(requireEncodedSize(*this, wxConvUTF8), '\0');
     wxConvUTF8.FromWChar(bytes.data(), bytes.size(), wc_str(), length());
     return bytes;
 }
 
+bool String::operator==(char const* text) const {
+    std::size_t const size = text == nullptr ? 0 : std::strlen(text);
+    auto const isSame = [](unsigned char narrow, wchar_t wide) { return wchar_t{narrow} == wide; };
+    return length() == size && std::equal(text, text + size, wc_str(), isSame);
+}
+
 String operator+(String const& left, String const& right) {
-    String result(left);
+    String result;
+    result.reserve(left.length() + right.length());
+    result.append(left);
     result.append(right);
     return result;
 }

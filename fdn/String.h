@@ -31,11 +31,24 @@ public:
     /// The same code points. Lets the results of wxString's operations be Strings again.
     String(wxString const& text);
 
+    /// The same, of a text that nobody needs any more; it is empty afterwards.
+    String(wxString&& text) noexcept { swap(text); }
+
     /// A copy of the text, with a count of its own.
     String(String const& other) = default;
 
+    /// The other's text, with a count of its own; the other is empty afterwards.
+    String(String&& other) noexcept { swap(other); }
+
     /// Takes over the text; the count stays.
     String& operator=(String const& other) = default;
+
+    /// Takes over the text, and gives the other its own; the counts stay.
+    String& operator=(String&& other) noexcept {
+        swap(other);
+        return *this;
+    }
+
     ~String() override;
 
     /// Text from outside the program: UTF-8 (RFC 3629), or ISO-8859-1 when the bytes are not UTF-8, which
@@ -63,10 +76,10 @@ public:
     bool operator!=(String const& other) const { return compare(other) != 0; }
 
     /// Compares with the text's ISO-8859-1 reading.
-    bool operator==(char const* text) const { return *this == String(text); }
+    bool operator==(char const* text) const;
 
     /// Differs from the text's ISO-8859-1 reading.
-    bool operator!=(char const* text) const { return *this != String(text); }
+    bool operator!=(char const* text) const { return !(*this == text); }
 };
 
 FDN_EXPORT String operator+(String const& left, String const& right);

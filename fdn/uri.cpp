@@ -35,8 +35,10 @@ int escapedByteAt(std::string const& text, std::size_t position) {
 } // namespace
 
 String uriEscape(String const& text) {
+    std::string const plain = text.toUTF8();
     std::string escaped;
-    for (char const c : text.toUTF8()) {
+    escaped.reserve(3 * plain.size());
+    for (char const c : plain) {
         if (staysAsItIs(c)) {
             escaped += c;
             continue;
@@ -52,6 +54,7 @@ String uriEscape(String const& text) {
 String uriUnescape(String const& text) {
     std::string const escaped = text.toUTF8();
     std::string bytes;
+    bytes.reserve(escaped.size());
     for (std::size_t i = 0; i < escaped.size(); ++i) {
         int const byte = escapedByteAt(escaped, i);
         bytes += byte < 0 ? escaped[i] : static_cast<char>(byte);

@@ -14,6 +14,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -106,6 +107,33 @@ TEST(String, CopyHasOneReference) {
     auto* const copy = new String(original);
 
     EXPECT_FALSE(copy->release());
+}
+
+TEST(String, MovingHandsTheTextOnAndLeavesTheCountsAlone) {
+    auto* const original = new String("a text of some length");
+    original->addRef();
+    wchar_t const* const characters = original->wc_str();
+
+    auto* const moved = new String(std::move(*original));
+
+    EXPECT_EQ(moved->wc_str(), characters);
+    EXPECT_TRUE(original->empty());
+    EXPECT_FALSE(moved->release());
+    EXPECT_TRUE(original->release());
+    EXPECT_FALSE(original->release());
+}
+
+TEST(String, MoveAssignmentHandsTheTextOnAndLeavesTheCountsAlone) {
+    String original("a text of some length");
+    auto* const target = new String("another one");
+    target->addRef();
+    wchar_t const* const characters = original.wc_str();
+
+    *target = std::move(original);
+
+    EXPECT_EQ(target->wc_str(), characters);
+    EXPECT_TRUE(target->release());
+    EXPECT_FALSE(target->release());
 }
 
 TEST(String, CanBeHeldThroughP) {
