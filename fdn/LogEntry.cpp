@@ -3,7 +3,6 @@
 #include <fdn/CError.h>
 #include <fdn/XMLText.h>
 
-#include <cstdio>
 #include <ctime>
 
 #include <time.h>
@@ -13,17 +12,25 @@ namespace fdn {
 
 namespace {
 
+constexpr std::size_t kRoomForAttributes = 128;
+
+// In decimal, with zeros in front up to the width. Several times as quick as printf() and strftime(), which
+// would take half of the time of an entry.
+std::string formatNumber(long number, std::size_t width) {
+    std::string const digits = std::to_string(number);
+    return digits.size() < width ? std::string(width - digits.size(), '0') + digits : digits;
+}
+
 // RFC 3339, in UTC and with microseconds.
 std::string formatCurrentTime() {
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
     tm date = {};
     gmtime_r(&now.tv_sec, &date);
-    char seconds[32];
-    char fraction[32];
-    std::strftime(seconds, sizeof seconds, "%Y-%m-%dT%H:%M:%S", &date);
-    std::snprintf(fraction, sizeof fraction, ".%06ldZ", now.tv_nsec / 1000);
-    return std::string(seconds) + fraction;
+    return formatNumber(date.tm_year + 1900, 4) + "-" + formatNumber(date.tm_mon + 1, 2) + "-" +
+           formatNumber(date.tm_mday, 2) + "T" + formatNumber(date.tm_hour, 2) + ":" +
+           formatNumber(date.tm_min, 2) + ":" + formatNumber(date.tm_sec, 2) + "." +
+           formatNumber(now.tv_nsec / 1000, 6) + "Z";
 }
 
 std::string formatAttribute(char const* name, std::string const& value) {
@@ -56,10 +63,19 @@ std::string describeException(std::exception const& error) {
 } // namespace
 
 std::string formatLogEntry(LogLevel level, std::string const& content) {
-    return "<entry" + formatAttribute("time", formatCurrentTime()) +
-           formatAttribute("level", level == LogLevel::Error ? "error" : "info") +
-           formatAttribute("process", std::to_string(getpid())) +
-           formatAttribute("thread", std::to_string(gettid())) + ">" + content + "</entry>";
+    std::string entry;
+    entry.reserve(kRoomForAttributes + content.size());
+    entry += "<entry time=\"";
+    entry += formatCurrentTime();
+    entry += level == LogLevel::Error ? "\" level=\"error" : "\" level=\"info";
+    entry += "\" process=\"";
+    entry += std::to_string(getpid());
+    entry += "\" thread=\"";
+    entry += std::to_string(gettid());
+    entry += "\">";
+    entry += content;
+    entry += "</entry>";
+    return entry;
 }
 
 std::string describeError(std::exception const& error, String const& situation, String const& where) {

@@ -2,14 +2,15 @@
 
 #include <fdn/CError.h>
 #include <fdn/FatalSignalsHeldBack.h>
-#include <fdn/files.h>
 #include <fdn/sysError.h>
 
 #include <cerrno>
+#include <optional>
 
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -30,35 +31,44 @@ struct stat examine(Descriptor const& file) {
     return info;
 }
 
-bool isRegular(Descriptor const& file) {
-    return S_ISREG(examine(file).st_mode);
+bool isSameFile(struct stat const& left, struct stat const& right) {
+    return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
 }
 
 // Whether so much more would make the file too large. One line is never too much for an empty file.
-bool isFull(Descriptor const& file, std::size_t more) {
-    struct stat const info = examine(file);
-    return S_ISREG(info.st_mode) && info.st_size > 0 &&
-           static_cast<std::size_t>(info.st_size) + more > kMaximumSize;
+bool isFull(struct stat const& file, std::size_t more) {
+    return S_ISREG(file.st_mode) && file.st_size > 0 &&
+           static_cast<std::size_t>(file.st_size) + more > kMaximumSize;
 }
 
-// Whether the path names the open file. Also when the system does not tell: a program that has given up the
-// right to look at the path keeps what it has open.
-bool isAt(Path const& path, Descriptor const& file) {
-    wxCharBuffer const name = toFileName(path);
+// Whether the name leads to the open file; what is known of that is then brought up to date. Also when the
+// system does not tell: a program that has given up the right to look at the name keeps what it has open.
+bool isAt(char const* name, Descriptor const& file, struct stat& known) {
     struct stat named = {};
-    if (stat(name, &named) != 0)
-        return errno != ENOENT && errno != ENOTDIR;
-    struct stat const opened = examine(file);
-    return named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
+    if (stat(name, &named) != 0) {
+        if (errno == ENOENT || errno == ENOTDIR)
+            return false;
+        known = examine(file);
+        return true;
+    }
+    if (!isSameFile(named, known))
+        return false;
+    known = named;
+    return true;
+}
+
+bool canRaiseFatalSignals(struct stat const& file) {
+    rlimit size = {};
+    return !S_ISREG(file.st_mode) || getrlimit(RLIMIT_FSIZE, &size) != 0 || size.rlim_cur != RLIM_INFINITY;
 }
 
 } // namespace
 
 void LogFile::append(std::string const& line) {
     std::string const bytes = (m_isLineTorn ? "\n" : "") + line + "\n";
-    if (!m_file.isOpen() || !isAt(m_place.file, m_file))
+    if (!m_file.isOpen() || !isAt(m_name, m_file, m_info))
         open();
-    if (isFull(m_file, bytes.size()))
+    if (isFull(m_info, bytes.size()))
         rotate(bytes.size());
     write(bytes);
 }
@@ -67,12 +77,12 @@ void LogFile::open() {
     m_file.reset();
     if (!m_place.folder.getText().empty())
         ensureFolderExists(m_place.folder, m_place.folderMode);
-    wxCharBuffer const name = toFileName(m_place.file);
     int const flags = kOpenFlags | O_CREAT | (m_place.isAnyKind ? 0 : O_NOFOLLOW);
-    Descriptor file(::open(name, flags, m_place.fileMode));
+    Descriptor file(::open(m_name, flags, m_place.fileMode));
     if (!file.isOpen())
         fail("open");
-    if (!m_place.isAnyKind && !isRegular(file))
+    m_info = examine(file);
+    if (!m_place.isAnyKind && !S_ISREG(m_info.st_mode))
         throw CError("The log '" + m_place.file.getText() + "' is no regular file.");
     m_file = std::move(file);
 }
@@ -80,14 +90,14 @@ void LogFile::open() {
 // One process rotates, the others write on. Each that gets the lock goes on with the file that is at the
 // path.
 void LogFile::rotate(std::size_t size) {
-    wxCharBuffer const name = toFileName(m_place.file);
     // Opened anew, because m_file may be shared with the process that this one was forked from, and a lock on
     // it would be shared, too. A link is not rotated: what it leads to is not this program's to move.
-    Descriptor const lock(::open(name, kOpenFlags | O_NOFOLLOW));
+    Descriptor const lock(::open(m_name, kOpenFlags | O_NOFOLLOW));
     if (!lock.isOpen() || flock(lock.get(), LOCK_EX | LOCK_NB) != 0)
         return;
     // Asked again, because another process may have rotated before the lock was had.
-    if (isAt(m_place.file, lock) && isFull(lock, size))
+    struct stat info = examine(lock);
+    if (isAt(m_name, lock, info) && isFull(info, size))
         shiftFiles();
     open();
 }
@@ -108,7 +118,9 @@ Path LogFile::getOldFile(int age) const {
 }
 
 void LogFile::write(std::string const& bytes) {
-    FatalSignalsHeldBack const heldBack;
+    std::optional<FatalSignalsHeldBack> heldBack;
+    if (canRaiseFatalSignals(m_info))
+        heldBack.emplace();
     ssize_t const written = uninterrupted([&] { return ::write(m_file.get(), bytes.data(), bytes.size()); });
     if (written == -1)
         fail("write");

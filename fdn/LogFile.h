@@ -2,8 +2,11 @@
 
 #include <fdn/Descriptor.h>
 #include <fdn/LogPlace.h>
+#include <fdn/files.h>
 
 #include <string>
+
+#include <sys/stat.h>
 
 namespace fdn {
 
@@ -13,7 +16,7 @@ namespace fdn {
 /// operation waits for anybody. They throw CError; the next line starts anew.
 class LogFile {
 public:
-    explicit LogFile(LogPlace const& place) : m_place(place) {}
+    explicit LogFile(LogPlace const& place) : m_place(place), m_name(toFileName(place.file)) {}
 
     /// Appends the line, and a line feed, with one write.
     void append(std::string const& line);
@@ -27,7 +30,9 @@ private:
     [[noreturn]] void fail(char const* func) const;
 
     LogPlace m_place;
+    wxCharBuffer m_name;
     Descriptor m_file;
+    struct stat m_info = {}; // of the open file, as it was when it was looked at last
     bool m_isLineTorn = false;
 };
 

@@ -1,5 +1,7 @@
 #include <fdn/XMLText.h>
 
+#include <algorithm>
+
 namespace fdn {
 
 namespace {
@@ -14,6 +16,11 @@ bool isControl(wxUint32 code) {
 bool isAllowed(wxUint32 code) {
     return code == '\t' || code == '\n' || code == '\r' || (code >= 0x20 && code <= 0xD7FF) ||
            (code >= 0xE000 && code <= 0xFFFD) || (code >= 0x10000 && code <= 0x10FFFF);
+}
+
+// Whether it stands for itself, in one byte.
+bool isPlain(wchar_t code) {
+    return code >= 0x20 && code < 0x7F && code != '&' && code != '<' && code != '>';
 }
 
 void appendEscaped(std::wstring& escaped, wxUint32 code) {
@@ -34,6 +41,9 @@ void appendEscaped(std::wstring& escaped, wxUint32 code) {
 } // namespace
 
 std::string toXMLText(String const& text) {
+    wchar_t const* const characters = text.wc_str();
+    if (std::all_of(characters, characters + text.length(), isPlain)) // as most texts are
+        return text.toUTF8();
     std::wstring escaped;
     for (wxUniChar const character : text)
         appendEscaped(escaped, character.GetValue());
