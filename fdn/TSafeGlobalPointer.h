@@ -60,9 +60,11 @@ public:
     /// Whether the object is there. Throws "Construction of static object has failed." when it never will be.
     bool _isConstructed() const {
         std::uint64_t const state = m_state.load(std::memory_order_acquire);
+        if (state == kConstructed)
+            return true;
         if (state == kFailed)
             throw CError("Construction of static object has failed.");
-        return state == kConstructed;
+        return false;
     }
 
 private:
