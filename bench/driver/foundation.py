@@ -19,6 +19,12 @@ def run(programs, folder, repetitions, seconds):
         return json.load(file)["benchmarks"]
 
 
+def get_time(benchmark):
+    """What the operation keeps the processor busy for, or takes where it waits for other processes."""
+    waits = benchmark["name"].endswith(("/real_time", "/manual_time"))
+    return benchmark["real_time" if waits else "cpu_time"]
+
+
 def collect(benchmarks):
     """The samples of each operation by who does it, in the order of the program."""
     operations = {}
@@ -29,7 +35,7 @@ def collect(benchmarks):
             raise RuntimeError(benchmark["name"] + ": " + benchmark["error_message"])
         operation, who = benchmark["name"].split("/")[:2]
         samples = operations.setdefault(operation, {}).setdefault(who, [])
-        samples.append((benchmark["repetition_index"], benchmark["real_time"]))
+        samples.append((benchmark["repetition_index"], get_time(benchmark)))
     return operations
 
 

@@ -4,6 +4,7 @@ Usage: main.py PROGRAMS REPORT [--short]
 PROGRAMS is the build's folder, REPORT the folder to write to."""
 
 import os
+import subprocess
 import sys
 
 import commands
@@ -18,6 +19,23 @@ SHORT = {"rounds": 3, "idle seconds": 2, "repetitions": 2, "seconds": 0.01, "div
 
 def say(text):
     print(text, file=sys.stderr, flush=True)
+
+
+def install_libraries(programs):
+    """Has the loader find the libraries where it finds installed ones, in its cache. Both the cache and what it is
+    made from are the private root's own."""
+    known = subprocess.run(["/sbin/ldconfig", "-p"], check=True, stdout=subprocess.PIPE, text=True).stdout
+    folders = {os.path.dirname(line.split(" => ")[1]) for line in known.splitlines() if " => " in line}
+    with open("/etc/ld.so.conf", "w", encoding="utf-8") as file:
+        for folder in sorted(folders) + [os.path.join(programs, "fdn"), os.path.join(programs, "dmn")]:
+            print(folder, file=file)
+    subprocess.run(["mount", "-n", "-t", "tmpfs", "bench", "/var/cache/ldconfig"], check=True)
+    subprocess.run(["/sbin/ldconfig", "-X"], check=True)
+
+
+def set_locale():
+    os.environ.pop("LC_ALL", None)
+    os.environ["LANG"] = "C.UTF-8"
 
 
 def measure_all(programs, effort):
@@ -36,6 +54,8 @@ def measure_all(programs, effort):
 
 def main():
     programs, folder = sys.argv[1:3]
+    install_libraries(programs)
+    set_locale()
     effort = SHORT if "--short" in sys.argv[3:] else FULL
     rows, curves = measure_all(programs, effort)
     report.write_all(folder, rows, curves, effort["rounds"])

@@ -1,10 +1,40 @@
-"""Why a target is not reached, where the rules that the library keeps are the reason."""
+"""Why a target is not reached, where what the library has to do is the reason."""
 
-REASONS = {}
+STARTING = ("starting wxWidgets' base library, which the library is built on, takes most of the time; see \"start the "
+            "libraries alone\".")
+STOPPING = ("the control folder is asked for by running the init script, the only place where settings are; beyond that, "
+            + STARTING)
+WIDE_TEXT = "characters are wide, as in wxString, so that there is four times as much to copy, on the heap."
+ENCODING = "the text is wide: it is turned into UTF-8 before and back afterwards."
+
+REASONS = {
+    "install": STARTING,
+    "start": "six settings are read by running the init script six times, and wxWidgets' base library is started twice, "
+             "by the command and by the daemon.",
+    "stop a running daemon, less its sleeps": STOPPING,
+    "stop a stopped daemon": STOPPING,
+    "uninstall": "the peer's removes its script alone and leaves the links; ours asks the script for the control folder, "
+                 "looks for a running daemon, and goes through the folders of six run levels.",
+    "unknown command": STARTING,
+    "append 1000 bytes one by one": "making room and taking it into use are two operations, and each checks the room.",
+    "ask who holds a PID file": "a PID file is believed only when its process lives and began when the file says, which "
+                                "the system is asked for.",
+    "claim a PID file and give it up": "the file is made whole under another name, with what tells its process from a "
+                                       "later one of the same number, under a lock.",
+    "copy and release a pointer": "the count may be that of an interface, and so is changed by virtual calls.",
+    "escape a run parameter": ENCODING,
+    "join five texts": WIDE_TEXT,
+    "make a text from narrow text": WIDE_TEXT,
+    "normalise a path": WIDE_TEXT + " Each name is a text of its own in a list until all are known.",
+    "read a global object": "whether its construction has failed is looked at in addition to what the compiler's flag "
+                            "says.",
+    "turn a text into UTF-8": WIDE_TEXT,
+    "unescape a run parameter": ENCODING,
+    "write a log entry": "before each entry the file's path is looked at: another tool may have moved it, and several "
+                         "processes share and rotate it.",
+}
+REASONS["write a log entry, four processes at once"] = REASONS["write a log entry"]
 
 
 def find_reason(row):
-    for key in ((row.what, row.other_name), row.what):
-        if key in REASONS:
-            return REASONS[key]
-    return "not explained yet."
+    return REASONS.get(row.what, "not explained yet.")
