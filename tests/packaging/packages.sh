@@ -76,6 +76,12 @@ check_MinimalIsBuiltByTheCompilerAndPkgConfigAlone() {
     expect_whole_life /root/minimal
 }
 
+# The layer "builder" has pkg-config besides, for those who build without CMake.
+check_TemplateIsBuiltWithWhatTheReadmeNames() {
+    expect_equal "apt install $(sed -n 's/^builder //p' "$here/../packaging/root-packages" | grep -vx pkg-config | xargs)" \
+        "$(readme_command 'apt install cmake')"
+}
+
 check_MinimalIsBuiltByTheReadmesCommand() {
     make_machine installed builder
     copy_minimal
