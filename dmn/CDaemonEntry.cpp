@@ -96,8 +96,7 @@ constexpr OptionDescription kOptions[] = {
 void openMissingStreams() {
     int descriptor = 0;
     while (descriptor >= 0 && descriptor <= STDERR_FILENO)
-        descriptor =
-            open("/dev/null", O_RDWR); // NOLINT(android-cloexec-open): programs inherit their streams
+        descriptor = open("/dev/null", O_RDWR); // which the programs that are started get, too
     fdn::Descriptor const spare(descriptor);
 }
 

@@ -76,7 +76,8 @@ public:
     /// - -1: verifyCommandParams() refused the command line, or help was shown;
     /// - another number: the command line could not be parsed.
     ///
-    /// Every std::exception ends here; others pass through. Meant to be called once.
+    /// Every std::exception ends here; others pass through. Meant to be called once. Standard streams that
+    /// the caller has closed are opened on /dev/null first.
     int entry(int argc, char** argv) override;
 
     /// Drops the caller's reference.
