@@ -7,6 +7,7 @@
 #include <fdn/files.h>
 #include <fdn/log.h>
 
+#include <wx/crt.h>
 #include <wx/msgout.h>
 
 #include <cstdio>
@@ -150,12 +151,25 @@ fdn::String readArgument(char const* argument) {
     return standsFor(text, argument) ? text : fdn::String(argument);
 }
 
+// The parser would look at the last character of an option's name that has none.
+void requireName(fdn::String const& argument) {
+    wxString afterDashes;
+    if (!argument.StartsWith("--", &afterDashes) || afterDashes.empty())
+        return;
+    wxUniChar const first = afterDashes[0];
+    if (!wxIsalnum(first) && first != '_' && first != '-')
+        throw fdn::CError("Invalid option: '" + argument + "'.");
+}
+
 // The parser would read the arguments by the environment's locale, which knows no umlaut at boot.
 void setCommandLine(wxCmdLineParser& parser, int argc, char** argv) {
     std::vector<std::wstring> texts;
     std::vector<wchar_t*> arguments;
-    for (int i = 0; i < argc; ++i)
-        texts.push_back(readArgument(argv[i]).ToStdWstring());
+    for (int i = 0; i < argc; ++i) {
+        fdn::String const argument = readArgument(argv[i]);
+        requireName(argument);
+        texts.push_back(argument.ToStdWstring());
+    }
     for (std::wstring& text : texts)
         arguments.push_back(text.data());
     parser.SetCmdLine(argc, arguments.data());

@@ -2,6 +2,9 @@
 
 #include <fdn/CFdnInit.h>
 
+#include <wx/debug.h>
+#include <wx/string.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -30,6 +33,11 @@ public:
 private:
     std::string m_path;
 };
+
+void onAssertion(wxString const& file, int, wxString const&, wxString const& condition, wxString const&) {
+    std::fprintf(stderr, "%s: %s\n", file.utf8_str().data(), condition.utf8_str().data());
+    require(false, "wxWidgets is used as it wants to be");
+}
 
 } // namespace
 
@@ -73,5 +81,6 @@ void writeFile(std::string const& path, std::string const& content) {
 int LLVMFuzzerInitialize(int*, char***) {
     setenv("FDN_LOG_FILE", "/dev/null", 1);
     static fdn::CFdnInit const foundation(true);
+    wxSetAssertHandler(&fuzz::onAssertion);
     return 0;
 }
