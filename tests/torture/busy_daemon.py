@@ -13,7 +13,7 @@ from torture import Process, Scene, await_that, read_file, require, run_torture
 
 PAUSE = 0.1  # seconds between two signals
 WARM_UP = 50  # signals until memory is looked at for the first time
-TOLERATED_GROWTH = 64  # KiB: sixteen pages, because one more may be touched now and then
+TOLERATED_GROWTH = 16  # KiB: four pages, because one more may be touched now and then
 
 
 def examine(process):
