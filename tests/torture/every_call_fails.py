@@ -18,7 +18,7 @@ import signal
 import subprocess
 
 import faults
-from scenarios import ALL, Run, Start, StartAsRoot, check
+from scenarios import ALL, Run, Start, StartAsRoot
 from torture import (PATIENCE, SCRIPT, Failure, Scene, await_that, end, read_file, require, run_strace,
                      run_torture)
 

@@ -12,7 +12,7 @@ from every_call_fails import check_without_fault, trace
 from scenarios import Install, Reinstall, Start, StartAsRoot, Stop, Uninstall, check
 from torture import Scene, require, run_torture, signal_if_there
 
-SHORT_RUN = 4  # kills of each sort for each command in the short run
+SHORT_RUN = 15  # kills of each sort for each command in the short run
 LONG_RUN = 170
 KILLED = -signal.SIGKILL
 
