@@ -11,6 +11,7 @@
 #include <fdn/CSystemPaths.h>
 #include <fdn/CThread.h>
 #include <fdn/CTime.h>
+#include <fdn/Descriptor.h>
 #include <fdn/files.h>
 #include <fdn/log.h>
 #include <fdn/programs.h>
@@ -25,6 +26,7 @@
 #include <signal.h>
 #include <stdio.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace dmn {
@@ -164,6 +166,15 @@ void makeTransientFolder(fdn::String const& appID, FolderOwner const& owner) {
     }
 }
 
+// The outcome shows in the PID file alone: the process may as well be gone by now. Kernels before 5.3 give no
+// handle.
+void terminate(fdn::Descriptor const& process, pid_t pid) {
+    if (process.isOpen())
+        syscall(SYS_pidfd_send_signal, process.get(), SIGTERM, nullptr, 0);
+    else
+        kill(pid, SIGTERM);
+}
+
 void prepareTransientFolder(StartSettings const& settings) {
     fdn::String const& appID = settings.transientFolderAppID;
     if (appID.empty())
@@ -287,9 +298,12 @@ void CDaemonController::start() {
 void CDaemonController::stop(fdn::Path const& controlFolder, fdn::String const& id) {
     CMakeRoot const root;
     int const pid = getActivePID(controlFolder, id);
-    // The outcome shows in the PID file alone: the process may as well be gone by now.
-    if (pid > 0)
-        static_cast<void>(kill(pid, SIGTERM));
+    if (pid < 1)
+        return;
+    // The handle stays with the process; the number may be another one's by now.
+    fdn::Descriptor const process(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
+    if (getActivePID(controlFolder, id) == pid)
+        terminate(process, pid);
 }
 
 void CDaemonController::stop(fdn::String const& id) {
