@@ -123,10 +123,17 @@ TEST_F(Stop, SucceedsInSilenceForAProcessThatIsGone) {
 
 TEST_F(Stop, SucceedsInSilenceWhenTheSystemRefusesTheSignal) {
     EXPECT_EQ(0, countSignals([this] {
-                  refuseSystemCall(SYS_kill, EPERM);
+                  refuseSystemCall(SYS_pidfd_send_signal, EPERM);
                   m_controller.stop();
               }));
     EXPECT_EQ((Names{"Stopping daemon 'app'...", "Done stopping daemon 'app'."}), m_log.entries());
+}
+
+TEST_F(Stop, SignalsByNumberWhereTheSystemGivesNoHandle) {
+    EXPECT_EQ(1, countSignals([this] {
+                  refuseSystemCall(SYS_pidfd_open, ENOSYS);
+                  m_controller.stop();
+              }));
 }
 
 TEST_F(Stop, LeavesThePIDFileToTheDaemon) {
