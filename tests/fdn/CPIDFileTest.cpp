@@ -917,6 +917,18 @@ TEST_F(PIDFilesOfAccounts, AreAnErrorWhenTheyMayNotBeRead) {
     EXPECT_EQ(outcome.errors, "open failed for '" + name + "': Permission denied.");
 }
 
+TEST_F(PIDFilesOfAccounts, AreAnErrorInAFolderThatMayNotBeEntered) {
+    writeFile(name, "1\n");
+    test::setMode(folder.name(), 0700);
+
+    test::Outcome const outcome = test::runInChild([&] {
+        become(kOther);
+        fdn::CPIDFile::getActivePID(path);
+    });
+
+    EXPECT_EQ(outcome.errors, "open failed for '" + name + "': Permission denied.");
+}
+
 TEST_F(PIDFilesOfAccounts, CanBeClaimedByTheAccount) {
     Gate end;
     test::Program const holder([&] {

@@ -19,6 +19,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <fstream>
 #include <iostream>
 #include <new>
 #include <set>
@@ -727,6 +728,19 @@ TEST_F(Impersonation, RunsTheProgramWithTheAccountsUserAndGroupsAlone) {
         EXPECT_EQ(test::statusOf(program.pid(), "Gid"), "61001 61001 61001 61001");
         EXPECT_EQ(test::statusOf(program.pid(), "Groups"), "61001 61003");
     }
+}
+
+TEST_F(Impersonation, TakesEveryGroupOfAnAccountThatIsInMany) {
+    std::string groups = "61001 61003";
+    std::ofstream file("/etc/group", std::ios::app);
+    for (int number = 62000; number < 62100; ++number) {
+        file << "many" << number << ":x:" << number << ":dmnuser" << std::endl;
+        groups += " " + std::to_string(number);
+    }
+
+    RunningProgram const program(ForkExecLevel::Child, Path("/"), user().get());
+
+    EXPECT_EQ(test::statusOf(program.pid(), "Groups"), groups);
 }
 
 TEST_F(Impersonation, LeavesNoneOfRootsPowers) {
