@@ -9,7 +9,7 @@ packages=$DMN_SYSTEM_LAYERS/product/packages
 
 check_VersionIsThatOfTheProject() {
     local version
-    version=$(sed -n 's/^project(dmn VERSION \([0-9.]*\).*/\1/p' "$source/CMakeLists.txt")
+    version=$(sed -n 's/^#define DMN_VERSION_\(MAJOR\|MINOR\|PATCH\) //p' "$source/dmn/version.h" | paste -s -d .)
     expect_equal "$version" "$(dpkg-parsechangelog --file "$source/packaging/debian/changelog" --show-field Version)"
     for package in "$packages"/*.deb; do
         expect_equal "$version" "$(dpkg-deb --field "$package" Version)"
