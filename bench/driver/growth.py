@@ -10,14 +10,14 @@ from figures import Figure, Row
 SECTION = "Growth"
 LARGEST_RATIO = 2.2  # linear, and a tenth for noise
 
-Series = collections.namedtuple("Series", "name title axis largest")
+Series = collections.namedtuple("Series", "name title axis largest repetitions", defaults=(25,))
 
 ALL_SERIES = (
     Series("getRunLevelDir", "1000 calls of getRunLevelDir", "entries in a run-level folder", 10000),
     Series("uninstall", "uninstall, which removes links", "entries in a run-level folder", 10000),
     Series("install", "install", "run parameters", 1000),
     Series("read-parameters", "read the run parameters back", "run parameters", 1000),
-    Series("log", "write log entries", "entries", 1000000))
+    Series("log", "write log entries", "entries", 1000000, 3))
 
 
 def run(programs, series, largest, repetitions):
@@ -39,11 +39,12 @@ def compare_with_half(series, samples):
                LARGEST_RATIO)
 
 
-def measure(programs, divisor, repetitions):
+def measure(programs, is_short):
     """Returns the rows, and for each series the medians by count."""
     rows, curves = [], {}
     for series in ALL_SERIES:
-        samples = run(programs, series, series.largest // divisor, repetitions)
+        effort = (series.largest // 100, 1) if is_short else (series.largest, series.repetitions)
+        samples = run(programs, series, *effort)
         rows.append(compare_with_half(series, samples))
         curves[series] = {count: statistics.median(seconds) for count, seconds in samples.items()}
     return rows, curves

@@ -13,8 +13,8 @@ import growth
 import idle
 import report
 
-FULL = {"rounds": 100, "idle seconds": 60, "repetitions": 21, "seconds": 0.2, "divisor": 1, "growth repetitions": 3}
-SHORT = {"rounds": 3, "idle seconds": 2, "repetitions": 2, "seconds": 0.01, "divisor": 100, "growth repetitions": 1}
+FULL = {"rounds": 100, "idle seconds": 60, "repetitions": 21, "seconds": 0.2, "short": False}
+SHORT = {"rounds": 3, "idle seconds": 2, "repetitions": 2, "seconds": 0.01, "short": True}
 
 
 def say(text):
@@ -24,18 +24,19 @@ def say(text):
 def install_libraries(programs):
     """Has the loader find the libraries where it finds installed ones, in its cache. Both the cache and what it is
     made from are the private root's own."""
-    known = subprocess.run(["/sbin/ldconfig", "-p"], check=True, stdout=subprocess.PIPE, text=True).stdout
+    known = subprocess.run(["ldconfig", "-p"], check=True, stdout=subprocess.PIPE, text=True).stdout
     folders = {os.path.dirname(line.split(" => ")[1]) for line in known.splitlines() if " => " in line}
     with open("/etc/ld.so.conf", "w", encoding="utf-8") as file:
         for folder in sorted(folders) + [os.path.join(programs, "fdn"), os.path.join(programs, "dmn")]:
             print(folder, file=file)
     subprocess.run(["mount", "-n", "-t", "tmpfs", "bench", "/var/cache/ldconfig"], check=True)
-    subprocess.run(["/sbin/ldconfig", "-X"], check=True)
+    subprocess.run(["ldconfig", "-X"], check=True)
 
 
-def set_locale():
+def set_environment():
+    """What of the environment has a share in the figures is always the same."""
     os.environ.pop("LC_ALL", None)
-    os.environ["LANG"] = "C.UTF-8"
+    os.environ.update(LANG="C.UTF-8", PATH="/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin")
 
 
 def measure_all(programs, effort):
@@ -48,14 +49,14 @@ def measure_all(programs, effort):
     say("Measuring operations of the foundation")
     rows += foundation.measure(programs, folder, effort["repetitions"], effort["seconds"])
     say("Measuring growth")
-    growth_rows, curves = growth.measure(programs, effort["divisor"], effort["growth repetitions"])
+    growth_rows, curves = growth.measure(programs, effort["short"])
     return rows + growth_rows, curves
 
 
 def main():
     programs, folder = sys.argv[1:3]
+    set_environment()
     install_libraries(programs)
-    set_locale()
     effort = SHORT if "--short" in sys.argv[3:] else FULL
     rows, curves = measure_all(programs, effort)
     report.write_all(folder, rows, curves, effort["rounds"])

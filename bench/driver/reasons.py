@@ -4,6 +4,7 @@ STARTING = ("starting wxWidgets' base library, which the library is built on, ta
             "libraries alone\".")
 STOPPING = ("the control folder is asked for by running the init script, the only place where settings are; beyond that, "
             + STARTING)
+APPENDING = "making room and taking it into use are two operations, and each checks the room."
 WIDE_TEXT = "characters are wide, as in wxString, so that there is four times as much to copy, on the heap."
 ENCODING = "the text is wide: it is turned into UTF-8 before and back afterwards."
 
@@ -16,7 +17,8 @@ REASONS = {
     "uninstall": "the peer's removes its script alone and leaves the links; ours asks the script for the control folder, "
                  "looks for a running daemon, and goes through the folders of six run levels.",
     "unknown command": STARTING,
-    "append 1000 bytes one by one": "making room and taking it into use are two operations, and each checks the room.",
+    "append 1000 blocks of 64 bytes": APPENDING,
+    "append 1000 bytes one by one": APPENDING,
     "ask who holds a PID file": "a PID file is believed only when its process lives and began when the file says, which "
                                 "the system is asked for.",
     "claim a PID file and give it up": "the file is made whole under another name, with what tells its process from a "
@@ -28,11 +30,15 @@ REASONS = {
     "normalise a path": WIDE_TEXT + " Each name is a text of its own in a list until all are known.",
     "read a global object": "whether its construction has failed is looked at in addition to what the compiler's flag "
                             "says.",
+    "read a setting back": "the shell reads the whole init script for it.",
     "turn a text into UTF-8": WIDE_TEXT,
     "unescape a run parameter": ENCODING,
     "write a log entry": "before each entry the file's path is looked at: another tool may have moved it, and several "
                          "processes share and rotate it.",
 }
+REASONS["install: 1000 run parameters"] = (
+    "from 128 KiB on, malloc gets memory for a text from the system and gives it back at once; with its thresholds "
+    "raised, the growth is linear.")
 REASONS["write a log entry, four processes at once"] = REASONS["write a log entry"]
 
 
