@@ -75,10 +75,15 @@ def make_line(cells):
 
 
 def make_misses(rows):
-    missed = [row for row in rows if row.reached() is False]
+    """What misses its target, by the reason."""
+    reasons = {}
+    for row in rows:
+        if row.reached() is False:
+            reasons.setdefault(find_reason(row), []).append(f"{row.what} (beside {row.other_name})")
     lines = ["## Targets that are not reached", ""]
-    lines += [f"- {row.what}, beside {row.other_name}: {find_reason(row)}" for row in missed] or ["None."]
-    return lines + [""]
+    for reason, missed in reasons.items():
+        lines.append(f"- {', '.join(missed)}: {reason}")
+    return lines + ([] if reasons else ["None."]) + [""]
 
 
 def describe_machine():
