@@ -59,8 +59,9 @@ LaunchOutcome awaitOutcome(Descriptor const& reports) {
 char const* getFunction(LaunchStep step) {
     switch (step) {
     case LaunchStep::Exist:
-    case LaunchStep::SecondFork:
         return "vfork";
+    case LaunchStep::SecondFork:
+        return "fork";
     case LaunchStep::Session:
         return "setsid";
     case LaunchStep::Streams:
