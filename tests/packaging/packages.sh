@@ -26,6 +26,18 @@ check_RuntimePackagePullsInNothingBeyondTheBaseLibraryOfWxWidgets() {
         "$(installed_packages | comm -13 "$TMPDIR/before" - | xargs)"
 }
 
+check_ShellsAndGdbFindWhatTheyLoad() {
+    make_machine installed
+
+    for file in bash-completion/completions/dmn zsh/vendor-completions/_dmn; do
+        [ -s "$root/usr/share/$file" ] || fail "there is no $file"
+    done
+    local script library
+    script=$(find "$root/usr/share/gdb/auto-load" -name 'libfdn.so.*-gdb.py')
+    library=${script#"$root/usr/share/gdb/auto-load"}
+    [ -f "$root${library%-gdb.py}" ] || fail "gdb's script is for no library: '$script'"
+}
+
 check_RemovedPackagesLeaveNothing() {
     make_machine installed
 
