@@ -30,12 +30,18 @@ LaunchPlan complete(LaunchPlan plan, StandardStreams const& streams, Descriptor 
     return plan;
 }
 
+// A process that takes another account's rights has its memory marked as not to be dumped (prctl,
+// PR_SET_DUMPABLE), which this one wants to keep as it is. A detached one gets memory of its own anyway.
+bool needsOwnMemory(LaunchPlan const& plan) {
+    return plan.changesAccount && !plan.leavesParent;
+}
+
 // Returns in the calling process alone, with the identifier of the new one or -1. Until it is the program,
-// the new one uses this one's memory: to copy even the tables of that would take longer than all the rest,
-// and the longer the larger the program is. It writes to nothing there but its part of the stack.
+// the new one uses this one's memory if it can: to copy even the tables of that would take longer than all
+// the rest, and the longer the larger the program is. It writes to nothing there but its part of the stack.
 pid_t forkAndBecomeProgram(LaunchPlan const& plan) {
     AllSignalsBlocked const blocked;
-    pid_t const child = vfork();
+    pid_t const child = needsOwnMemory(plan) ? _Fork() : vfork();
     if (child == 0)
         becomeProgram(plan);
     return child;

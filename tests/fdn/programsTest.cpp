@@ -730,6 +730,14 @@ TEST_F(Impersonation, RunsTheProgramWithTheAccountsUserAndGroupsAlone) {
     }
 }
 
+TEST_F(Impersonation, LeavesTheStarterItsCoreDumps) {
+    for (ForkExecLevel level : {ForkExecLevel::Child, ForkExecLevel::Session, ForkExecLevel::Detached}) {
+        RunningProgram const program(level, Path("/"), user().get());
+
+        EXPECT_EQ(prctl(PR_GET_DUMPABLE), 1);
+    }
+}
+
 TEST_F(Impersonation, TakesEveryGroupOfAnAccountThatIsInMany) {
     std::string groups = "61001 61003";
     std::ofstream file("/etc/group", std::ios::app);
