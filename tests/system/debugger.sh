@@ -5,7 +5,7 @@
 # shellcheck source=installed.sh
 . "${BASH_SOURCE[0]%/*}/installed.sh"
 
-# debug PROGRAM COMMAND_OF_GDB...: with the values of main() in sight.
+# debug PROGRAM COMMAND_OF_GDB...: with the values of main() in sight, on a terminal that knows umlauts.
 debug() {
     local command arguments=()
     needs gdb
@@ -15,7 +15,7 @@ debug() {
     for command in text wxText path pointer second empty buffer secret; do
         arguments+=(-ex "print $command")
     done
-    expect_success timeout "$patience" gdb -nx -batch "${arguments[@]}" "$DMN_SYSTEM_LAYERS/$1"
+    expect_success env LC_ALL=C.UTF-8 timeout "$patience" gdb -nx -batch "${arguments[@]}" "$DMN_SYSTEM_LAYERS/$1"
 }
 
 # As packages hold it.
