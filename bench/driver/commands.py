@@ -46,6 +46,14 @@ class Subject:
         self.poll = poll
 
 
+def start_stop_daemon(floor, file):
+    stop = Command(["start-stop-daemon", "--stop", "--quiet", "--oknodo", "--retry", "5", "--remove-pidfile",
+                    "--pidfile", file])
+    start = Command(["start-stop-daemon", "--start", "--quiet", "--background", "--make-pidfile", "--pidfile", file,
+                     "--exec", floor, "--", "wait"], pid_file=file)
+    return start, stop
+
+
 def make_subjects(programs, folder):
     def program(name):
         return os.path.join(programs, name)
@@ -53,19 +61,12 @@ def make_subjects(programs, folder):
     def pid_file(name):
         return os.path.join(folder, name + ".pid")
 
-    def start_stop_daemon(file):
-        stop = Command(["start-stop-daemon", "--stop", "--quiet", "--oknodo", "--retry", "5", "--remove-pidfile",
-                        "--pidfile", file])
-        start = Command(["start-stop-daemon", "--start", "--quiet", "--background", "--make-pidfile", "--pidfile", file,
-                         "--exec", program("bench/floor"), "--", "wait"], pid_file=file)
-        return start, stop
-
     heartbeat = program("examples/heartbeat")
     script = "/etc/init.d/heartbeat"
     go = program("bench/go_service")
     poco = program("bench/poco_server")
     floor = program("bench/floor")
-    debian_start, debian_stop = start_stop_daemon(pid_file("debian"))
+    debian_start, debian_stop = start_stop_daemon(floor, pid_file("debian"))
     stop_with_settings = Command(["/bin/sh", "-c", STOP_WITH_SETTINGS, "sh", script, pid_file("settings")])
     return [
         Subject(OURS, {
