@@ -136,6 +136,21 @@ TEST_F(Stop, SignalsByNumberWhereTheSystemGivesNoHandle) {
               }));
 }
 
+TEST_F(Stop, SignalsNobodyWhenTheDaemonGivesItsFileUpMeanwhile) {
+    Program process({"sleep", "1000"});
+    writePIDFile(process.pid());
+    Program stopping([this] {
+        awaitPerformBefore();
+        m_controller.stop();
+    });
+
+    performBefore(SYS_pidfd_open, stopping.pid(), [this] { unlink(m_folder.name("app.pid").c_str()); });
+
+    EXPECT_EQ(0, stopping.wait().status);
+    process.sendSignal(SIGVTALRM); // which would only come after SIGTERM
+    EXPECT_EQ(SIGVTALRM, process.wait().signal);
+}
+
 TEST_F(Stop, LeavesThePIDFileToTheDaemon) {
     Program daemon({"sleep", "1000"});
     writePIDFile(daemon.pid());

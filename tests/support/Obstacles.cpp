@@ -3,13 +3,17 @@
 #include "support/TemporaryFolder.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
+#include <stdexcept>
 #include <system_error>
 
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace test {
@@ -35,6 +39,19 @@ void answerSystemCall(long number, unsigned answer) {
     check(
         static_cast<int>(syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_TSYNC, &program)),
         "seccomp");
+}
+
+// Returns false when the child has ended.
+bool awaitHalt(pid_t child) {
+    int state = 0;
+    return waitpid(child, &state, __WALL) == child && WIFSTOPPED(state);
+}
+
+bool isAboutToCall(pid_t child, long number) {
+    __ptrace_syscall_info info = {};
+    ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD); // without it, no call is told
+    ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof info, &info);
+    return info.op == PTRACE_SYSCALL_INFO_ENTRY && info.entry.nr == static_cast<unsigned long>(number);
 }
 
 } // namespace
@@ -75,6 +92,23 @@ void refuseSystemCall(long number, int error) {
 void endAtSystemCall(long number) {
     check(prctl(PR_SET_DUMPABLE, 0, 0, 0, 0), "prctl"); // no core file
     answerSystemCall(number, SECCOMP_RET_KILL_PROCESS);
+}
+
+void awaitPerformBefore() {
+    check(static_cast<int>(ptrace(PTRACE_TRACEME, 0, nullptr, nullptr)), "ptrace");
+    raise(SIGSTOP);
+}
+
+void performBefore(long number, pid_t child, std::function<void()> const& action) {
+    while (awaitHalt(child)) {
+        if (isAboutToCall(child, number)) {
+            action();
+            check(static_cast<int>(ptrace(PTRACE_DETACH, child, nullptr, nullptr)), "ptrace");
+            return;
+        }
+        check(static_cast<int>(ptrace(PTRACE_SYSCALL, child, nullptr, nullptr)), "ptrace");
+    }
+    throw std::runtime_error("The child has ended without the system call.");
 }
 
 } // namespace test

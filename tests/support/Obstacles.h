@@ -1,9 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include <sys/resource.h>
 #include <sys/syscall.h>
+#include <sys/types.h>
 
 namespace test {
 
@@ -60,5 +62,12 @@ void refuseSystemCall(long number, int error);
 
 /// From now on the kernel ends the process with SIGSYS, which cannot be caught, at this system call.
 void endAtSystemCall(long number);
+
+/// Halts this process, a child of the test, until the test calls performBefore() for it.
+void awaitPerformBefore();
+
+/// Performs the action just before the child makes this system call; then both go on. Throws
+/// std::runtime_error when the child ends without it.
+void performBefore(long number, pid_t child, std::function<void()> const& action);
 
 } // namespace test
