@@ -4,6 +4,7 @@ package main
 import (
 	"log"
 	"os"
+	"path/filepath"
 
 	"github.com/kardianos/service"
 )
@@ -23,13 +24,38 @@ func newService() (service.Service, error) {
 	return nil, service.ErrNoServiceSystemDetected
 }
 
+// Leaves nothing behind: the package's uninstall removes the script alone, and neither stops the service nor
+// removes the links in the run levels.
+func remove(daemon service.Service) error {
+	if err := daemon.Stop(); err != nil {
+		return err
+	}
+	links, err := filepath.Glob("/etc/rc?.d/[KS][0-9][0-9]go_service")
+	if err != nil {
+		return err
+	}
+	for _, link := range links {
+		if err := os.Remove(link); err != nil {
+			return err
+		}
+	}
+	return daemon.Uninstall()
+}
+
+func perform(daemon service.Service, command string) error {
+	if command == "remove" {
+		return remove(daemon)
+	}
+	return service.Control(daemon, command)
+}
+
 func main() {
 	daemon, err := newService()
 	if err != nil {
 		log.Fatal(err)
 	}
 	if len(os.Args) > 1 {
-		err = service.Control(daemon, os.Args[1])
+		err = perform(daemon, os.Args[1])
 	} else {
 		err = daemon.Run()
 	}

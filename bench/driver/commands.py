@@ -1,7 +1,6 @@
 """Commands as a user feels them: whole processes, from the call to the last thing that the user waits for."""
 
 import collections
-import glob
 import os
 import subprocess
 import time
@@ -10,6 +9,7 @@ from figures import Figure, Row
 
 SECTION = "Commands"
 MEMORY_SECTION = "Peak memory of commands"
+LIMIT_SECTION = "Commands beside their limit"
 
 STEPS = ("install", "print a setting", "start", "stop a running daemon", "stop a stopped daemon", "uninstall",
          "unknown command", "start the libraries alone")
@@ -18,6 +18,10 @@ SETTLING_SECONDS = 0.2
 OURS = "dmn"
 SAME_WORK = "start-stop-daemon, settings read"
 FLOORS = ("bare C", "sh -c echo", "bare wxWidgets")
+
+# What a command cannot do without: how often it starts wxWidgets, and how many settings it reads.
+NEEDS = {"install": (1, 0), "start": (2, 6), "stop a running daemon": (1, 1), "stop a stopped daemon": (1, 1),
+         "uninstall": (1, 1), "unknown command": (1, 0)}
 
 # Start, as a script of start-stop-daemon would do it, with the settings that our start reads, from where it reads them.
 START_WITH_SETTINGS = """
@@ -83,7 +87,7 @@ def make_subjects(programs, folder):
             "start": Command([go, "start"], pid_file="/var/run/go_service.pid"),
             "stop a running daemon": Command([go, "stop"]),
             "stop a stopped daemon": Command([go, "stop"]),
-            "uninstall": Command([go, "uninstall"]),
+            "uninstall": Command([go, "remove"]),
             "unknown command": Command([go, "bogus"], status=1)}, poll=1),
         Subject("Poco server", {
             "start": Command([poco, "--daemon", "--pidfile=" + pid_file("poco")], pid_file=pid_file("poco")),
@@ -125,18 +129,11 @@ class Stopwatch:
         return nanoseconds, memory
 
 
-def remove_what_go_leaves():
-    """Its uninstall leaves its links in the run levels, and its install then finds them there."""
-    for link in glob.glob("/etc/rc?.d/*go_service"):
-        os.unlink(link)
-
-
 def measure_rounds(stopwatch, subjects, rounds):
     """Takes all subjects through all steps, side by side, each round in another order."""
     samples = collections.defaultdict(list)
     for number in range(rounds):
         first = number % len(subjects)
-        remove_what_go_leaves()
         for step in STEPS:
             for subject in subjects[first:] + subjects[:first]:
                 if step in subject.commands:
@@ -157,6 +154,21 @@ def limit_beside(other, step):
     return None if other in FLOORS else 1
 
 
+def compare_with_limits(samples, our_subject):
+    """Beside what those parts alone take that a command cannot do without, in the same round."""
+    rows = []
+    for step, (starts, settings) in NEEDS.items():
+        ours = [duration for duration, _ in samples[step, OURS]]
+        if step == "stop a running daemon":
+            ours = without_sleeps(ours, our_subject.poll)
+        limit = [starts * start + settings * setting
+                 for (start, _), (setting, _) in zip(samples["start the libraries alone", "bare wxWidgets"],
+                                                     samples["print a setting", OURS])]
+        name = f"{starts} x bare wxWidgets, {settings} x print a setting"
+        rows.append(Row(LIMIT_SECTION, step, Figure(ours, "ns"), name, Figure(limit, "ns")))
+    return rows
+
+
 def compare(samples, subjects):
     rows = []
     for step in STEPS:
@@ -164,6 +176,7 @@ def compare(samples, subjects):
             if subject.name == OURS or step not in subject.commands:
                 continue
             rows += compare_times(samples, subjects[0], subject, step)
+    rows += compare_with_limits(samples, subjects[0])
     for step in STEPS:
         for subject in subjects:
             if subject.name != OURS and step in subject.commands:

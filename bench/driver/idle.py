@@ -80,7 +80,6 @@ def compare(looks):
 
 
 def measure(programs, folder, seconds):
-    commands.remove_what_go_leaves()
     subjects = commands.make_subjects(programs, folder)
     with subprocess.Popen([os.path.join(programs, "bench/start_wx"), "wait"]) as bare_wx:
         processes = start_daemons(programs, subjects)

@@ -14,8 +14,6 @@ REASONS = {
              "by the command and by the daemon.",
     "stop a running daemon, less its sleeps": STOPPING,
     "stop a stopped daemon": STOPPING,
-    "uninstall": "the peer's removes its script alone and leaves the links; ours asks the script for the control folder, "
-                 "looks for a running daemon, and goes through the folders of six run levels.",
     "unknown command": STARTING,
     "append 1000 blocks of 64 bytes": APPENDING,
     "append 1000 bytes one by one": APPENDING,
