@@ -79,11 +79,14 @@ public:
     /// Makes room for `count` elements in all.
     void ensureAllocated(int count) {
         if (count > m_allocated)
-            alloc(std::max(count, static_cast<int>(m_allocated * m_minGrowFactor)));
+            grow(count);
     }
 
     /// Makes room for `count` elements after the used ones.
-    void ensureFree(int count) { ensureAllocated(m_used + count); }
+    void ensureFree(int count) {
+        if (count > getFree())
+            grow(m_used + count);
+    }
 
     /// Sets how many elements are in use; new ones have undefined values.
     void setUsed(int count) {
@@ -92,7 +95,10 @@ public:
     }
 
     /// Takes `count` more elements into use, such as those just written at getFreePtr().
-    void addUsed(int count) { setUsed(m_used + count); }
+    void addUsed(int count) {
+        ensureFree(count);
+        m_used += count;
+    }
 
     /// Inserts `count` elements before `position`. The source must lie outside the buffer.
     void insert(int position, void const* source, int count) {
@@ -199,6 +205,11 @@ private:
         if (allocate != -1)
             ensureAllocated(std::max(used, allocate));
         setUsed(used);
+    }
+
+    // Out of line: a loop that appends stays small, and seldom comes here.
+    [[gnu::noinline]] void grow(int needed) {
+        alloc(std::max(needed, static_cast<int>(m_allocated * m_minGrowFactor)));
     }
 
     void allocAligned(int count, int alignment) {

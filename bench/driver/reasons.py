@@ -4,7 +4,8 @@ STARTING = ("starting wxWidgets' base library, which the library is built on, ta
             "libraries alone\".")
 STOPPING = ("the control folder is asked for by running the init script, the only place where settings are; beyond that, "
             + STARTING)
-APPENDING = "making room and taking it into use are two operations, and each checks the room."
+APPENDING = ("making room and taking it into use are two operations, and each checks the room: the bytes written in "
+             "between might be those of the counts, for all that the compiler knows.")
 WIDE_TEXT = "characters are wide, as in wxString, so that there is four times as much to copy, on the heap."
 ENCODING = "the text is wide: it is turned into UTF-8 before and back afterwards."
 
