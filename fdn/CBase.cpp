@@ -20,24 +20,17 @@ CBase& CBase::operator=(CBase const&) { // NOLINT(cert-oop54-cpp): there is noth
 
 CBase::~CBase() = default;
 
-void CBase::addRef() const {
-    m_references.fetch_add(1, std::memory_order_relaxed);
-}
-
-bool CBase::release() const {
-    if (m_references.fetch_sub(1, std::memory_order_acq_rel) != 1)
-        return true;
-    m_references.fetch_add(kBeingDeleted, std::memory_order_relaxed);
-    const_cast<CBase*>(this)->deleteThis();
-    return false;
-}
-
 bool CBase::checkCastAllowed(std::type_info const&) const {
     return true;
 }
 
 void CBase::deleteThis() {
     delete this;
+}
+
+void CBase::deleteUnreferenced() const {
+    m_references.fetch_add(kBeingDeleted, std::memory_order_relaxed);
+    const_cast<CBase*>(this)->deleteThis();
 }
 
 } // namespace fdn

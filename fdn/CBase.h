@@ -22,12 +22,24 @@ public:
     CBase& operator=(CBase const& other);
     ~CBase() override;
 
-    void addRef() const override;
-    bool release() const override;
+    // Counting is in the header: where the compiler can tell, or guess and check, that an object counts like
+    // this, it needs no call.
+
+    void addRef() const override { m_references.fetch_add(1, std::memory_order_relaxed); }
+
+    bool release() const override {
+        if (m_references.fetch_sub(1, std::memory_order_acq_rel) != 1)
+            return true;
+        deleteUnreferenced();
+        return false;
+    }
+
     bool checkCastAllowed(std::type_info const& type) const override;
     void deleteThis() override;
 
 private:
+    void deleteUnreferenced() const;
+
     mutable std::atomic<std::uint32_t> m_references{1};
 };
 

@@ -22,7 +22,8 @@ REASONS = {
                                 "the system is asked for.",
     "claim a PID file and give it up": "the file is made whole under another name, with what tells its process from a "
                                        "later one of the same number, under a lock.",
-    "copy and release a pointer": "the count may be that of an interface, and so is changed by virtual calls.",
+    "copy and release a pointer": "the operations that count are virtual: that an object has not replaced them is checked "
+                                  "before it is counted in place.",
     "escape a run parameter": ENCODING,
     "join five texts": WIDE_TEXT,
     "make a text from narrow text": WIDE_TEXT,
