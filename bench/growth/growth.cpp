@@ -35,12 +35,16 @@ fdn::Path const& getControlFolder() {
     return folder;
 }
 
-void install(int params) {
+dmn::CDaemonInfo describe(int params) {
     dmn::CDaemonInfo info;
     info.startAtBoot = true;
     info.exePath = fdn::Path("/usr/sbin/growing");
     for (int i = 0; i < params; ++i)
         info.params.push_back(fdn::String::Format("--parameter=%d of the daemon", i));
+    return info;
+}
+
+void install(dmn::CDaemonInfo const& info) {
     dmn::CDaemonController::install(info, kId, getControlFolder(), "", "", "", "");
 }
 
@@ -68,16 +72,17 @@ double measureRunLevelDir(int entries) {
 
 double measureUninstall(int entries) {
     fillRunLevel(entries);
-    install(0);
+    install(describe(0));
     return measure(&uninstall);
 }
 
 double measureInstall(int params) {
-    return measure([params] { install(params); });
+    dmn::CDaemonInfo const info = describe(params);
+    return measure([&info] { install(info); });
 }
 
 double measureReadingParams(int params) {
-    install(params);
+    install(describe(params));
     return measure([] { dmn::CDaemonController::getDaemonParams(kId); });
 }
 
