@@ -229,9 +229,9 @@ fdn::Path CDaemonController::createInitScript(CDaemonInfo const& info, fdn::Stri
                                               fdn::String const& transientFolderAppID,
                                               fdn::String const& transientFolderGroup) {
     fdn::Path const script = getInitScriptPath(id);
-    fdn::String const text = composeInitScript({id, runAs, transientFolderAppID, transientFolderGroup,
-                                                info.displayName, normalise(controlFolder),
-                                                normalise(info.exePath), info.params, normalise(script)});
+    fdn::String const text = composeInitScript(
+        {id, runAs, transientFolderAppID, transientFolderGroup, info.displayName, normalise(controlFolder),
+         normalise(info.exePath), composeParameterLine(info.params), normalise(script)});
     fdn::writeUTF8TextFile(script.getText(), text);
     wxCharBuffer const name = fdn::toFileName(script);
     if (chmod(name, 0755) != 0)

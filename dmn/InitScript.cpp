@@ -63,21 +63,24 @@ bool isPlainWord(fdn::String const& text) {
            text.find(":~") == fdn::String::npos;
 }
 
-fdn::String quote(fdn::String const& text) {
-    fdn::String quoted("\"");
+void appendQuoted(fdn::String& script, fdn::String const& text) {
+    script += '"';
     for (wxUniChar const c : text) {
         if (c == '"' || c == '\\' || c == '$' || c == '`')
-            quoted += '\\';
-        quoted += c;
+            script += '\\';
+        script += c;
     }
-    quoted += '"';
-    return quoted;
+    script += '"';
 }
 
 // Unquoted values stand in the script as they are, unless the shell would take them apart: it would then run
 // the second word as a program, at every call of the script.
-fdn::String toAssignedWord(fdn::String const& text) {
-    return isPlainWord(text) ? text : quote(text);
+void appendAssignment(fdn::String& script, char const* name, fdn::String const& value) {
+    script << "\n" << name << "=";
+    if (isPlainWord(value))
+        script << value;
+    else
+        appendQuoted(script, value);
 }
 
 // The echo of some shells takes a first word such as "-n" as an option and prints nothing of it.
@@ -85,9 +88,29 @@ bool isEchoOption(fdn::String const& word) {
     return word.length() > 1 && word[0] == '-' && word.find_first_not_of("neE", 1) == fdn::String::npos;
 }
 
-fdn::String protectFromEcho(fdn::String const& line) {
-    bool const needsProtection = isEchoOption(line.BeforeFirst(' '));
-    return needsProtection ? "%2D" + fdn::String(line.Mid(1)) : line;
+void protectFromEcho(fdn::String& line) {
+    if (isEchoOption(line.BeforeFirst(' ')))
+        line.replace(0, 1, "%2D");
+}
+
+} // namespace
+
+fdn::String composeInitScript(InitScriptValues const& values) {
+    fdn::String script;
+    // The parameters may be many; everything else is short.
+    script.reserve(values.parameterLine.length() + 2 * sizeof kVerbs);
+    script << "#!/bin/sh\n"                                                      //
+           << "\nDAEMONID=\"" << values.daemonId << "\""                         //
+           << "\nRUNAS=\"" << values.runAs << "\""                               //
+           << "\nTRANSIENTFOLDERAPPID=\"" << values.transientFolderAppID << "\"" //
+           << "\nTRANSIENTFOLDERGROUP=\"" << values.transientFolderGroup << "\"" //
+           << "\nDISPLAYNAME=\"" << values.displayName << "\""                   //
+           << "\nCONTROLFOLDER=\"" << values.controlFolder.getText() << "\"";
+    appendAssignment(script, "EXEPATH", values.exePath.getText());
+    appendAssignment(script, "RUNPARAMS", values.parameterLine);
+    appendAssignment(script, "INITFILEPATH", values.initFilePath.getText());
+    script << kVerbs;
+    return script;
 }
 
 fdn::String composeParameterLine(fdn::TList<fdn::String> const& params) {
@@ -97,22 +120,8 @@ fdn::String composeParameterLine(fdn::TList<fdn::String> const& params) {
         if (std::next(param) != params.end() && !line.empty())
             line.append(" ");
     }
-    return protectFromEcho(line);
-}
-
-} // namespace
-
-fdn::String composeInitScript(InitScriptValues const& values) {
-    return "#!/bin/sh\n\nDAEMONID=\"" + values.daemonId +                         //
-           "\"\nRUNAS=\"" + values.runAs +                                        //
-           "\"\nTRANSIENTFOLDERAPPID=\"" + values.transientFolderAppID +          //
-           "\"\nTRANSIENTFOLDERGROUP=\"" + values.transientFolderGroup +          //
-           "\"\nDISPLAYNAME=\"" + values.displayName +                            //
-           "\"\nCONTROLFOLDER=\"" + values.controlFolder.getText() +              //
-           "\"\nEXEPATH=" + toAssignedWord(values.exePath.getText()) +            //
-           "\nRUNPARAMS=" + toAssignedWord(composeParameterLine(values.params)) + //
-           "\nINITFILEPATH=" + toAssignedWord(values.initFilePath.getText()) +    //
-           kVerbs;
+    protectFromEcho(line);
+    return line;
 }
 
 fdn::TArray<fdn::String> splitParameterLine(fdn::String const& line) {

@@ -15,12 +15,15 @@ struct InitScriptValues {
     fdn::String displayName;
     fdn::Path controlFolder;
     fdn::Path exePath;
-    fdn::TList<fdn::String> params;
+    fdn::String parameterLine;
     fdn::Path initFilePath;
 };
 
 /// The text of the init script.
 fdn::String composeInitScript(InitScriptValues const& values);
+
+/// The line in which the run parameters are stored.
+fdn::String composeParameterLine(fdn::TList<fdn::String> const& params);
 
 /// The run parameters that a stored parameter line holds.
 fdn::TArray<fdn::String> splitParameterLine(fdn::String const& line);

@@ -36,9 +36,6 @@ REASONS = {
     "write a log entry": "before each entry the file's path is looked at: another tool may have moved it, and several "
                          "processes share and rotate it.",
 }
-REASONS["install: 1000 run parameters"] = (
-    "from 128 KiB on, malloc gets memory for a text from the system and gives it back at once; with its thresholds "
-    "raised, the growth is linear.")
 REASONS["write a log entry, four processes at once"] = REASONS["write a log entry"]
 
 

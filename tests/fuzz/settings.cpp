@@ -49,16 +49,17 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     values.initFilePath = script;
     fdn::String exePath = "/" + fuzz::toText(isReadBack(pieces[0]) ? pieces[0] : "program");
     values.exePath = fdn::Path(exePath.Trim());
+    fdn::TList<fdn::String> params;
     for (std::size_t i = 1; i < pieces.size(); ++i)
-        values.params.push_back(fuzz::toText(pieces[i]));
+        params.push_back(fuzz::toText(pieces[i]));
+    values.parameterLine = dmn::composeParameterLine(params);
 
     fuzz::writeFile(name, dmn::composeInitScript(values).toUTF8());
     chmod(name.c_str(), 0755);
 
     require(askScript(script, "printExePath") == values.exePath.getText().toUTF8(),
             "the executable's path reads back");
-    require(dmn::splitParameterLine(fuzz::toText(askScript(script, "printParams"))) ==
-                withoutEmpty(values.params),
+    require(dmn::splitParameterLine(fuzz::toText(askScript(script, "printParams"))) == withoutEmpty(params),
             "the run parameters read back");
     require(askScript(script, "printRunAs").empty(), "what was not stored is empty");
     return 0;
