@@ -5,7 +5,9 @@
 #include <wx/strconv.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <utility>
 
 namespace fdn {
 
@@ -25,13 +27,23 @@ std::size_t getEncodedSize(wxString const& text, wxMBConv const& encoding) {
     return encoding.FromWChar(nullptr, 0, wide, text.length());
 }
 
-bool isASCII(wxString const& text) {
-    wchar_t const* const wide = text.wc_str();
-    return std::all_of(wide, wide + text.length(), [](wchar_t c) { return c >= 0 && c < 0x80; });
+// Most texts are ASCII: this is fastest when it looks at all of the bytes, whatever they are.
+bool isASCII(std::string const& bytes) {
+    unsigned bits = 0;
+    for (char const c : bytes)
+        bits |= static_cast<unsigned char>(c);
+    return bits < 0x80;
 }
 
-bool isASCII(std::string const& bytes) {
-    return std::all_of(bytes.begin(), bytes.end(), [](unsigned char c) { return c < 0x80; });
+std::size_t lengthOf(char const* narrow) {
+    return narrow == nullptr ? 0 : std::strlen(narrow);
+}
+
+// ISO-8859-1 is the first 256 code points: it needs no converter.
+void appendNarrow(wxString& text, char const* narrow, std::size_t length) {
+    auto const end = static_cast<std::ptrdiff_t>(text.length());
+    text.append(length, L'\0');
+    std::transform(narrow, narrow + length, text.begin() + end, [](unsigned char c) { return wchar_t{c}; });
 }
 
 std::size_t requireEncodedSize(wxString const& text, wxMBConv const& encoding) {
@@ -52,7 +64,9 @@ wxCharBuffer encode(wxString const& text, wxMBConv const& encoding, std::size_t 
 
 } // namespace
 
-String::String(char const* text) : wxString(text == nullptr ? "" : text, wxConvISO8859_1) {}
+String::String(char const* text) {
+    appendNarrow(*this, text, lengthOf(text));
+}
 
 String::String(wchar_t const* text) : wxString(text == nullptr ? L"" : text) {}
 
@@ -61,13 +75,15 @@ String::String(wxString const& text) : wxString(text) {}
 String::~String() = default;
 
 String String::fromBytes(std::string const& bytes) {
-    if (isASCII(bytes))
-        return wxString(bytes.data(), wxConvISO8859_1, bytes.size());
-    wxString const text(bytes.data(), wxConvUTF8, bytes.size());
-    // wxWidgets reads overlong forms and surrogates too; they do not come to the same size again.
-    if (getEncodedSize(text, wxConvUTF8) == bytes.size())
-        return text;
-    return wxString(bytes.data(), wxConvISO8859_1, bytes.size());
+    if (!isASCII(bytes)) {
+        wxString text(bytes.data(), wxConvUTF8, bytes.size());
+        // wxWidgets reads overlong forms and surrogates too; they do not come to the same size again.
+        if (getEncodedSize(text, wxConvUTF8) == bytes.size())
+            return String(std::move(text));
+    }
+    String text;
+    appendNarrow(text, bytes.data(), bytes.size());
+    return text;
 }
 
 wxCharBuffer String::toCP() const {
@@ -84,17 +100,22 @@ wxCharBuffer String::toEncoding(wxMBConv const& encoding, int* length) const {
 }
 
 std::string String::toUTF8() const {
-    if (isASCII(*this))
-        return std::string(wc_str(), wc_str() + length());
-    std::string bytes(requireEncodedSize(*this, wxConvUTF8), '\0');
+    std::string bytes(length(), '\0');
+    wchar_t bits = 0;
+    std::transform(wc_str(), wc_str() + length(), bytes.begin(), [&bits](wchar_t c) {
+        bits |= c;
+        return static_cast<char>(c);
+    });
+    if (bits >= 0 && bits < 0x80) // ASCII, as most texts are
+        return bytes;
+    bytes.resize(requireEncodedSize(*this, wxConvUTF8));
     wxConvUTF8.FromWChar(bytes.data(), bytes.size(), wc_str(), length());
     return bytes;
 }
 
 bool String::operator==(char const* text) const {
-    std::size_t const size = text == nullptr ? 0 : std::strlen(text);
     auto const isSame = [](unsigned char narrow, wchar_t wide) { return wchar_t{narrow} == wide; };
-    return length() == size && std::equal(text, text + size, wc_str(), isSame);
+    return length() == lengthOf(text) && std::equal(text, text + length(), wc_str(), isSame);
 }
 
 String operator+(String const& left, String const& right) {
@@ -106,11 +127,31 @@ String operator+(String const& left, String const& right) {
 }
 
 String operator+(char const* left, String const& right) {
-    return String(left) + right;
+    std::size_t const leftLength = lengthOf(left);
+    String result;
+    result.reserve(leftLength + right.length());
+    appendNarrow(result, left, leftLength);
+    result.append(right);
+    return result;
 }
 
 String operator+(String const& left, char const* right) {
-    return left + String(right);
+    std::size_t const rightLength = lengthOf(right);
+    String result;
+    result.reserve(left.length() + rightLength);
+    result.append(left);
+    appendNarrow(result, right, rightLength);
+    return result;
+}
+
+String operator+(String&& left, String const& right) {
+    left.append(right);
+    return std::move(left);
+}
+
+String operator+(String&& left, char const* right) {
+    appendNarrow(left, right, lengthOf(right));
+    return std::move(left);
 }
 
 } // namespace fdn

@@ -86,6 +86,10 @@ FDN_EXPORT String operator+(String const& left, String const& right);
 FDN_EXPORT String operator+(char const* left, String const& right);
 FDN_EXPORT String operator+(String const& left, char const* right);
 
+/// The left text is one that nobody needs any more; the right one is put at its end.
+FDN_EXPORT String operator+(String&& left, String const& right);
+FDN_EXPORT String operator+(String&& left, char const* right);
+
 /// Lets Strings mix with the other wide texts: wxStrings, which Format() and substr() return, and wide
 /// literals. Templates, because compilers cannot choose between wxString's operators and a conversion to
 /// String.
@@ -94,8 +98,9 @@ using EnableIfWide =
     std::enable_if_t<std::is_convertible_v<Text const&, wchar_t const*> && !std::is_same_v<Text, String>>;
 
 template <class Text, class = EnableIfWide<Text>>
-String operator+(String const& left, Text const& right) {
-    return left + String(wxString(right));
+String operator+(String left, Text const& right) {
+    left.append(right);
+    return left;
 }
 
 template <class Text, class = EnableIfWide<Text>>

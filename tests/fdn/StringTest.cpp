@@ -73,6 +73,17 @@ TEST(String, TakesEveryNarrowByteAsTheCodePointOfTheSameValue) {
     }
 }
 
+TEST(String, HasEveryCharacterOfNarrowTextOfAnyLength) {
+    std::string bytes;
+    std::wstring expected;
+    for (int length = 0; length <= 100; ++length) {
+        ASSERT_EQ(String(bytes.c_str()), expected.c_str()) << length;
+        ASSERT_EQ(String("\xE9") + bytes.c_str(), (L"\xE9" + expected).c_str()) << length;
+        bytes.push_back(static_cast<char>(0xFF - length));
+        expected.push_back(static_cast<wchar_t>(0xFF - length));
+    }
+}
+
 TEST(String, ReadsNarrowTextTheSameWhateverTheLocaleIs) {
     for (char const* const locale : {"C", "C.UTF-8"}) {
         EncodingLocale const change(locale);
@@ -160,6 +171,44 @@ TEST(String, JoinsWithWideTextToAString) {
     EXPECT_EQ(L"\x20AC" + text, L"\x20AC"
                                 "5 ");
     EXPECT_EQ(text + wxString::Format("%d", 3) + text.substr(1), "5 3 ");
+}
+
+TEST(String, JoiningTakesOverALeftTextThatNobodyNeeds) {
+    String text("a text of some length");
+    text.reserve(100);
+    wchar_t const* const characters = text.wc_str();
+
+    String const joined = std::move(text) + " and " + String("more") + L" \x20AC" + wxString(".");
+
+    EXPECT_EQ(joined, L"a text of some length and more \x20AC.");
+    EXPECT_EQ(joined.wc_str(), characters);
+}
+
+TEST(String, JoiningLeavesNamedTextsAsTheyAre) {
+    String text("a");
+    String other("b");
+
+    EXPECT_EQ(text + other + text, "aba");
+    EXPECT_EQ(text + "c" + other, "acb");
+    EXPECT_EQ(text + wxString("c"), "ac");
+
+    EXPECT_EQ(text, "a");
+    EXPECT_EQ(other, "b");
+}
+
+TEST(String, JoiningATextToItselfDoublesIt) {
+    String text("a text of some length, ");
+
+    EXPECT_EQ(std::move(text) + text, "a text of some length, a text of some length, ");
+}
+
+TEST(String, JoinsNullAsTheEmptyText) {
+    char const* const null = nullptr;
+
+    EXPECT_EQ(null + String("a") + null, "a");
+    EXPECT_EQ(String("a") + null, "a");
+    String const named("a");
+    EXPECT_EQ(named + null, "a");
 }
 
 TEST(String, JoiningKeepsTheCharacterNul) {
@@ -267,6 +316,21 @@ TEST(String, ToUTF8KeepsEveryCharacter) {
     EXPECT_EQ(String().toUTF8(), "");
     EXPECT_EQ(textWithNul().toUTF8(), std::string("a\0b", 3));
     EXPECT_EQ(String(L"\U0010FFFF").toUTF8(), "\xF4\x8F\xBF\xBF");
+}
+
+TEST(String, BytesAreUTF8WhereverTheOneCharacterBeyondASCIIIs) {
+    for (std::size_t length = 1; length <= 40; ++length) {
+        for (std::size_t position = 0; position < length; ++position) {
+            std::string const before(position, 'a');
+            std::string const after(length - position - 1, 'b');
+            std::string const bytes = before + "\xE2\x82\xAC" + after;
+            String const text = String(before.c_str()) + L"\x20AC" + after.c_str();
+
+            ASSERT_EQ(text.toUTF8(), bytes);
+            ASSERT_EQ(String::fromBytes(bytes), text);
+            ASSERT_EQ(String::fromBytes(before + "\xFC" + after), String((before + "\xFC" + after).c_str()));
+        }
+    }
 }
 
 namespace {
