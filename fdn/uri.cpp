@@ -6,7 +6,7 @@ namespace fdn {
 
 namespace {
 
-constexpr char kHexDigits[] = "0123456789ABCDEF";
+constexpr wchar_t kHexDigits[] = L"0123456789ABCDEF";
 
 bool staysAsItIs(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' ||
@@ -23,44 +23,47 @@ int hexValue(char c) {
     return -1;
 }
 
-// The byte that the escape at the position stands for, or -1 when there is no escape.
-int escapedByteAt(std::string const& text, std::size_t position) {
-    if (text[position] != '%' || position + 2 >= text.size())
-        return -1;
-    int const high = hexValue(text[position + 1]);
-    int const low = hexValue(text[position + 2]);
-    return high < 0 || low < 0 ? -1 : high * 16 + low;
+// Takes off the text what comes next: the byte that an escape stands for, or the byte that is there.
+char takeByte(char const*& next, char const* end) {
+    if (*next == '%' && end - next > 2) {
+        int const high = hexValue(next[1]);
+        int const low = hexValue(next[2]);
+        if (high >= 0 && low >= 0) {
+            next += 3;
+            return static_cast<char>(high * 16 + low);
+        }
+    }
+    return *next++;
 }
 
 } // namespace
 
 String uriEscape(String const& text) {
     std::string const plain = text.toUTF8();
-    std::string escaped;
-    escaped.reserve(3 * plain.size());
+    String escaped; // with room for a text of which every byte is escaped
+    escaped.append(3 * plain.size(), L'\0');
+    wxString::iterator next = escaped.begin();
     for (char const c : plain) {
         if (staysAsItIs(c)) {
-            escaped += c;
+            *next++ = wchar_t{c};
             continue;
         }
         auto const byte = static_cast<unsigned char>(c);
-        escaped += '%';
-        escaped += kHexDigits[byte / 16];
-        escaped += kHexDigits[byte % 16];
+        *next++ = L'%';
+        *next++ = kHexDigits[byte / 16];
+        *next++ = kHexDigits[byte % 16];
     }
-    return String::fromBytes(escaped);
+    escaped.erase(next, escaped.end());
+    return escaped;
 }
 
 String uriUnescape(String const& text) {
-    std::string const escaped = text.toUTF8();
-    std::string bytes;
-    bytes.reserve(escaped.size());
-    for (std::size_t i = 0; i < escaped.size(); ++i) {
-        int const byte = escapedByteAt(escaped, i);
-        bytes += byte < 0 ? escaped[i] : static_cast<char>(byte);
-        if (byte >= 0)
-            i += 2;
-    }
+    std::string bytes = text.toUTF8();
+    std::string::iterator last = bytes.begin();
+    char const* const end = bytes.data() + bytes.size();
+    for (char const* next = bytes.data(); next != end;)
+        *last++ = takeByte(next, end);
+    bytes.erase(last, bytes.end());
     return String::fromBytes(bytes);
 }
 
