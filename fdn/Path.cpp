@@ -4,6 +4,8 @@
 #include <fdn/TSafeGlobalPointer.h>
 #include <fdn/files.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <utility>
 
 namespace fdn {
@@ -44,6 +46,21 @@ bool endsWithSep(String const& text) {
     return !text.empty() && text.Last() == L'/';
 }
 
+std::wstring_view viewOf(String const& text) {
+    return {text.wc_str(), text.length()};
+}
+
+// Takes the last name behind the root off, for "..". False when there is none; one ".." takes no other off.
+bool dropLastName(String& text, std::size_t rootLength) {
+    std::wstring_view const names = viewOf(text).substr(rootLength);
+    std::size_t const sep = names.rfind(L'/');
+    bool const isAlone = sep == std::wstring_view::npos;
+    if (names.empty() || names.substr(isAlone ? 0 : sep + 1) == L"..")
+        return false;
+    text.erase(isAlone ? rootLength : rootLength + sep);
+    return true;
+}
+
 } // namespace
 
 String const& CUnixPathTraits::getSep() {
@@ -77,6 +94,10 @@ TPathImpl<Traits>::TPathImpl(String const& text, bool, bool normalised)
     : m_text(text), m_normalised(normalised) {}
 
 template <class Traits>
+TPathImpl<Traits>::TPathImpl(String&& text, bool, bool normalised)
+    : m_text(std::move(text)), m_normalised(normalised) {}
+
+template <class Traits>
 TPathImpl<Traits>::~TPathImpl() = default;
 
 template <class Traits>
@@ -98,21 +119,9 @@ template <class Traits>
 TPathImpl<Traits> TPathImpl<Traits>::toNormalized(bool makeAbsolute, TPathImpl const& base) const {
     if (m_normalised)
         return *this;
-    String const working = getWorkingText(makeAbsolute, base);
-    int rootTextLength = 0;
-    int const rootLength = Traits::getRootLength(working, &rootTextLength);
-    bool const hasRoot = rootLength != -1;
-
-    String text;
-    text.reserve(working.length());
-    if (hasRoot)
-        text.append(working, 0, static_cast<std::size_t>(rootTextLength));
-    for (String const& name : splitIntoNames(working, hasRoot ? rootLength : 0, hasRoot)) {
-        if (!text.empty() && !endsWithSep(text))
-            text.append(Traits::getSep());
-        text.append(name);
-    }
-    return TPathImpl(text, true, makeAbsolute || Traits::isAbsolute(text));
+    String text = normalize(getWorkingText(makeAbsolute, base));
+    bool const mark = makeAbsolute || Traits::isAbsolute(text);
+    return TPathImpl(std::move(text), true, mark);
 }
 
 template <class Traits>
@@ -125,33 +134,35 @@ String TPathImpl<Traits>::getWorkingText(bool makeAbsolute, TPathImpl const& bas
 }
 
 template <class Traits>
-TList<String> TPathImpl<Traits>::splitIntoNames(String const& text, int start, bool hasRoot) const {
-    TList<String> names;
-    auto position = static_cast<std::size_t>(start);
-    while (position < text.length()) {
-        std::size_t end = text.find(L'/', position);
-        if (end == String::npos)
-            end = text.length();
-        appendName(names, text.substr(position, end - position), hasRoot);
+String TPathImpl<Traits>::normalize(String const& working) const {
+    int keptRootLength = 0;
+    int const firstName = Traits::getRootLength(working, &keptRootLength);
+    auto const rootLength = static_cast<std::size_t>(keptRootLength);
+    String text;
+    text.reserve(working.length());
+    text.append(working, 0, rootLength);
+    auto position = static_cast<std::size_t>(std::max(firstName, 0));
+    while (position < working.length()) {
+        std::size_t const end = std::min(working.find(L'/', position), working.length());
+        appendName(text, rootLength, viewOf(working).substr(position, end - position));
         position = end + 1;
     }
-    return names;
+    return text;
 }
 
 template <class Traits>
-void TPathImpl<Traits>::appendName(TList<String>& names, String&& name, bool hasRoot) const {
-    if (name.empty() || name == ".")
+void TPathImpl<Traits>::appendName(String& text, std::size_t rootLength, std::wstring_view name) const {
+    if (name.empty() || name == L".")
         return;
-    if (name != "..") {
-        names.push_back(std::move(name));
-        return;
+    if (name == L"..") {
+        if (dropLastName(text, rootLength))
+            return;
+        if (rootLength > 0)
+            throw CBadPathError(Path(m_text));
     }
-    if (!names.empty() && names.back() != "..")
-        names.pop_back();
-    else if (hasRoot)
-        throw CBadPathError(Path(m_text));
-    else
-        names.push_back(std::move(name));
+    if (!text.empty() && !endsWithSep(text))
+        text.append(Traits::getSep());
+    text.append(name.data(), name.size());
 }
 
 template class TPathImpl<CUnixPathTraits>;

@@ -3,6 +3,9 @@
 #include <fdn/CBase.h>
 #include <fdn/String.h>
 
+#include <cstddef>
+#include <string_view>
+
 namespace fdn {
 
 /// How paths are written on Unix (POSIX.1-2017, 4.13 Pathname Resolution).
@@ -37,6 +40,9 @@ public:
     /// absolute and in normal form already.
     explicit TPathImpl(String const& text, bool = true, bool normalised = false);
 
+    /// The same, of a text that nobody needs any more; it is empty afterwards.
+    explicit TPathImpl(String&& text, bool = true, bool normalised = false);
+
     /// The same text and mark.
     TPathImpl(TPathImpl const& other) = default;
 
@@ -65,8 +71,8 @@ public:
 
 private:
     String getWorkingText(bool makeAbsolute, TPathImpl const& base) const;
-    TList<String> splitIntoNames(String const& text, int start, bool hasRoot) const;
-    void appendName(TList<String>& names, String&& name, bool hasRoot) const;
+    String normalize(String const& working) const;
+    void appendName(String& text, std::size_t rootLength, std::wstring_view name) const;
 
     String m_text;
     bool m_normalised = false;

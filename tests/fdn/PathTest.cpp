@@ -10,6 +10,7 @@
 #include <ostream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using fdn::CUnixPathTraits;
@@ -51,6 +52,16 @@ TEST(Path, KeepsItsTextAndMarkAsGiven) {
         EXPECT_EQ(Path(text, false, false).getText(), text);
         EXPECT_FALSE(Path(text, false, false).isNormalized());
     }
+}
+
+TEST(Path, TakesOverATextThatNobodyNeeds) {
+    String text("/a/text/of/some/length");
+    wchar_t const* const characters = text.wc_str();
+
+    Path const path(std::move(text), true, marked);
+
+    EXPECT_EQ(path.getText().wc_str(), characters);
+    EXPECT_TRUE(path.isNormalized());
 }
 
 TEST(Path, CopyHasTextAndMarkAndACountOfItsOwn) {
@@ -245,6 +256,14 @@ INSTANTIATE_TEST_SUITE_P(
                     NormalCase{"ParentsStayAtTheFront", "../../a/../b", leave, "", "../../b", unmarked},
                     NormalCase{"NameParent", "a/..", leave, "", "", unmarked},
                     NormalCase{"NameParentWithBaseUnused", "a/..", leave, "/srv", "", unmarked},
+                    NormalCase{"LastNameParent", "a/b/..", leave, "", "a", unmarked},
+                    NormalCase{"AllNamesParents", "a/b/../..", leave, "", "", unmarked},
+                    NormalCase{"ParentsOfAllNames", "a/b/../../..", leave, "", "..", unmarked},
+                    NormalCase{"NameAfterAllNamesParents", "a/b/../../c", leave, "", "c", unmarked},
+                    NormalCase{"AllAbsoluteNamesParents", "//a/b/../../", leave, "", "/", marked},
+                    NormalCase{"NamesThatEndInDotsHaveParents", "/a../b/../..", leave, "", "/", marked},
+                    NormalCase{"ParentsOfAParent", "../a../..", leave, "", "..", unmarked},
+                    NormalCase{"ParentsAlone", "../..//../", leave, "", "../../..", unmarked},
                     NormalCase{"Dot", ".", leave, "", "", unmarked},
                     NormalCase{"DotDot", "..", leave, "", "..", unmarked},
                     NormalCase{"ThreeDotsAreAName", "/a/...", leave, "", "/a/...", marked},
@@ -298,10 +317,12 @@ TEST(Path, RelativeMadeAbsoluteWithoutBaseBeginsInTheCurrentFolder) {
 TEST(Path, VeryLongOneIsNormalized) {
     constexpr int count = 20'000;
     Path const down("/" + repeated("name/./", count));
+    Path const up(repeated("../", count));
     Path const downAndUp("/a/" + repeated("name/../", count));
 
     EXPECT_EQ(down.toNormalized(false, Path()).getText(), "/name" + repeated("/name", count - 1));
     EXPECT_EQ(downAndUp.toNormalized(false, Path()).getText(), "/a");
+    EXPECT_EQ(up.toNormalized(false, Path()).getText(), ".." + repeated("/..", count - 1));
 }
 
 TEST(Path, KeepsTheCharacterNul) {
