@@ -7,7 +7,6 @@ STOPPING = ("the control folder is asked for by running the init script, the onl
 APPENDING = ("making room and taking it into use are two operations, and each checks the room: the bytes written in "
              "between might be those of the counts, for all that the compiler knows.")
 WIDE_TEXT = "characters are wide, as in wxString, so that there is four times as much to copy, on the heap."
-ENCODING = "the text is wide: it is turned into UTF-8 before and back afterwards."
 
 REASONS = {
     "install": STARTING,
@@ -24,15 +23,13 @@ REASONS = {
                                        "later one of the same number, under a lock.",
     "copy and release a pointer": "the operations that count are virtual: that an object has not replaced them is checked "
                                   "before it is counted in place.",
-    "escape a run parameter": ENCODING,
     "join five texts": WIDE_TEXT,
     "make a text from narrow text": WIDE_TEXT,
-    "normalise a path": WIDE_TEXT + " Each name is a text of its own in a list until all are known.",
     "read a global object": "whether its construction has failed is looked at in addition to what the compiler's flag "
                             "says.",
     "read a setting back": "the shell reads the whole init script for it.",
     "turn a text into UTF-8": WIDE_TEXT,
-    "unescape a run parameter": ENCODING,
+    "unescape a run parameter": "the text is wide: it is turned into UTF-8 before and back afterwards.",
     "write a log entry": "before each entry the file's path is looked at: another tool may have moved it, and several "
                          "processes share and rotate it.",
 }
