@@ -1,6 +1,7 @@
 #include <fdn/LogEntry.h>
 
 #include <fdn/CError.h>
+#include <fdn/UTCDate.h>
 #include <fdn/XMLText.h>
 
 #include <ctime>
@@ -13,24 +14,32 @@ namespace fdn {
 namespace {
 
 constexpr std::size_t kRoomForAttributes = 128;
+constexpr long kSecondsPerDay = 24L * 60 * 60;
 
-// In decimal, with zeros in front up to the width. Several times as quick as printf() and strftime(), which
-// would take half of the time of an entry.
-std::string formatNumber(long number, std::size_t width) {
-    std::string const digits = std::to_string(number);
-    return digits.size() < width ? std::string(width - digits.size(), '0') + digits : digits;
+// In decimal, over so many digits. Several times as quick as printf() and strftime(), which would take half
+// of the time of an entry.
+void putNumber(char* digits, int width, long number) {
+    while (width-- > 0) {
+        digits[width] = static_cast<char>('0' + number % 10);
+        number /= 10;
+    }
 }
 
 // RFC 3339, in UTC and with microseconds.
-std::string formatCurrentTime() {
+void appendCurrentTime(std::string& text) {
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
-    tm date = {};
-    gmtime_r(&now.tv_sec, &date);
-    return formatNumber(date.tm_year + 1900, 4) + "-" + formatNumber(date.tm_mon + 1, 2) + "-" +
-           formatNumber(date.tm_mday, 2) + "T" + formatNumber(date.tm_hour, 2) + ":" +
-           formatNumber(date.tm_min, 2) + ":" + formatNumber(date.tm_sec, 2) + "." +
-           formatNumber(now.tv_nsec / 1000, 6) + "Z";
+    UTCDate const date = toUTCDate(static_cast<int>(now.tv_sec / kSecondsPerDay));
+    long const seconds = now.tv_sec % kSecondsPerDay;
+    char time[] = "0000-00-00T00:00:00.000000Z";
+    putNumber(time, 4, date.year);
+    putNumber(time + 5, 2, date.month);
+    putNumber(time + 8, 2, date.day);
+    putNumber(time + 11, 2, seconds / 3600);
+    putNumber(time + 14, 2, seconds / 60 % 60);
+    putNumber(time + 17, 2, seconds % 60);
+    putNumber(time + 20, 6, now.tv_nsec / 1000);
+    text += time;
 }
 
 std::string formatAttribute(char const* name, std::string const& value) {
@@ -66,7 +75,7 @@ std::string formatLogEntry(LogLevel level, std::string const& content) {
     std::string entry;
     entry.reserve(kRoomForAttributes + content.size());
     entry += "<entry time=\"";
-    entry += formatCurrentTime();
+    appendCurrentTime(entry);
     entry += level == LogLevel::Error ? "\" level=\"error" : "\" level=\"info";
     entry += "\" process=\"";
     entry += std::to_string(getpid());

@@ -361,6 +361,28 @@ TEST_F(CXMLLogTest, CanBeWrittenByAChildThatWasForkedDuringAnEntry) {
     EXPECT_EQ(std::count(entries.begin(), entries.end(), "child"), 100);
 }
 
+// The C library keeps a lock while it looks at the time zone, and leaves it locked in the child.
+TEST_F(CXMLLogTest, CanBeWrittenByAChildThatWasForkedDuringAThreadsLookAtTheTimeZone) {
+    std::atomic<bool> hasEnded{false};
+    std::thread looker([&] {
+        std::time_t const time = 0;
+        std::tm date = {};
+        while (!hasEnded)
+            localtime_r(&time, &date);
+    });
+
+    auto const logInTime = [] {
+        alarm(10);
+        logInfo("child");
+    };
+    for (int i = 0; i < 100 && !HasFailure(); ++i)
+        EXPECT_EQ(runInChild(logInTime).signal, 0);
+    hasEnded = true;
+    looker.join();
+
+    EXPECT_THAT(contents(), SizeIs(100));
+}
+
 // A log of this size, without an entry in it.
 void makeLog(std::string const& path, std::uintmax_t size) {
     writeFile(path, "");
