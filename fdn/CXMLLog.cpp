@@ -36,7 +36,7 @@ void keepForksOutOfEntries() {
 
 void writeToSyslog(LogLevel level, std::string const& entry) {
     int const priority = LOG_DAEMON | (level == LogLevel::Error ? LOG_ERR : LOG_INFO);
-    syslog(priority, "%s", entry.c_str());
+    syslog(priority, "%.*s", static_cast<int>(entry.size()) - 1, entry.c_str()); // without the line feed
 }
 
 } // namespace

@@ -83,7 +83,7 @@ std::string formatLogEntry(LogLevel level, std::string const& content) {
     entry += std::to_string(gettid());
     entry += "\">";
     entry += content;
-    entry += "</entry>";
+    entry += "</entry>\n";
     return entry;
 }
 

@@ -10,7 +10,7 @@ namespace fdn {
 enum class LogLevel { Info, Error };
 
 /// An entry of the log, which is one line: an XML element with the time and the caller's process and thread,
-/// around the content. It has no line feed at its end.
+/// around the content, and a line feed.
 std::string formatLogEntry(LogLevel level, std::string const& content);
 
 /// The content of an entry about an exception: elements for the two texts and for what the exception says.

@@ -65,7 +65,13 @@ bool canRaiseFatalSignals(struct stat const& file) {
 } // namespace
 
 void LogFile::append(std::string const& line) {
-    std::string const bytes = (m_isLineTorn ? "\n" : "") + line + "\n";
+    if (m_isLineTorn)
+        appendBytes("\n" + line);
+    else
+        appendBytes(line);
+}
+
+void LogFile::appendBytes(std::string const& bytes) {
     if (!m_file.isOpen() || !isAt(m_name, m_file, m_info))
         open();
     if (isFull(m_info, bytes.size()))

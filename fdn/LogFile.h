@@ -18,10 +18,11 @@ class LogFile {
 public:
     explicit LogFile(LogPlace const& place) : m_place(place), m_name(toFileName(place.file)) {}
 
-    /// Appends the line, and a line feed, with one write.
+    /// Appends the line, which ends with its line feed, with one write.
     void append(std::string const& line);
 
 private:
+    void appendBytes(std::string const& bytes);
     void open();
     void rotate(std::size_t size);
     void shiftFiles() const;

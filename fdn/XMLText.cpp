@@ -18,10 +18,10 @@ bool isAllowed(wxUint32 code) {
            (code >= 0xE000 && code <= 0xFFFD) || (code >= 0x10000 && code <= 0x10FFFF);
 }
 
-// Whether it stands for itself, in one byte.
-bool isPlain(wchar_t code) {
+// Whether it stands for itself, in one byte. No function, so that it is inlined where it is handed over.
+constexpr auto isPlain = [](wchar_t code) {
     return code >= 0x20 && code < 0x7F && code != '&' && code != '<' && code != '>';
-}
+};
 
 void appendEscaped(std::wstring& escaped, wxUint32 code) {
     if (!isAllowed(code))
@@ -43,7 +43,7 @@ void appendEscaped(std::wstring& escaped, wxUint32 code) {
 std::string toXMLText(String const& text) {
     wchar_t const* const characters = text.wc_str();
     if (std::all_of(characters, characters + text.length(), isPlain)) // as most texts are
-        return text.toUTF8();
+        return std::string(characters, characters + text.length());
     std::wstring escaped;
     for (wxUniChar const character : text)
         appendEscaped(escaped, character.GetValue());

@@ -52,7 +52,7 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     std::string const line =
         fdn::formatLogEntry(fdn::LogLevel::Error, fdn::describeError(error, situation, "fuzz"));
 
-    require(line.find_first_of(std::string("\n\r\0", 3)) == std::string::npos, "an entry is one line");
+    require(line.find_first_of(std::string("\n\r\0", 3)) == line.size() - 1, "an entry is one line");
     wxMemoryInputStream stream(line.data(), line.size());
     wxXmlDocument document;
     require(document.Load(stream, "UTF-8", wxXMLDOC_KEEP_WHITESPACE_NODES), "an entry is XML");
