@@ -1,21 +1,12 @@
 #include <fdn/CIPCConnectionToSubProcess.h>
 
 #include <fdn/Descriptor.h>
-#include <fdn/FatalSignalsHeldBack.h>
 #include <fdn/sysError.h>
+#include <fdn/writeQuietly.h>
 
 #include <unistd.h>
 
 namespace fdn {
-
-namespace {
-
-ssize_t writeQuietly(int descriptor, char const* data, std::size_t size) {
-    FatalSignalsHeldBack const heldBack;
-    return uninterrupted([&] { return ::write(descriptor, data, size); });
-}
-
-} // namespace
 
 CIPCConnectionToSubProcess::~CIPCConnectionToSubProcess() {
     CIPCConnectionToSubProcess::close();

@@ -3,11 +3,11 @@
 #include <fdn/CError.h>
 #include <fdn/CThread.h>
 #include <fdn/Descriptor.h>
-#include <fdn/FatalSignalsHeldBack.h>
 #include <fdn/ProcessIdentity.h>
 #include <fdn/files.h>
 #include <fdn/log.h>
 #include <fdn/sysError.h>
+#include <fdn/writeQuietly.h>
 
 #include <array>
 #include <cerrno>
@@ -259,8 +259,7 @@ void CPIDFile::CClaim::writeTemporaryFile() {
     if (fchmod(m_file.get(), kMode) == -1)
         fail(errno, "fchmod");
     std::string const content = makeContent(m_process);
-    FatalSignalsHeldBack const heldBack;
-    ssize_t const size = uninterrupted([&] { return write(m_file.get(), content.data(), content.size()); });
+    ssize_t const size = writeQuietly(m_file.get(), content.data(), content.size());
     if (size != static_cast<ssize_t>(content.size()))
         fail(size == -1 ? errno : ENOSPC, "write");
 }

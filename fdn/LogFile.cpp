@@ -1,16 +1,14 @@
 #include <fdn/LogFile.h>
 
 #include <fdn/CError.h>
-#include <fdn/FatalSignalsHeldBack.h>
 #include <fdn/sysError.h>
+#include <fdn/writeQuietly.h>
 
 #include <cerrno>
-#include <optional>
 
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/file.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -55,11 +53,6 @@ bool isAt(char const* name, Descriptor const& file, struct stat& known) {
         return false;
     known = named;
     return true;
-}
-
-bool canRaiseFatalSignals(struct stat const& file) {
-    rlimit size = {};
-    return !S_ISREG(file.st_mode) || getrlimit(RLIMIT_FSIZE, &size) != 0 || size.rlim_cur != RLIM_INFINITY;
 }
 
 } // namespace
@@ -124,10 +117,7 @@ Path LogFile::getOldFile(int age) const {
 }
 
 void LogFile::write(std::string const& bytes) {
-    std::optional<FatalSignalsHeldBack> heldBack;
-    if (canRaiseFatalSignals(m_info))
-        heldBack.emplace();
-    ssize_t const written = uninterrupted([&] { return ::write(m_file.get(), bytes.data(), bytes.size()); });
+    ssize_t const written = writeQuietly(m_file.get(), bytes.data(), bytes.size());
     if (written == -1)
         fail("write");
     // The rest is not written later, because others may have written meanwhile.

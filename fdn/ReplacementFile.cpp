@@ -1,8 +1,8 @@
 #include <fdn/ReplacementFile.h>
 
-#include <fdn/FatalSignalsHeldBack.h>
 #include <fdn/files.h>
 #include <fdn/sysError.h>
+#include <fdn/writeQuietly.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -71,11 +71,9 @@ bool ReplacementFile::createAs(std::string const& name) {
 }
 
 void ReplacementFile::write(std::string const& content) {
-    FatalSignalsHeldBack const heldBack;
     std::size_t done = 0;
     while (done < content.size()) {
-        ssize_t const written = uninterrupted(
-            [&] { return ::write(m_file.get(), content.data() + done, content.size() - done); });
+        ssize_t const written = writeQuietly(m_file.get(), content.data() + done, content.size() - done);
         if (written == -1)
             fail("write");
         done += static_cast<std::size_t>(written);

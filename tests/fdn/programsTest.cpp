@@ -655,6 +655,20 @@ TEST(CIPCConnectionToSubProcess, ReportsThatTheProgramReadsNoMore) {
     EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
 }
 
+TEST(CIPCConnectionToSubProcess, LeavesNoPipeSignalToACallerThatHoldsItBack) {
+    BlockedSignal const blocked(SIGPIPE);
+    CIPCConnectionToSubProcess input;
+    int const pid = forkAndExec(command("/bin/true"), nullptr, ForkExecLevel::Child, Path(), &input, nullptr,
+                                nullptr, nullptr);
+    reap(pid);
+
+    EXPECT_THROW(input.write("word", 4), CError);
+
+    sigset_t pending;
+    sigpending(&pending);
+    EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
+}
+
 TEST(CIPCConnectionToSubProcess, KeepsAPipeSignalThatWasPending) {
     BlockedSignal const blocked(SIGPIPE);
     Treatment const ignoredAtTheEnd(SIGPIPE, SIG_DFL);

@@ -1,0 +1,64 @@
+#include <fdn/writeQuietly.h>
+
+#include <fdn/Descriptor.h>
+
+#include <cerrno>
+#include <csignal>
+#include <ctime>
+
+#include <unistd.h>
+
+namespace fdn {
+
+namespace {
+
+// Keeps the signals that a write can raise from the calling thread.
+class FatalSignalsHeldBack {
+public:
+    FatalSignalsHeldBack() {
+        sigemptyset(&m_signals);
+        sigaddset(&m_signals, SIGPIPE);
+        sigaddset(&m_signals, SIGXFSZ);
+        pthread_sigmask(SIG_BLOCK, &m_signals, &m_callersMask);
+        for (int const signal : {SIGPIPE, SIGXFSZ})
+            if (sigismember(&m_callersMask, signal) == 1)
+                leaveWhenPending(signal);
+    }
+
+    FatalSignalsHeldBack(FatalSignalsHeldBack const&) = delete;
+    FatalSignalsHeldBack& operator=(FatalSignalsHeldBack const&) = delete;
+
+    ~FatalSignalsHeldBack() { pthread_sigmask(SIG_SETMASK, &m_callersMask, nullptr); }
+
+    // Takes those that were raised meanwhile. Leaves errno as it was.
+    void discard() const {
+        int const savedError = errno;
+        timespec const atOnce = {};
+        uninterrupted([&] { return sigtimedwait(&m_signals, nullptr, &atOnce); });
+        errno = savedError;
+    }
+
+private:
+    // One that the caller holds back, too, and that pends already is the caller's.
+    void leaveWhenPending(int signal) {
+        sigset_t pending;
+        sigpending(&pending);
+        if (sigismember(&pending, signal) == 1)
+            sigdelset(&m_signals, signal);
+    }
+
+    sigset_t m_signals;
+    sigset_t m_callersMask;
+};
+
+} // namespace
+
+ssize_t writeQuietly(int descriptor, char const* bytes, std::size_t size) {
+    FatalSignalsHeldBack const heldBack;
+    ssize_t const written = uninterrupted([&] { return write(descriptor, bytes, size); });
+    if (written != static_cast<ssize_t>(size))
+        heldBack.discard();
+    return written;
+}
+
+} // namespace fdn
