@@ -13,8 +13,8 @@
 #include <cerrno>
 #include <charconv>
 #include <chrono>
+#include <climits>
 #include <filesystem>
-#include <sstream>
 #include <string>
 
 #include <fcntl.h>
@@ -72,11 +72,10 @@ int parseProcess(std::string line) {
 
 Record parseRecord(std::string const& content, uid_t owner) {
     Record record;
-    std::istringstream lines(content);
-    std::string firstLine;
-    std::getline(lines, firstLine);
-    std::getline(lines, record.identity);
-    record.process = parseProcess(firstLine);
+    std::size_t const endOfFirst = content.find('\n');
+    record.process = parseProcess(content.substr(0, endOfFirst));
+    if (endOfFirst != std::string::npos)
+        record.identity = content.substr(endOfFirst + 1, content.find('\n', endOfFirst + 1) - endOfFirst - 1);
     record.owner = owner;
     return record;
 }
@@ -89,10 +88,22 @@ std::string readContent(Descriptor const& file, Path const& path) {
     return std::string(content.data(), static_cast<std::size_t>(size));
 }
 
+// Not waiting: a FIFO has nobody at its other end.
+Descriptor openToRead(int folder, char const* name) {
+    return Descriptor(openat(folder, name, O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
+}
+
+Descriptor openToRead(Path const& path) {
+    wxCharBuffer const name = toFileName(path);
+    if (name.length() < PATH_MAX)
+        return openToRead(AT_FDCWD, name);
+    Place const place = getPlace(path);
+    Descriptor const folder(open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return folder.isOpen() ? openToRead(folder.get(), place.name.c_str()) : Descriptor();
+}
+
 // The record of a file that may be believed; of others, one without a process.
-Record readRecord(Path const& path, int folder, char const* name) {
-    // Not waiting: a FIFO has nobody at its other end.
-    Descriptor const file(openat(folder, name, O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
+Record readRecord(Path const& path, Descriptor const& file) {
     if (!file.isOpen() && saysNoFile(errno))
         return Record();
     if (!file.isOpen())
@@ -241,7 +252,7 @@ void CPIDFile::CClaim::requireLock(FolderLock const& lock) const {
 }
 
 void CPIDFile::CClaim::refuseWhenHeld() const {
-    Record const record = readRecord(m_path, m_folder.get(), m_place.name.c_str());
+    Record const record = readRecord(m_path, openToRead(m_folder.get(), m_place.name.c_str()));
     // A container gives its daemon the same number each time it is started.
     if (record.process == m_process && record.identity.empty())
         return;
@@ -301,13 +312,7 @@ CPIDFile::CPIDFile(Path const& path) : m_claim(std::make_unique<CClaim>(path)) {
 CPIDFile::~CPIDFile() = default;
 
 int CPIDFile::getActivePID(Path const& path) {
-    Place const place = getPlace(path);
-    Descriptor const folder(open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!folder.isOpen() && saysNoFile(errno))
-        return 0;
-    if (!folder.isOpen())
-        throwLastSysError("open", kAsking, path);
-    return getHolder(readRecord(path, folder.get(), place.name.c_str()));
+    return getHolder(readRecord(path, openToRead(path)));
 }
 
 } // namespace fdn

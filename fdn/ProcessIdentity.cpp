@@ -6,7 +6,6 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <sstream>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -17,6 +16,7 @@ namespace fdn {
 
 namespace {
 
+constexpr char kBlanks[] = " \t\n";
 constexpr int kStartTimeAfterName = 20; // field 22 of proc_pid_stat(5); the name in parentheses is the second
 
 // The process may end between any two calls.
@@ -39,14 +39,23 @@ std::string readProcFile(std::string const& name) {
     return size > 0 ? std::string(content.data(), static_cast<std::size_t>(size)) : std::string();
 }
 
-// The words after "NAME:" in the process's status (proc_pid_status(5)).
-std::istringstream getStatus(pid_t process, std::string const& name) {
+// The first word has the number 1. Empty when there are fewer.
+std::string getWord(std::string const& words, int number) {
+    std::size_t start = words.find_first_not_of(kBlanks);
+    while (--number > 0 && start != std::string::npos)
+        start = words.find_first_not_of(kBlanks, words.find_first_of(kBlanks, start));
+    return start == std::string::npos ? std::string()
+                                      : words.substr(start, words.find_first_of(kBlanks, start) - start);
+}
+
+// What stands after "NAME:" in the process's status (proc_pid_status(5)).
+std::string getStatus(pid_t process, std::string const& name) {
     std::string const status = "\n" + readProcFile(std::to_string(process) + "/status");
     std::size_t const start = status.find("\n" + name + ":");
     if (start == std::string::npos)
-        return std::istringstream();
+        return std::string();
     std::size_t const valueStart = start + name.size() + 2;
-    return std::istringstream(status.substr(valueStart, status.find('\n', valueStart) - valueStart));
+    return status.substr(valueStart, status.find('\n', valueStart) - valueStart);
 }
 
 bool hasEnded(Descriptor const& process) {
@@ -58,11 +67,9 @@ bool hasEnded(Descriptor const& process) {
 bool canBeSignalled(pid_t process) {
     if (kill(process, 0) == -1 && errno != EPERM)
         return false;
-    pid_t threadGroup = process;
-    char state = 'S';
-    getStatus(process, "Tgid") >> threadGroup;
-    getStatus(process, "State") >> state;
-    return threadGroup == process && state != 'Z' && state != 'X';
+    std::string const threadGroup = getWord(getStatus(process, "Tgid"), 1);
+    std::string const state = getWord(getStatus(process, "State"), 1);
+    return (threadGroup.empty() || threadGroup == std::to_string(process)) && state != "Z" && state != "X";
 }
 
 } // namespace
@@ -81,23 +88,15 @@ bool isProcessAlive(pid_t process) {
 std::string getProcessIdentity(pid_t process) {
     std::string const stat = readProcFile(std::to_string(process) + "/stat");
     // The name may hold anything, blanks and parentheses too, but nothing after it does.
-    std::istringstream fields(stat.substr(stat.rfind(')') + 1));
-    std::istringstream bootFile(readProcFile("sys/kernel/random/boot_id"));
-    std::string startTime;
-    std::string boot;
-    for (int i = 0; i < kStartTimeAfterName; ++i)
-        fields >> startTime;
-    bootFile >> boot;
-    return fields && bootFile ? startTime + " " + boot : std::string();
+    std::string const startTime = getWord(stat.substr(stat.rfind(')') + 1), kStartTimeAfterName);
+    std::string const boot = getWord(readProcFile("sys/kernel/random/boot_id"), 1);
+    return startTime.empty() || boot.empty() ? std::string() : startTime + " " + boot;
 }
 
 bool mayBeSignalledBy(uid_t user, pid_t process) {
-    uid_t realUser = 0;
-    uid_t effectiveUser = 0;
-    uid_t savedUser = 0;
-    if (!(getStatus(process, "Uid") >> realUser >> effectiveUser >> savedUser))
-        return false;
-    return user == realUser || user == savedUser;
+    std::string const users = getStatus(process, "Uid"); // the real, effective, saved and file system one
+    std::string const number = std::to_string(user);
+    return number == getWord(users, 1) || number == getWord(users, 3);
 }
 
 } // namespace fdn

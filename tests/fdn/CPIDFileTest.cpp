@@ -583,6 +583,15 @@ TEST_F(ActivePID, IsNoneWithoutAFile) {
     EXPECT_EQ(fdn::CPIDFile::getActivePID(Path()), 0);
 }
 
+TEST_F(ActivePID, IsNoneWithoutAFolderWhereTheWholePathIsTooLong) {
+    std::string missingFolder = folder.name();
+    while (missingFolder.size() < PATH_MAX - 100)
+        missingFolder += "/missing";
+
+    EXPECT_EQ(
+        fdn::CPIDFile::getActivePID(Path(String::fromBytes(missingFolder + "/" + std::string(200, 'x')))), 0);
+}
+
 TEST_F(ActivePID, IsTheProcessThatHoldsTheFile) {
     fdn::CPIDFile const file(path);
 
