@@ -176,23 +176,6 @@ private:
     int m_error = 0;
 };
 
-// Sees to it that nothing in the folder has the temporary name, neither now nor at the end of the scope.
-// Needs the folder's lock.
-class TemporaryNameFree {
-public:
-    explicit TemporaryNameFree(Descriptor const& folder) : m_folder(folder.get()) { free(); }
-
-    TemporaryNameFree(TemporaryNameFree const&) = delete;
-    TemporaryNameFree& operator=(TemporaryNameFree const&) = delete;
-
-    ~TemporaryNameFree() { free(); }
-
-private:
-    void free() const { unlinkat(m_folder, kTemporaryName, 0); }
-
-    int m_folder;
-};
-
 } // namespace
 
 // The claim of one process on one file, which it remembers as a name in an open folder: the process may
@@ -208,7 +191,10 @@ private:
     void openFolder();
     void requireLock(FolderLock const& lock) const;
     void refuseWhenHeld() const;
-    void writeTemporaryFile();
+    void createTemporaryFile();
+    Descriptor openTemporaryFile() const;
+    void removeTemporaryFile() const noexcept;
+    void writeTemporaryFile() const;
     void takePlace() const;
     void giveUp() const noexcept;
     bool isStillOwn() const;
@@ -226,9 +212,14 @@ CPIDFile::CClaim::CClaim(Path const& path) : m_path(path), m_place(getPlace(path
     FolderLock const lock(m_folder);
     requireLock(lock);
     refuseWhenHeld();
-    TemporaryNameFree const temporaryNameFree(m_folder);
-    writeTemporaryFile();
-    takePlace();
+    createTemporaryFile();
+    try {
+        writeTemporaryFile();
+        takePlace();
+    } catch (...) {
+        removeTemporaryFile();
+        throw;
+    }
 }
 
 CPIDFile::CClaim::~CClaim() {
@@ -261,11 +252,26 @@ void CPIDFile::CClaim::refuseWhenHeld() const {
         throw CError("The PID file '" + m_path.getText() + "' is held by process " + toText(holder) + ".");
 }
 
-void CPIDFile::CClaim::writeTemporaryFile() {
-    m_file = Descriptor(
-        openat(m_folder.get(), kTemporaryName, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kMode));
+void CPIDFile::CClaim::createTemporaryFile() {
+    m_file = openTemporaryFile();
+    if (!m_file.isOpen() && errno == EEXIST) { // one that a crash has left behind
+        removeTemporaryFile();
+        m_file = openTemporaryFile();
+    }
     if (!m_file.isOpen())
         fail(errno, "open");
+}
+
+Descriptor CPIDFile::CClaim::openTemporaryFile() const {
+    return Descriptor(
+        openat(m_folder.get(), kTemporaryName, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kMode));
+}
+
+void CPIDFile::CClaim::removeTemporaryFile() const noexcept {
+    unlinkat(m_folder.get(), kTemporaryName, 0);
+}
+
+void CPIDFile::CClaim::writeTemporaryFile() const {
     // Once more, because the umask may have taken from it.
     if (fchmod(m_file.get(), kMode) == -1)
         fail(errno, "fchmod");

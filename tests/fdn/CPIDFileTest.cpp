@@ -455,6 +455,15 @@ TEST_F(CPIDFile, TidiesUpAfterAClaimThatWasKilled) {
     EXPECT_THAT(entries(), ElementsAre("daemon.pid"));
 }
 
+TEST_F(CPIDFile, ClaimFailsWhereTheTemporaryNameCannotBeHadAndLeavesNothing) {
+    std::filesystem::create_directory(folder.name(".pid-file.new"));
+
+    CError const error = errorOf([&] { fdn::CPIDFile file(path); });
+
+    EXPECT_EQ(error.getCode(), EEXIST);
+    EXPECT_THAT(entries(), ElementsAre(".pid-file.new"));
+}
+
 TEST_F(CPIDFile, ClaimNamesTheFolderThatIsMissing) {
     CError const error = errorOf([&] { fdn::CPIDFile file(folder / "missing/daemon.pid"); });
 
