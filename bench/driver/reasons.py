@@ -17,10 +17,12 @@ REASONS = {
     "unknown command": STARTING,
     "append 1000 blocks of 64 bytes": APPENDING,
     "append 1000 bytes one by one": APPENDING,
-    "ask who holds a PID file": "a PID file is believed only when its process lives and began when the file says, which "
-                                "the system is asked for.",
-    "claim a PID file and give it up": "the file is made whole under another name, with what tells its process from a "
-                                       "later one of the same number, under a lock.",
+    "ask who holds a PID file": "three quarters of the time go into what a PID file is believed for: that its process "
+                                "lives (4 µs), when that was started (6 µs) and at which boot (4 µs). The peer asks "
+                                "for none of it, but for a lock, which a forked process inherits.",
+    "claim a PID file and give it up": "half of the time goes into what the peer does without: the start and the boot "
+                                       "that tell the process from a later one of the same number (10 µs), a file that "
+                                       "is made whole under another name (5 µs), and the folder's lock (3 µs).",
     "copy and release a pointer": "the operations that count are virtual: that an object has not replaced them is checked "
                                   "before it is counted in place.",
     "join five texts": WIDE_TEXT,
@@ -31,7 +33,8 @@ REASONS = {
     "turn a text into UTF-8": WIDE_TEXT,
     "unescape a run parameter": "the text is wide: it is turned into UTF-8 before and back afterwards.",
     "write a log entry": "before each entry the file's path is looked at: another tool may have moved it, and several "
-                         "processes share and rotate it.",
+                         "processes share and rotate it. That look alone takes as long as an entry of the peer's. The "
+                         "numbers of process and thread are asked for each time (0.2 µs): a forked process has others.",
 }
 REASONS["write a log entry, four processes at once"] = REASONS["write a log entry"]
 
