@@ -2,18 +2,17 @@
 
 STARTING = ("starting wxWidgets' base library, which the library is built on, takes most of the time; see \"start the "
             "libraries alone\".")
-STOPPING = ("the control folder is asked for by running the init script, the only place where settings are; beyond that, "
-            + STARTING)
+LOADING = ("starting wxWidgets' base library, which the library is built on, takes most of the time that reading the "
+           "settings leaves; the peer's shell and tool load little but the C library.")
 APPENDING = ("making room and taking it into use are two operations, and each checks the room: the bytes written in "
              "between might be those of the counts, for all that the compiler knows.")
 WIDE_TEXT = "characters are wide, as in wxString, so that there is four times as much to copy, on the heap."
 
 REASONS = {
     "install": STARTING,
-    "start": "six settings are read by running the init script six times, and wxWidgets' base library is started twice, "
-             "by the command and by the daemon.",
-    "stop a running daemon, less its sleeps": STOPPING,
-    "stop a stopped daemon": STOPPING,
+    "start": LOADING,
+    "stop a running daemon, less its sleeps": LOADING,
+    "stop a stopped daemon": LOADING,
     "unknown command": STARTING,
     "append 1000 blocks of 64 bytes": APPENDING,
     "append 1000 bytes one by one": APPENDING,
