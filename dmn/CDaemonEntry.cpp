@@ -322,7 +322,8 @@ void CDaemonEntry::init() {}
 
 void CDaemonEntry::addCommandLineOptions(wxCmdLineParser& parser) {
     for (OptionDescription const& option : kOptions)
-        parser.AddOption(option.shortName, option.longName, option.help, wxCMD_LINE_VAL_STRING, 0);
+        parser.AddOption(fdn::String(option.shortName), fdn::String(option.longName),
+                         fdn::String(option.help), wxCMD_LINE_VAL_STRING, 0);
 }
 
 bool CDaemonEntry::verifyCommandParams(fdn::String const& command, wxCmdLineParser& parser) {

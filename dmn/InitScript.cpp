@@ -10,7 +10,7 @@ namespace dmn {
 
 namespace {
 
-constexpr char kVerbs[] = R"(
+constexpr wchar_t kVerbs[] = LR"(
 
 case "$1" in
   printControlFolder)
@@ -98,7 +98,7 @@ void protectFromEcho(fdn::String& line) {
 fdn::String composeInitScript(InitScriptValues const& values) {
     fdn::String script;
     // The parameters may be many; everything else is short.
-    script.reserve(values.parameterLine.length() + 2 * sizeof kVerbs);
+    script.reserve(values.parameterLine.length() + 2 * std::size(kVerbs));
     script << "#!/bin/sh\n"                                                      //
            << "\nDAEMONID=\"" << values.daemonId << "\""                         //
            << "\nRUNAS=\"" << values.runAs << "\""                               //
