@@ -102,7 +102,8 @@ Descriptor openToRead(Path const& path) {
     return folder.isOpen() ? openToRead(folder.get(), place.name.c_str()) : Descriptor();
 }
 
-// The record of a file that may be believed; of others, one without a process.
+// The record of a file that may be believed; of others, one without a process. Where the file is not open,
+// errno is still that of the attempt.
 Record readRecord(Path const& path, Descriptor const& file) {
     if (!file.isOpen() && saysNoFile(errno))
         return Record();

@@ -8,6 +8,7 @@
 
 #include <string>
 #include <type_traits>
+#include <utility>
 
 namespace fdn {
 
@@ -98,9 +99,14 @@ using EnableIfWide =
     std::enable_if_t<std::is_convertible_v<Text const&, wchar_t const*> && !std::is_same_v<Text, String>>;
 
 template <class Text, class = EnableIfWide<Text>>
-String operator+(String left, Text const& right) {
+String operator+(String&& left, Text const& right) {
     left.append(right);
-    return left;
+    return std::move(left);
+}
+
+template <class Text, class = EnableIfWide<Text>>
+String operator+(String const& left, Text const& right) {
+    return String(left) + right;
 }
 
 template <class Text, class = EnableIfWide<Text>>

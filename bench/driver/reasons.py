@@ -3,7 +3,7 @@
 STARTING = ("starting wxWidgets' base library, which the library is built on, takes most of the time; see \"start the "
             "libraries alone\".")
 LOADING = ("starting wxWidgets' base library, which the library is built on, takes most of the time that reading the "
-           "settings leaves; the peer's shell and tool load little but the C library.")
+           "settings leaves. Our start does so twice, for the command and for the daemon.")
 APPENDING = ("making room and taking it into use are two operations, and each checks the room: the bytes written in "
              "between might be those of the counts, for all that the compiler knows.")
 WIDE_TEXT = "characters are wide, as in wxString, so that there is four times as much to copy, on the heap."

@@ -200,6 +200,10 @@ TEST(String, JoiningATextToItselfDoublesIt) {
     String text("a text of some length, ");
 
     EXPECT_EQ(std::move(text) + text, "a text of some length, a text of some length, ");
+
+    String other("ab");
+    wxString const& sameText = other;
+    EXPECT_EQ(std::move(other) + sameText, "abab");
 }
 
 TEST(String, JoinsNullAsTheEmptyText) {
@@ -213,6 +217,8 @@ TEST(String, JoinsNullAsTheEmptyText) {
 
 TEST(String, JoiningKeepsTheCharacterNul) {
     EXPECT_EQ((textWithNul() + "c").length(), 4U);
+    EXPECT_EQ(("c" + textWithNul()).length(), 4U);
+    EXPECT_EQ((String("c") + wxString(textWithNul())).length(), 4U);
 }
 
 TEST(String, IsEqualOnlyWhenLengthAndEveryCodePointMatch) {
