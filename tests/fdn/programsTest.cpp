@@ -641,32 +641,50 @@ TEST(CIPCConnectionToSubProcess, IsUnconnectedAtFirst) {
     EXPECT_EQ(errorOf([&] { connection.write(&byte, 1); }).getCode(), EBADF);
 }
 
+void connectToAnEndedProgram(CIPCConnectionToSubProcess& input) {
+    reap(forkAndExec(command("/bin/true"), nullptr, ForkExecLevel::Child, Path(), &input, nullptr, nullptr,
+                     nullptr));
+}
+
+bool isPipeSignalPending() {
+    sigset_t pending;
+    sigpending(&pending);
+    return sigismember(&pending, SIGPIPE) == 1;
+}
+
 TEST(CIPCConnectionToSubProcess, ReportsThatTheProgramReadsNoMore) {
     CIPCConnectionToSubProcess input;
-    int const pid = forkAndExec(command("/bin/true"), nullptr, ForkExecLevel::Child, Path(), &input, nullptr,
-                                nullptr, nullptr);
-    reap(pid);
+    connectToAnEndedProgram(input);
 
     CError const error = errorOf([&] { input.write("word", 4); });
 
     EXPECT_EQ(error.getCode(), EPIPE);
-    sigset_t pending;
-    sigpending(&pending);
-    EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
+    EXPECT_FALSE(isPipeSignalPending());
 }
 
 TEST(CIPCConnectionToSubProcess, LeavesNoPipeSignalToACallerThatHoldsItBack) {
     BlockedSignal const blocked(SIGPIPE);
     CIPCConnectionToSubProcess input;
-    int const pid = forkAndExec(command("/bin/true"), nullptr, ForkExecLevel::Child, Path(), &input, nullptr,
-                                nullptr, nullptr);
-    reap(pid);
+    connectToAnEndedProgram(input);
 
     EXPECT_THROW(input.write("word", 4), CError);
 
-    sigset_t pending;
-    sigpending(&pending);
-    EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
+    EXPECT_FALSE(isPipeSignalPending());
+}
+
+// The write that waits for room has written something by then, and gets the signal all the same.
+TEST(CIPCConnectionToSubProcess, ReportsThatTheProgramEndsInTheMiddleOfAWrite) {
+    CIPCConnectionToSubProcess input;
+    CIPCConnectionToSubProcess output;
+    int const pid = forkAndExec(command("/usr/bin/head", {"-c", "1"}), nullptr, ForkExecLevel::Child, Path(),
+                                &input, &output, nullptr, nullptr);
+    std::string const text(1000000, 'x');
+
+    CError const error = errorOf([&] { input.write(text.data(), text.size()); });
+
+    EXPECT_EQ(error.getCode(), EPIPE);
+    EXPECT_FALSE(isPipeSignalPending());
+    EXPECT_EQ(reap(pid), 0);
 }
 
 TEST(CIPCConnectionToSubProcess, KeepsAPipeSignalThatWasPending) {
@@ -674,9 +692,7 @@ TEST(CIPCConnectionToSubProcess, KeepsAPipeSignalThatWasPending) {
     Treatment const ignoredAtTheEnd(SIGPIPE, SIG_DFL);
     raise(SIGPIPE);
     CIPCConnectionToSubProcess input;
-    int const pid = forkAndExec(command("/bin/true"), nullptr, ForkExecLevel::Child, Path(), &input, nullptr,
-                                nullptr, nullptr);
-    reap(pid);
+    connectToAnEndedProgram(input);
 
     EXPECT_THROW(input.write("word", 4), CError);
 
