@@ -48,14 +48,36 @@ std::string getWord(std::string const& words, int number) {
                                       : words.substr(start, words.find_first_of(kBlanks, start) - start);
 }
 
+// The same of a file about the process; empty, too, where /proc shows another PID name space, in which the
+// number is somebody else's.
+std::string readProcessFile(pid_t process, char const* name) {
+    if (process == getpid())
+        return readProcFile(std::string("self/") + name);
+    std::array<char, 16> own = {};
+    ssize_t const size = readlink("/proc/self", own.data(), own.size());
+    bool const isOwnNameSpace =
+        size > 0 && std::to_string(getpid()) == std::string(own.data(), static_cast<std::size_t>(size));
+    return isOwnNameSpace ? readProcFile(std::to_string(process) + "/" + name) : std::string();
+}
+
 // What stands after "NAME:" in the process's status (proc_pid_status(5)).
 std::string getStatus(pid_t process, std::string const& name) {
-    std::string const status = "\n" + readProcFile(std::to_string(process) + "/status");
+    std::string const status = "\n" + readProcessFile(process, "status");
     std::size_t const start = status.find("\n" + name + ":");
     if (start == std::string::npos)
         return std::string();
     std::size_t const valueStart = start + name.size() + 2;
     return status.substr(valueStart, status.find('\n', valueStart) - valueStart);
+}
+
+std::string getStartTime(pid_t process) {
+    std::string const stat = readProcessFile(process, "stat");
+    // The name may hold anything, blanks and parentheses too, but nothing after it does.
+    return getWord(stat.substr(stat.rfind(')') + 1), kStartTimeAfterName);
+}
+
+std::string getBoot() {
+    return getWord(readProcFile("sys/kernel/random/boot_id"), 1);
 }
 
 bool hasEnded(Descriptor const& process) {
@@ -86,15 +108,28 @@ bool isProcessAlive(pid_t process) {
 }
 
 std::string getProcessIdentity(pid_t process) {
-    std::string const stat = readProcFile(std::to_string(process) + "/stat");
-    // The name may hold anything, blanks and parentheses too, but nothing after it does.
-    std::string const startTime = getWord(stat.substr(stat.rfind(')') + 1), kStartTimeAfterName);
-    std::string const boot = getWord(readProcFile("sys/kernel/random/boot_id"), 1);
+    std::string const startTime = getStartTime(process);
+    std::string const boot = getBoot();
     return startTime.empty() || boot.empty() ? std::string() : startTime + " " + boot;
 }
 
-bool mayBeSignalledBy(uid_t user, pid_t process) {
+std::optional<bool> hasIdentity(pid_t process, std::string const& identity) {
+    std::string const boot = getBoot();
+    // Of another boot is every process that lives now, also one that is hidden.
+    if (!boot.empty() && boot != getWord(identity, 2))
+        return false;
+    std::string const startTime = getStartTime(process);
+    if (!startTime.empty() && startTime != getWord(identity, 1))
+        return false;
+    if (startTime.empty() || boot.empty())
+        return std::nullopt;
+    return identity == startTime + " " + boot;
+}
+
+std::optional<bool> mayBeSignalledBy(uid_t user, pid_t process) {
     std::string const users = getStatus(process, "Uid"); // the real, effective, saved and file system one
+    if (users.empty())
+        return std::nullopt;
     std::string const number = std::to_string(user);
     return number == getWord(users, 1) || number == getWord(users, 3);
 }

@@ -1,0 +1,335 @@
+#include <fdn/PIDFileLook.h>
+
+#include <fdn/AllSignalsBlocked.h>
+#include <fdn/CError.h>
+#include <fdn/HeldFiles.h>
+#include <fdn/ProcessIdentity.h>
+#include <fdn/StandardStreams.h>
+#include <fdn/UserMounts.h>
+#include <fdn/files.h>
+#include <fdn/sysError.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <optional>
+#include <type_traits>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fdn {
+
+namespace {
+
+constexpr char kAction[] = "looking at a PID file";
+constexpr int kPatience = 1000; // milliseconds
+
+/// What the system says of a file, or the call that it has refused. Plain, so that it can come from another
+/// process.
+struct RawLook {
+    char const* failed = nullptr;
+    int error = 0;
+    bool isHeldHere = false;
+    struct stat info = {};
+    struct stat folder = {};
+    struct flock lock = {};
+    ssize_t size = 0;
+    std::array<char, kMaxPIDFileSize> content = {};
+};
+
+static_assert(std::is_trivially_copyable_v<RawLook>);
+
+RawLook& fail(RawLook& look, char const* function) {
+    look.failed = function;
+    look.error = errno;
+    return look;
+}
+
+bool saysNoFile(int error) {
+    // ELOOP: a symbolic link, which is not believed. ENXIO and ENODEV: a socket or a device. ENAMETOOLONG: a
+    // name that no file can have.
+    return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENXIO || error == ENODEV ||
+           error == ENAMETOOLONG;
+}
+
+bool saysNoLocks(int error) {
+    return error == EINVAL || error == ENOLCK || error == ENOSYS || error == EOPNOTSUPP;
+}
+
+// The answer is of type F_UNLCK unless another process keeps a write lock. Read locks say nothing: everybody
+// can set one who may read the file.
+bool askForWriteLock(Descriptor const& file, struct flock& answer) {
+    answer.l_type = F_RDLCK;
+    answer.l_whence = SEEK_SET;
+    if (fcntl(file.get(), F_GETLK, &answer) == 0)
+        return true;
+    answer.l_type = F_UNLCK;
+    return saysNoLocks(errno);
+}
+
+bool isNamedHere(Descriptor const& folder, char const* name) {
+    struct stat info = {};
+    return fstatat(folder.get(), name, &info, AT_SYMLINK_NOFOLLOW) == 0 && isHeldHere(getFileId(info));
+}
+
+// Not waiting: a FIFO has nobody at its other end, and a lease is not waited for.
+Descriptor openToRead(Descriptor const& folder, char const* name) {
+    return Descriptor(openat(folder.get(), name, O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
+}
+
+// Only async-signal-safe calls are made where the guard is not needed, in a forked process.
+RawLook lookRaw(Descriptor const& folder, char const* name) {
+    RawLook look;
+    Descriptor file = openToRead(folder, name);
+    if (!file.isOpen())
+        return fail(look, "open");
+    if (fstat(file.get(), &look.info) == -1)
+        return fail(look, "fstat");
+    if (isHeldHere(getFileId(look.info))) {
+        // It took this name a moment ago. Closing the descriptor would give the lock up.
+        look.isHeldHere = true;
+        keepOpen(getFileId(look.info), std::move(file));
+        return look;
+    }
+    if (fstat(folder.get(), &look.folder) == -1)
+        return fail(look, "fstat");
+    if (!S_ISREG(look.info.st_mode))
+        return look;
+    if (!askForWriteLock(file, look.lock))
+        return fail(look, "fcntl");
+    look.size = uninterrupted([&] { return read(file.get(), look.content.data(), look.content.size()); });
+    return look.size == -1 ? fail(look, "read") : look;
+}
+
+RawLook lookHere(Descriptor const& folder, char const* name) {
+    HeldFilesGuard const guard;
+    if (!isNamedHere(folder, name))
+        return lookRaw(folder, name);
+    RawLook look;
+    look.isHeldHere = true;
+    return look;
+}
+
+Descriptor openFolder(std::string const& folder) {
+    return Descriptor(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+}
+
+RawLook lookHere(FilePlace const& place) {
+    Descriptor const folder = openFolder(place.folder);
+    RawLook look;
+    return folder.isOpen() ? lookHere(folder, place.name.c_str()) : fail(look, "open");
+}
+
+uid_t getWriter(struct stat const& file, std::vector<UserMount> const& mounts) {
+    auto const found = std::find_if(mounts.begin(), mounts.end(),
+                                    [&](UserMount const& mount) { return mount.device == file.st_dev; });
+    return found == mounts.end() ? file.st_uid : found->user;
+}
+
+// Whether nobody but root and this user can put files into the folder.
+bool isFolderOf(uid_t user, struct stat const& folder) {
+    bool const hasOtherOwner = folder.st_uid != 0 && folder.st_uid != user;
+    return !hasOtherOwner && (folder.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+PIDFileLook interpret(RawLook const& raw, Path const& path, std::vector<UserMount> const& mounts) {
+    PIDFileLook look;
+    look.isHeldHere = raw.isHeldHere;
+    look.isOutOfReach = raw.error == EWOULDBLOCK;
+    if (look.isHeldHere || look.isOutOfReach || saysNoFile(raw.error))
+        return look;
+    if (raw.failed != nullptr)
+        throwSysError(raw.error, {{"func", raw.failed}, {"action", kAction}, {"path", path.getText()}});
+    look.isThere = S_ISREG(raw.info.st_mode);
+    look.isLocked = raw.lock.l_type == F_WRLCK;
+    look.locker = raw.lock.l_pid;
+    if (raw.info.st_size <= static_cast<off_t>(kMaxPIDFileSize))
+        look.record = parsePIDRecord(std::string(raw.content.data(), static_cast<std::size_t>(raw.size)));
+    look.owner = getWriter(raw.info, mounts);
+    look.isInRootsFolder = isFolderOf(0, raw.folder);
+    look.mayBeAnothersFile = raw.info.st_nlink != 1 && !isFolderOf(look.owner, raw.folder);
+    return look;
+}
+
+// A process of its own, because one that waits for a file system cannot be ended until that answers.
+pid_t forkToLook(FilePlace const& place, Descriptor const& answer) {
+    HeldFilesGuard const guard;
+    AllSignalsBlocked const blocked;
+    pid_t const process = _Fork();
+    if (process != 0)
+        return process;
+    Descriptor const folder = openFolder(place.folder);
+    RawLook look;
+    if (folder.isOpen())
+        look = lookRaw(folder, place.name.c_str());
+    else
+        fail(look, "open");
+    uninterrupted([&] { return write(answer.get(), &look, sizeof look); });
+    _exit(0);
+}
+
+// Whether the whole answer has come in time.
+bool awaitAnswer(Descriptor const& answer, RawLook& look) {
+    auto* const bytes = reinterpret_cast<char*>(&look);
+    std::size_t size = 0;
+    pollfd event = {answer.get(), POLLIN, 0};
+    while (size < sizeof look && uninterrupted([&] { return poll(&event, 1, kPatience); }) == 1) {
+        ssize_t const count =
+            uninterrupted([&] { return read(answer.get(), bytes + size, sizeof look - size); });
+        if (count <= 0)
+            return false;
+        size += static_cast<std::size_t>(count);
+    }
+    return size == sizeof look;
+}
+
+RawLook lookFromAfar(FilePlace const& place) {
+    Pipe answer = makePipe();
+    pid_t const process = forkToLook(place, answer.writing);
+    if (process == -1)
+        throwLastSysError("fork", kAction);
+    answer.writing.reset();
+    RawLook look;
+    if (!awaitAnswer(answer.reading, look)) {
+        errno = EWOULDBLOCK;
+        fail(look, "open");
+    }
+    kill(process, SIGKILL);
+    waitpid(process, nullptr, WNOHANG); // one that cannot end yet must not keep this one
+    HeldFilesGuard const guard;
+    look.isHeldHere = look.failed == nullptr && isHeldHere(getFileId(look.info));
+    return look;
+}
+
+String toText(long long number) {
+    return String::fromBytes(std::to_string(number));
+}
+
+PIDFileHolder unclear(pid_t process, String const& reason) {
+    return {Standing::Unclear, process, reason};
+}
+
+String describe(Path const& path) {
+    return "The PID file '" + path.getText() + "'";
+}
+
+PIDFileHolder foreign(PIDFileLook const& look, pid_t process, Path const& path) {
+    return unclear(process, describe(path) + " belongs to user " + toText(look.owner) +
+                                ", who may not signal process " + toText(process) + ".");
+}
+
+PIDFileHolder secondName(pid_t process, Path const& path) {
+    return unclear(process, describe(path) + " of process " + toText(process) +
+                                " has another name, and is in a folder that others may write to.");
+}
+
+PIDFileHolder unreadable(pid_t process, Path const& path) {
+    return unclear(process,
+                   describe(path) + " names process " + toText(process) +
+                       ", which lives, but /proc does not tell whether it is the one that is meant.");
+}
+
+std::optional<bool> mayWriterSignal(PIDFileLook const& look, pid_t process) {
+    return look.owner == 0 ? true : mayBeSignalledBy(look.owner, process);
+}
+
+// In another PID name space a process has another number, but began at the same time.
+bool tellsOf(PIDRecord const& record, pid_t process) {
+    return record.process == process ||
+           (!record.identity.empty() && hasIdentity(process, record.identity).value_or(false));
+}
+
+// The kernel says who keeps the lock, so that no number has to be believed. But others lock files, too.
+PIDFileHolder judgeLocker(PIDFileLook const& look, Path const& path) {
+    if (look.locker < 1)
+        return unclear(
+            0, describe(path) +
+                   " is held by a process that cannot be seen from here: in another PID name space or "
+                   "on another machine.");
+    if (look.mayBeAnothersFile)
+        return secondName(look.locker, path);
+    if (look.owner == 0 && !tellsOf(look.record, look.locker))
+        return unclear(look.locker, describe(path) + " is locked by process " + toText(look.locker) +
+                                        ", of which it does not tell.");
+    std::optional<bool> const maySignal = mayWriterSignal(look, look.locker);
+    if (!maySignal)
+        return unreadable(look.locker, path);
+    return *maySignal ? PIDFileHolder{Standing::Held, look.locker, String()}
+                      : foreign(look, look.locker, path);
+}
+
+// A number alone is taken at its word, but only when nobody else can have written it.
+PIDFileHolder judgeNumber(PIDFileLook const& look, Path const& path) {
+    pid_t const process = look.record.process;
+    if (look.mayBeAnothersFile)
+        return PIDFileHolder();
+    std::optional<bool> const maySignal = mayWriterSignal(look, process);
+    if (!maySignal)
+        return unreadable(process, path);
+    return *maySignal ? PIDFileHolder{Standing::Held, process, String()} : PIDFileHolder();
+}
+
+// It is certain that the process lives, and open who says that it holds the file.
+PIDFileHolder judgeKnown(PIDFileLook const& look, Path const& path) {
+    pid_t const process = look.record.process;
+    std::optional<bool> const maySignal = mayWriterSignal(look, process);
+    if (!maySignal)
+        return unreadable(process, path);
+    // What this account writes is about its own processes.
+    if (!*maySignal && look.owner == geteuid())
+        return PIDFileHolder();
+    if (!*maySignal && look.isInRootsFolder)
+        return foreign(look, process, path);
+    bool const isTrusted = *maySignal && !look.mayBeAnothersFile;
+    return {isTrusted ? Standing::Held : Standing::NotTrusted, process, String()};
+}
+
+PIDFileHolder judgeRecord(PIDFileLook const& look, Path const& path) {
+    PIDRecord const& record = look.record;
+    if (record.process == 0 || !isProcessAlive(record.process))
+        return PIDFileHolder();
+    if (record.identity.empty())
+        return judgeNumber(look, path);
+    std::optional<bool> const isSame = hasIdentity(record.process, record.identity);
+    if (!isSame)
+        return isProcessAlive(record.process) ? unreadable(record.process, path) : PIDFileHolder();
+    return *isSame ? judgeKnown(look, path) : PIDFileHolder();
+}
+
+} // namespace
+
+FilePlace getFilePlace(Path const& path) {
+    std::string const whole = toFileName(path).data();
+    std::size_t const lastSep = whole.rfind('/');
+    if (lastSep == std::string::npos)
+        return {".", whole};
+    return {whole.substr(0, std::max<std::size_t>(lastSep, 1)), whole.substr(lastSep + 1)};
+}
+
+PIDFileLook lookAtPIDFile(Descriptor const& folder, std::string const& name, Path const& path) {
+    return interpret(lookHere(folder, name.c_str()), path, {});
+}
+
+PIDFileLook lookAtPIDFile(Path const& path) {
+    FilePlace const place = getFilePlace(path);
+    // Others cannot be made to signal whom they may not signal themselves.
+    std::vector<UserMount> const mounts = geteuid() == 0 ? findUserMounts() : std::vector<UserMount>();
+    return interpret(mounts.empty() ? lookHere(place) : lookFromAfar(place), path, mounts);
+}
+
+PIDFileHolder findHolder(PIDFileLook const& look, Path const& path) {
+    if (look.isHeldHere)
+        return {Standing::Held, getpid(), String()};
+    if (look.isOutOfReach)
+        return {Standing::NotTrusted, 0, String()};
+    if (!look.isThere)
+        return PIDFileHolder();
+    return look.isLocked ? judgeLocker(look, path) : judgeRecord(look, path);
+}
+
+} // namespace fdn

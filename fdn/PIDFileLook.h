@@ -1,0 +1,62 @@
+#pragma once
+
+#include <fdn/Descriptor.h>
+#include <fdn/FileId.h>
+#include <fdn/PIDRecord.h>
+#include <fdn/Path.h>
+
+#include <string>
+
+#include <sys/types.h>
+
+namespace fdn {
+
+/// Where a file is: a name in a folder, because the whole path may be longer than the system takes.
+struct FilePlace {
+    std::string folder;
+    std::string name;
+};
+
+FilePlace getFilePlace(Path const& path);
+
+/// What can be seen of a PID file at one moment.
+struct PIDFileLook {
+    bool isThere = false;      ///< a regular file
+    bool isHeldHere = false;   ///< by this process, in which case the rest is not looked at
+    bool isOutOfReach = false; ///< there is a file, but it does not answer at once
+    bool isLocked = false;     ///< by another process, and thereby held
+    pid_t locker = 0;          ///< that process, or less than 1 when it cannot be seen from here
+    PIDRecord record;
+    uid_t owner = 0;              ///< who may have written the record
+    bool isInRootsFolder = false; ///< nobody but root can have put the file there
+    bool mayBeAnothersFile =
+        false; ///< it has another name, and others than root and the owner may give it one
+};
+
+/// Looks at the file of this name in an open folder. Waits for nobody, unless the file system does. `path` is
+/// for errors.
+PIDFileLook lookAtPIDFile(Descriptor const& folder, std::string const& name, Path const& path);
+
+/// Looks at the file at the path. Where root could be kept waiting by a file system of an ordinary user's,
+/// for a second at most.
+PIDFileLook lookAtPIDFile(Path const& path);
+
+/// What a PID file means.
+enum class Standing {
+    Free,       ///< nobody holds it
+    Held,       ///< the process holds it, and may be signalled by what the file says
+    NotTrusted, ///< somebody who may not signal the process may have written its number, so nobody may be
+    Unclear     ///< it may be held, and it cannot be told whether, or by whom
+};
+
+struct PIDFileHolder {
+    Standing standing = Standing::Free;
+    pid_t process = 0;
+    String reason; ///< why it is unclear, for people
+};
+
+/// A process holds the file that it keeps locked. Where there is no lock, because the process has lost it or
+/// the file system knows none, it holds the file that tells of it.
+PIDFileHolder findHolder(PIDFileLook const& look, Path const& path);
+
+} // namespace fdn

@@ -1,0 +1,61 @@
+#include <fdn/UserMounts.h>
+
+#include <fdn/Descriptor.h>
+
+#include <array>
+#include <charconv>
+#include <sstream>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+namespace fdn {
+
+namespace {
+
+std::string readMounts() {
+    Descriptor const file(open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+    std::string content;
+    std::array<char, 8192> buffer;
+    ssize_t size = 0;
+    while (file.isOpen() &&
+           (size = uninterrupted([&] { return read(file.get(), buffer.data(), buffer.size()); })) > 0)
+        content.append(buffer.data(), static_cast<std::size_t>(size));
+    return content;
+}
+
+// The number behind the text, which is looked for from the position on; 0 where it is missing.
+unsigned getNumberAfter(std::string const& text, std::string const& line, std::size_t from) {
+    std::size_t const start = line.find(text, from);
+    unsigned number = 0;
+    if (start != std::string::npos)
+        std::from_chars(line.data() + start + text.size(), line.data() + line.size(), number);
+    return number;
+}
+
+// proc_pid_mountinfo(5): the device is the third word. The last word, and no other, is the kernel's own: the
+// one before it, the source, is what the user wants it to be.
+UserMount parseMount(std::string const& line) {
+    std::size_t const device = line.find(' ', line.find(' ') + 1);
+    return {makedev(getNumberAfter(" ", line, device), getNumberAfter(":", line, device)),
+            getNumberAfter(",user_id=", line, line.rfind(' '))};
+}
+
+} // namespace
+
+std::vector<UserMount> findUserMounts() {
+    std::vector<UserMount> mounts;
+    std::istringstream lines(readMounts());
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find(" - fuse") == std::string::npos)
+            continue;
+        UserMount const mount = parseMount(line);
+        if (mount.user != 0)
+            mounts.push_back(mount);
+    }
+    return mounts;
+}
+
+} // namespace fdn
