@@ -125,16 +125,16 @@ RawLook lookHere(FilePlace const& place) {
     return folder.isOpen() ? lookHere(folder, place.name.c_str()) : fail(look, "open");
 }
 
-uid_t getWriter(struct stat const& file, std::vector<UserMount> const& mounts) {
+// Whom the file really belongs to.
+uid_t getOwner(struct stat const& file, std::vector<UserMount> const& mounts) {
     auto const found = std::find_if(mounts.begin(), mounts.end(),
                                     [&](UserMount const& mount) { return mount.device == file.st_dev; });
     return found == mounts.end() ? file.st_uid : found->user;
 }
 
 // Whether nobody but root and this user can put files into the folder.
-bool isFolderOf(uid_t user, struct stat const& folder) {
-    bool const hasOtherOwner = folder.st_uid != 0 && folder.st_uid != user;
-    return !hasOtherOwner && (folder.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+bool isFolderOf(uid_t user, uid_t owner, mode_t mode) {
+    return (owner == 0 || owner == user) && (mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
 PIDFileLook interpret(RawLook const& raw, Path const& path, std::vector<UserMount> const& mounts) {
@@ -150,9 +150,11 @@ PIDFileLook interpret(RawLook const& raw, Path const& path, std::vector<UserMoun
     look.locker = raw.lock.l_pid;
     if (raw.info.st_size <= static_cast<off_t>(kMaxPIDFileSize))
         look.record = parsePIDRecord(std::string(raw.content.data(), static_cast<std::size_t>(raw.size)));
-    look.owner = getWriter(raw.info, mounts);
-    look.isInRootsFolder = isFolderOf(0, raw.folder);
-    look.mayBeAnothersFile = raw.info.st_nlink != 1 && !isFolderOf(look.owner, raw.folder);
+    look.owner = getOwner(raw.info, mounts);
+    uid_t const folderOwner = getOwner(raw.folder, mounts);
+    look.isInRootsFolder = isFolderOf(0, folderOwner, raw.folder.st_mode);
+    look.mayBeAnothersFile =
+        raw.info.st_nlink != 1 && !isFolderOf(look.owner, folderOwner, raw.folder.st_mode);
     return look;
 }
 

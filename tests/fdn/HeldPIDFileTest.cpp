@@ -1,7 +1,8 @@
-#include "support/Gate.h"
+#include "support/LyingFileSystem.h"
 #include "support/Obstacles.h"
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
+#include "support/SilentFileSystem.h"
 #include "support/TemporaryFolder.h"
 #include "support/await.h"
 #include "support/errors.h"
@@ -20,6 +21,7 @@
 #include <iostream>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -40,7 +42,6 @@ namespace {
 using fdn::Descriptor;
 using fdn::Path;
 using test::await;
-using test::Gate;
 using test::kUser;
 using test::Outcome;
 using test::Program;
@@ -432,6 +433,69 @@ TEST_F(HeldPIDFileOfAccounts, IsClaimedThoughAnotherAccountHasAnUnfinishedOne) {
 
     EXPECT_EQ(claim(), "claimed");
     EXPECT_THAT(test::entriesOf(folder.name()), IsEmpty());
+}
+
+/// The folder is on a file system that the account provides.
+class PIDFileOnAFileSystemOfTheAccounts : public HeldPIDFileOfAccounts {
+protected:
+    void SetUp() override {
+        HeldPIDFileOfAccounts::SetUp();
+        if (!test::canMountFuse())
+            DMN_SKIP_TEST("needs root and /dev/fuse");
+    }
+
+    test::ToldFile fileOfRootAbout(pid_t process) const {
+        std::string const content = contentOf(process);
+        test::ToldFile file;
+        file.name = "daemon.pid";
+        file.content = content;
+        return file;
+    }
+
+    /// What that process's own PID file holds.
+    static std::string contentOf(pid_t process) {
+        std::string const stat = test::readFile("/proc/" + std::to_string(process) + "/stat");
+        std::istringstream fields(stat.substr(stat.rfind(')') + 1));
+        std::string startTime;
+        for (int i = 3; i <= 22; ++i)
+            fields >> startTime;
+        return std::to_string(process) + "\n" + startTime + " " +
+               test::readFile("/proc/sys/kernel/random/boot_id");
+    }
+};
+
+TEST_F(PIDFileOnAFileSystemOfTheAccounts, IsNotBelievedAboutAProcessOfRoots) {
+    test::LyingFileSystem const files(folder.name(), kUser, fileOfRootAbout(getpid()));
+
+    EXPECT_EQ(answer(), "0");
+}
+
+TEST_F(PIDFileOnAFileSystemOfTheAccounts, IsBelievedAboutAProcessOfTheAccounts) {
+    Program const process(test::asUser("dmnuser", {"sleep", "1000"}));
+    ASSERT_TRUE(await([&] { return test::statusOf(process.pid(), "Name") == "sleep"; }));
+    test::LyingFileSystem const files(folder.name(), kUser, fileOfRootAbout(process.pid()));
+
+    EXPECT_EQ(answer(), std::to_string(process.pid()));
+}
+
+TEST_F(PIDFileOnAFileSystemOfTheAccounts, IsBelievedWhereRootProvidesTheFileSystem) {
+    test::LyingFileSystem const files(folder.name(), 0, fileOfRootAbout(getpid()));
+
+    EXPECT_EQ(answer(), std::to_string(getpid()));
+}
+
+TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingThatNeverAnswers) {
+    test::SilentFileSystem const files(folder.name(), kUser);
+
+    EXPECT_EQ(answer(), "0");
+}
+
+TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingThatIsNeverOpened) {
+    test::ToldFile file = fileOfRootAbout(getpid());
+    file.canBeOpened = false;
+    test::LyingFileSystem const files(folder.name(), kUser, file);
+
+    EXPECT_EQ(answer(), "0");
 }
 
 } // namespace
