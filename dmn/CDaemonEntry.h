@@ -116,13 +116,13 @@ public:
     /// Installs the daemon and waits until it is installed.
     virtual void doInstall();
 
-    /// Uninstalls the daemon, stopping it first, and waits until it is no longer installed.
+    /// Asks the daemon to stop, uninstalls it, and waits until it is no longer installed.
     virtual void doUninstall();
 
     /// Launches the installed daemon. Does not wait for it to come up.
     virtual void doStart();
 
-    /// Asks the running daemon to stop and waits until it has.
+    /// Asks the running daemon to stop and waits until it has. One that is not installed is not waited for.
     virtual void doStop();
 
     /// Runs the daemon in this process until it stops.

@@ -12,6 +12,7 @@ namespace {
 
 using test::asUser;
 using test::Outcome;
+using test::Words;
 using testing::HasSubstr;
 
 constexpr char kNoRoot[] = "The process does not have the necessary root privileges for this operation.";
@@ -127,6 +128,28 @@ TEST_F(AccountTest, InstallByAnOrdinaryUserFailsForWantOfRootPrivileges) {
     EXPECT_EQ(2, outcome.status);
     EXPECT_THAT(outcome.output, HasSubstr(kNoRoot));
     EXPECT_FALSE(std::filesystem::exists(script()));
+}
+
+TEST_F(AccountTest, InstallByAnOrdinaryUserMakesTheControlFolderAllTheSame) {
+    test::setOwner(m_folder.name(), test::kUser, test::kUser);
+
+    test::run(asUser("dmnuser", heartbeat({"install"})));
+
+    EXPECT_EQ("61001:61001", owners(controlFolder()));
+}
+
+TEST_F(AccountTest, DaemonThatIsProcess1StopsOnSIGTERM) {
+    Words command{"unshare", "--pid", "--fork", "--kill-child", "--mount-proc", "--"};
+    Words const daemon = heartbeat({"run"});
+    command.insert(command.end(), daemon.begin(), daemon.end());
+    test::Program machine(command);
+    ASSERT_TRUE(test::await([this] { return !beats().empty(); }));
+    ASSERT_EQ(1, daemonPID());
+
+    kill(test::childOf(machine.pid()), SIGTERM);
+
+    EXPECT_EQ(0, machine.wait().status);
+    EXPECT_EQ("stopped", beats().back());
 }
 
 TEST_F(AccountTest, OrdinaryUserManagesTheDaemonWithASetUserIDExecutable) {

@@ -147,4 +147,16 @@ TEST_P(MissingFolderTest, InstallNamesIt) {
 
 INSTANTIATE_TEST_SUITE_P(Folders, MissingFolderTest, testing::Values("init.d", "rc0.d", "rc3.d", "rc6.d"));
 
+TEST_F(FailingCommandTest, InstallWithoutARunLevelFolderLeavesTheScriptToAnUninstallWithIt) {
+    std::filesystem::remove("/etc/rc3.d");
+    runHeartbeat({"install"});
+
+    expectFailure(runHeartbeat({"uninstall"}), "cannot locate rc3.d directory");
+    EXPECT_TRUE(std::filesystem::exists(script()));
+
+    std::filesystem::create_directory("/etc/rc3.d");
+    EXPECT_EQ(0, runHeartbeat({"uninstall"}).status);
+    EXPECT_FALSE(std::filesystem::exists(script()));
+}
+
 } // namespace

@@ -217,6 +217,36 @@ TEST_F(HeartbeatTest, StopOfADaemonThatDoesNotRunSucceeds) {
     EXPECT_EQ(0, runHeartbeat({"stop"}).status);
 }
 
+TEST_F(HeartbeatTest, StopOfADaemonThatIsNotInstalledSignalsItWithoutWaiting) {
+    Program daemon(heartbeat({"run"}));
+    ASSERT_TRUE(test::await([this] { return !beats().empty(); }));
+    daemon.sendSignal(SIGSTOP);
+
+    EXPECT_EQ(0, runHeartbeat({"stop"}).status);
+
+    EXPECT_TRUE(std::filesystem::exists(pidFile()));
+    daemon.sendSignal(SIGCONT);
+    EXPECT_EQ(0, daemon.wait().status);
+}
+
+TEST_F(HeartbeatTest, RestartAfterAnInstallWithAnotherControlFolderRunsASecondDaemonThatStopsByIt) {
+    std::string const old = controlFolder();
+    install();
+    start();
+    pid_t const first = daemonPID();
+    m_controlFolder = m_folder.name("new");
+    install();
+
+    runScript({"restart"});
+
+    EXPECT_TRUE(awaitUp());
+    EXPECT_NE(first, daemonPID());
+    EXPECT_EQ(0, kill(first, 0));
+    EXPECT_EQ(0, test::run({DMN_HEARTBEAT, "--controlFolder=" + old, "stop"}).status);
+    EXPECT_FALSE(std::filesystem::exists(old + "/heartbeat.pid"));
+    EXPECT_EQ(0, status());
+}
+
 TEST_F(HeartbeatTest, SecondStartLeavesTheRunningDaemonAlone) {
     install({"--interval=1"});
     start();

@@ -52,6 +52,13 @@ std::string currentFolderOf(pid_t process) {
     return targetOf(procFolderOf(process) + "/cwd");
 }
 
+pid_t childOf(pid_t process) {
+    std::string const id = std::to_string(process);
+    pid_t child = 0;
+    std::istringstream(readFile(procFolderOf(process) + "/task/" + id + "/children")) >> child;
+    return child;
+}
+
 bool hasChild() {
     siginfo_t info = {};
     return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0;

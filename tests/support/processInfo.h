@@ -18,6 +18,9 @@ std::set<int> descriptorsOf(pid_t process);
 std::string openFileOf(pid_t process, int descriptor);
 std::string currentFolderOf(pid_t process);
 
+/// The first child of a process; 0 when it has none.
+pid_t childOf(pid_t process);
+
 /// Whether this process has a child, running or waiting to be reaped.
 bool hasChild();
 
