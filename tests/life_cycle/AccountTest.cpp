@@ -173,4 +173,18 @@ TEST_F(AccountTest, OrdinaryUserManagesTheDaemonWithASetUserIDExecutable) {
     EXPECT_FALSE(std::filesystem::exists(script()));
 }
 
+TEST_F(AccountTest, SetUserIDExecutableHasRootsRightsUnderItsAccountToo) {
+    std::string const executable = m_folder.name("heartbeat");
+    std::filesystem::copy_file(DMN_HEARTBEAT, executable);
+    test::setMode(executable, 04755);
+    makeUsersControlFolder();
+    ASSERT_EQ(
+        0,
+        test::run({executable, "--controlFolder=" + controlFolder(), "--runas=dmnuser", "install"}).status);
+
+    start();
+
+    EXPECT_EQ("61001 0 0 0", test::statusOf(daemonPID(), "Uid"));
+}
+
 } // namespace

@@ -12,10 +12,12 @@ namespace {
 
 using test::Outcome;
 using test::Program;
+using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 class HeartbeatTest : public test::LifeCycleFixture<test::PrivateRootTest> {};
 
@@ -295,6 +297,32 @@ TEST_F(HeartbeatTest, StartedDaemonIsDetached) {
     EXPECT_NE(getsid(0), getsid(daemon));
     EXPECT_NE(daemon, getsid(daemon)) << "could get a terminal";
     EXPECT_EQ(controlFolder(), test::currentFolderOf(daemon));
+}
+
+TEST_F(HeartbeatTest, RunningDaemonListensNowhere) {
+    install();
+    start();
+
+    pid_t const daemon = daemonPID();
+
+    for (int const descriptor : test::descriptorsOf(daemon))
+        EXPECT_THAT(test::openFileOf(daemon, descriptor), Not(HasSubstr("socket:")));
+    EXPECT_THAT(test::readFile("/proc/" + std::to_string(daemon) + "/maps"),
+                AllOf(Not(HasSubstr("/dev/shm")), Not(HasSubstr("/SYSV"))));
+}
+
+TEST_F(HeartbeatTest, DaemonWhosePIDFileWasDeletedKeepsNoOtherFromStarting) {
+    install();
+    start();
+    pid_t const first = daemonPID();
+    std::filesystem::remove(pidFile());
+
+    start();
+
+    EXPECT_NE(first, daemonPID());
+    EXPECT_EQ(0, kill(first, SIGTERM));
+    EXPECT_TRUE(test::await([&] { return kill(first, 0) != 0; }));
+    EXPECT_EQ(0, status());
 }
 
 // Control folders
