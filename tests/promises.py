@@ -24,8 +24,9 @@ def collect_tests(sources):
     for file in [*sources.glob("tests/**/*.cpp"), *sources.glob("docs/guide/code/*.cpp")]:
         for suite, name in TEST.findall(file.read_text("utf-8")):
             names |= {suite, f"{suite}.{name}"}
-    for file in [*sources.glob("tests/system/*.sh"), *sources.glob("tests/packaging/*.sh")]:
-        names |= {f"{file.parent.name}.{file.stem}.{check}" for check in CHECK.findall(file.read_text("utf-8"))}
+    for file in sources.glob("tests/*/*.sh"):
+        for check in CHECK.findall(file.read_text("utf-8")):
+            names.add(f"{file.parent.name}.{file.stem}.{check}")
     for listed in TORTURES.findall((sources / "tests/torture/CMakeLists.txt").read_text("utf-8")):
         names |= {f"torture.{name}" for name in listed.split()}
     return names

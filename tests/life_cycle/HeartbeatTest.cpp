@@ -223,6 +223,7 @@ TEST_F(HeartbeatTest, StopOfADaemonThatIsNotInstalledSignalsItWithoutWaiting) {
     Program daemon(heartbeat({"run"}));
     ASSERT_TRUE(test::await([this] { return !beats().empty(); }));
     daemon.sendSignal(SIGSTOP);
+    ASSERT_TRUE(test::await([&] { return test::statusOf(daemon.pid(), "State") == "T (stopped)"; }));
 
     EXPECT_EQ(0, runHeartbeat({"stop"}).status);
 
@@ -300,8 +301,9 @@ TEST_F(HeartbeatTest, StartedDaemonIsDetached) {
 }
 
 TEST_F(HeartbeatTest, RunningDaemonListensNowhere) {
-    install();
+    install({"--interval=3600"});
     start();
+    ASSERT_TRUE(test::await([this] { return beats().size() == 2; })); // From here on it opens nothing.
 
     pid_t const daemon = daemonPID();
 
