@@ -236,33 +236,42 @@ PIDFileHolder unreadable(pid_t process, Path const& path) {
                        ", which lives, but /proc does not tell whether it is the one that is meant.");
 }
 
+PIDFileHolder hidden(Path const& path) {
+    return unclear(0, describe(path) +
+                          " is held by a process that cannot be seen from here: in another PID name space or "
+                          "on another machine.");
+}
+
+PIDFileHolder another(pid_t process, Path const& path) {
+    return unclear(process, describe(path) + " is locked by process " + toText(process) +
+                                ", of which it does not tell.");
+}
+
 std::optional<bool> mayWriterSignal(PIDFileLook const& look, pid_t process) {
     return look.owner == 0 ? true : mayBeSignalledBy(look.owner, process);
 }
 
 // In another PID name space a process has another number, but began at the same time.
 bool tellsOf(PIDRecord const& record, pid_t process) {
-    return record.process == process ||
-           (!record.identity.empty() && hasIdentity(process, record.identity).value_or(false));
+    bool const isNamed = record.process == process;
+    return record.identity.empty() ? isNamed : hasIdentity(process, record.identity).value_or(isNamed);
 }
 
-// The kernel says who keeps the lock, so that no number has to be believed. But others lock files, too.
+// The kernel says who keeps the lock. But for a moment that may be a process that wants to clear up what a
+// dead one has left, and others lock files, too.
 PIDFileHolder judgeLocker(PIDFileLook const& look, Path const& path) {
-    if (look.locker < 1)
-        return unclear(
-            0, describe(path) +
-                   " is held by a process that cannot be seen from here: in another PID name space or "
-                   "on another machine.");
+    pid_t const process = look.locker;
+    if (process < 1)
+        return hidden(path);
     if (look.mayBeAnothersFile)
-        return secondName(look.locker, path);
-    if (look.owner == 0 && !tellsOf(look.record, look.locker))
-        return unclear(look.locker, describe(path) + " is locked by process " + toText(look.locker) +
-                                        ", of which it does not tell.");
-    std::optional<bool> const maySignal = mayWriterSignal(look, look.locker);
+        return secondName(process, path);
+    if (!tellsOf(look.record, process))
+        return look.owner == 0 ? another(process, path)
+                               : PIDFileHolder{Standing::NotTrusted, process, String()};
+    std::optional<bool> const maySignal = mayWriterSignal(look, process);
     if (!maySignal)
-        return unreadable(look.locker, path);
-    return *maySignal ? PIDFileHolder{Standing::Held, look.locker, String()}
-                      : foreign(look, look.locker, path);
+        return unreadable(process, path);
+    return *maySignal ? PIDFileHolder{Standing::Held, process, String()} : foreign(look, process, path);
 }
 
 // A number alone is taken at its word, but only when nobody else can have written it.

@@ -3,6 +3,7 @@
 #include <fdn/Descriptor.h>
 #include <fdn/sysError.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -48,16 +49,19 @@ std::string getWord(std::string const& words, int number) {
                                       : words.substr(start, words.find_first_of(kBlanks, start) - start);
 }
 
+std::string readLink(std::string const& name) {
+    std::array<char, 64> target = {};
+    ssize_t const size = readlink(("/proc/" + name).c_str(), target.data(), target.size());
+    return std::string(target.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+}
+
 // The same of a file about the process; empty, too, where /proc shows another PID name space, in which the
 // number is somebody else's.
 std::string readProcessFile(pid_t process, char const* name) {
     if (process == getpid())
         return readProcFile(std::string("self/") + name);
-    std::array<char, 16> own = {};
-    ssize_t const size = readlink("/proc/self", own.data(), own.size());
-    bool const isOwnNameSpace =
-        size > 0 && std::to_string(getpid()) == std::string(own.data(), static_cast<std::size_t>(size));
-    return isOwnNameSpace ? readProcFile(std::to_string(process) + "/" + name) : std::string();
+    return readLink("self") == std::to_string(getpid()) ? readProcFile(std::to_string(process) + "/" + name)
+                                                        : std::string();
 }
 
 // What stands after "NAME:" in the process's status (proc_pid_status(5)).
@@ -74,6 +78,12 @@ std::string getStartTime(pid_t process) {
     std::string const stat = readProcessFile(process, "stat");
     // The name may hold anything, blanks and parentheses too, but nothing after it does.
     return getWord(stat.substr(stat.rfind(')') + 1), kStartTimeAfterName);
+}
+
+// In another time name space the same start has another time (time_namespaces(7)).
+bool hasOtherClock(pid_t process) {
+    std::string const clock = readLink(std::to_string(process) + "/ns/time");
+    return !clock.empty() && clock != readLink("self/ns/time");
 }
 
 std::string getBoot() {
@@ -119,11 +129,11 @@ std::optional<bool> hasIdentity(pid_t process, std::string const& identity) {
     if (!boot.empty() && boot != getWord(identity, 2))
         return false;
     std::string const startTime = getStartTime(process);
-    if (!startTime.empty() && startTime != getWord(identity, 1))
-        return false;
-    if (startTime.empty() || boot.empty())
+    if (startTime.empty() || hasOtherClock(process))
         return std::nullopt;
-    return identity == startTime + " " + boot;
+    if (startTime != getWord(identity, 1))
+        return false;
+    return boot.empty() ? std::nullopt : std::optional<bool>(identity == startTime + " " + boot);
 }
 
 std::optional<bool> mayBeSignalledBy(uid_t user, pid_t process) {
