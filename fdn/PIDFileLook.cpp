@@ -1,10 +1,9 @@
 #include <fdn/PIDFileLook.h>
 
-#include <fdn/AllSignalsBlocked.h>
 #include <fdn/CError.h>
 #include <fdn/HeldFiles.h>
+#include <fdn/OtherProcess.h>
 #include <fdn/ProcessIdentity.h>
-#include <fdn/StandardStreams.h>
 #include <fdn/UserMounts.h>
 #include <fdn/files.h>
 #include <fdn/sysError.h>
@@ -12,14 +11,11 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <optional>
 #include <type_traits>
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace fdn {
@@ -27,7 +23,6 @@ namespace fdn {
 namespace {
 
 constexpr char kAction[] = "looking at a PID file";
-constexpr int kPatience = 1000; // milliseconds
 
 /// What the system says of a file, or the call that it has refused. Plain, so that it can come from another
 /// process.
@@ -158,52 +153,19 @@ PIDFileLook interpret(RawLook const& raw, Path const& path, std::vector<UserMoun
     return look;
 }
 
-// A process of its own, because one that waits for a file system cannot be ended until that answers.
-pid_t forkToLook(FilePlace const& place, Descriptor const& answer) {
-    HeldFilesGuard const guard;
-    AllSignalsBlocked const blocked;
-    pid_t const process = _Fork();
-    if (process != 0)
-        return process;
+RawLook lookWithoutGuard(FilePlace const& place) {
     Descriptor const folder = openFolder(place.folder);
     RawLook look;
-    if (folder.isOpen())
-        look = lookRaw(folder, place.name.c_str());
-    else
-        fail(look, "open");
-    uninterrupted([&] { return write(answer.get(), &look, sizeof look); });
-    _exit(0);
-}
-
-// Whether the whole answer has come in time.
-bool awaitAnswer(Descriptor const& answer, RawLook& look) {
-    auto* const bytes = reinterpret_cast<char*>(&look);
-    std::size_t size = 0;
-    pollfd event = {answer.get(), POLLIN, 0};
-    while (size < sizeof look && uninterrupted([&] { return poll(&event, 1, kPatience); }) == 1) {
-        ssize_t const count =
-            uninterrupted([&] { return read(answer.get(), bytes + size, sizeof look - size); });
-        if (count <= 0)
-            return false;
-        size += static_cast<std::size_t>(count);
-    }
-    return size == sizeof look;
+    return folder.isOpen() ? lookRaw(folder, place.name.c_str()) : fail(look, "open");
 }
 
 RawLook lookFromAfar(FilePlace const& place) {
-    Pipe answer = makePipe();
-    pid_t const process = forkToLook(place, answer.writing);
-    if (process == -1)
-        throwLastSysError("fork", kAction);
-    answer.writing.reset();
-    RawLook look;
-    if (!awaitAnswer(answer.reading, look)) {
-        errno = EWOULDBLOCK;
-        fail(look, "open");
-    }
-    kill(process, SIGKILL);
-    waitpid(process, nullptr, WNOHANG); // one that cannot end yet must not keep this one
     HeldFilesGuard const guard;
+    RawLook look;
+    if (!askInOtherProcess(look, [&] { return lookWithoutGuard(place); })) {
+        errno = EWOULDBLOCK;
+        return fail(look, "open");
+    }
     look.isHeldHere = look.failed == nullptr && isHeldHere(getFileId(look.info));
     return look;
 }

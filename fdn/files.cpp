@@ -2,7 +2,9 @@
 
 #include <fdn/CError.h>
 #include <fdn/CThread.h>
+#include <fdn/OtherProcess.h>
 #include <fdn/ReplacementFile.h>
+#include <fdn/UserMounts.h>
 #include <fdn/sysError.h>
 
 #include <cerrno>
@@ -27,15 +29,39 @@ bool passesByItself(int error) {
     return error == EBUSY || error == ETXTBSY || error == EAGAIN || error == EINTR;
 }
 
+/// The mode of what is at a path, or the system's error number.
+struct FileMode {
+    mode_t mode = 0;
+    int error = 0;
+};
+
+FileMode askForMode(char const* name) {
+    struct stat info = {};
+    return stat(name, &info) == 0 ? FileMode{info.st_mode, 0} : FileMode{0, errno};
+}
+
+mode_t requireKnown(FileMode const& known, char const* action, Path const& path) {
+    if (known.error != 0 && !saysMissing(known.error))
+        throwSysError(known.error, {{"func", "stat"}, {"action", action}, {"path", path.getText()}});
+    return known.mode;
+}
+
 // The mode of what is at the path, links followed; 0 when nothing is.
 mode_t getFileMode(Path const& path, char const* action) {
     wxCharBuffer const name = toFileName(path);
-    struct stat info = {};
-    if (stat(name, &info) == 0)
-        return info.st_mode;
-    if (!saysMissing(errno))
-        throwLastSysError("stat", action, path);
-    return 0;
+    return requireKnown(askForMode(name), action, path);
+}
+
+// Whether there is a folder. A file system that a user has mounted may keep whoever asks waiting for ever:
+// one that does not answer root is one that is there.
+bool folderExistsOrIsSilent(Path const& path, char const* action) {
+    wxCharBuffer const name = toFileName(path);
+    FileMode known;
+    if (geteuid() != 0 || findUserMounts().empty())
+        known = askForMode(name);
+    else if (!askInOtherProcess(known, [&] { return askForMode(name); }))
+        return true;
+    return S_ISDIR(requireKnown(known, action, path));
 }
 
 // The path without its last name; empty when it has only one.
@@ -80,7 +106,7 @@ bool folderExists(Path const& path) {
 
 void ensureFolderExists(Path const& path, int mode) {
     // Asked first, because on a read-only or foreign file system mkdir may fail otherwise than with EEXIST.
-    if (folderExists(path))
+    if (folderExistsOrIsSilent(path, "ensureFolderExists"))
         return;
     int error = makeFolder(path, mode);
     Path const parent = getParent(path);

@@ -11,6 +11,7 @@
  *   - never two holders;
  *   - a look never finds a file free that one process holds all the while;
  *   - nobody is signalled who has not held the file;
+ *   - a process that is gone holds nothing;
  *   - a free file is got by somebody, unless all who want it are killed or cannot tell who lives.
  *
  * The checks must notice these faults, which macros put in: NO_LOCK, NO_CONFIRM, UNLOCKED_DELETION, NO_IDENTITY,
@@ -131,7 +132,10 @@ inline look(isClaim) {
     if
     :: seen == 0
     :: else ->
-        who = file[seen].locker; /* askForWriteLock */
+        atomic { /* askForWriteLock */
+            who = file[seen].locker;
+            assert(who == 0 || alive[who])
+        }
         if
         :: who != 0 && who != self ->
             if /* tellsOf */
