@@ -129,10 +129,10 @@ std::optional<bool> hasIdentity(pid_t process, std::string const& identity) {
     if (!boot.empty() && boot != getWord(identity, 2))
         return false;
     std::string const startTime = getStartTime(process);
-    if (startTime.empty() || hasOtherClock(process))
+    if (startTime.empty())
         return std::nullopt;
     if (startTime != getWord(identity, 1))
-        return false;
+        return hasOtherClock(process) ? std::nullopt : std::optional<bool>(false);
     return boot.empty() ? std::nullopt : std::optional<bool>(identity == startTime + " " + boot);
 }
 

@@ -15,6 +15,8 @@ namespace fdn {
 
 namespace {
 
+constexpr char kType[] = " - fuse";
+
 std::string readMounts() {
     Descriptor const file(open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
     std::string content;
@@ -47,9 +49,12 @@ UserMount parseMount(std::string const& line) {
 
 std::vector<UserMount> findUserMounts() {
     std::vector<UserMount> mounts;
-    std::istringstream lines(readMounts());
+    std::string const content = readMounts();
+    if (content.find(kType) == std::string::npos) // as nearly everywhere
+        return mounts;
+    std::istringstream lines(content);
     for (std::string line; std::getline(lines, line);) {
-        if (line.find(" - fuse") == std::string::npos)
+        if (line.find(kType) == std::string::npos)
             continue;
         UserMount const mount = parseMount(line);
         if (mount.user != 0)
