@@ -3,8 +3,11 @@
 #include <fdn/CBase.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>
+#include <new>
 #include <type_traits>
 
 #include <string.h>
@@ -16,7 +19,8 @@ namespace fdn {
 /// Unless told otherwise it grows to exactly what is needed; who appends often sets a grow factor above one.
 /// Its data can be aligned, and it can wrap storage that it does not own. Nothing is checked: counts and
 /// positions must make sense. When storage cannot be had, the allocator's exception leaves the buffer as it
-/// was. A buffer belongs to one thread at a time.
+/// was; it is std::bad_array_new_length for more elements, or for a grow factor that asks for more, than an
+/// `int` counts. A buffer belongs to one thread at a time.
 template <class T>
 class TBuffer : public CBase {
     static_assert(std::is_trivially_copyable_v<T>, "elements are moved as bytes");
@@ -85,7 +89,7 @@ public:
     /// Makes room for `count` elements after the used ones.
     void ensureFree(int count) {
         if (count > getFree())
-            grow(m_used + count);
+            grow(std::int64_t{m_used} + count);
     }
 
     /// Sets how many elements are in use; new ones have undefined values.
@@ -156,6 +160,18 @@ public:
     /// The same for reading.
     T const& operator[](int index) const { return m_data[index]; }
 
+    /// The same for every other integer, between which and the conversion to T* compilers could not choose.
+    template <class Index, class = std::enable_if_t<std::is_integral_v<Index>>>
+    T& operator[](Index index) {
+        return m_data[static_cast<std::ptrdiff_t>(index)];
+    }
+
+    /// The same for reading.
+    template <class Index, class = std::enable_if_t<std::is_integral_v<Index>>>
+    T const& operator[](Index index) const {
+        return m_data[static_cast<std::ptrdiff_t>(index)];
+    }
+
     /// How many elements are in use.
     int getUsed() const { return m_used; }
 
@@ -208,13 +224,22 @@ private:
     }
 
     // Out of line: a loop that appends stays small, and seldom comes here.
-    [[gnu::noinline]] void grow(int needed) {
-        alloc(std::max(needed, static_cast<int>(m_allocated * m_minGrowFactor)));
+    [[gnu::noinline]] void grow(std::int64_t needed) {
+        // A double has every number that can be counted here. A factor that is no number has no effect.
+        alloc(toCount(std::max(static_cast<double>(needed), m_allocated * m_minGrowFactor)));
+    }
+
+    // Truncates. A product that cannot be counted is not cut down to what can be: the factor asks for storage
+    // of that size, which cannot be had.
+    static int toCount(double count) {
+        if (count >= std::numeric_limits<int>::max() + 1.0)
+            throw std::bad_array_new_length();
+        return static_cast<int>(count);
     }
 
     void allocAligned(int count, int alignment) {
         int const kept = std::min(m_used, count);
-        int const storageCount = count > 0 ? count + alignment - 1 : 0;
+        int const storageCount = count > 0 ? toCount(count + (alignment - 1.0)) : 0;
         auto const size = static_cast<std::size_t>(storageCount);
         T* const storage = count > 0 ? new T[size] : nullptr;
         T* const data = align(storage, alignment);

@@ -3,8 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
+#include <new>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -417,6 +420,78 @@ TEST(TBuffer, AppendsInPlace) {
     EXPECT_EQ(buffer.getFreePtr(), data + 5);
 }
 
+namespace {
+
+constexpr int greatestInt = std::numeric_limits<int>::max();
+constexpr double noNumber = std::numeric_limits<double>::quiet_NaN();
+
+/// An operation that needs more elements than can be counted.
+struct ExcessCase {
+    char const* name;
+    void (*perform)(Buffer& buffer);
+};
+
+std::ostream& operator<<(std::ostream& stream, ExcessCase const& excessCase) {
+    return stream << excessCase.name;
+}
+
+class TBufferExcess : public testing::TestWithParam<ExcessCase> {};
+
+void growByFactor(Buffer& buffer, double factor) {
+    buffer.setMinGrowFactor(factor);
+    buffer.addUsed(2);
+}
+
+} // namespace
+
+TEST_P(TBufferExcess, ThrowsAndLeavesTheBufferAsItWas) {
+    Buffer buffer = bufferOf(L"abc", 4);
+    wchar_t* const data = buffer.getData();
+
+    EXPECT_THROW(GetParam().perform(buffer), std::bad_array_new_length);
+
+    EXPECT_EQ(buffer.getData(), data);
+    EXPECT_EQ(textOf(buffer), L"abc");
+    expectCounts(buffer, 3, 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    TBuffer, TBufferExcess,
+    testing::Values(ExcessCase{"EnsureFree", [](Buffer& buffer) { buffer.ensureFree(greatestInt); }},
+                    ExcessCase{"EnsureFreeOfOneTooMany",
+                               [](Buffer& buffer) { buffer.ensureFree(greatestInt - 2); }},
+                    ExcessCase{"AddUsed", [](Buffer& buffer) { buffer.addUsed(greatestInt); }},
+                    ExcessCase{"GetFreePtr", [](Buffer& buffer) { buffer.getFreePtr(greatestInt); }},
+                    ExcessCase{"Insert", [](Buffer& buffer) { buffer.insert(0, L"x", greatestInt); }},
+                    ExcessCase{"Factor", [](Buffer& buffer) { growByFactor(buffer, 1e9); }},
+                    ExcessCase{"FactorOfOneTooMany", [](Buffer& buffer) { growByFactor(buffer, 0x1p29); }},
+                    ExcessCase{"InfiniteFactor", [](Buffer& buffer) { growByFactor(buffer, HUGE_VAL); }}),
+    [](auto const& test) { return std::string(test.param.name); });
+
+TEST(TBuffer, GrowsToWhatIsNeededUnderAFactorBelowEverythingOrThatIsNoNumber) {
+    for (double const factor : {-1e300, -HUGE_VAL, noNumber}) {
+        Buffer buffer = bufferOf(L"abc");
+        buffer.setMinGrowFactor(factor);
+
+        buffer.addUsed(2);
+
+        expectCounts(buffer, 5, 5);
+    }
+}
+
+TEST(TBuffer, ThatCannotCountWhatItsAlignmentNeedsThrowsAndStaysAsItWas) {
+    Buffer buffer = bufferOf(L"abc");
+    buffer.setAllocAlignBytes(64);
+    wchar_t* const data = buffer.getData();
+
+    EXPECT_THROW(buffer.alloc(greatestInt - 62), std::bad_array_new_length);
+    EXPECT_THROW(buffer.setAllocAlignBytes(greatestInt), std::bad_array_new_length);
+
+    EXPECT_EQ(buffer.getData(), data);
+    EXPECT_EQ(textOf(buffer), L"abc");
+    expectCounts(buffer, 3, 3);
+}
+
 TEST(TBuffer, InsertsAtEveryPosition) {
     struct {
         int position;
@@ -499,6 +574,25 @@ TEST(TBuffer, GivesItsDataForReadingAndWriting) {
     EXPECT_EQ(data, buffer.getData());
     EXPECT_EQ(constant.getData(), data);
     EXPECT_EQ(constant[1], L'x');
+}
+
+template <class Index>
+class TBufferIndex : public testing::Test {};
+
+using IndexTypes = testing::Types<bool, char, signed char, unsigned char, short, unsigned short, int,
+                                  unsigned, long, unsigned long, long long, unsigned long long, wchar_t>;
+
+TYPED_TEST_SUITE(TBufferIndex, IndexTypes);
+
+TYPED_TEST(TBufferIndex, OfAnyIntegralTypeFindsTheElement) {
+    Buffer buffer = bufferOf(L"abc");
+    Buffer const& constant = buffer;
+    auto const index = static_cast<TypeParam>(1);
+
+    buffer[index] = L'x';
+
+    EXPECT_EQ(constant[index], L'x');
+    EXPECT_EQ(textOf(buffer), L"axc");
 }
 
 TEST(TBuffer, CanBeHeldThroughP) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <new>
 #include <ostream>
@@ -232,6 +233,9 @@ TEST_P(TBufferWithoutMemory, ThrowsTheAllocatorsExceptionAndStaysAsItWas) {
 INSTANTIATE_TEST_SUITE_P(
     TBuffer, TBufferWithoutMemory,
     testing::Values(Need{"Alloc", [](Buffer& buffer) { buffer.alloc(9); }},
+                    Need{"AllocOfFewer", [](Buffer& buffer) { buffer.alloc(2); }},
+                    Need{"AllocOfAsManyAsCanBeCounted",
+                         [](Buffer& buffer) { buffer.alloc(std::numeric_limits<int>::max()); }},
                     Need{"Assignment", [](Buffer& buffer) { buffer.assign(attachedLetters()); }},
                     Need{"Init", [](Buffer& buffer) { buffer.init(letters, 5); }},
                     Need{"EnsureAllocated", [](Buffer& buffer) { buffer.ensureAllocated(5); }},
