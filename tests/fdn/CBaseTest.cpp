@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <functional>
 #include <thread>
 #include <vector>
@@ -157,9 +158,9 @@ TEST(CBase, ObjectReachedThroughSeveralInterfacesHasOneCount) {
 }
 
 TEST(CBase, ReferencesMayBeTakenAndDroppedByManyThreads) {
-    constexpr int threadCount = 8;
+    constexpr int takerCount = 8;
     int deletions = 0;
-    std::array<int, threadCount> written{};
+    std::array<int, takerCount> written{};
     auto* const object = new Dying([&](Dying const&) {
         ++deletions;
         for (int const value : written)
@@ -182,5 +183,59 @@ TEST(CBase, ReferencesMayBeTakenAndDroppedByManyThreads) {
     for (std::thread& thread : threads)
         thread.join();
 
+    EXPECT_EQ(deletions, 1);
+}
+
+namespace {
+
+constexpr int threadCount = 4;
+constexpr int callsPerThread = 2'000'000;
+
+/// Has several threads call it often, all at the same time.
+void performAtOnce(std::function<void()> const& call) {
+    std::atomic<int> missing{threadCount};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < threadCount; ++i) {
+        threads.emplace_back([&] {
+            --missing;
+            while (missing > 0)
+                std::this_thread::yield();
+            for (int calls = 0; calls < callsPerThread; ++calls)
+                call();
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+/// Drops all references. Returns how many there were.
+int dropAll(fdn::CBase const* object) {
+    int count = 1;
+    while (object->release())
+        ++count;
+    return count;
+}
+
+} // namespace
+
+TEST(CBase, LosesNoReferenceThatThreadsTakeAtOnce) {
+    int deletions = 0;
+    auto* const object = new Counted(deletions);
+
+    performAtOnce([object] { object->addRef(); });
+
+    EXPECT_EQ(dropAll(object), threadCount * callsPerThread + 1);
+    EXPECT_EQ(deletions, 1);
+}
+
+TEST(CBase, KeepsNoReferenceThatThreadsDropAtOnce) {
+    int deletions = 0;
+    auto* const object = new Counted(deletions);
+    for (int i = 0; i < threadCount * callsPerThread; ++i)
+        object->addRef();
+
+    performAtOnce([object] { object->release(); });
+
+    EXPECT_EQ(dropAll(object), 1);
     EXPECT_EQ(deletions, 1);
 }
