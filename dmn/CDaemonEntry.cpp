@@ -11,7 +11,7 @@
 #include <wx/msgout.h>
 
 #include <cstdio>
-#include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -132,23 +132,15 @@ void storeText(wxCmdLineParser const& parser, char const* option, fdn::String& f
         field = text;
 }
 
-// Whether the text names the same file as these bytes. wxWidgets reads surrogates and numbers beyond Unicode
-// too, of which no name can be made again.
-bool standsFor(fdn::String const& text, char const* bytes) {
-    try {
-        return std::strcmp(text.toEncoding(*wxConvFileName, nullptr), bytes) == 0;
-    } catch (fdn::CUnencodableStringError const&) {
-        return false;
-    }
-}
-
 // An argument in the encoding of file names, so that a path names the same file again; null as the empty
-// text.
+// text. What is no text is refused, for it would name another file. Never shown, for it may be a password.
 fdn::String readArgument(char const* argument) {
     if (argument == nullptr)
         return fdn::String();
-    fdn::String const text = wxString(argument, *wxConvFileName);
-    return standsFor(text, argument) ? text : fdn::String(argument);
+    std::optional<fdn::String> const text = fdn::fromFileName(argument);
+    if (!text)
+        throw fdn::CError("Invalid argument: not all of its bytes are text in the locale's encoding.");
+    return *text;
 }
 
 // The parser would look at the last character of an option's name that has none.

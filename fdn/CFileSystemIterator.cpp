@@ -4,6 +4,7 @@
 #include <fdn/sysError.h>
 
 #include <cerrno>
+#include <optional>
 
 namespace fdn {
 
@@ -22,13 +23,24 @@ bool CFileSystemIterator::next() {
             throwLastSysError("readdir", "CFileSystemIterator::next", m_path);
         if (entry == nullptr)
             return false;
-        m_name = String::fromBytes(entry->d_name);
+        takeName(entry->d_name);
     } while (m_name == "." || m_name == "..");
     return true;
 }
 
+void CFileSystemIterator::takeName(char const* bytes) {
+    std::optional<String> const text = fromFileName(bytes);
+    m_isNameText = text.has_value();
+    m_name = m_isNameText ? *text : String::fromBytes(bytes);
+}
+
 Path CFileSystemIterator::getItemPath() const {
-    return m_path << Path(m_name);
+    Path const path = m_path << Path(m_name);
+    if (!m_isNameText)
+        throwSysError(
+            EILSEQ,
+            {{"func", "readdir"}, {"action", "CFileSystemIterator::getItemPath"}, {"path", path.getText()}});
+    return path;
 }
 
 void CFileSystemIterator::Closer::operator()(DIR* folder) const {

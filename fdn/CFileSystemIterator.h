@@ -26,11 +26,13 @@ public:
     /// that cannot be read.
     bool next();
 
-    /// The name of the entry, without the folder; empty before the first next(). A name whose bytes are not
-    /// UTF-8 is read as ISO-8859-1, and its text then does not name the file.
+    /// The name of the entry, without the folder; empty before the first next(). Bytes that are no text in
+    /// the file-name encoding are read by the rule of String::fromBytes(), for people: that text does not
+    /// name the file.
     String const& getItemName() const { return m_name; }
 
-    /// The path of the entry: the folder as it was given, and the name.
+    /// The path of the entry: the folder as it was given, and the name. Throws EILSEQ for a name that is no
+    /// text in the file-name encoding: any text would name another file.
     Path getItemPath() const;
 
 private:
@@ -38,9 +40,12 @@ private:
         void operator()(DIR* folder) const;
     };
 
+    void takeName(char const* bytes);
+
     Path m_path;
     std::unique_ptr<DIR, Closer> m_folder;
     String m_name;
+    bool m_isNameText = true;
 };
 
 } // namespace fdn

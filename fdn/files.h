@@ -4,6 +4,8 @@
 
 #include <wx/buffer.h>
 
+#include <optional>
+
 namespace fdn {
 
 // Every operation here takes absolute and relative paths, the latter from the process's current folder, and
@@ -15,7 +17,12 @@ namespace fdn {
 /// no operation ever runs on a shortened name.
 FDN_EXPORT wxCharBuffer toFileName(Path const& path);
 
-/// The process's current folder. Throws when it has been deleted.
+/// The text of a file's name or path as the system gives it, of which toFileName() makes the same bytes
+/// again; none where no text does, because the bytes are none in the file-name encoding.
+FDN_EXPORT std::optional<String> fromFileName(char const* name);
+
+/// The process's current folder. Throws when it has been deleted, and EILSEQ when its path is no text in the
+/// file-name encoding: any text would name another folder.
 FDN_EXPORT String getCurrentWorkDirectoryAsString();
 
 /// Whether there is anything but a folder at the path: a regular file, a device, a socket... Symbolic links

@@ -579,16 +579,21 @@ TEST_F(EntryTest, OptionWithoutANameIsRefused) {
     }
 }
 
-TEST_F(EntryTest, BytesThatAreNoUTF8AreReadAsLatin1) {
-    for (char const* const bytes : {"a\xc0\xaf"
+TEST_F(EntryTest, ArgumentThatIsNoTextIsRefusedAndNotShown) {
+    for (char const* const bytes : {"a\xe9",
+                                    "a\xc0\xaf"
                                     "b",
                                     "a\xed\xa0\x80", "a\xf7\x94\x94\x94"}) {
         std::string const folder = m_folder.name("parent");
         std::filesystem::create_directory(folder);
 
-        EXPECT_EQ(0, run({"--controlFolder=" + folder + "/" + bytes, "nothing"}).status);
+        Outcome const outcome = run({"--controlFolder=" + folder + "/" + bytes, "nothing"});
 
-        EXPECT_EQ((std::vector{fdn::String(bytes).toUTF8()}), test::entriesOf(folder));
+        EXPECT_EQ(2, outcome.status);
+        EXPECT_THAT(outcome.output, testing::HasSubstr("FATAL ERROR: Invalid argument: not all of its bytes "
+                                                       "are text in the locale's encoding.\n"));
+        EXPECT_THAT(outcome.output, testing::Not(testing::HasSubstr(folder)));
+        EXPECT_THAT(test::entriesOf(folder), testing::IsEmpty());
         std::filesystem::remove_all(folder);
     }
 }

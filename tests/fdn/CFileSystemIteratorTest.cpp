@@ -4,6 +4,7 @@
 #include "support/errors.h"
 
 #include <fdn/CFileSystemIterator.h>
+#include <fdn/files.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -76,6 +77,29 @@ TEST(CFileSystemIterator, ReadsNamesAsUTF8AndOthersAsLatin1) {
     writeFile(folder.name("\xE9"), "");
 
     EXPECT_THAT(namesIn(folder.path()), UnorderedElementsAre("\xC3\xA4", "\xC3\xA9"));
+}
+
+TEST(CFileSystemIterator, HasNoPathForANameThatIsNoTextRatherThanThatOfAnotherFile) {
+    TemporaryFolder const folder;
+    writeFile(folder.name("\xE9"), "");
+    CFileSystemIterator entry(folder.path());
+    ASSERT_TRUE(entry.next());
+
+    fdn::CError const error = errorOf([&] { entry.getItemPath(); });
+
+    EXPECT_EQ(error.getCode(), EILSEQ);
+    EXPECT_EQ(error.getProps().at("path"), (folder / "\xE9").getText());
+    EXPECT_FALSE(entry.next());
+}
+
+TEST(CFileSystemIterator, HasThePathOfEveryNameThatIsText) {
+    TemporaryFolder const folder;
+    for (char const* const name : {"a", "gr\xC3\xBCn", "\xE2\x82\xAC", " "})
+        writeFile(folder.name(name), "");
+
+    CFileSystemIterator entry(folder.path());
+    while (entry.next())
+        EXPECT_TRUE(fdn::fileExists(entry.getItemPath())) << entry.getItemName();
 }
 
 TEST(CFileSystemIterator, SeesEachOfManyEntries) {

@@ -1,3 +1,4 @@
+#include "support/CurrentFolder.h"
 #include "support/TemporaryFolder.h"
 #include "support/errors.h"
 
@@ -6,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <ostream>
 #include <string>
@@ -312,6 +314,19 @@ TEST(Path, RelativeMadeAbsoluteWithoutBaseBeginsInTheCurrentFolder) {
     std::filesystem::current_path(previous);
     EXPECT_EQ(normalized.getText(), current + "/b");
     EXPECT_TRUE(normalized.isNormalized());
+}
+
+TEST(Path, RelativeInAFolderWhoseNameIsNoTextIsAnErrorAndNoPathOfItsSibling) {
+    test::TemporaryFolder const folder;
+    std::filesystem::create_directory(folder.name("\xE9"));
+    std::filesystem::create_directory(folder.name("\xC3\xA9"));
+    test::CurrentFolder const current(folder.name("\xE9"));
+
+    fdn::CError const error = test::errorOf([] { Path("x").toNormalized(true, Path()); });
+
+    EXPECT_EQ(error.getCode(), EILSEQ);
+    EXPECT_EQ(error.getProps().at("func"), "getcwd");
+    EXPECT_EQ(Path("x").toNormalized(true, Path("/srv")).getText(), "/srv/x");
 }
 
 TEST(Path, VeryLongOneIsNormalized) {

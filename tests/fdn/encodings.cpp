@@ -1,12 +1,18 @@
 // Writes, as hexadecimal lines, "é" and "€" in the encoding of the locale, and the what() of an error that
-// has "€" as its message. With an argument, it starts the foundation first.
+// has "€" as its message. With an argument, it starts the foundation first. With a folder as a second one, it
+// enters that and writes the path of "x" there and those of the folder's entries, as the system gets them.
 
 #include <fdn/CError.h>
 #include <fdn/CFdnInit.h>
+#include <fdn/CFileSystemIterator.h>
+#include <fdn/Path.h>
 #include <fdn/String.h>
+#include <fdn/files.h>
 
 #include <cstdio>
 #include <string>
+
+#include <unistd.h>
 
 namespace {
 
@@ -20,14 +26,28 @@ void writeLine(wxCharBuffer const& bytes) {
     writeLine(std::string(bytes.data(), bytes.length()));
 }
 
-} // namespace
-
-int main(int argc, char**) {
-    fdn::CFdnInit const init(argc > 1);
+void writeTexts() {
     fdn::String const euro(L"\x20AC");
 
     writeLine(fdn::String("\xE9").toCP());
     writeLine(euro.toCP());
     writeLine(std::string(fdn::CError(euro).what()));
+}
+
+void writePaths() {
+    writeLine(fdn::toFileName(fdn::Path("x").toNormalized(true, fdn::Path())));
+    fdn::CFileSystemIterator entry(fdn::Path("."));
+    while (entry.next())
+        writeLine(fdn::toFileName(entry.getItemPath()));
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    fdn::CFdnInit const init(argc > 1);
+    if (argc <= 2)
+        writeTexts();
+    else if (chdir(argv[2]) == 0)
+        writePaths();
     return 0;
 }
