@@ -31,6 +31,9 @@ CError::CError(CError const& other)
 CError::~CError() = default;
 
 char const* CError::what() const noexcept {
+    // Its text would look as if it had not been made yet, and be made again under the eyes of others.
+    if (m_message.empty())
+        return "";
     // One lock for all errors: it is held briefly and seldom, and errors stay small and copyable.
     static std::mutex mutex;
     try {

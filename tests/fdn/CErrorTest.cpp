@@ -120,13 +120,15 @@ TEST(CError, WhatOfAMessageThatNoEncodingHasSaysSo) {
 }
 
 TEST(CError, WhatMayBeAskedByManyThreads) {
-    CError const error("It failed.");
-    std::vector<std::thread> threads;
+    for (char const* const message : {"It failed.", ""}) {
+        CError const error(message);
+        std::vector<std::thread> threads;
 
-    for (int i = 0; i < 8; ++i)
-        threads.emplace_back([&error] { EXPECT_STREQ(error.what(), "It failed."); });
-    for (std::thread& thread : threads)
-        thread.join();
+        for (int i = 0; i < 8; ++i)
+            threads.emplace_back([&] { EXPECT_STREQ(error.what(), message); });
+        for (std::thread& thread : threads)
+            thread.join();
+    }
 }
 
 TEST(CError, CloneOutlivesTheOriginal) {
