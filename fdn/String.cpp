@@ -17,14 +17,17 @@ bool isCodePoint(wchar_t c) {
     return (c >= 0 && c < 0xD800) || (c >= 0xE000 && c <= 0x10FFFF);
 }
 
-// The number of bytes of the whole text, characters with the value zero included, or wxCONV_FAILED when the
-// encoding cannot represent it.
-std::size_t getEncodedSize(wxString const& text, wxMBConv const& encoding) {
+// wxWidgets' UTF-8 would encode surrogates, and stops with an assertion at what lies beyond Unicode.
+bool isUnicode(wxString const& text) {
     wchar_t const* const wide = text.wc_str();
-    // wxWidgets' UTF-8 would encode surrogates, and stops with an assertion at what lies beyond Unicode.
-    if (!std::all_of(wide, wide + text.length(), isCodePoint))
+    return std::all_of(wide, wide + text.length(), isCodePoint);
+}
+
+// The number of bytes of the whole text, characters with the value zero included, or wxCONV_FAILED.
+std::size_t getUTF8Size(wxString const& text) {
+    if (!isUnicode(text))
         return wxCONV_FAILED;
-    return encoding.FromWChar(nullptr, 0, wide, text.length());
+    return wxConvUTF8.FromWChar(nullptr, 0, text.wc_str(), text.length());
 }
 
 // Most texts are ASCII: this is fastest when it looks at all of the bytes, whatever they are.
@@ -40,32 +43,37 @@ std::size_t lengthOf(char const* narrow) {
 }
 
 // ISO-8859-1 is the first 256 code points: it needs no converter.
-void appendNarrow(wxString& text, char const* narrow, std::size_t length) {
+void appendWidened(wxString& text, char const* narrow, std::size_t length) {
     auto const end = static_cast<std::ptrdiff_t>(text.length());
     text.append(length, L'\0');
     std::transform(narrow, narrow + length, text.begin() + end, [](unsigned char c) { return wchar_t{c}; });
 }
 
-std::size_t requireEncodedSize(wxString const& text, wxMBConv const& encoding) {
-    std::size_t const size = getEncodedSize(text, encoding);
-    if (size == wxCONV_FAILED)
+// Whether the encoding can represent the text, of which the bytes are stored then.
+bool encode(wxString const& text, wxMBConv const& encoding, wxCharBuffer& bytes) {
+    if (!isUnicode(text))
+        return false;
+    wchar_t const* const wide = text.wc_str();
+    // The terminator belongs to it, for that takes an encoding with states, such as ISO-2022-JP, back to the
+    // first one: only then are the bytes complete, and the next conversion begins anew.
+    std::size_t const length = text.length() + 1;
+    std::size_t const room = encoding.FromWChar(nullptr, 0, wide, length);
+    if (room == wxCONV_FAILED)
+        return false;
+    if (!bytes.extend(room))
         throw CUnencodableStringError();
-    return size;
-}
-
-wxCharBuffer encode(wxString const& text, wxMBConv const& encoding, std::size_t size) {
-    wxCharBuffer bytes(size);
-    if (!bytes)
-        throw CUnencodableStringError();
-    if (size > 0)
-        encoding.FromWChar(bytes.data(), size, text.wc_str(), text.length());
-    return bytes;
+    std::size_t const size = encoding.FromWChar(bytes.data(), room, wide, length);
+    std::size_t const terminator = encoding.GetMBNulLen();
+    if (size == wxCONV_FAILED || size < terminator)
+        return false;
+    bytes.shrink(size - terminator);
+    return true;
 }
 
 } // namespace
 
 String::String(char const* text) {
-    appendNarrow(*this, text, lengthOf(text));
+    appendWidened(*this, text, lengthOf(text));
 }
 
 String::String(wchar_t const* text) : wxString(text == nullptr ? L"" : text) {}
@@ -78,24 +86,27 @@ String String::fromBytes(std::string const& bytes) {
     if (!isASCII(bytes)) {
         wxString text(bytes.data(), wxConvUTF8, bytes.size());
         // wxWidgets reads overlong forms and surrogates too; they do not come to the same size again.
-        if (getEncodedSize(text, wxConvUTF8) == bytes.size())
+        if (getUTF8Size(text) == bytes.size())
             return String(std::move(text));
     }
     String text;
-    appendNarrow(text, bytes.data(), bytes.size());
+    appendWidened(text, bytes.data(), bytes.size());
     return text;
 }
 
 wxCharBuffer String::toCP() const {
-    std::size_t const size = getEncodedSize(*this, wxConvLocal);
-    return encode(*this, wxConvLocal, size == wxCONV_FAILED ? 0 : size);
+    wxCharBuffer bytes;
+    if (!encode(*this, wxConvLocal, bytes) && !bytes.extend(0))
+        throw CUnencodableStringError();
+    return bytes;
 }
 
 wxCharBuffer String::toEncoding(wxMBConv const& encoding, int* length) const {
-    std::size_t const size = requireEncodedSize(*this, encoding);
-    wxCharBuffer const bytes = encode(*this, encoding, size);
+    wxCharBuffer bytes;
+    if (!encode(*this, encoding, bytes))
+        throw CUnencodableStringError();
     if (length != nullptr)
-        *length = static_cast<int>(size);
+        *length = static_cast<int>(bytes.length());
     return bytes;
 }
 
@@ -108,14 +119,37 @@ std::string String::toUTF8() const {
     });
     if (bits >= 0 && bits < 0x80) // ASCII, as most texts are
         return bytes;
-    bytes.resize(requireEncodedSize(*this, wxConvUTF8));
-    wxConvUTF8.FromWChar(bytes.data(), bytes.size(), wc_str(), length());
+    std::size_t const size = getUTF8Size(*this);
+    if (size == wxCONV_FAILED)
+        throw CUnencodableStringError();
+    bytes.resize(size);
+    wxConvUTF8.FromWChar(bytes.data(), size, wc_str(), length());
     return bytes;
 }
 
 bool String::operator==(char const* text) const {
     auto const isSame = [](unsigned char narrow, wchar_t wide) { return wchar_t{narrow} == wide; };
     return length() == lengthOf(text) && std::equal(text, text + length(), wc_str(), isSame);
+}
+
+String& String::append(char const* text) {
+    appendWidened(*this, text, lengthOf(text));
+    return *this;
+}
+
+String& String::append(char const* text, std::size_t length) {
+    appendWidened(*this, text, length == npos ? lengthOf(text) : length);
+    return *this;
+}
+
+void String::appendNarrow(std::string_view text) {
+    appendWidened(*this, text.data(), text.size());
+}
+
+int String::compareNarrow(std::string_view other) const {
+    String text;
+    text.appendNarrow(other);
+    return compare(text);
 }
 
 String operator+(String const& left, String const& right) {
@@ -130,7 +164,7 @@ String operator+(char const* left, String const& right) {
     std::size_t const leftLength = lengthOf(left);
     String result;
     result.reserve(leftLength + right.length());
-    appendNarrow(result, left, leftLength);
+    appendWidened(result, left, leftLength);
     result.append(right);
     return result;
 }
@@ -140,7 +174,7 @@ String operator+(String const& left, char const* right) {
     String result;
     result.reserve(left.length() + rightLength);
     result.append(left);
-    appendNarrow(result, right, rightLength);
+    appendWidened(result, right, rightLength);
     return result;
 }
 
@@ -150,7 +184,7 @@ String operator+(String&& left, String const& right) {
 }
 
 String operator+(String&& left, char const* right) {
-    appendNarrow(left, right, lengthOf(right));
+    appendWidened(left, right, lengthOf(right));
     return std::move(left);
 }
 

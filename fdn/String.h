@@ -6,18 +6,37 @@
 #include <wx/buffer.h>
 #include <wx/string.h>
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
 namespace fdn {
 
+/// Narrow texts: literals and other arrays and pointers of `char`, std::string and std::string_view, and a
+/// single character.
+template <class Text>
+constexpr bool isNarrow = std::is_same_v<Text, char> || std::is_convertible_v<Text const&, std::string_view>;
+
+/// For narrow texts alone.
+template <class Text>
+using EnableIfNarrow = std::enable_if_t<isNarrow<Text>>;
+
+class String;
+
+/// For narrow texts and for wide ones: wxStrings, which Format() and substr() return, and wide literals.
+template <class Text>
+using EnableIfText = std::enable_if_t<isNarrow<Text> || (std::is_convertible_v<Text const&, wchar_t const*> &&
+                                                         !std::is_base_of_v<String, Text>)>;
+
 /// The text of the whole library: wide characters (one Unicode code point each), with everything that
 /// wxString can do. A String can also be held through P<String>; copying copies the text and starts a count
 /// of its own.
 ///
-/// Narrow text is read as ISO-8859-1 by what is declared here; operations inherited from wxString, such as
-/// append(), read it in the locale's encoding. The empty String is the normal absence of a value.
+/// Narrow text is read as ISO-8859-1 by what is declared here, which are all operators, and append();
+/// operations inherited from wxString, such as Format(), find() and Append(), read it in the locale's
+/// encoding, and may drop what is not in it. The empty String is the normal absence of a value.
 class FDN_EXPORT String : public wxString, public CBase {
 public:
     String() = default;
@@ -25,6 +44,13 @@ public:
     /// Decodes ISO-8859-1: every byte becomes the code point of the same value, whatever the locale is. Never
     /// fails; null gives the empty String. Implicit, because every literal enters through it.
     String(char const* text);
+
+    /// The same for other narrow texts, with every character NUL that they have. Explicit, because text from
+    /// outside the program is rather for fromBytes().
+    template <class Text, class = EnableIfNarrow<Text>>
+    explicit String(Text const& text) {
+        appendNarrow(viewOf(text));
+    }
 
     /// One code point per character; null gives the empty String.
     String(wchar_t const* text);
@@ -61,10 +87,10 @@ public:
     /// thrown only when no buffer can be had.
     wxCharBuffer toCP() const;
 
-    /// The text as zero-terminated bytes in the given encoding. Stores the number of bytes, without the
-    /// terminator, at `length` unless that is null. Throws CUnencodableStringError, and stores nothing, when
-    /// the encoding cannot represent the text; no encoding can represent half a surrogate pair or a number
-    /// above U+10FFFF.
+    /// The text as zero-terminated bytes in the given encoding, which begin and end in its first state where
+    /// it has several, as ISO-2022-JP has. Stores the number of bytes, without the terminator, at `length`
+    /// unless that is null. Throws CUnencodableStringError, and stores nothing, when the encoding cannot
+    /// represent the text; no encoding can represent half a surrogate pair or a number above U+10FFFF.
     wxCharBuffer toEncoding(wxMBConv const& encoding, int* length) const;
 
     /// The text as UTF-8. Throws as toEncoding() does.
@@ -81,6 +107,139 @@ public:
 
     /// Differs from the text's ISO-8859-1 reading.
     bool operator!=(char const* text) const { return !(*this == text); }
+
+    using wxString::append;
+
+    /// Appends the text's ISO-8859-1 reading; null appends nothing.
+    String& append(char const* text);
+
+    /// The same for so many bytes, whatever they are.
+    String& append(char const* text, std::size_t length);
+
+    /// The same for other narrow texts.
+    template <class Text, class = EnableIfNarrow<Text>>
+    String& append(Text const& text) {
+        appendNarrow(viewOf(text));
+        return *this;
+    }
+
+    /// Appends all that wxString appends; narrow text by its ISO-8859-1 reading.
+    template <class Text>
+    String& operator+=(Text const& text) {
+        if constexpr (isNarrow<Text>)
+            appendNarrow(viewOf(text));
+        else
+            wxString::operator+=(text);
+        return *this;
+    }
+
+    /// The same, and numbers in decimal.
+    template <class Text>
+    String& operator<<(Text const& text) {
+        if constexpr (isNarrow<Text>)
+            appendNarrow(viewOf(text));
+        else
+            wxString::operator<<(text);
+        return *this;
+    }
+
+    // Strings mix with other texts in every expression. Templates, because compilers cannot choose between
+    // wxString's operators and a conversion to String; friends, because those are no candidates for
+    // expressions without a String.
+
+    template <class Text, class = EnableIfText<Text>>
+    friend String operator+(String&& left, Text const& right) {
+        return std::move(left += right);
+    }
+
+    template <class Text, class = EnableIfText<Text>>
+    friend String operator+(String const& left, Text const& right) {
+        return String(left) + right;
+    }
+
+    template <class Text, class = EnableIfText<Text>>
+    friend String operator+(Text const& left, String const& right) {
+        return std::move(String() += left) + right;
+    }
+
+    template <class Text, class = EnableIfText<Text>>
+    friend bool operator==(String const& left, Text const& right) {
+        return left.compareWith(right) == 0;
+    }
+
+    template <class Text, class = EnableIfText<Text>>
+    friend bool operator==(Text const& left, String const& right) {
+        return right.compareWith(left) == 0;
+    }
+
+    template <class Text, class = EnableIfText<Text>>
+    friend bool operator!=(String const& left, Text const& right) {
+        return left.compareWith(right) != 0;
+    }
+
+    template <class Text, class = EnableIfText<Text>>
+    friend bool operator!=(Text const& left, String const& right) {
+        return right.compareWith(left) != 0;
+    }
+
+    template <class Text, class = EnableIfText<Text>>
+    friend bool operator<(String const& left, Text const& right) {
+        return left.compareWith(right) < 0;
+    }
+
+    template <class Text, class = EnableIfText<Text>>
+    friend bool operator<(Text const& left, String const& right) {
+        return right.compareWith(left) > 0;
+    }
+
+    template <class Text, class = EnableIfText<Text>>
+    friend bool operator>(String const& left, Text const& right) {
+        return left.compareWith(right) > 0;
+    }
+
+    template <class Text, class = EnableIfText<Text>>
+    friend bool operator>(Text const& left, String const& right) {
+        return right.compareWith(left) < 0;
+    }
+
+    template <class Text, class = EnableIfText<Text>>
+    friend bool operator<=(String const& left, Text const& right) {
+        return left.compareWith(right) <= 0;
+    }
+
+    template <class Text, class = EnableIfText<Text>>
+    friend bool operator<=(Text const& left, String const& right) {
+        return right.compareWith(left) >= 0;
+    }
+
+    template <class Text, class = EnableIfText<Text>>
+    friend bool operator>=(String const& left, Text const& right) {
+        return left.compareWith(right) >= 0;
+    }
+
+    template <class Text, class = EnableIfText<Text>>
+    friend bool operator>=(Text const& left, String const& right) {
+        return right.compareWith(left) <= 0;
+    }
+
+private:
+    static std::string_view viewOf(char const* text) { return text == nullptr ? std::string_view() : text; }
+
+    static std::string_view viewOf(char const& character) { return {&character, 1}; }
+
+    static std::string_view viewOf(std::string_view text) { return text; }
+
+    // Below, equal to or above 0, when this text comes before, is, or comes after the other one.
+    template <class Text>
+    int compareWith(Text const& other) const {
+        if constexpr (isNarrow<Text>)
+            return compareNarrow(viewOf(other));
+        else
+            return compare(wxString(other));
+    }
+
+    int compareNarrow(std::string_view other) const;
+    void appendNarrow(std::string_view text);
 };
 
 FDN_EXPORT String operator+(String const& left, String const& right);
@@ -91,37 +250,10 @@ FDN_EXPORT String operator+(String const& left, char const* right);
 FDN_EXPORT String operator+(String&& left, String const& right);
 FDN_EXPORT String operator+(String&& left, char const* right);
 
-/// Lets Strings mix with the other wide texts: wxStrings, which Format() and substr() return, and wide
-/// literals. Templates, because compilers cannot choose between wxString's operators and a conversion to
-/// String.
-template <class Text>
-using EnableIfWide =
-    std::enable_if_t<std::is_convertible_v<Text const&, wchar_t const*> && !std::is_same_v<Text, String>>;
-
-template <class Text, class = EnableIfWide<Text>>
-String operator+(String&& left, Text const& right) {
-    left.append(right);
-    return std::move(left);
-}
-
-template <class Text, class = EnableIfWide<Text>>
-String operator+(String const& left, Text const& right) {
-    return String(left) + right;
-}
-
-template <class Text, class = EnableIfWide<Text>>
-String operator+(Text const& left, String const& right) {
-    return String(wxString(left)) + right;
-}
-
-template <class Text, class = EnableIfWide<Text>>
-bool operator==(String const& left, Text const& right) {
-    return left.compare(wxString(right)) == 0;
-}
-
-template <class Text, class = EnableIfWide<Text>>
-bool operator!=(String const& left, Text const& right) {
-    return left.compare(wxString(right)) != 0;
-}
-
 } // namespace fdn
+
+/// Lets Strings be arguments of Format(), wxPrintf() and their kin, as wxStrings are.
+template <>
+struct wxArgNormalizerWchar<fdn::String> : wxArgNormalizerWchar<wxString const&> {
+    using wxArgNormalizerWchar<wxString const&>::wxArgNormalizerWchar;
+};

@@ -10,10 +10,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <clocale>
+#include <filesystem>
 #include <memory>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -244,6 +247,90 @@ TEST(String, ComparesWithWideText) {
     EXPECT_TRUE(textWithNul() == wxString(textWithNul()));
 }
 
+TEST(String, AppendsNarrowTextOfEveryTypeAsLatin1) {
+    char const* const null = nullptr;
+    char array[] = "\xE9";
+    char* const pointer = array;
+    std::string const bytes("\xE9\0", 2);
+    String text;
+
+    text += "\xE9";
+    text += array;
+    text += pointer;
+    text += '\xE9';
+    text += std::string_view("\xE9");
+    text += null;
+    text << "\xE9" << 12 << L"\x20AC" << '\xE9' << bytes;
+    text.append("\xE9").append(pointer).append("\xE9\xE9", 1).append(bytes).append(null);
+
+    EXPECT_EQ(text, String(wxString(L"\xE9\xE9\xE9\xE9\xE9\xE9"
+                                    L"12\x20AC\xE9\xE9\0\xE9\xE9\xE9\xE9\0",
+                                    17)));
+}
+
+TEST(String, AppendingGoesOnWithTheSameText) {
+    String text("a");
+
+    (((text += 'b') += L"c") += wxString("d")) += "\xE9";
+    (text << 1 << wxString("e")) += String("f");
+
+    EXPECT_EQ(text, L"abcd\xE9"
+                    L"1ef");
+}
+
+TEST(String, JoinsNarrowTextOfEveryTypeToAString) {
+    std::string const bytes("\xE9\0", 2);
+    String const expected(wxString(L"a\xE9\0", 3));
+    String const text("a");
+
+    EXPECT_EQ(text + bytes, expected);
+    EXPECT_EQ(text + std::string_view(bytes), expected);
+    EXPECT_EQ(String("a") + bytes, expected);
+    EXPECT_EQ(bytes + text, String(wxString(L"\xE9\0a", 3)));
+    EXPECT_EQ(text + '\xE9' + "b", L"a\xE9"
+                                   L"b");
+    EXPECT_EQ('\xE9' + text, L"\xE9"
+                             L"a");
+    EXPECT_EQ(String(bytes), wxString(L"\xE9\0", 2));
+}
+
+TEST(String, ComparesWithNarrowTextOfEveryTypeFromBothSides) {
+    std::string const bytes("\xE9\0", 2);
+    String const text(wxString(L"\xE9\0", 2));
+    String const letter("\xE9");
+
+    EXPECT_TRUE(text == bytes && bytes == text && !(text != bytes) && !(bytes != text));
+    EXPECT_TRUE("\xE9" == letter && !("\xE9" != letter) && "\xE9" != text);
+    EXPECT_TRUE(letter == '\xE9' && '\xE9' == letter && letter != 'e');
+    EXPECT_TRUE(letter == std::string_view("\xE9") && std::string("\xC3\xA9") != letter);
+}
+
+TEST(String, IsOrderedAmongNarrowTextsByCodePoint) {
+    String const text("\xE9");
+
+    EXPECT_TRUE(text < "\xEA" && text <= "\xEA" && !(text > "\xEA") && !(text >= "\xEA"));
+    EXPECT_TRUE("\xE8" < text && "\xE8" <= text && !("\xE8" > text) && !("\xE8" >= text));
+    EXPECT_TRUE(text <= std::string("\xE9") && text >= std::string("\xE9") && std::string("z") < text);
+    EXPECT_TRUE(String("ab") > "a" && String("a") < "ab" && String() < "a");
+}
+
+TEST(String, IsAnArgumentOfFormat) {
+    String const text(L"gr\xFCn \x20AC");
+    String const format("<%s|%d|%s>");
+
+    EXPECT_EQ(String::Format("%s", text), text);
+    EXPECT_EQ(String::Format(format, text, 3, text + "!"), L"<gr\xFCn \x20AC|3|gr\xFCn \x20AC!>");
+    EXPECT_EQ(wxString::Format("%5s", String("ab")), "   ab");
+}
+
+TEST(String, IsAnArgumentOfPrintf) {
+    wxString printed;
+
+    printed.Printf("%s, %s", String(L"gr\xFCn"), String());
+
+    EXPECT_EQ(printed, L"gr\xFCn, ");
+}
+
 TEST(String, ToCPEncodesInTheLocalesEncoding) {
     EXPECT_EQ(bytesOf(String(L"Gr\x00FCn \x20AC").toCP()), "Gr\xC3\xBCn \xE2\x82\xAC");
     EXPECT_EQ(bytesOf(String().toCP()), "");
@@ -315,6 +402,53 @@ TEST(String, ToEncodingRefusesWhatNoEncodingHas) {
         EXPECT_THROW(text.toEncoding(wxConvUTF8, nullptr), fdn::CUnencodableStringError);
         EXPECT_THROW(text.toEncoding(*wxConvFileName, nullptr), fdn::CUnencodableStringError);
         EXPECT_THROW(text.toUTF8(), fdn::CUnencodableStringError);
+    }
+}
+
+namespace {
+
+/// An encoding of one byte for each character, which needs one more at first, as one with a byte-order mark
+/// does; or which fails after that.
+class ForgetfulEncoding : public wxMBConv {
+public:
+    explicit ForgetfulEncoding(bool fails) : m_fails(fails) {}
+
+    std::size_t FromWChar(char* bytes, std::size_t, wchar_t const* text, std::size_t length) const override {
+        if (bytes == nullptr)
+            return length + 1;
+        std::transform(text, text + length, bytes, [](wchar_t c) { return static_cast<char>(c); });
+        return m_fails ? wxCONV_FAILED : length;
+    }
+
+    wxMBConv* Clone() const override { return new ForgetfulEncoding(*this); }
+
+private:
+    bool m_fails;
+};
+
+} // namespace
+
+TEST(String, ToEncodingGivesTheBytesThatItHasWrittenAndNoMore) {
+    int length = -1;
+
+    wxCharBuffer const bytes = String("abc").toEncoding(ForgetfulEncoding(false), &length);
+
+    EXPECT_EQ(bytesOf(bytes), "abc");
+    EXPECT_EQ(length, 3);
+}
+
+TEST(String, ToEncodingFailsWhereOnlyTheSizeCouldBeHad) {
+    EXPECT_THROW(String("abc").toEncoding(ForgetfulEncoding(true), nullptr), fdn::CUnencodableStringError);
+}
+
+TEST(String, ToEncodingWithStatesGivesWholeBytesEachTime) {
+    wxCSConv const encoding("ISO-2022-JP");
+    String const text(L"a\x65E5\x672C");
+
+    for (int i = 0; i < 3; ++i) {
+        int length = -1;
+        EXPECT_EQ(bytesOf(text.toEncoding(encoding, &length)), "a\x1B$BF|K\\\x1B(B");
+        EXPECT_EQ(length, 11);
     }
 }
 
@@ -433,6 +567,40 @@ TEST_F(MadeLocale, ThatHasTheEuroSignEncodesIt) {
         DMN_SKIP_TEST("needs localedef and its character sets");
 
     EXPECT_EQ(encodings(environment, true), "e9\na4\na4\n");
+}
+
+namespace {
+
+std::string toHexadecimal(std::string const& bytes) {
+    std::string digits;
+    for (char const byte : bytes)
+        digits += wxString::Format("%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
+    return digits;
+}
+
+/// The lines that the encoding program writes in a folder.
+std::string pathsIn(std::string const& folder, test::Environment const& environment) {
+    test::Outcome const outcome = test::run({FDN_TESTS_ENCODINGS, "start", folder}, environment);
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    return outcome.output;
+}
+
+} // namespace
+
+TEST_F(MadeLocale, HasAPathForEveryNameWhateverItsBytesAre) {
+    test::Environment const environment = make("ISO-8859-1");
+    if (environment.empty())
+        DMN_SKIP_TEST("needs localedef and its character sets");
+    test::TemporaryFolder const parent;
+
+    for (char const* const name : {"\xE9", "\xC3\xA9", "\xC0\xAF"}) {
+        std::string const folder = parent.name(name);
+        std::filesystem::create_directory(folder);
+        test::writeFile(folder + "/" + name, "");
+
+        EXPECT_EQ(pathsIn(folder, environment),
+                  toHexadecimal(folder + "/x") + "\n" + toHexadecimal(std::string("./") + name) + "\n");
+    }
 }
 
 TEST(TList, IsAStackOfStringsIteratedFromTheFront) {
