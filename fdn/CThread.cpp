@@ -1,19 +1,43 @@
 #include <fdn/CThread.h>
 
-#include <chrono>
-#include <thread>
+#include <cerrno>
+
+#include <sched.h>
+#include <time.h>
 
 namespace fdn {
 
+namespace {
+
+constexpr long kNanosecondsPerSecond = 1000L * 1000 * 1000;
+constexpr long kNanosecondsPerMillisecond = 1000L * 1000;
+
+// Until a point in time and not for a while: a sleep that goes on for what is left after each signal is
+// rounded up each time, and a storm of signals keeps it from ever ending.
+void sleepFor(long seconds, long nanoseconds) {
+    timespec end = {};
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    end.tv_sec += seconds;
+    end.tv_nsec += nanoseconds;
+    if (end.tv_nsec >= kNanosecondsPerSecond) {
+        ++end.tv_sec;
+        end.tv_nsec -= kNanosecondsPerSecond;
+    }
+    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
+    }
+}
+
+} // namespace
+
 void CThread::sleep(unsigned milliseconds) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    sleepFor(milliseconds / 1000, milliseconds % 1000 * kNanosecondsPerMillisecond);
 }
 
 void threadYield(bool letLowerPrioritiesRun) {
     if (letLowerPrioritiesRun)
-        std::this_thread::sleep_for(std::chrono::microseconds(50));
+        sleepFor(0, 50'000);
     else
-        std::this_thread::yield();
+        sched_yield();
 }
 
 } // namespace fdn

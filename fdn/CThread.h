@@ -7,7 +7,8 @@ namespace fdn {
 /// What the library needs of threads beyond the C++ standard library.
 class FDN_EXPORT CThread {
 public:
-    /// Blocks the calling thread for the given number of milliseconds; a signal does not shorten it.
+    /// Blocks the calling thread for the given number of milliseconds. Signals neither shorten nor prolong
+    /// that, however many come.
     static void sleep(unsigned milliseconds);
 };
 

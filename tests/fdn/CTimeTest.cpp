@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <limits>
@@ -11,6 +12,7 @@
 
 #include <pthread.h>
 #include <signal.h>
+#include <sys/prctl.h>
 
 using fdn::CTime;
 
@@ -106,6 +108,32 @@ TEST(CThread, SleepIsNotShortenedByASignal) {
 
     EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(60));
     disturber.join();
+    sigaction(SIGUSR1, &previous, nullptr);
+}
+
+// A sleep that goes on after each signal for what is left of it grows by the slack of its timer each time.
+// Here that is large, so that few signals do what it takes many otherwise.
+TEST(CThread, SleepIsNotProlongedByAStormOfSignals) {
+    struct sigaction action {};
+
+    struct sigaction previous {};
+
+    action.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &action, &previous);
+    std::atomic<bool> hasSlept{false};
+    std::thread sleeper([&hasSlept] {
+        prctl(PR_SET_TIMERSLACK, 20'000'000UL);
+        fdn::CThread::sleep(50);
+        hasSlept = true;
+    });
+
+    for (int i = 0; i < 500 && !hasSlept; ++i) {
+        pthread_kill(sleeper.native_handle(), SIGUSR1);
+        fdn::CThread::sleep(1);
+    }
+
+    EXPECT_TRUE(hasSlept);
+    sleeper.join();
     sigaction(SIGUSR1, &previous, nullptr);
 }
 
