@@ -2,7 +2,7 @@
 
 #include <fdn/AccountLookUp.h>
 #include <fdn/CError.h>
-#include <fdn/TSafeGlobalPointer.h>
+#include <fdn/KeptGlobal.h>
 
 #include <optional>
 #include <string>
@@ -51,8 +51,7 @@ std::optional<unsigned> findNumber(String const& name, AccountFunction<Record>* 
 CSystemAccountManager::CSystemAccountManager() = default;
 
 CSystemAccountManager& CSystemAccountManager::get() {
-    static TSafeGlobalPointer<CSystemAccountManager> manager(&accountManagerGuard, &createAccountManager);
-    return *manager;
+    return getKeptGlobal<CSystemAccountManager, &accountManagerGuard, &createAccountManager>();
 }
 
 CSystemUserID CSystemAccountManager::getUserID(String const& name) const {

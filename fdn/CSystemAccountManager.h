@@ -41,7 +41,7 @@ private:
 
 /// The accounts of this machine, as the system's user and group databases give them (POSIX getpwnam,
 /// getgrnam). One per process, reached through get(). Any thread may use it; a look-up blocks as long as the
-/// database does.
+/// database does. It lives until the process ends, after all other objects.
 class FDN_EXPORT CSystemAccountManager : public CBase {
 public:
     CSystemAccountManager();

@@ -1,11 +1,10 @@
 #include <fdn/CXMLLog.h>
 
+#include <fdn/KeptGlobal.h>
 #include <fdn/LogEntry.h>
 #include <fdn/LogFile.h>
-#include <fdn/TSafeGlobalPointer.h>
 #include <fdn/XMLText.h>
 
-#include <atomic>
 #include <mutex>
 
 #include <pthread.h>
@@ -50,14 +49,7 @@ CXMLLog::CGlobalLogCloser::~CGlobalLogCloser() {
 }
 
 CXMLLog& CXMLLog::getGlobal() {
-    static std::atomic<CXMLLog*> kept{nullptr};
-    if (CXMLLog* const log = kept.load(std::memory_order_acquire))
-        return *log;
-    static TSafeGlobalPointer<CXMLLog> global(&globalGuard, &createGlobalInstance);
-    // A reference that is never dropped, because destructors of other globals may log after the pointer's.
-    global->addRef();
-    kept.store(&*global, std::memory_order_release);
-    return *kept;
+    return getKeptGlobal<CXMLLog, &globalGuard, &createGlobalInstance>();
 }
 
 P<CXMLLog> CXMLLog::createGlobalInstance() {

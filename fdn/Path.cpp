@@ -1,7 +1,7 @@
 #include <fdn/Path.h>
 
 #include <fdn/CError.h>
-#include <fdn/TSafeGlobalPointer.h>
+#include <fdn/KeptGlobal.h>
 #include <fdn/files.h>
 
 #include <algorithm>
@@ -28,13 +28,6 @@ char& _allSepsGuard() {
 
 P<String> _createAllSepsString() {
     return newObj<String>("/");
-}
-
-// Adds a reference that is never dropped: destructors of other globals may join paths after the pointer's
-// own.
-String const& keep(String const& text) {
-    text.addRef();
-    return text;
 }
 
 template <class Traits>
@@ -64,15 +57,11 @@ bool dropLastName(String& text, std::size_t rootLength) {
 } // namespace
 
 String const& CUnixPathTraits::getSep() {
-    static TSafeGlobalPointer<String> sep(&_sepGuard, &_createSepString);
-    static String const& text = keep(*sep);
-    return text;
+    return getKeptGlobal<String, &_sepGuard, &_createSepString>();
 }
 
 String const& CUnixPathTraits::getAllSeps() {
-    static TSafeGlobalPointer<String> seps(&_allSepsGuard, &_createAllSepsString);
-    static String const& text = keep(*seps);
-    return text;
+    return getKeptGlobal<String, &_allSepsGuard, &_createAllSepsString>();
 }
 
 bool CUnixPathTraits::isAbsolute(String const& text) {

@@ -11,7 +11,7 @@
 namespace fdn {
 
 /// A process-wide object that is constructed once, by the first thread that uses it, and destroyed at process
-/// exit. Any thread may use it until then; a destructor that runs later and uses it waits for ever.
+/// exit. Any thread may use it until then; a destructor that runs later and uses it gets a CError.
 ///
 /// It is meant to live as a function-local static and is made from two functions: one that returns a flag
 /// byte of this global alone, and one that makes the object:
@@ -41,13 +41,15 @@ public:
     TSafeGlobalPointer& operator=(TSafeGlobalPointer const&) = delete;
 
     ~TSafeGlobalPointer() {
+        m_isGone.store(true, std::memory_order_release);
         m_state.store(0, std::memory_order_release);
         m_object.reset();
     }
 
-    /// The object, constructed by this call if it is the first. Waits while another thread constructs it.
-    /// Throws what the create function throws to the first user, "Construction of static object has failed."
-    /// to later ones.
+    /// The object, constructed by this call if it is the first. Waits, without a lock, while another thread
+    /// constructs it; only the first user waits for the construction of other globals. Throws what the create
+    /// function throws to the first user, "Construction of static object has failed." to later ones, and a
+    /// CError to those that come after its destruction.
     T& operator*() {
         if (!_isConstructed())
             constructOrWait();
@@ -73,18 +75,28 @@ private:
     static constexpr std::uint64_t kFailed = 0xfe3493ad1f6783bd;
 
     void constructOrWait() {
-        constructUnlessDone();
-        while (!_isConstructed())
-            threadYield(true);
+        while (!_isConstructed()) {
+            if (m_isGone.load(std::memory_order_acquire))
+                throw CError("The static object has been destroyed.");
+            if (isBegun())
+                threadYield(true);
+            else
+                constructUnlessBegun();
+        }
     }
 
-    void constructUnlessDone() {
+    // Threads that wait look at the flag without the mutex; its type is the user's.
+    bool isBegun() const { return __atomic_load_n(&m_guard(), __ATOMIC_ACQUIRE) != 0; }
+
+    static void setGuard(char& guard, char value) { __atomic_store_n(&guard, value, __ATOMIC_RELEASE); }
+
+    void constructUnlessBegun() {
         CMutexLock const lock(getGlobalMutex());
-        char& guard = m_guard();
         // Another thread may have failed while this one waited for the lock; that has reset the guard.
-        if (_isConstructed() || guard != 0)
+        if (_isConstructed() || isBegun())
             return;
-        guard = 1;
+        char& guard = m_guard();
+        setGuard(guard, 1);
         construct(guard);
     }
 
@@ -92,7 +104,7 @@ private:
         try {
             m_object = m_create();
         } catch (...) {
-            guard = 0;
+            setGuard(guard, 0);
             m_state.store(kFailed, std::memory_order_release);
             throw;
         }
@@ -103,6 +115,7 @@ private:
     CreateFunction m_create;
     P<T> m_object;
     std::atomic<std::uint64_t> m_state{0};
+    std::atomic<bool> m_isGone{false};
 };
 
 } // namespace fdn

@@ -1,3 +1,5 @@
+#include "support/Program.h"
+#include "support/TemporaryFolder.h"
 #include "support/await.h"
 #include "support/errors.h"
 
@@ -7,6 +9,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -271,6 +274,30 @@ TEST_F(TSafeGlobalPointer, MayUseAnotherGlobalInItsConstruction) {
     EXPECT_EQ(m_global->value(), 21);
 }
 
+TEST_F(TSafeGlobalPointer, UserThatFoundItUnderConstructionWaitsForNoOtherGlobal) {
+    std::atomic<bool> mayEnd{false};
+    creation = [&mayEnd] {
+        EXPECT_TRUE(test::await([&] { return mayEnd.load(); }));
+        return fdn::newObj<Thing>(42);
+    };
+    auto lock = std::make_unique<fdn::CMutexLock>(fdn::getGlobalMutex());
+    std::atomic<bool> hasBeenUsed{false};
+    std::thread helper([&] {
+        EXPECT_TRUE(test::await([] { return creations == 1; }));
+        User const user(m_global);
+        EXPECT_TRUE(user.awaitWaiting());
+        mayEnd = true;
+        EXPECT_EQ(user.failure(), "");
+        hasBeenUsed = true;
+    });
+
+    *m_global;
+
+    EXPECT_TRUE(test::await([&] { return hasBeenUsed.load(); }));
+    lock.reset();
+    helper.join();
+}
+
 TEST_F(TSafeGlobalPointer, DestroysItsObjectWhenItGoes) {
     bool isGone = false;
     creation = [&isGone] { return fdn::newObj<Thing>(0, &isGone); };
@@ -295,4 +322,28 @@ TEST_F(TSafeGlobalPointer, LeavesAnObjectThatOthersHoldAliveWhenItGoes) {
     }
 
     EXPECT_FALSE(isGone);
+}
+
+TEST(GlobalObjects, MayJoinPathsInTheirConstruction) {
+    test::Outcome const outcome = test::run({FDN_TESTS_USE_GLOBALS, "join-in-construction"});
+
+    EXPECT_EQ(outcome.signal, 0);
+    EXPECT_EQ(outcome.status, 0);
+}
+
+TEST(GlobalObjects, KeepNobodyFromLoggingWhileTheyAreConstructed) {
+    test::TemporaryFolder const folder;
+
+    test::Outcome const outcome =
+        test::run({FDN_TESTS_USE_GLOBALS, "log-in-construction"}, {{"XDG_STATE_HOME", folder.name("state")}});
+
+    EXPECT_EQ(outcome.signal, 0);
+    EXPECT_EQ(outcome.status, 0);
+}
+
+TEST(GlobalObjects, AreAnErrorOnceTheyAreDestroyed) {
+    test::Outcome const outcome = test::run({FDN_TESTS_USE_GLOBALS, "use-destroyed"});
+
+    EXPECT_EQ(outcome.signal, 0);
+    EXPECT_EQ(outcome.status, 0);
 }
