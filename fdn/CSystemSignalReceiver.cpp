@@ -3,7 +3,7 @@
 #include <fdn/AllSignalsBlocked.h>
 #include <fdn/CError.h>
 #include <fdn/Descriptor.h>
-#include <fdn/TSafeGlobalPointer.h>
+#include <fdn/KeptGlobal.h>
 #include <fdn/containers.h>
 #include <fdn/log.h>
 #include <fdn/sysError.h>
@@ -11,13 +11,12 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <cstdint>
 #include <mutex>
 #include <system_error>
 #include <thread>
+#include <utility>
 
-#include <poll.h>
-#include <sys/eventfd.h>
+#include <semaphore.h>
 #include <unistd.h>
 
 namespace fdn {
@@ -25,11 +24,12 @@ namespace fdn {
 namespace {
 
 // What a signal's context may look at: which process this is about, how often each signal has come since it
-// was handled last, and the event descriptor that wakes the thread. That stays open for the rest of the
-// process: at the end, a signal may still be in the middle of being noted on any thread.
+// was handled last, and the semaphore that wakes the thread. It is never destroyed: at the end, a signal may
+// still be in the middle of being noted on any thread. No descriptor is needed, which a program that closes
+// those that it does not know would take away, and then get for a file of its own.
 std::atomic<pid_t> owner{0};
 std::array<std::atomic<unsigned>, NSIG> pendingSignals;
-std::atomic<int> wakeUpEvent{-1};
+sem_t wakeUps;
 static_assert(std::atomic<pid_t>::is_always_lock_free && std::atomic<unsigned>::is_always_lock_free);
 
 bool isOwnProcess() {
@@ -37,10 +37,11 @@ bool isOwnProcess() {
 }
 
 void wakeUp() {
-    std::uint64_t const one = 1;
-    // It cannot fail: the event only adds the numbers up.
-    if (write(wakeUpEvent, &one, sizeof one) == -1)
-        return;
+    sem_post(&wakeUps);
+}
+
+bool awaitWakeUp() {
+    return uninterrupted([] { return sem_wait(&wakeUps); }) == 0;
 }
 
 void endAsUsual(int signal) {
@@ -50,7 +51,7 @@ void endAsUsual(int signal) {
 
 extern "C" void receiveSignal(int signal) {
     int const savedError = errno;
-    // A forked process shares its parent's event, and must not speak for the parent.
+    // A forked process has no thread that would call a handler.
     if (isOwnProcess()) {
         ++pendingSignals[static_cast<std::size_t>(signal)];
         wakeUp();
@@ -67,13 +68,6 @@ char& signalReceiverGuard() {
 
 P<CSystemSignalReceiver> createSignalReceiver() {
     return newObj<CSystemSignalReceiver>();
-}
-
-int makeEvent() {
-    int const event = eventfd(0, EFD_CLOEXEC);
-    if (event == -1)
-        throwLastSysError("eventfd", "CSystemSignalReceiver constructor");
-    return event;
 }
 
 void callHandler(ISystemSignalHandler& handler, int signal) {
@@ -95,6 +89,7 @@ public:
 
     void setHandler(int signal, P<ISystemSignalHandler> handler);
     void removeHandler(int signal);
+    void end();
 
 private:
     struct Registration {
@@ -112,8 +107,7 @@ private:
     void run();
     bool unblockHandledSignals();
     Call takeCall();
-    bool awaitWakeUp();
-    void ignoreHandledSignals();
+    TMap<int, Registration> ignoreHandledSignals();
     void stopThread();
 
     std::mutex m_mutex; // guards the two fields below, and counting signals down
@@ -127,21 +121,18 @@ CSystemSignalReceiver::CDelivery::CDelivery() {
     pid_t nobody = 0;
     if (!owner.compare_exchange_strong(nobody, getpid()))
         throw CError("The process has its signal receiver already.");
-    wakeUpEvent = makeEvent();
+    sem_init(&wakeUps, 0, 0);
     startThread();
 }
 
 CSystemSignalReceiver::CDelivery::~CDelivery() {
-    if (!isOwnProcess()) {
-        m_thread.detach(); // a forked process does not have it
-        return;
-    }
-    ignoreHandledSignals();
-    stopThread();
+    end();
 }
 
 void CSystemSignalReceiver::CDelivery::setHandler(int signal, P<ISystemSignalHandler> handler) {
     std::lock_guard<std::mutex> const lock(m_mutex);
+    if (m_stopping)
+        throw CError("The process ends: its signals are not handled any more.");
     auto const found = m_registrations.find(signal);
     if (found == m_registrations.end())
         catchSignal(signal, handler);
@@ -184,13 +175,11 @@ void CSystemSignalReceiver::CDelivery::startThread() {
     }
 }
 
+// There is a wake-up for each signal that pends, for each change of the handlers and for the end.
 void CSystemSignalReceiver::CDelivery::run() {
-    bool goesOn = true;
-    while (goesOn && unblockHandledSignals()) {
+    while (awaitWakeUp() && unblockHandledSignals()) {
         Call const call = takeCall();
-        if (call.signal == 0)
-            goesOn = awaitWakeUp();
-        else if (call.handler)
+        if (call.handler)
             callHandler(*call.handler, call.signal);
     }
 }
@@ -223,29 +212,30 @@ CSystemSignalReceiver::CDelivery::Call CSystemSignalReceiver::CDelivery::takeCal
     return Call();
 }
 
-// Returns false when nothing can come any more, because the program has closed a descriptor that is not its
-// own.
-bool CSystemSignalReceiver::CDelivery::awaitWakeUp() {
-    // Not in read(): ThreadSanitizer would hold back signals that come to this thread there.
-    pollfd event = {wakeUpEvent, POLLIN, 0};
-    uninterrupted([&] { return poll(&event, 1, -1); });
-    std::uint64_t count = 0;
-    return uninterrupted([&] { return read(wakeUpEvent, &count, sizeof count); }) == sizeof count;
+// Only once: the destructor of the process's receiver never runs.
+void CSystemSignalReceiver::CDelivery::end() {
+    if (!m_thread.joinable())
+        return;
+    if (!isOwnProcess()) {
+        m_thread.detach(); // a forked process does not have it
+        return;
+    }
+    TMap<int, Registration> const unused = ignoreHandledSignals(); // outlives the thread
+    stopThread();
 }
 
 // A signal that comes from now on must neither end the process nor call into this library, which may be
 // unloaded next.
-void CSystemSignalReceiver::CDelivery::ignoreHandledSignals() {
+TMap<int, CSystemSignalReceiver::CDelivery::Registration>
+CSystemSignalReceiver::CDelivery::ignoreHandledSignals() {
     std::lock_guard<std::mutex> const lock(m_mutex);
+    m_stopping = true;
     for (auto const& [signal, registration] : m_registrations)
         ::signal(signal, SIG_IGN);
+    return std::exchange(m_registrations, {});
 }
 
 void CSystemSignalReceiver::CDelivery::stopThread() {
-    {
-        std::lock_guard<std::mutex> const lock(m_mutex);
-        m_stopping = true;
-    }
     wakeUp();
     if (m_thread.get_id() == std::this_thread::get_id())
         m_thread.detach(); // a handler ends the process
@@ -253,13 +243,29 @@ void CSystemSignalReceiver::CDelivery::stopThread() {
         m_thread.join();
 }
 
+class CSystemSignalReceiver::CDeliveryEnd {
+public:
+    explicit CDeliveryEnd(CDelivery& delivery) : m_delivery(delivery) {}
+
+    CDeliveryEnd(CDeliveryEnd const&) = delete;
+    CDeliveryEnd& operator=(CDeliveryEnd const&) = delete;
+
+    ~CDeliveryEnd() { m_delivery.end(); }
+
+private:
+    CDelivery& m_delivery;
+};
+
 CSystemSignalReceiver::CSystemSignalReceiver() : m_delivery(std::make_unique<CDelivery>()) {}
 
 CSystemSignalReceiver::~CSystemSignalReceiver() = default;
 
 CSystemSignalReceiver& CSystemSignalReceiver::get() {
-    static TSafeGlobalPointer<CSystemSignalReceiver> receiver(&signalReceiverGuard, &createSignalReceiver);
-    return *receiver;
+    CSystemSignalReceiver& receiver =
+        getKeptGlobal<CSystemSignalReceiver, &signalReceiverGuard, &createSignalReceiver>();
+    // The object stays, for destructors of other globals. Its thread does not.
+    static CDeliveryEnd const end(*receiver.m_delivery);
+    return receiver;
 }
 
 void CSystemSignalReceiver::setHandler(SysSignal signal, ISystemSignalHandler* handler) {

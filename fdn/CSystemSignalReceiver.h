@@ -33,15 +33,16 @@ public:
 ///
 ///     CSystemSignalReceiver::get().setHandler(SysSignal::Terminate, handler.get());
 ///
-/// It works whatever signals the program's threads block, and also where the process was started with the
-/// signal blocked or ignored. The thread sleeps until a signal comes. Like all pending signals, several of
-/// the same kind that come before the thread gets to run may count as one (POSIX 2.4.1), and different ones
-/// may be handled in another order than they came.
+/// It works whatever signals the program's threads block, also where the process was started with the signal
+/// blocked or ignored, and needs no file descriptor, which the program might close. The thread sleeps until a
+/// signal comes. Like all pending signals, several of the same kind that come before the thread gets to run
+/// may count as one (POSIX 2.4.1), and different ones may be handled in another order than they came.
 ///
 /// A process that is forked off without running a program of its own has no receiver: the signals that are
 /// handled here end it, as they end any program that does not handle them. At process exit the signals that
 /// still have handlers are ignored from then on, so that they cannot change the exit status any more, and a
-/// handler that is running is waited for.
+/// handler that is running is waited for. The receiver itself stays until the process is gone, for
+/// destructors that give up their handlers late.
 class FDN_EXPORT CSystemSignalReceiver : public CBase {
 public:
     /// Starts the thread. Throws CError when that fails, and when the process has or had a receiver
@@ -62,11 +63,13 @@ public:
     /// here.
     ///
     /// Any thread may call it, a handler too. It does not wait for a handler that is running. Throws CError
-    /// for signals that cannot be handled, and in a process that was forked off.
+    /// for signals that cannot be handled, in a process that was forked off and, for a handler, when the
+    /// process's globals are being destroyed.
     void setHandler(SysSignal signal, ISystemSignalHandler* handler);
 
 private:
     class CDelivery;
+    class CDeliveryEnd;
     std::unique_ptr<CDelivery> m_delivery;
 };
 

@@ -372,6 +372,20 @@ TEST(SignalReceiverAtExit, LetsAHandlerEndTheProcess) {
     EXPECT_EQ(test::run({FDN_TESTS_END_WITH_SIGNALS, "exit-in-handler"}).status, 0);
 }
 
+TEST(SignalReceiverAtExit, MayBeAskedForByADestructorThatRunsAfterItsOwn) {
+    test::Outcome const outcome = test::run({FDN_TESTS_END_WITH_SIGNALS, "used-at-exit"});
+
+    EXPECT_EQ(outcome.signal, 0);
+    EXPECT_EQ(outcome.status, 0);
+}
+
+TEST(SignalReceiverWithoutDescriptors, HearsSignalsAndLeavesTheProgramsFilesAlone) {
+    test::Outcome const outcome = test::run({FDN_TESTS_END_WITH_SIGNALS, "without-descriptors"});
+
+    EXPECT_EQ(outcome.signal, 0);
+    EXPECT_EQ(outcome.status, 0);
+}
+
 TEST(SignalReceiverAtExit, LetsAForkedProcessEndByItself) {
     EXPECT_EQ(test::run({FDN_TESTS_END_WITH_SIGNALS, "exit-in-fork"}).status, 0);
 }

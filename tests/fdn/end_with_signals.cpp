@@ -4,18 +4,26 @@
 //   signalled-at-exit   gets SIGTERM, which must be ignored by then, after the receiver is gone
 //   exit-in-handler     its handler calls exit()
 //   exit-in-fork        a forked process calls exit(), and this one still receives signals afterwards
+//   used-at-exit        asks for the receiver and the account manager when both have been destroyed
+//   without-descriptors closes all descriptors and opens a file of its own, which no signal may change
 
+#include <fdn/CError.h>
 #include <fdn/CFdnInit.h>
+#include <fdn/CSystemAccountManager.h>
 #include <fdn/CSystemSignalReceiver.h>
 #include <fdn/P.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 #include <signal.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -82,12 +90,59 @@ int exitInFork() {
     return 0;
 }
 
+class UsesGlobalsInTheEnd {
+public:
+    ~UsesGlobalsInTheEnd() {
+        if (fdn::CSystemAccountManager::get().getUserID("root").getUID() != 0)
+            _exit(kFailure);
+        CSystemSignalReceiver::get().setHandler(SysSignal::Terminate, nullptr);
+        try {
+            handleTermination([] {});
+            _exit(kFailure);
+        } catch (fdn::CError const&) {
+            // Nobody would call the handler any more.
+        }
+    }
+};
+
+int useGlobalsAtExit() {
+    // Made before the globals, and so destroyed after them.
+    static UsesGlobalsInTheEnd const last;
+    handleTermination([] {});
+    fdn::CSystemAccountManager::get();
+    return 0;
+}
+
+bool isEmptyWithAllItsNumbers(std::vector<int> const& files) {
+    return std::all_of(files.begin(), files.end(), [](int file) {
+        struct stat info = {};
+        return fstat(file, &info) == 0 && info.st_size == 0;
+    });
+}
+
+int receiveWithoutDescriptors() {
+    static std::atomic<bool> isReceived{false};
+    handleTermination([] { isReceived = true; });
+    for (int descriptor = 0; descriptor < 1024; ++descriptor)
+        close(descriptor);
+    std::vector<int> files;
+    for (int i = 0; i < 20; ++i)
+        files.push_back(memfd_create("own file", MFD_CLOEXEC));
+    kill(getpid(), SIGTERM);
+    while (!isReceived)
+        usleep(1000);
+    return isEmptyWithAllItsNumbers(files) ? 0 : kFailure;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     std::map<std::string, int (*)()> const ways = {{"signalled-at-exit", &beSignalledAtExit},
                                                    {"exit-in-handler", &exitInHandler},
-                                                   {"exit-in-fork", &exitInFork}};
+                                                   {"exit-in-fork", &exitInFork},
+                                                   {"used-at-exit", &useGlobalsAtExit},
+                                                   {"without-descriptors", &receiveWithoutDescriptors}};
+    alarm(20); // where the process would hang
     fdn::CFdnInit const init(true);
     auto const way = ways.find(argc == 2 ? argv[1] : "");
     return way == ways.end() ? kUsage : way->second();

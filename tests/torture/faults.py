@@ -23,7 +23,6 @@ ERRORS = {
     "close_range": "EMFILE ENOMEM",
     "connect": "EACCES EAGAIN ECONNREFUSED EINTR",
     "dup2": "EBUSY EINTR EMFILE",
-    "eventfd2": "EMFILE ENFILE ENODEV ENOMEM",
     "execve": "EACCES EAGAIN EIO EMFILE ENOENT ENOMEM ETXTBSY",
     "fchmod": "EIO EPERM EROFS",
     "fchownat": "EACCES EIO ENOMEM EPERM EROFS",
