@@ -196,7 +196,7 @@ bool CSystemSignalReceiver::CDelivery::unblockHandledSignals() {
     return !m_stopping;
 }
 
-// What is due for a pending signal; without one, the signal 0. Begins after the last one, so that a flood
+// What is due for a pending signal; without one, no handler. Begins after the last one, so that a flood
 // of one signal does not keep the others waiting.
 CSystemSignalReceiver::CDelivery::Call CSystemSignalReceiver::CDelivery::takeCall() {
     std::lock_guard<std::mutex> const lock(m_mutex);

@@ -3,6 +3,7 @@
 #include <fdn/KeptGlobal.h>
 #include <fdn/LogEntry.h>
 #include <fdn/LogFile.h>
+#include <fdn/Syslog.h>
 #include <fdn/XMLText.h>
 
 #include <mutex>
@@ -18,6 +19,9 @@ namespace {
 // be used for as long as the process lives.
 std::mutex logMutex;
 
+// Since the last one that was written. Guarded by the mutex.
+unsigned long lostEntries = 0;
+
 void lockBeforeFork() {
     logMutex.lock();
 }
@@ -26,16 +30,25 @@ void unlockAfterFork() {
     logMutex.unlock();
 }
 
+void beginAnewInChild() {
+    lostEntries = 0; // the parent will tell of those
+    logMutex.unlock();
+}
+
 // The child of a fork has only the thread that called it. Were another one just writing an entry, the child
 // would wait for it for ever.
 void keepForksOutOfEntries() {
-    static int const registered = pthread_atfork(&lockBeforeFork, &unlockAfterFork, &unlockAfterFork);
+    static int const registered = pthread_atfork(&lockBeforeFork, &unlockAfterFork, &beginAnewInChild);
     static_cast<void>(registered);
 }
 
-void writeToSyslog(LogLevel level, std::string const& entry) {
+bool writeToSyslog(LogLevel level, std::string const& entry) {
     int const priority = LOG_DAEMON | (level == LogLevel::Error ? LOG_ERR : LOG_INFO);
-    syslog(priority, "%.*s", static_cast<int>(entry.size()) - 1, entry.c_str()); // without the line feed
+    return sendToSyslog(priority, entry.substr(0, entry.size() - 1)); // without the line feed
+}
+
+std::string describeLoss() {
+    return "Entries lost before this one: " + std::to_string(lostEntries);
 }
 
 } // namespace
@@ -86,9 +99,15 @@ void CXMLLog::close() {
 
 void CXMLLog::write(LogLevel level, std::string const& content) {
     std::lock_guard<std::mutex> const lock(logMutex);
+    if (lostEntries > 0 && writeSomewhere(LogLevel::Error, describeLoss()))
+        lostEntries = 0;
+    if (!writeSomewhere(level, content))
+        ++lostEntries;
+}
+
+bool CXMLLog::writeSomewhere(LogLevel level, std::string const& content) {
     std::string const entry = formatLogEntry(level, content);
-    if (!writeToFile(entry))
-        writeToSyslog(level, entry);
+    return writeToFile(entry) || writeToSyslog(level, entry);
 }
 
 bool CXMLLog::writeToFile(std::string const& entry) {

@@ -36,17 +36,22 @@ class LogFile;
 /// and no symbolic link.
 ///
 /// The environment variable FDN_LOG_FILE names another file, whose folder must exist. It may be anything that
-/// can be written to, such as /dev/stderr, but an entry that a pipe or terminal does not take at once does
-/// not get there. A set-user-ID program ignores all three variables. The place is chosen when the first entry
-/// is written, and again when the first one after close() is.
+/// can be written to, but an entry that a pipe, socket or terminal does not take at once does not get there.
+/// /dev/stdout, /dev/stderr, /dev/fd/N and /proc/self/fd/N also stand for a descriptor that cannot be opened
+/// anew: a socket, or a pipe or file of another user. A set-user-ID program ignores all three variables. The
+/// place is chosen when the first entry is written, and again when the first one after close() is.
 ///
 /// **Several processes** may share the file: an entry is appended with one write. Before the file would grow
 /// beyond 10 MiB it is renamed, to its name with ".1" at the end; older ones become ".2" to ".5", and the
 /// oldest is dropped. A file that another tool has moved away or deleted is noticed with the next entry,
-/// which begins a new one. What FDN_LOG_FILE reaches through a symbolic link is never renamed.
+/// which begins a new one. Where a file ends in the middle of a line, because somebody's entry was written in
+/// part only, the next one begins on a new line. What FDN_LOG_FILE reaches through a symbolic link is never
+/// renamed.
 ///
-/// **Failure.** An entry that cannot be written to the file goes to syslog(3) instead, as it is, with the
-/// facility "daemon" and the priority "info" or "err"; the next one tries the file again.
+/// **Failure.** An entry that cannot be written to the file goes to syslog instead, as it is, with the
+/// facility "daemon" and the priority "info" or "err", under the name and number of the process; the next one
+/// tries the file again. Nothing waits for a syslog that does not read: what it does not take at once is
+/// lost. The next entry that can be written anywhere is then preceded by one that says how many were.
 ///
 /// Any thread may use it. It lives until the process ends, after all other objects: destructors of globals
 /// may log.
@@ -94,6 +99,7 @@ public:
 
 private:
     void write(LogLevel level, std::string const& content);
+    bool writeSomewhere(LogLevel level, std::string const& content);
     bool writeToFile(std::string const& entry);
 
     std::unique_ptr<LogFile> m_file;

@@ -21,7 +21,7 @@ constexpr int kOldFiles = 5;
 
 // Not blocking, so that a pipe without a reader, or whose reader is slow, does not hold the program up; and a
 // terminal must not become the controlling one of a daemon.
-constexpr int kOpenFlags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+constexpr int kOpenFlags = O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
 struct stat examine(Descriptor const& file) {
     struct stat info = {};
@@ -58,32 +58,57 @@ bool isAt(char const* name, Descriptor const& file, struct stat& known) {
 } // namespace
 
 void LogFile::append(std::string const& line) {
-    if (m_isLineTorn)
-        appendBytes("\n" + line);
-    else
-        appendBytes(line);
-}
-
-void LogFile::appendBytes(std::string const& bytes) {
     if (!m_file.isOpen() || !isAt(m_name, m_file, m_info))
         open();
-    if (isFull(m_info, bytes.size()))
-        rotate(bytes.size());
-    write(bytes);
+    if (isFull(m_info, line.size()))
+        rotate(line.size());
+    lookForTornLine();
+    if (m_isLineTorn)
+        write("\n" + line);
+    else
+        write(line);
 }
 
 void LogFile::open() {
     m_file.reset();
     if (!m_place.folder.getText().empty())
         ensureFolderExists(m_place.folder, m_place.folderMode);
-    int const flags = kOpenFlags | O_CREAT | (m_place.isAnyKind ? 0 : O_NOFOLLOW);
-    Descriptor file(::open(m_name, flags, m_place.fileMode));
+    Descriptor file = openByName();
+    m_isDuplicate = !file.isOpen();
+    if (m_isDuplicate)
+        file = duplicate();
     if (!file.isOpen())
         fail("open");
     m_info = examine(file);
     if (!m_place.isAnyKind && !S_ISREG(m_info.st_mode))
         throw CError("The log '" + m_place.file.getText() + "' is no regular file.");
     m_file = std::move(file);
+    m_end = kUnknown;
+}
+
+// To be read, too, if it is a file and may be: for the look at its last line. A pipe that this process could
+// read from would seem to have a reader.
+Descriptor LogFile::openByName() const {
+    int const flags = kOpenFlags | O_CREAT | (m_place.isAnyKind ? 0 : O_NOFOLLOW);
+    struct stat info = {};
+    bool const isFile = stat(m_name, &info) != 0 || S_ISREG(info.st_mode);
+    Descriptor readable(isFile ? ::open(m_name, flags | O_RDWR, m_place.fileMode) : -1);
+    if (readable.isOpen())
+        return readable;
+    return Descriptor(::open(m_name, flags | O_WRONLY, m_place.fileMode));
+}
+
+// Of a descriptor of the program that cannot be opened anew: a socket, or a pipe of another user. It then
+// shares its flags with others, and must stay one that waits.
+Descriptor LogFile::duplicate() const {
+    int const savedError = errno;
+    Descriptor copy(m_place.descriptor < 0 ? -1
+                                           : fcntl(m_place.descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    mode_t const mode = examine(copy).st_mode;
+    if (!S_ISSOCK(mode) && !S_ISFIFO(mode) && !S_ISREG(mode))
+        copy.reset(); // a terminal does not tell how much it takes at once
+    errno = savedError;
+    return copy;
 }
 
 // One process rotates, the others write on. Each that gets the lock goes on with the file that is at the
@@ -91,7 +116,7 @@ void LogFile::open() {
 void LogFile::rotate(std::size_t size) {
     // Opened anew, because m_file may be shared with the process that this one was forked from, and a lock on
     // it would be shared, too. A link is not rotated: what it leads to is not this program's to move.
-    Descriptor const lock(::open(m_name, kOpenFlags | O_NOFOLLOW));
+    Descriptor const lock(::open(m_name, kOpenFlags | O_WRONLY | O_NOFOLLOW));
     if (!lock.isOpen() || flock(lock.get(), LOCK_EX | LOCK_NB) != 0)
         return;
     // Asked again, because another process may have rotated before the lock was had.
@@ -116,11 +141,32 @@ Path LogFile::getOldFile(int age) const {
     return Path(m_place.file.getText() + "." + std::to_string(age).c_str());
 }
 
+// The last line of a file that is not as this process has left it may be a torn one: of another process, or
+// of an earlier one.
+void LogFile::lookForTornLine() {
+    if (S_ISREG(m_info.st_mode) && m_info.st_size != m_end)
+        m_isLineTorn = endsWithinLine();
+}
+
+// Where that cannot be read, the line is taken for whole.
+bool LogFile::endsWithinLine() const {
+    char last = '\n';
+    off_t const size = m_info.st_size;
+    if (size == 0 || pread(m_file.get(), &last, 1, size - 1) != 1 || last == '\n')
+        return false;
+    // While another process writes, the size grows page by page. The kernel lets one write at a time: after
+    // an empty one, the other is over, and the file larger.
+    writeQuietly(m_file.get(), "", 0);
+    return examine(m_file).st_size == size;
+}
+
 void LogFile::write(std::string const& bytes) {
-    ssize_t const written = writeQuietly(m_file.get(), bytes.data(), bytes.size());
+    auto const writeBytes = m_isDuplicate ? &writeWithoutWaiting : &writeQuietly;
+    ssize_t const written = writeBytes(m_file.get(), bytes.data(), bytes.size());
     if (written == -1)
         fail("write");
     // The rest is not written later, because others may have written meanwhile.
+    m_end = m_info.st_size + written;
     m_isLineTorn = static_cast<std::size_t>(written) < bytes.size();
     if (m_isLineTorn)
         throw CError("The log '" + m_place.file.getText() + "' took only a part of an entry.");

@@ -49,14 +49,30 @@ String getUserStateFolder() {
     throw CError("The user has no folder for logs.");
 }
 
-// Texts are put together here, because joining Paths takes a global object: a destructor that logs when the
-// process ends would find it gone, and wait for it for ever.
+// Texts are put together here, because joining Paths takes a global object: its first use waits while another
+// thread constructs one, and that thread may be about to log.
+
+// The descriptor that the name stands for (proc_pid_fd(5)), or -1.
+int getNamedDescriptor(String const& file) {
+    if (file == "/dev/stdout")
+        return STDOUT_FILENO;
+    if (file == "/dev/stderr")
+        return STDERR_FILENO;
+    String const number = file.AfterLast(L'/');
+    String const folder = file.BeforeLast(L'/');
+    bool const isNumber =
+        !number.empty() && number.length() < 10 && number.find_first_not_of(L"0123456789") == String::npos;
+    if (!isNumber || (folder != "/dev/fd" && folder != "/proc/self/fd"))
+        return -1;
+    return std::stoi(number.toUTF8().data());
+}
 
 LogPlace getNamedPlace(String const& file) {
     LogPlace place;
     place.file =
         Path(CUnixPathTraits::isAbsolute(file) ? file : getCurrentWorkDirectoryAsString() + "/" + file);
     place.isAnyKind = true;
+    place.descriptor = getNamedDescriptor(file);
     return place;
 }
 

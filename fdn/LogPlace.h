@@ -12,6 +12,9 @@ struct LogPlace {
     /// Whether the file may be of any kind, a device or a pipe for example, and not a regular file alone.
     bool isAnyKind = false;
 
+    /// The descriptor of the program that the file's name stands for, such as 2 for /dev/stderr, or -1.
+    int descriptor = -1;
+
     /// The folder that is made for the log where it is missing; empty when none is to be made.
     Path folder;
     int folderMode = 0;

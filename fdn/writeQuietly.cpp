@@ -2,10 +2,14 @@
 
 #include <fdn/Descriptor.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <ctime>
 
+#include <poll.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 namespace fdn {
@@ -51,6 +55,27 @@ private:
     sigset_t m_callersMask;
 };
 
+// A pipe then takes PIPE_BUF bytes, all at once (POSIX).
+bool hasRoom(int descriptor) {
+    pollfd pipe = {descriptor, POLLOUT, 0};
+    if (poll(&pipe, 1, 0) > 0)
+        return true;
+    errno = EAGAIN;
+    return false;
+}
+
+ssize_t writePieces(int descriptor, char const* bytes, std::size_t size) {
+    std::size_t done = 0;
+    while (done < size && hasRoom(descriptor)) {
+        std::size_t const piece = std::min<std::size_t>(size - done, PIPE_BUF);
+        ssize_t const written = writeQuietly(descriptor, bytes + done, piece);
+        if (written == -1)
+            break;
+        done += static_cast<std::size_t>(written);
+    }
+    return done > 0 ? static_cast<ssize_t>(done) : -1;
+}
+
 } // namespace
 
 ssize_t writeQuietly(int descriptor, char const* bytes, std::size_t size) {
@@ -59,6 +84,13 @@ ssize_t writeQuietly(int descriptor, char const* bytes, std::size_t size) {
     if (written != static_cast<ssize_t>(size))
         heldBack.discard();
     return written;
+}
+
+ssize_t writeWithoutWaiting(int descriptor, char const* bytes, std::size_t size) {
+    ssize_t const sent = send(descriptor, bytes, size, MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (sent == -1 && errno == ENOTSOCK)
+        return writePieces(descriptor, bytes, size);
+    return sent;
 }
 
 } // namespace fdn
