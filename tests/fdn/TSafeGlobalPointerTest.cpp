@@ -324,14 +324,14 @@ TEST_F(TSafeGlobalPointer, LeavesAnObjectThatOthersHoldAliveWhenItGoes) {
     EXPECT_FALSE(isGone);
 }
 
-TEST(GlobalObjects, MayJoinPathsInTheirConstruction) {
+TEST(SafeGlobalObjects, MayJoinPathsInTheirConstruction) {
     test::Outcome const outcome = test::run({FDN_TESTS_USE_GLOBALS, "join-in-construction"});
 
     EXPECT_EQ(outcome.signal, 0);
     EXPECT_EQ(outcome.status, 0);
 }
 
-TEST(GlobalObjects, KeepNobodyFromLoggingWhileTheyAreConstructed) {
+TEST(SafeGlobalObjects, KeepNobodyFromLoggingWhileTheyAreConstructed) {
     test::TemporaryFolder const folder;
 
     test::Outcome const outcome =
@@ -341,7 +341,7 @@ TEST(GlobalObjects, KeepNobodyFromLoggingWhileTheyAreConstructed) {
     EXPECT_EQ(outcome.status, 0);
 }
 
-TEST(GlobalObjects, AreAnErrorOnceTheyAreDestroyed) {
+TEST(SafeGlobalObjects, AreAnErrorOnceTheyAreDestroyed) {
     test::Outcome const outcome = test::run({FDN_TESTS_USE_GLOBALS, "use-destroyed"});
 
     EXPECT_EQ(outcome.signal, 0);
