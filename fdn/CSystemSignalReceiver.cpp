@@ -212,7 +212,7 @@ CSystemSignalReceiver::CDelivery::Call CSystemSignalReceiver::CDelivery::takeCal
     return Call();
 }
 
-// Only once: the destructor of the process's receiver never runs.
+// The process's receiver ends like this, since its destructor never runs.
 void CSystemSignalReceiver::CDelivery::end() {
     if (!m_thread.joinable())
         return;
@@ -261,8 +261,7 @@ CSystemSignalReceiver::CSystemSignalReceiver() : m_delivery(std::make_unique<CDe
 CSystemSignalReceiver::~CSystemSignalReceiver() = default;
 
 CSystemSignalReceiver& CSystemSignalReceiver::get() {
-    CSystemSignalReceiver& receiver =
-        getKeptGlobal<CSystemSignalReceiver, &signalReceiverGuard, &createSignalReceiver>();
+    auto& receiver = getKeptGlobal<CSystemSignalReceiver, &signalReceiverGuard, &createSignalReceiver>();
     // The object stays, for destructors of other globals. Its thread does not.
     static CDeliveryEnd const end(*receiver.m_delivery);
     return receiver;

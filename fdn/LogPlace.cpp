@@ -64,7 +64,7 @@ int getNamedDescriptor(String const& file) {
         !number.empty() && number.length() < 10 && number.find_first_not_of(L"0123456789") == String::npos;
     if (!isNumber || (folder != "/dev/fd" && folder != "/proc/self/fd"))
         return -1;
-    return std::stoi(number.toUTF8().data());
+    return std::stoi(number.toUTF8());
 }
 
 LogPlace getNamedPlace(String const& file) {

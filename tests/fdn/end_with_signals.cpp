@@ -93,7 +93,7 @@ int exitInFork() {
 class UsesGlobalsInTheEnd {
 public:
     ~UsesGlobalsInTheEnd() {
-        if (fdn::CSystemAccountManager::get().getUserID("root").getUID() != 0)
+        if (fdn::CSystemAccountManager::get().isProcessUserAdmin() != (geteuid() == 0))
             _exit(kFailure);
         CSystemSignalReceiver::get().setHandler(SysSignal::Terminate, nullptr);
         try {
