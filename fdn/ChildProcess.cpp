@@ -1,12 +1,16 @@
 #include <fdn/ChildProcess.h>
 
-#include <fdn/Descriptor.h>
+#include <fdn/StandardStreams.h>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
+#include <utility>
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace fdn {
@@ -32,8 +36,8 @@ constexpr long kSetGroups = SYS_setgroups;
 constexpr long kSetUser = SYS_setresuid;
 #endif
 
-void report(LaunchPlan const& plan, LaunchStep step, int value) {
-    LaunchReport const message = {step, value};
+void report(LaunchPlan const& plan, LaunchStep step, int error = 0) {
+    LaunchReport const message = {step, getpid(), error};
     uninterrupted([&] { return write(plan.reports, &message, sizeof message); });
 }
 
@@ -42,17 +46,12 @@ void report(LaunchPlan const& plan, LaunchStep step, int value) {
     _exit(kExitStatusOfFailure);
 }
 
-void partFromParent(LaunchPlan const& plan) {
-    if (plan.startsSession && setsid() == -1)
-        fail(plan, LaunchStep::Session);
-    if (!plan.leavesParent)
-        return;
-    // Without the handlers that fork() would run, of which nobody knows what they do.
-    pid_t const child = _Fork();
-    if (child == -1)
-        fail(plan, LaunchStep::SecondFork);
-    if (child > 0)
-        _exit(0);
+// Makes a step of which a system call is all.
+template <class Call>
+void make(LaunchPlan const& plan, LaunchStep step, Call call) {
+    report(plan, step);
+    if (call() == -1)
+        fail(plan, step);
 }
 
 // The descriptors of the plan are needed for a while yet, so nothing is closed before the program starts.
@@ -66,6 +65,7 @@ void leaveOtherDescriptorsBehind() {
 }
 
 void takeStreams(LaunchPlan const& plan) {
+    report(plan, LaunchStep::Streams);
     int stream = 0;
     for (int const source : plan.streams) {
         if (source != -1 && uninterrupted([&] { return dup2(source, stream); }) == -1)
@@ -83,21 +83,14 @@ bool canBecomeRootAgain(LaunchPlan const& plan) {
 
 // The user last: with the rights of another one the groups could not be changed any more.
 void takeAccount(LaunchPlan const& plan) {
-    if (syscall(kSetGroup, plan.group, plan.group, plan.group) == -1)
-        fail(plan, LaunchStep::Group);
-    if (syscall(kSetGroups, plan.groupCount, plan.groups) == -1)
-        fail(plan, LaunchStep::SupplementaryGroups);
-    if (syscall(kSetUser, plan.user, plan.user, plan.user) == -1)
-        fail(plan, LaunchStep::User);
+    make(plan, LaunchStep::Group, [&] { return syscall(kSetGroup, plan.group, plan.group, plan.group); });
+    make(plan, LaunchStep::SupplementaryGroups,
+         [&] { return syscall(kSetGroups, plan.groupCount, plan.groups); });
+    make(plan, LaunchStep::User, [&] { return syscall(kSetUser, plan.user, plan.user, plan.user); });
     if (canBecomeRootAgain(plan)) {
         errno = EPERM;
         fail(plan, LaunchStep::User);
     }
-}
-
-void enterFolder(LaunchPlan const& plan) {
-    if (plan.folder != nullptr && chdir(plan.folder) == -1)
-        fail(plan, LaunchStep::Folder);
 }
 
 // The mask last, so that no handler of the parent ever runs here.
@@ -111,19 +104,101 @@ void resetSignals() {
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-} // namespace
-
-void becomeProgram(LaunchPlan const& plan) noexcept {
-    partFromParent(plan);
-    report(plan, LaunchStep::Exist, getpid());
+[[noreturn]] void becomeProgram(LaunchPlan const& plan) {
+    // Nobody would wait for the program, or end it, without the process that stays between.
+    if (plan.ends != -1)
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
     leaveOtherDescriptorsBehind();
+    if (plan.startsSession && !plan.leavesParent)
+        make(plan, LaunchStep::Session, setsid);
     takeStreams(plan);
     if (plan.changesAccount)
         takeAccount(plan);
-    enterFolder(plan);
-    resetSignals();
-    execve(plan.program, plan.arguments, plan.environment);
-    fail(plan, LaunchStep::Program);
+    if (plan.folder != nullptr)
+        make(plan, LaunchStep::Folder, [&] { return chdir(plan.folder); });
+    // From here on, what ends the process counts as having ended the program.
+    make(plan, LaunchStep::Program, [&] {
+        resetSignals();
+        return execve(plan.program, plan.arguments, plan.environment);
+    });
+    _exit(kExitStatusOfFailure);
+}
+
+// The system forgets how a child has ended where SIGCHLD is ignored, which is inherited.
+void rememberChildren() {
+    struct sigaction standard = {};
+    standard.sa_handler = SIG_DFL;
+    sigaction(SIGCHLD, &standard, nullptr);
+}
+
+// The program, or the starter, may wait for another one to let go of them.
+void closeAllBut(int kept) {
+    dup2(kept, 0);
+    if (close_range(1, ~0U, 0) == 0)
+        return;
+    for (int descriptor = 1; descriptor < kOldKernelDescriptors; ++descriptor)
+        close(descriptor);
+}
+
+void reportEnd(LaunchPlan const& plan, pid_t program) {
+    closeAllBut(plan.ends);
+    int state = 0;
+    if (uninterrupted([&] { return waitpid(program, &state, 0); }) == program)
+        uninterrupted([&] { return write(0, &state, sizeof state); });
+}
+
+// The end that is written to is kept off the standard streams, whose numbers the program's process
+// overwrites.
+Pipe makeOwnPipe(LaunchPlan const& plan) {
+    std::array<int, 2> ends = {-1, -1};
+    if (pipe2(ends.data(), O_CLOEXEC) == -1)
+        fail(plan, LaunchStep::Pipe);
+    Pipe pipe = {Descriptor(ends[0]), Descriptor(fcntl(ends[1], F_DUPFD_CLOEXEC, kFirstOtherDescriptor))};
+    if (!pipe.writing.isOpen())
+        fail(plan, LaunchStep::Pipe);
+    close(ends[1]);
+    return pipe;
+}
+
+// With memory of its own, the program's process cannot lend an account whose rights it has taken a hand in
+// this one, which keeps the starter's.
+pid_t makeProgram(LaunchPlan const& plan) {
+    pid_t const program = plan.changesAccount ? _Fork() : vfork();
+    if (program == 0)
+        becomeProgram(plan);
+    return program;
+}
+
+// Nobody but the program's process holds this pipe, so its end is that process's, or the start of the
+// program.
+void awaitProgram(Pipe pipe) {
+    pipe.writing.reset();
+    char nothing = 0;
+    uninterrupted([&] { return read(pipe.reading.get(), &nothing, sizeof nothing); });
+}
+
+// This process has memory of its own, so it can wait here without keeping the starter.
+[[noreturn]] void standBetween(LaunchPlan const& plan) {
+    rememberChildren();
+    if (plan.leavesParent)
+        make(plan, LaunchStep::Session, setsid);
+    Pipe pipe = makeOwnPipe(plan);
+    pid_t const program = makeProgram(plan);
+    if (program == -1)
+        fail(plan, LaunchStep::Fork);
+    awaitProgram(std::move(pipe));
+    report(plan, LaunchStep::Done);
+    if (plan.ends != -1)
+        reportEnd(plan, program);
+    _exit(0);
+}
+
+} // namespace
+
+void perform(LaunchPlan const& plan) noexcept {
+    if (plan.needsProcessBetween())
+        standBetween(plan);
+    becomeProgram(plan);
 }
 
 } // namespace fdn

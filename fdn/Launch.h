@@ -3,15 +3,17 @@
 #include <fdn/LaunchPlan.h>
 #include <fdn/StandardStreams.h>
 
+#include <optional>
+
 namespace fdn {
 
 /// Starts the program with the given standard streams, and closes the ends of them that the process got.
-/// Returns the process's identifier once the program runs; see forkAndExec() for what it throws.
+/// Returns the process's identifier once the program runs, but where the request asks for the program's end,
+/// that of the child in between, which ends once it has told that end; see forkAndExec() for what it throws.
 pid_t launch(LaunchRequest const& request, StandardStreams& streams);
 
-/// Waits for a child of this process to end, and returns how it did (POSIX waitpid). Returns 0 at once for a
-/// process that is no child, and 0 for one that the system has forgotten already, as it does where SIGCHLD is
-/// ignored.
-int reap(pid_t process);
+/// Waits for a child of this process to end, and returns how it did (POSIX waitpid), or nothing where that
+/// cannot be known: the process is no child, or the system, or another thread, has waited for it.
+std::optional<int> reap(pid_t process);
 
 } // namespace fdn

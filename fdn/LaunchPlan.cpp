@@ -67,6 +67,7 @@ LaunchMaterial::LaunchMaterial(LaunchRequest const& request)
     m_plan.folder = m_folder.empty() ? nullptr : m_folder.c_str();
     m_plan.startsSession = request.level != ForkExecLevel::Child;
     m_plan.leavesParent = request.level == ForkExecLevel::Detached;
+    m_plan.ends = request.ends;
 }
 
 void LaunchMaterial::takeArguments(TArray<String> const& arguments) {

@@ -3,6 +3,7 @@
 #include <fdn/programs.h>
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <string>
 #include <type_traits>
@@ -12,6 +13,10 @@
 
 namespace fdn {
 
+/// How long a start may take. A program and its folder are found within milliseconds, where a network is
+/// asked within seconds; what lasts longer may last for ever.
+constexpr std::chrono::milliseconds kLongestLaunch = std::chrono::seconds(10);
+
 /// What is to be started, as the caller says it; see forkAndExec().
 struct LaunchRequest {
     CExecCommand const& command;
@@ -19,6 +24,8 @@ struct LaunchRequest {
     ForkExecLevel level;
     Path const& folder;
     TMap<String, String> const* environment;
+    std::chrono::milliseconds longestLaunch = kLongestLaunch;
+    int ends = -1; ///< takes how the program ended, as waitpid() tells it, from a process that stays between
 };
 
 /// Everything that a new process needs to become the program, computed before the fork: afterwards nothing
@@ -34,32 +41,38 @@ struct LaunchPlan {
     gid_t const* groups = nullptr;
     std::size_t groupCount = 0;
     bool startsSession = false;
-    bool leavesParent = false; // through a second fork
+    bool leavesParent = false;
     std::array<int, 3> streams = {-1, -1,
                                   -1}; // what becomes 0, 1 and 2, none of them itself; -1: the caller's
     int reports = -1;                  // takes LaunchReports; the start of the program closes it
+    int ends = -1;                     // see LaunchRequest
+
+    // A process between the starter and the program makes an orphan of the program, or waits for it.
+    bool needsProcessBetween() const { return leavesParent || ends != -1; }
 };
 
 static_assert(std::is_trivially_copyable_v<LaunchPlan> && std::is_trivially_destructible_v<LaunchPlan>,
               "nothing runs at its end");
 
-/// What a new process reports before it becomes the program: that it exists, and the step that failed, if
-/// one did.
+/// The steps from a start to the program. The process that is to make one reports it first, so that the
+/// starter knows where it hangs; and again with an error, should it fail.
 enum class LaunchStep : int {
-    Exist,
+    Fork,
     Session,
-    SecondFork,
+    Pipe,
     Streams,
     Group,
     SupplementaryGroups,
     User,
     Folder,
-    Program
+    Program,
+    Done ///< nothing more will be reported
 };
 
 struct LaunchReport {
     LaunchStep step;
-    int value; // the process identifier for Exist, the system's error number for the others
+    pid_t process;
+    int error; // the system's error number, or 0
 };
 
 /// Owns what a plan points to.

@@ -1,9 +1,9 @@
 #include <fdn/programs.h>
 
+#include <fdn/AwaitedProgram.h>
 #include <fdn/CError.h>
-#include <fdn/Launch.h>
 
-#include <array>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -24,34 +24,6 @@ void handOver(StandardStream& stream, CIPCConnectionToSubProcess* connection) {
         connection->attach(stream.caller.release());
 }
 
-// Waits for a child, at the end of a scope at the latest.
-class ReapedChild {
-public:
-    explicit ReapedChild(pid_t process) : m_process(process) {}
-
-    ReapedChild(ReapedChild const&) = delete;
-    ReapedChild& operator=(ReapedChild const&) = delete;
-
-    ~ReapedChild() { wait(); }
-
-    // How the child has ended; only the first call can tell.
-    int wait() { return m_process == 0 ? 0 : reap(std::exchange(m_process, 0)); }
-
-private:
-    pid_t m_process;
-};
-
-// Closes the stream, so that the child never waits for a reader who waits for the child.
-std::string readToEnd(StandardStream& stream) {
-    CIPCConnectionToSubProcess output;
-    output.attach(stream.caller.release());
-    std::string content;
-    std::array<char, 4096> buffer;
-    while (std::size_t const count = output.read(buffer.data(), buffer.size()))
-        content.append(buffer.data(), count);
-    return content;
-}
-
 bool isFailure(int state) {
     return WIFSIGNALED(state) || WEXITSTATUS(state) > kStatusOfNo;
 }
@@ -61,11 +33,22 @@ String describeEnd(int state) {
                               : String::Format("status %d", WEXITSTATUS(state));
 }
 
-// A shell that lacks memory or descriptors prints nothing, too.
-void requireAnswer(CExecCommand const& command, std::string const& output, int state) {
-    if (output.empty() && isFailure(state))
-        throw CError("The program '" + command.getProgram().getText() +
-                     "' has failed without an answer: " + describeEnd(state) + ".");
+// The program and its arguments.
+String describe(CExecCommand const& command) {
+    String text = command.getProgram().getText();
+    for (String const& argument : command.getArguments())
+        text += " " + argument;
+    return "'" + text + "'";
+}
+
+// A shell that lacks memory or descriptors prints nothing, too; and what was printed may be a part of the
+// answer where nobody knows how the program has ended.
+void requireAnswer(CExecCommand const& command, std::string const& output, std::optional<int> state) {
+    if (!state)
+        throw CError("It is not known how the program " + describe(command) + " has ended.");
+    if (output.empty() && isFailure(*state))
+        throw CError("The program " + describe(command) +
+                     " has failed without an answer: " + describeEnd(*state) + ".");
 }
 
 } // namespace
@@ -88,9 +71,9 @@ String execSyncReturnOutputAsString(CExecCommand const& command, bool includeSta
     StandardStreams streams = {useNothing(), writeToCaller(), StandardStream()};
     if (includeStandardError)
         streams[2] = useSameAs(streams[1]);
-    ReapedChild child(launch({command, nullptr, ForkExecLevel::Child, folder, environment}, streams));
-    std::string const output = readToEnd(streams[1]);
-    requireAnswer(command, output, child.wait());
+    AwaitedProgram program({command, nullptr, ForkExecLevel::Child, folder, environment}, streams);
+    std::string const output = program.read(std::move(streams[1].caller));
+    requireAnswer(command, output, program.wait());
     return String::fromBytes(output);
 }
 

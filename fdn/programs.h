@@ -23,6 +23,13 @@ namespace fdn {
 // and the property "func" for the step that failed: "execve" with the program's path as "program" (also for
 // a file that is neither an executable nor begins with "#!", ENOEXEC), "chdir" with the folder as "path",
 // "setresgid", "setgroups" and "setresuid" with the "account". Nothing is left of such an attempt.
+//
+// A start that is not done after ten seconds is given up where a process with memory of its own makes it: at
+// the level Detached, under another account, and where execSyncReturnOutputAsString() needs one. Its
+// processes are killed, and the CError has the code ETIMEDOUT and names the step that hangs, in a folder on a
+// file system that does not answer, for instance. A process that is stuck in the kernel ends when that lets
+// it go; a child of the caller is not waited for then. All other starts use the caller's memory, and the
+// caller's thread waits as long as they last.
 
 /// How a started program stands to the process that starts it.
 enum class ForkExecLevel : int {
@@ -51,23 +58,32 @@ enum class ForkExecLevel : int {
 /// streams, as pipes. Where one is null, the stream is the caller's, or /dev/null at the level Detached.
 /// When the call throws, they are as they were.
 ///
-/// Blocks until the program runs or has failed to. Where another thread forks at the same time and goes on
-/// without running a program, as long as that process lives.
+/// Blocks until the program runs or has failed to, for ten seconds at most as said above. Under another
+/// account at the levels Child and Session, where another thread forks at the same time and goes on without
+/// running a program, as long as that process lives, but ten seconds at most.
 FDN_EXPORT int forkAndExec(CExecCommand const& command, CImpersonateInfo* impersonate, ForkExecLevel level,
                            Path const& folder, CIPCConnectionToSubProcess* input,
                            CIPCConnectionToSubProcess* output, CIPCConnectionToSubProcess* error,
                            TMap<String, String> const* environment);
 
-/// Runs the program as a child of the caller, its standard input being /dev/null, and returns what it has
+/// Runs the program in the caller's session, its standard input being /dev/null, and returns what it has
 /// written to its standard output, as text (by the rule of String::fromBytes()).
 ///
 /// With `includeStandardError`, what it writes to its standard error is part of the answer, in the order in
 /// which it was written; otherwise that stream is the caller's. The exit status does not matter
 /// to a program that has printed something. One that has printed nothing, and was ended by a signal or by a
-/// status above 1, has failed without an answer: that is a CError, which names the program.
+/// status above 1, has failed without an answer: that is a CError, which names the program and its arguments.
+/// So is an end that nobody can tell, whatever was printed, because another thread has waited for the
+/// program.
 ///
-/// Blocks until the program has ended and no process holds its output open any more; it has been waited for
-/// then, also where the caller ignores SIGCHLD.
+/// The program is a child of the caller. Where the caller ignores SIGCHLD, handles it, or lets the system
+/// forget its children (SA_NOCLDWAIT), it is the child of a process in between, which tells how it ends; the
+/// caller's treatment of SIGCHLD stays as it is. Should that process be killed, the program is, too.
+///
+/// Blocks until the program has ended; it has been waited for then. What another process that holds the
+/// output writes after that is not read, and nobody reads it any more (SIGPIPE). Where the kernel gives no
+/// handle on a child (pidfd_open, before Linux 5.3), it blocks until no process holds the output open,
+/// either.
 FDN_EXPORT String execSyncReturnOutputAsString(CExecCommand const& command, bool includeStandardError,
                                                TMap<String, String> const* environment, Path const& folder);
 

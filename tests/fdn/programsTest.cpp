@@ -227,19 +227,54 @@ TEST_F(ExecSync, IgnoresTheExitStatusOfAProgramThatHasPrintedSomething) {
 
 TEST_F(ExecSync, ThrowsWhenAProgramFailsWithoutAWord) {
     EXPECT_EQ(test::messageOf([] { outputOf(shell("exit 2")); }),
-              "The program '/bin/sh' has failed without an answer: status 2.");
+              "The program '/bin/sh -c exit 2 sh' has failed without an answer: status 2.");
     EXPECT_EQ(test::messageOf([] { outputOf(shell("kill -9 $$")); }),
-              "The program '/bin/sh' has failed without an answer: ended by signal 9.");
+              "The program '/bin/sh -c kill -9 $$ sh' has failed without an answer: ended by signal 9.");
 }
 
 TEST_F(ExecSync, TakesTheStatusOneForANo) {
     EXPECT_EQ(outputOf(shell("exit 1")), "");
 }
 
-TEST_F(ExecSync, KnowsOfNoFailureWhereChildrenAreForgotten) {
-    Treatment const ignored(SIGCHLD, SIG_IGN);
+TEST_F(ExecSync, ThrowsWhereChildrenBecomeForgottenMeanwhile) {
+    TemporaryFolder const folder;
+    std::thread other([&] {
+        EXPECT_TRUE(await(&test::hasChild));
+        signal(SIGCHLD, SIG_IGN);
+        test::writeFile(folder.name("go"), "");
+    });
 
-    EXPECT_EQ(outputOf(shell("exit 2")), "");
+    std::string const message = test::messageOf(
+        [&] { outputOf(shell("until [ -e go ]; do sleep 0.01; done; echo a"), folder.path()); });
+
+    EXPECT_THAT(message, testing::StartsWith("It is not known how the program '/bin/sh -c until"));
+    other.join();
+    signal(SIGCHLD, SIG_DFL);
+}
+
+TEST_F(ExecSync, WaitsForNobodyElseWhoHoldsTheOutput) {
+    String const output = outputOf(shell("sleep 1000 & echo $!"));
+
+    EXPECT_EQ(kill(std::stoi(output.toUTF8()), SIGKILL), 0);
+}
+
+TEST_F(ExecSync, WaitsForNobodyElseWhoGoesOnWriting) {
+    EXPECT_THAT(outputOf(shell("yes & echo a")).toUTF8(), HasSubstr("a\n"));
+}
+
+TEST_F(ExecSync, WaitsForAProgramThatHasClosedItsOutput) {
+    EXPECT_EQ(
+        test::messageOf([] { outputOf(shell("exec >&-; sleep 0.1; exit 2")); }),
+        "The program '/bin/sh -c exec >&-; sleep 0.1; exit 2 sh' has failed without an answer: status 2.");
+}
+
+TEST_F(ExecSync, ReadsToTheEndOfTheOutputWhereTheKernelHasNoHandlesOfProcesses) {
+    test::Outcome const outcome = test::runInChild([] {
+        test::refuseSystemCall(SYS_pidfd_open, ENOSYS);
+        std::cout << outputOf(shell("(sleep 0.1; echo b) & echo a")).toUTF8();
+    });
+
+    EXPECT_EQ(outcome.output, "a\nb\n");
 }
 
 TEST_F(ExecSync, RunsInTheGivenFolder) {
@@ -280,12 +315,6 @@ TEST_F(ExecSync, GivesExactlyTheGivenEnvironment) {
     String const output = execSyncReturnOutputAsString(command("/usr/bin/env"), false, &variables, Path());
 
     EXPECT_EQ(output, "A=1\nB=\nC=x=y z\n");
-}
-
-TEST_F(ExecSync, WorksWhereTheCallerIgnoresItsChildren) {
-    Treatment const ignored(SIGCHLD, SIG_IGN);
-
-    EXPECT_EQ(outputOf(shell("echo a")), "a\n");
 }
 
 TEST_F(ExecSync, WorksWhereTheCallerHasClosedItsStandardStreams) {
@@ -345,6 +374,121 @@ TEST_F(ExecSync, ServesSeveralThreadsAtOnce) {
 
     EXPECT_THAT(results, testing::Each(true));
 }
+
+void reapAll(int) {
+    int const error = errno;
+    while (waitpid(-1, nullptr, WNOHANG) > 0) {
+    }
+    errno = error;
+}
+
+struct Forgetting {
+    char const* name;
+    void (*handler)(int);
+    int flags;
+};
+
+std::ostream& operator<<(std::ostream& stream, Forgetting const& forgetting) {
+    return stream << forgetting.name;
+}
+
+// The system, or a handler, forgets how children have ended.
+class ForgottenChildren : public LeavesNothingBehind, public testing::WithParamInterface<Forgetting> {
+protected:
+    void SetUp() override { forget(); }
+
+    void TearDown() override {
+        remember();
+        LeavesNothingBehind::TearDown();
+    }
+
+    static void forget() {
+        struct sigaction treatment = {};
+        treatment.sa_handler = GetParam().handler;
+        treatment.sa_flags = GetParam().flags;
+        sigaction(SIGCHLD, &treatment, nullptr);
+    }
+
+    // For what the test itself does.
+    static void remember() { signal(SIGCHLD, SIG_DFL); }
+};
+
+TEST_P(ForgottenChildren, AreTreatedAsBeforeByTheCaller) {
+    outputOf(shell("echo a"));
+
+    struct sigaction treatment = {};
+    sigaction(SIGCHLD, nullptr, &treatment);
+    EXPECT_EQ(treatment.sa_handler, GetParam().handler);
+    EXPECT_EQ(treatment.sa_flags & SA_NOCLDWAIT, GetParam().flags & SA_NOCLDWAIT);
+}
+
+TEST_P(ForgottenChildren, DoNotKeepTheOutputFromTheCaller) {
+    EXPECT_EQ(outputOf(shell("echo a")), "a\n");
+    EXPECT_EQ(outputOf(shell("exit 1")), "");
+    EXPECT_EQ(outputOf(shell("head -c 1000000 /dev/zero | tr '\\0' x")).length(), 1000000U);
+}
+
+TEST_P(ForgottenChildren, AreKnownToHaveFailed) {
+    EXPECT_EQ(test::messageOf([] { outputOf(shell("exit 2")); }),
+              "The program '/bin/sh -c exit 2 sh' has failed without an answer: status 2.");
+    EXPECT_EQ(test::messageOf([] { outputOf(shell("kill -9 $$")); }),
+              "The program '/bin/sh -c kill -9 $$ sh' has failed without an answer: ended by signal 9.");
+}
+
+TEST_P(ForgottenChildren, AreKnownNotToHaveBeenStarted) {
+    CError const error = errorOf([] { outputOf(command("/no/such/program")); });
+
+    EXPECT_EQ(error.getMessage(), "execve failed for '/no/such/program': No such file or directory.");
+}
+
+TEST_P(ForgottenChildren, AreMissedWhereNobodyIsLeftToTellTheirEnd) {
+    EXPECT_EQ(
+        test::messageOf([] { outputOf(shell("echo a; kill -9 $PPID; exec sleep 1000")); }),
+        "It is not known how the program '/bin/sh -c echo a; kill -9 $PPID; exec sleep 1000 sh' has ended.");
+}
+
+TEST_P(ForgottenChildren, AreWaitedForAndNobodyElse) {
+    String const output = outputOf(shell("sleep 1000 & echo $!"));
+
+    EXPECT_EQ(kill(std::stoi(output.toUTF8()), SIGKILL), 0);
+}
+
+TEST_P(ForgottenChildren, AreWaitedForWhereTheKernelHasNoHandlesOfProcesses) {
+    remember();
+    test::Outcome const outcome = test::runInChild([] {
+        forget();
+        test::refuseSystemCall(SYS_pidfd_open, ENOSYS);
+        std::cout << outputOf(shell("sleep 1000 >/dev/null & echo a")).toUTF8() << std::flush;
+        outputOf(shell("exit 2"));
+    });
+
+    EXPECT_EQ(outcome.output, "a\n");
+    EXPECT_THAT(outcome.errors, HasSubstr("status 2"));
+}
+
+TEST_P(ForgottenChildren, AreNeverTakenForSilentOnesWhereDescriptorsAreFew) {
+    remember();
+    test::Outcome const outcome = test::runInChild([] {
+        forget();
+        for (rlim_t limit = 3; limit < 20; ++limit) {
+            rlimit const few = {limit, 20};
+            setrlimit(RLIMIT_NOFILE, &few);
+            try {
+                std::cout << outputOf(shell("echo a")).toUTF8();
+            } catch (CError const& error) {
+                EXPECT_NE(error.getMessage(), "");
+            }
+            std::cout << ".";
+        }
+    });
+
+    EXPECT_THAT(outcome.output, testing::MatchesRegex("\\.*(a\n\\.)+"));
+}
+
+INSTANTIATE_TEST_SUITE_P(AllWays, ForgottenChildren,
+                         testing::Values(Forgetting{"ignored", SIG_IGN, 0},
+                                         Forgetting{"not waited for", SIG_DFL, SA_NOCLDWAIT},
+                                         Forgetting{"reaped by a handler", &reapAll, SA_RESTART}));
 
 TEST_F(ForkAndExec, ReturnsTheProcessOfTheProgram) {
     int const pid = start(shell("exit 7"), ForkExecLevel::Child);
@@ -562,6 +706,50 @@ TEST_F(ForkAndExec, WorksWhereTheCallerIgnoresItsChildren) {
     EXPECT_THROW(start(command("/no/such/program"), ForkExecLevel::Detached), CError);
 }
 
+// Another thread makes processes that inherit every pipe of a start, and live on.
+class ForkingThread {
+public:
+    ForkingThread() : m_thread([this] { forkOn(); }) {}
+
+    ForkingThread(ForkingThread const&) = delete;
+    ForkingThread& operator=(ForkingThread const&) = delete;
+
+    ~ForkingThread() {
+        m_isDone = true;
+        m_thread.join();
+        for (pid_t child : m_children)
+            kill(child, SIGKILL);
+    }
+
+private:
+    void forkOn() {
+        while (!m_isDone && m_children.size() < 300) {
+            pid_t const child = _Fork();
+            if (child == 0)
+                while (true)
+                    pause();
+            m_children.push_back(child);
+        }
+    }
+
+    std::atomic<bool> m_isDone{false};
+    std::vector<pid_t> m_children;
+    std::thread m_thread;
+};
+
+TEST_F(ForkAndExec, WaitsForNoProcessOfAnotherThread) {
+    test::Outcome const outcome = test::runInChild([] {
+        ForkingThread const forking;
+        for (int i = 0; i < 20; ++i) {
+            start(command("/bin/true"), ForkExecLevel::Detached);
+            reap(start(command("/bin/true"), ForkExecLevel::Child));
+            reap(start(command("/bin/true"), ForkExecLevel::Session));
+        }
+    });
+
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+}
+
 TEST_F(ForkAndExec, LeavesNoOrphanToAProcessThatInheritsThem) {
     ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
 
@@ -626,6 +814,22 @@ TEST_P(FailingStart, SaysThatNoProcessCanBeMade) {
     });
 
     EXPECT_EQ(outcome.errors, "vfork failed for '/bin/true': Resource temporarily unavailable.");
+}
+
+// At setsid(), where there is a process in between, that one is.
+TEST_P(FailingStart, SaysThatTheProcessWasEndedOnTheWay) {
+    for (long call : {SYS_setsid, SYS_chdir}) {
+        if (call == SYS_setsid && GetParam() == ForkExecLevel::Child)
+            continue;
+        test::Outcome const outcome = test::runInChild([call] {
+            test::endAtSystemCall(call);
+            CIPCConnectionToSubProcess output;
+            forkAndExec(command("/bin/true"), nullptr, GetParam(), Path("/"), nullptr, &output, nullptr,
+                        nullptr);
+        });
+
+        EXPECT_EQ(outcome.errors, "The program '/bin/true' was ended before it could run.") << call;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(AllLevels, FailingStart,

@@ -1,0 +1,143 @@
+#include "support/PrivateRoot.h"
+#include "support/Program.h"
+#include "support/SilentFileSystem.h"
+#include "support/TemporaryFolder.h"
+#include "support/await.h"
+#include "support/errors.h"
+#include "support/processInfo.h"
+
+#include <fdn/AwaitedProgram.h>
+#include <fdn/CError.h>
+#include <fdn/Launch.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+// What no application can change: how long a start may take.
+
+namespace {
+
+using fdn::CError;
+using fdn::CExecCommand;
+using fdn::CImpersonateInfo;
+using fdn::ForkExecLevel;
+using fdn::Path;
+using test::SilentFileSystem;
+using test::TemporaryFolder;
+using testing::HasSubstr;
+
+constexpr std::chrono::milliseconds kShort(300);
+
+CExecCommand const kProgram = CExecCommand(Path("/bin/true"), {});
+
+class Launch : public test::AccountsTest {
+protected:
+    void SetUp() override {
+        AccountsTest::SetUp();
+        if (!IsSkipped() && !HasFatalFailure() && !test::canMountFuse())
+            DMN_SKIP_TEST("needs /dev/fuse");
+    }
+
+    // Inherits orphans, so that nothing is left unseen.
+    Launch() { prctl(PR_SET_CHILD_SUBREAPER, 1); }
+
+    ~Launch() override { prctl(PR_SET_CHILD_SUBREAPER, 0); }
+
+    static pid_t launchAsUser(ForkExecLevel level, Path const& folder) {
+        auto const user = fdn::newObj<CImpersonateInfo>(fdn::CSystemUserID(test::kUser, "dmnuser"));
+        fdn::StandardStreams streams = {fdn::useNothing(), fdn::useNothing(), fdn::useNothing()};
+        return fdn::launch({kProgram, user.get(), level, folder, nullptr, kShort}, streams);
+    }
+};
+
+// The error of an action while the folder does not answer; what hangs is released then.
+CError errorInSilence(TemporaryFolder const& folder, std::function<void()> const& action) {
+    SilentFileSystem const silent(folder.name(), test::kUser);
+    return test::errorOf(action);
+}
+
+// How all children of the test have ended, when they have the same end.
+std::optional<int> reapAll() {
+    std::optional<int> common;
+    int state = 0;
+    while (waitpid(-1, &state, 0) > 0) {
+        if (common && *common != state)
+            return std::nullopt;
+        common = state;
+    }
+    return common;
+}
+
+void passOver(int) {}
+
+class LaunchOnEveryLevel : public Launch, public testing::WithParamInterface<ForkExecLevel> {};
+
+TEST_P(LaunchOnEveryLevel, FailsInAFolderThatNeverAnswers) {
+    TemporaryFolder const folder;
+
+    CError const error = errorInSilence(folder, [&] { launchAsUser(GetParam(), folder.path()); });
+
+    EXPECT_EQ(error.getMessage(), "The program '/bin/true' could not be started: chdir did not finish for '" +
+                                      folder.path().getText() + "'.");
+    EXPECT_EQ(error.getCode(), ETIMEDOUT);
+    EXPECT_EQ(reapAll(), SIGKILL);
+}
+
+INSTANTIATE_TEST_SUITE_P(AllLevels, LaunchOnEveryLevel,
+                         testing::Values(ForkExecLevel::Child, ForkExecLevel::Session,
+                                         ForkExecLevel::Detached));
+
+// Whether the account has been quick enough to stop a process that is about to be its program.
+bool isStopped(std::function<pid_t()> const& launch) {
+    try {
+        kill(launch(), SIGKILL);
+        return false;
+    } catch (CError const& error) {
+        EXPECT_THAT(error.what(), HasSubstr("did not finish"));
+        return true;
+    }
+}
+
+TEST_F(Launch, FailsWhereTheAccountStopsWhatItMay) {
+    {
+        test::Program const attacker([] {
+            test::becomeUser();
+            while (true)
+                kill(-1, SIGSTOP);
+        });
+
+        EXPECT_TRUE(test::await(
+            [] { return isStopped([] { return launchAsUser(ForkExecLevel::Detached, Path("/")); }); }));
+    }
+
+    reapAll();
+}
+
+TEST_F(Launch, FailsInAFolderThatNeverAnswersWhereAProcessInBetweenWaits) {
+    TemporaryFolder const folder;
+    signal(SIGCHLD, &passOver);
+    fdn::StandardStreams streams = {fdn::useNothing(), fdn::useNothing(), fdn::useNothing()};
+
+    CError const error = errorInSilence(folder, [&] {
+        fdn::AwaitedProgram({kProgram, nullptr, ForkExecLevel::Child, folder.path(), nullptr, kShort},
+                            streams);
+    });
+
+    EXPECT_THAT(error.what(), HasSubstr("chdir did not finish"));
+    EXPECT_EQ(reapAll(), SIGKILL);
+    signal(SIGCHLD, SIG_DFL);
+}
+
+} // namespace
