@@ -40,7 +40,9 @@ using testing::HasSubstr;
 
 constexpr std::chrono::milliseconds kShort(300);
 
-CExecCommand const kProgram = CExecCommand(Path("/bin/true"), {});
+CExecCommand program() {
+    return CExecCommand(Path("/bin/true"), {});
+}
 
 class Launch : public test::AccountsTest {
 protected:
@@ -58,7 +60,18 @@ protected:
     static pid_t launchAsUser(ForkExecLevel level, Path const& folder) {
         auto const user = fdn::newObj<CImpersonateInfo>(fdn::CSystemUserID(test::kUser, "dmnuser"));
         fdn::StandardStreams streams = {fdn::useNothing(), fdn::useNothing(), fdn::useNothing()};
-        return fdn::launch({kProgram, user.get(), level, folder, nullptr, kShort}, streams);
+        return fdn::launch({program(), user.get(), level, folder, nullptr, kShort}, streams);
+    }
+
+    // Whether the account has been quick enough to stop a process that is about to be its program.
+    static bool isStoppedOnTheWay() {
+        try {
+            kill(launchAsUser(ForkExecLevel::Detached, Path("/")), SIGKILL);
+            return false;
+        } catch (CError const& error) {
+            EXPECT_THAT(error.what(), HasSubstr("did not finish"));
+            return true;
+        }
     }
 };
 
@@ -66,6 +79,12 @@ protected:
 CError errorInSilence(TemporaryFolder const& folder, std::function<void()> const& action) {
     SilentFileSystem const silent(folder.name(), test::kUser);
     return test::errorOf(action);
+}
+
+void stopAllOthers() {
+    test::becomeUser();
+    while (true)
+        kill(-1, SIGSTOP);
 }
 
 // How all children of the test have ended, when they have the same end.
@@ -99,29 +118,12 @@ INSTANTIATE_TEST_SUITE_P(AllLevels, LaunchOnEveryLevel,
                          testing::Values(ForkExecLevel::Child, ForkExecLevel::Session,
                                          ForkExecLevel::Detached));
 
-// Whether the account has been quick enough to stop a process that is about to be its program.
-bool isStopped(std::function<pid_t()> const& launch) {
-    try {
-        kill(launch(), SIGKILL);
-        return false;
-    } catch (CError const& error) {
-        EXPECT_THAT(error.what(), HasSubstr("did not finish"));
-        return true;
-    }
-}
-
 TEST_F(Launch, FailsWhereTheAccountStopsWhatItMay) {
-    {
-        test::Program const attacker([] {
-            test::becomeUser();
-            while (true)
-                kill(-1, SIGSTOP);
-        });
+    std::optional<test::Program> attacker(std::in_place, &stopAllOthers);
 
-        EXPECT_TRUE(test::await(
-            [] { return isStopped([] { return launchAsUser(ForkExecLevel::Detached, Path("/")); }); }));
-    }
+    EXPECT_TRUE(test::await(&isStoppedOnTheWay));
 
+    attacker.reset();
     reapAll();
 }
 
@@ -131,7 +133,7 @@ TEST_F(Launch, FailsInAFolderThatNeverAnswersWhereAProcessInBetweenWaits) {
     fdn::StandardStreams streams = {fdn::useNothing(), fdn::useNothing(), fdn::useNothing()};
 
     CError const error = errorInSilence(folder, [&] {
-        fdn::AwaitedProgram({kProgram, nullptr, ForkExecLevel::Child, folder.path(), nullptr, kShort},
+        fdn::AwaitedProgram({program(), nullptr, ForkExecLevel::Child, folder.path(), nullptr, kShort},
                             streams);
     });
 

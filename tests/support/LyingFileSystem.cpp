@@ -42,7 +42,7 @@ Reply tellAttributes(ToldFile const& file, unsigned long node) {
 }
 
 Reply lookUp(ToldFile const& file, std::string const& name) {
-    if (name.c_str() != file.name)
+    if (name != file.name + '\0')
         return refuse(ENOENT);
     fuse_entry_out entry = {};
     entry.nodeid = kFileNode;
