@@ -33,22 +33,24 @@ String describeEnd(int state) {
                               : String::Format("status %d", WEXITSTATUS(state));
 }
 
-// The program and its arguments.
-String describe(CExecCommand const& command) {
-    String text = command.getProgram().getText();
+// To what the program was to give an answer.
+String describeQuestion(CExecCommand const& command) {
+    String arguments;
     for (String const& argument : command.getArguments())
-        text += " " + argument;
-    return "'" + text + "'";
+        arguments += (arguments.empty() ? "" : " ") + argument;
+    return arguments.empty() ? String() : " to '" + arguments + "'";
 }
 
 // A shell that lacks memory or descriptors prints nothing, too; and what was printed may be a part of the
 // answer where nobody knows how the program has ended.
 void requireAnswer(CExecCommand const& command, std::string const& output, std::optional<int> state) {
+    String const program = "The program '" + command.getProgram().getText() + "'";
+    String const question = describeQuestion(command);
     if (!state)
-        throw CError("It is not known how the program " + describe(command) + " has ended.");
+        throw CError(program + " may have failed without its whole answer" + question +
+                     ": how it has ended is not known.");
     if (output.empty() && isFailure(*state))
-        throw CError("The program " + describe(command) +
-                     " has failed without an answer: " + describeEnd(*state) + ".");
+        throw CError(program + " has failed without an answer" + question + ": " + describeEnd(*state) + ".");
 }
 
 } // namespace
