@@ -58,6 +58,7 @@ bool isAt(char const* name, Descriptor const& file, struct stat& known) {
 } // namespace
 
 void LogFile::append(std::string const& line) {
+    letGoWhenClosed();
     if (!m_file.isOpen() || !isAt(m_name, m_file, m_info))
         open();
     if (isFull(m_info, line.size()))
@@ -67,6 +68,12 @@ void LogFile::append(std::string const& line) {
         write("\n" + line);
     else
         write(line);
+}
+
+// A program that has closed all descriptors may have opened a file of its own in the log's place.
+void LogFile::letGoWhenClosed() {
+    if (!isSameFile(examine(m_file), m_info))
+        static_cast<void>(m_file.release());
 }
 
 void LogFile::open() {

@@ -23,6 +23,7 @@ public:
     void append(std::string const& line);
 
 private:
+    void letGoWhenClosed();
     void open();
     Descriptor openByName() const;
     Descriptor duplicate() const;
