@@ -7,13 +7,11 @@
 #include <fdn/files.h>
 #include <fdn/log.h>
 
-#include <wx/crt.h>
+#include "CommandLine.h"
+
 #include <wx/msgout.h>
 
 #include <cstdio>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -116,14 +114,22 @@ private:
     wxMessageOutput* m_previous;
 };
 
+int parseAloud(CommandLine const& line, wxCmdLineParser& parser) {
+    CParserOutput const output;
+    return line.parse(parser);
+}
+
+void printUsage(wxCmdLineParser& parser) {
+    CParserOutput const output;
+    parser.Usage();
+}
+
 // The parser's numeric accessor says whether an option was given even when it was declared with a text, but
 // reports that as a programming error on standard error.
 bool isGivenAsNumber(wxCmdLineParser const& parser, char const* option) {
-    wxAssertHandler_t const handler = wxSetAssertHandler(nullptr);
-    long ignored = 0;
-    bool const given = parser.Found(option, &ignored);
-    wxSetAssertHandler(handler);
-    return given;
+    IgnoredAssertions const ignored;
+    long number = 0;
+    return parser.Found(option, &number);
 }
 
 void storeText(wxCmdLineParser const& parser, char const* option, fdn::String& field) {
@@ -132,48 +138,7 @@ void storeText(wxCmdLineParser const& parser, char const* option, fdn::String& f
         field = text;
 }
 
-// An argument in the encoding of file names, so that a path names the same file again; null as the empty
-// text. What is no text is refused, for it would name another file. Never shown, for it may be a password.
-fdn::String readArgument(char const* argument) {
-    if (argument == nullptr)
-        return fdn::String();
-    std::optional<fdn::String> const text = fdn::fromFileName(argument);
-    if (!text)
-        throw fdn::CError("Invalid argument: not all of its bytes are text in the locale's encoding.");
-    return *text;
-}
-
-// The parser would look at the last character of an option's name that has none.
-void requireName(fdn::String const& argument) {
-    wxString afterDashes;
-    if (!argument.StartsWith("--", &afterDashes) || afterDashes.empty())
-        return;
-    wxUniChar const first = afterDashes[0];
-    if (!wxIsalnum(first) && first != '_' && first != '-')
-        throw fdn::CError("Invalid option: '" + argument + "'.");
-}
-
-// The parser would read the arguments by the environment's locale, which knows no umlaut at boot.
-void setCommandLine(wxCmdLineParser& parser, int argc, char** argv) {
-    std::vector<std::wstring> texts;
-    std::vector<wchar_t*> arguments;
-    for (int i = 0; i < argc; ++i) {
-        fdn::String const argument = readArgument(argv[i]);
-        requireName(argument);
-        texts.push_back(argument.ToStdWstring());
-    }
-    for (std::wstring& text : texts)
-        arguments.push_back(text.data());
-    parser.SetCmdLine(argc, arguments.data());
-}
-
-void reportBadCommandLine(int parseResult, int argc, char** argv) {
-    fdn::String arguments;
-    for (int i = 0; i < argc; ++i) {
-        if (i > 0)
-            arguments.append(", ");
-        arguments.append(argv[i] == nullptr ? fdn::String("NULL") : "\"" + readArgument(argv[i]) + "\"");
-    }
+void reportBadCommandLine(int parseResult, fdn::String const& arguments) {
     fdn::logError("Bad commandline (parseResult: " + fdn::String::Format("%d", parseResult) +
                   "; args: " + arguments + ").");
     std::puts(kCommandSummary);
@@ -248,11 +213,12 @@ int CDaemonEntry::perform(int argc, char** argv) {
     init();
     registerSignalHandler();
 
+    CommandLine const line(argc, argv);
     wxCmdLineParser parser;
-    setCommandLine(parser, argc, argv);
-    int const result = parse(parser);
+    line.giveTo(parser);
+    int const result = parse(parser, line);
     if (result != 0) {
-        reportBadCommandLine(result, argc, argv);
+        reportBadCommandLine(result, line.describe(parser));
         return result;
     }
     performCommand(parser, argv[0]);
@@ -265,18 +231,17 @@ void CDaemonEntry::registerSignalHandler() {
     receiver->setHandler(fdn::SysSignal::Terminate, m_signalHandler.get());
 }
 
-int CDaemonEntry::parse(wxCmdLineParser& parser) {
-    CParserOutput const output;
+int CDaemonEntry::parse(wxCmdLineParser& parser, CommandLine const& line) {
     parser.SetSwitchChars("-");
     parser.AddParam("COMMAND", wxCMD_LINE_VAL_STRING, wxCMD_LINE_OPTION_MANDATORY);
     addCommandLineOptions(parser);
-    int const result = parser.Parse(true);
+    int const result = parseAloud(line, parser);
     if (result != 0)
         return result;
     m_command = parser.GetParam(0);
     if (verifyCommandParams(m_command, parser))
         return 0;
-    parser.Usage();
+    printUsage(parser);
     return kStatusRefused;
 }
 

@@ -20,6 +20,8 @@
 
 namespace dmn {
 
+class CommandLine;
+
 /// The front end of a program that is a daemon and the daemon's own management tool.
 ///
 /// An application derives its front end from this class, makes one object of it in main() and returns what
@@ -168,7 +170,7 @@ private:
     int performLogged(int argc, char** argv);
     int perform(int argc, char** argv);
     void registerSignalHandler();
-    int parse(wxCmdLineParser& parser);
+    int parse(wxCmdLineParser& parser, CommandLine const& line);
     void performCommand(wxCmdLineParser& parser, char const* program);
     void storeTimeout(wxCmdLineParser& parser);
     void concludeWait(bool succeeded, char const* success, char const* timeoutTail, char const* timeout);

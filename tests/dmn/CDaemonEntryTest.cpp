@@ -569,16 +569,6 @@ TEST_P(EntryLocaleTest, ControlFolderWithAnUmlautIsTheOneThatWasNamed) {
     EXPECT_THAT(m_log.entries(), ElementsAre(performing("nothing", folder), finished));
 }
 
-TEST_F(EntryTest, OptionWithoutANameIsRefused) {
-    for (std::string const option : {"--=value", "--%", "-- id=x"}) {
-        Outcome const outcome = run({option, "nothing"});
-
-        EXPECT_EQ(2, outcome.status);
-        EXPECT_THAT(outcome.output, testing::HasSubstr("FATAL ERROR: Invalid option: '" + option + "'."));
-        EXPECT_EQ("", outcome.errors);
-    }
-}
-
 TEST_F(EntryTest, ArgumentThatIsNoTextIsRefusedAndNotShown) {
     for (char const* const bytes : {"a\xe9",
                                     "a\xc0\xaf"

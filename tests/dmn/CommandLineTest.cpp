@@ -1,6 +1,8 @@
 #include "BareEntry.h"
 #include "TestDaemon.h"
 
+#include "support/await.h"
+
 #include <gmock/gmock.h>
 
 #include <filesystem>
@@ -11,6 +13,7 @@ namespace {
 using test::BareEntry;
 using test::finished;
 using test::Outcome;
+using test::Program;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -140,6 +143,8 @@ INSTANTIATE_TEST_SUITE_P(Texts, CommandLineNoTimeoutTest,
 
 // What a bad command line is answered with
 
+using Arguments = std::vector<std::string>;
+
 class CommandLineTest : public test::TestDaemonFixture<testing::Test> {
 protected:
     /// What the log says about a command line that the parser does not understand.
@@ -179,8 +184,6 @@ TEST_P(BadCommandLineTest, IsReportedAndNothingIsDone) {
     EXPECT_THAT(m_log.entries(), ElementsAre(badCommandLine(1, arguments)));
 }
 
-using Arguments = std::vector<std::string>;
-
 INSTANTIATE_TEST_SUITE_P(Kinds, BadCommandLineTest,
                          testing::Values(Arguments{"--unknown", "run"},
                                          Arguments{"--controlfolder=/x", "run"}, Arguments{"--ID=x", "run"},
@@ -188,6 +191,107 @@ INSTANTIATE_TEST_SUITE_P(Kinds, BadCommandLineTest,
                                          Arguments{"run", "run"}, Arguments{"run", "--id"}, Arguments{"-t"},
                                          Arguments{"-h"}, Arguments{"--help"}, Arguments{"--id=x"},
                                          Arguments{"a \"b\"", "c"}));
+
+class NamelessOptionTest : public CommandLineTest, public testing::WithParamInterface<char const*> {};
+
+TEST_P(NamelessOptionTest, IsReportedLikeAnyOtherThatTheParserDoesNotKnow) {
+    Outcome const outcome = run({GetParam(), "run"});
+
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ(parserReport({"---", "run"}) + test::commandSummary, outcome.output);
+    EXPECT_EQ("", outcome.errors);
+    EXPECT_THAT(m_log.entries(), ElementsAre(badCommandLine(1, {GetParam(), "run"})));
+}
+
+TEST_P(NamelessOptionTest, IsNoneWhereItIsAnOptionsValue) {
+    for (Arguments const& arguments :
+         {Arguments{"-p", GetParam(), "nothing"}, Arguments{"--runas", GetParam(), "nothing"}}) {
+        m_log.clear();
+
+        Outcome const outcome = run(arguments);
+
+        EXPECT_EQ(0, outcome.status);
+        EXPECT_EQ("", outcome.output + outcome.errors);
+        EXPECT_THAT(m_log.entries(), ElementsAre(performing("nothing", ""), finished));
+    }
+}
+
+TEST_P(NamelessOptionTest, IsNoneAfterTwoDashesAlone) {
+    Outcome const outcome = run({"--", GetParam()});
+
+    EXPECT_EQ(fatal(std::string("Unknown command: ") + GetParam()), outcome.output);
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, NamelessOptionTest, testing::Values("--$pw", "--=value", "--%", "-- id=x"));
+
+TEST_F(CommandLineTest, ValueThatLooksLikeANamelessOptionIsStored) {
+    Program const daemon = start(in({"--id", "--%", "run"}));
+
+    EXPECT_TRUE(test::await([this] { return std::filesystem::exists(controlFolder() + "/--%.pid"); }));
+}
+
+TEST_F(CommandLineTest, NameOfTheProgramIsNoOption) {
+    EXPECT_EQ(0, run({"nothing"}, "", "with-nameless-program").status);
+}
+
+struct PasswordSpelling {
+    Arguments given;
+    Arguments shown;
+};
+
+class PasswordTest : public CommandLineTest, public testing::WithParamInterface<PasswordSpelling> {};
+
+TEST_P(PasswordTest, IsHiddenInTheReportOfABadCommandLine) {
+    for (Arguments const& others : {Arguments{"run", "surplus"}, Arguments{}, Arguments{"--unknown"}}) {
+        Arguments given = others;
+        Arguments shown = others;
+        given.insert(given.end(), GetParam().given.begin(), GetParam().given.end());
+        shown.insert(shown.end(), GetParam().shown.begin(), GetParam().shown.end());
+        m_log.clear();
+
+        Outcome const outcome = run(given);
+
+        EXPECT_EQ(1, outcome.status);
+        EXPECT_THAT(outcome.output + outcome.errors, testing::Not(testing::HasSubstr("sesame")));
+        EXPECT_THAT(m_log.entries(), ElementsAre(badCommandLine(1, shown)));
+    }
+}
+
+TEST_P(PasswordTest, IsHiddenWhenTheCommandLineIsRefused) {
+    Arguments given = GetParam().given;
+    Arguments shown = GetParam().shown;
+    given.insert(given.begin(), "install");
+    shown.insert(shown.begin(), "install");
+
+    Outcome const outcome = run(given);
+
+    EXPECT_EQ(255, outcome.status);
+    EXPECT_THAT(outcome.output + outcome.errors, testing::Not(testing::HasSubstr("sesame")));
+    EXPECT_EQ(badCommandLine(-1, shown), m_log.entries().back());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Spellings, PasswordTest,
+    testing::Values(PasswordSpelling{{"-p", "--$sesame"}, {"-p", "***"}},
+                    PasswordSpelling{{"-p", "-sesame"}, {"-p", "***"}},
+                    PasswordSpelling{{"-psesame"}, {"-p***"}}, PasswordSpelling{{"-p=sesame"}, {"-p=***"}},
+                    PasswordSpelling{{"-p:sesame"}, {"-p:***"}}, PasswordSpelling{{"-p/sesame"}, {"-p***"}},
+                    PasswordSpelling{{"-p=open sesame "}, {"-p=***"}},
+                    PasswordSpelling{{"-i", "-p", "-p", "sesame"}, {"-i", "-p", "***", "***"}},
+                    PasswordSpelling{{"--runas-password", "sesame"}, {"--runas-password", "***"}},
+                    PasswordSpelling{{"--runas-password=sesame"}, {"--runas-password=***"}},
+                    PasswordSpelling{{"--runas-password:sesame"}, {"--runas-password:***"}},
+                    PasswordSpelling{{"--runas-password$sesame"}, {"--runas-password***"}},
+                    PasswordSpelling{{"-p", "--", "-p", "sesame"}, {"-p", "***", "-p", "***"}}));
+
+TEST_F(CommandLineTest, OptionsThatHoldNoPasswordAreListedAsTheyAre) {
+    Arguments const arguments{"-i",  "p", "--runas=-p", "-c/p", "--runas-password=", "--runas-pass=x",
+                              "run", "p"};
+
+    run(arguments);
+
+    EXPECT_THAT(m_log.entries(), ElementsAre(badCommandLine(1, arguments)));
+}
 
 TEST_F(CommandLineTest, InstallWithoutControlFolderIsRefusedWithStatusMinus1) {
     Outcome const outcome = run({"install"});

@@ -2,7 +2,8 @@
 //
 //   TEST_DAEMON        "HOOK=ACTION HOOK=ACTION...", see CHooks::perform
 //   TEST_DAEMON_GO     the file that ends the action "pause"
-//   TEST_DAEMON_CALL   how main() calls entry(): "twice", "without-arguments", "with-null-argument"
+//   TEST_DAEMON_CALL   how main() calls entry(): "twice", "without-arguments", "with-null-argument",
+//                      "with-nameless-program"
 //
 // The hooks are those of the front end, daemon.init and daemon.run, and "afterwards" when entry() has
 // returned. The command "nothing" does nothing.
@@ -12,6 +13,8 @@
 #include <fdn/CError.h>
 #include <fdn/CThread.h>
 #include <fdn/files.h>
+
+#include <wx/msgout.h>
 
 #include <atomic>
 #include <cstdio>
@@ -56,6 +59,12 @@ private:
     std::atomic<int> m_calls{0};
 };
 
+/// Where an application may have wxWidgets print.
+class COwnOutput : public wxMessageOutput {
+public:
+    void Output(wxString const&) override { say("printed by the application"); }
+};
+
 /// What happens at the hooks.
 class CHooks {
 public:
@@ -82,6 +91,12 @@ public:
             waitForGo();
         if (action == "terminate")
             terminate();
+        if (action == "set-output")
+            wxMessageOutput::Set(new COwnOutput);
+        if (action == "set-output-to-stdin")
+            wxMessageOutput::Set(new wxMessageOutputStderr(stdin));
+        if (action == "get-output")
+            wxMessageOutput::Get();
     }
 
 private:
@@ -204,6 +219,8 @@ int callEntry(CTestEntry& entry, int argc, char** argv) {
         return entry.entry(0, argv);
     if (way == "with-null-argument")
         argv[1] = nullptr;
+    if (way == "with-nameless-program")
+        argv[0] = const_cast<char*>("--%");
     if (way == "twice")
         say("first call: " + std::to_string(entry.entry(argc, argv)));
     return entry.entry(argc, argv);
