@@ -12,6 +12,7 @@
 #include <wx/msgout.h>
 
 #include <cstdio>
+#include <typeinfo>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -99,10 +100,25 @@ void openMissingStreams() {
     fdn::Descriptor const spare(descriptor);
 }
 
-/// While it lives, the parser's usage and error messages go to standard output.
+/// Where wxWidgets prints as long as nobody has told it otherwise: on standard error.
+class CDefaultOutput : public wxMessageOutputStderr {
+public:
+    /// Whether messages go there. It is made when the first message needs it, and is null until then.
+    static bool is(wxMessageOutput const* output) {
+        return output == nullptr ||
+               (typeid(*output) == typeid(wxMessageOutputStderr) &&
+                static_cast<wxMessageOutputStderr const*>(output)->*(&CDefaultOutput::m_fp) == stderr);
+    }
+};
+
+/// While it lives, the parser's usage and error messages go to standard output, or where the application has
+/// them go. No code of the application's may run meanwhile that sets an output, and deletes this one.
 class CParserOutput {
 public:
-    CParserOutput() : m_previous(wxMessageOutput::Set(&m_output)) {}
+    CParserOutput() : m_previous(wxMessageOutput::Set(&m_output)) {
+        if (!CDefaultOutput::is(m_previous))
+            wxMessageOutput::Set(m_previous);
+    }
 
     CParserOutput(CParserOutput const&) = delete;
     CParserOutput& operator=(CParserOutput const&) = delete;

@@ -293,6 +293,27 @@ TEST_F(CommandLineTest, OptionsThatHoldNoPasswordAreListedAsTheyAre) {
     EXPECT_THAT(m_log.entries(), ElementsAre(badCommandLine(1, arguments)));
 }
 
+TEST_F(CommandLineTest, ApplicationsOwnMessageOutputIsKept) {
+    Outcome const outcome = run({}, "init=set-output");
+
+    EXPECT_EQ(std::string("printed by the application\n") + test::commandSummary, outcome.output);
+    EXPECT_EQ("", outcome.errors);
+}
+
+TEST_F(CommandLineTest, ApplicationsOwnMessageOutputToAFileIsKept) {
+    Outcome const outcome = run({}, "init=set-output-to-stdin");
+
+    EXPECT_EQ(test::commandSummary, outcome.output);
+    EXPECT_EQ("", outcome.errors);
+}
+
+TEST_F(CommandLineTest, DefaultMessageOutputIsReplacedAlsoWhereItIsThereAlready) {
+    Outcome const outcome = run({}, "init=get-output");
+
+    EXPECT_EQ(parserReport({}) + test::commandSummary, outcome.output);
+    EXPECT_EQ("", outcome.errors);
+}
+
 TEST_F(CommandLineTest, InstallWithoutControlFolderIsRefusedWithStatusMinus1) {
     Outcome const outcome = run({"install"});
 
