@@ -148,6 +148,11 @@ bool isGivenAsNumber(wxCmdLineParser const& parser, char const* option) {
     return parser.Found(option, &number);
 }
 
+bool isInteger(wxString const& text) {
+    std::size_t const digits = text.find_first_of("+-") == 0 ? 1 : 0;
+    return digits < text.length() && text.find_first_not_of("0123456789", digits) == wxString::npos;
+}
+
 void storeText(wxCmdLineParser const& parser, char const* option, fdn::String& field) {
     wxString text;
     if (parser.Found(option, &text))
@@ -323,10 +328,11 @@ void CDaemonEntry::storeTimeout(wxCmdLineParser& parser) {
     if (!isGivenAsNumber(parser, "timeout"))
         return;
     wxString text;
-    long seconds = 0;
+    wxLongLong_t seconds = 0;
     parser.Found("timeout", &text);
-    if (!text.ToLong(&seconds)) {
-        fdn::logError("Bad commandline: timeout '" + fdn::String(text) + "' is not a number.");
+    if (!text.ToLongLong(&seconds)) {
+        fdn::logError("Bad commandline: timeout '" + fdn::String(text) +
+                      (isInteger(text) ? "' is out of range." : "' is not a number."));
         return;
     }
     // Unsigned, because the product may leave the 32 bits.

@@ -139,7 +139,22 @@ TEST_P(CommandLineNoTimeoutTest, TextThatIsNoNumberLeavesTheTimeoutAndMakesOneEr
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, CommandLineNoTimeoutTest,
-                         testing::Values("abc", "", "5s", "0x10", "1.5", "9223372036854775808"));
+                         testing::Values("abc", "", "5s", "0x10", "1.5", "-", "+", "--5"));
+
+class CommandLineLongTimeoutTest : public CommandLineOptionsTest,
+                                   public testing::WithParamInterface<char const*> {};
+
+TEST_P(CommandLineLongTimeoutTest, NumberOutOfRangeLeavesTheTimeoutAndIsCalledSo) {
+    store({std::string("--timeout=") + GetParam(), "start"});
+
+    EXPECT_EQ(60000, m_entry->m_timeoutMs);
+    EXPECT_THAT(m_log.entries(), ElementsAre(std::string("error: Bad commandline: timeout '") + GetParam() +
+                                             "' is out of range."));
+}
+
+INSTANTIATE_TEST_SUITE_P(Numbers, CommandLineLongTimeoutTest,
+                         testing::Values("9223372036854775808", "-9223372036854775809",
+                                         "+99999999999999999999"));
 
 // What a bad command line is answered with
 
