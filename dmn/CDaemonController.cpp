@@ -166,12 +166,16 @@ void makeTransientFolder(fdn::String const& appID, FolderOwner const& owner) {
     }
 }
 
-// The outcome shows in the PID file alone: the process may as well be gone by now. Kernels before 5.3 give no
-// handle.
+// Whether the system knows how; what came of it does not matter.
+bool signalByHandle(fdn::Descriptor const& process) {
+    return process.isOpen() &&
+           (syscall(SYS_pidfd_send_signal, process.get(), SIGTERM, nullptr, 0) == 0 || errno != ENOSYS);
+}
+
+// The outcome shows in the PID file alone: the process may as well be gone by now. Kernels before 5.3, and
+// sandboxes, know no handle, or nothing to do with one.
 void terminate(fdn::Descriptor const& process, pid_t pid) {
-    if (process.isOpen())
-        syscall(SYS_pidfd_send_signal, process.get(), SIGTERM, nullptr, 0);
-    else
+    if (!signalByHandle(process))
         kill(pid, SIGTERM);
 }
 

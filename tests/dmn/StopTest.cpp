@@ -136,6 +136,13 @@ TEST_F(Stop, SignalsByNumberWhereTheSystemGivesNoHandle) {
               }));
 }
 
+TEST_F(Stop, SignalsByNumberWhereTheSystemHasNoUseForTheHandle) {
+    EXPECT_EQ(1, countSignals([this] {
+                  refuseSystemCall(SYS_pidfd_send_signal, ENOSYS);
+                  m_controller.stop();
+              }));
+}
+
 TEST_F(Stop, SignalsNobodyWhenTheDaemonGivesItsFileUpMeanwhile) {
     Program process({"sleep", "1000"});
     writePIDFile(process.pid());
