@@ -214,6 +214,7 @@ void CDaemonController::install(CDaemonInfo const& info, fdn::String const& id,
                                 fdn::String transientFolderAppID, fdn::String transientFolderGroup) {
     fdn::logInfo("Installing daemon '" + id + "'...");
     CMakeRoot const root;
+    requireArguments(info.params);
     try {
         fdn::Path const script =
             createInitScript(info, id, controlFolder, runAs, transientFolderAppID, transientFolderGroup);

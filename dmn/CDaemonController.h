@@ -51,6 +51,8 @@ public:
     /// account nor the executable is looked at. When something fails, the daemon is uninstalled again as far
     /// as that gets, also where an earlier installation was to be replaced, and the error is thrown. The
     /// password is neither used nor stored. Nothing keeps two processes from installing the same ID at once.
+    /// A run parameter that holds the character NUL, which no program can be given, is refused before
+    /// anything is changed.
     ///
     /// The ID, the display name, the control folder, the account and the two texts about the transient folder
     /// stand in double quotes in a shell script, as they are: a double quote, "$", "`" or backslash in them

@@ -1,5 +1,6 @@
 #include "InitScript.h"
 
+#include <fdn/CError.h>
 #include <fdn/uri.h>
 
 #include <wx/tokenzr.h>
@@ -111,6 +112,16 @@ fdn::String composeInitScript(InitScriptValues const& values) {
     appendAssignment(script, "INITFILEPATH", values.initFilePath.getText());
     script << kVerbs;
     return script;
+}
+
+void requireArguments(fdn::TList<fdn::String> const& params) {
+    int number = 0;
+    for (fdn::String const& param : params) {
+        ++number;
+        if (param.find(L'\0') != fdn::String::npos)
+            throw fdn::CError(
+                fdn::String::Format("Invalid run parameter %d: it holds the character NUL.", number));
+    }
 }
 
 fdn::String composeParameterLine(fdn::TList<fdn::String> const& params) {

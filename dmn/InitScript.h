@@ -22,6 +22,9 @@ struct InitScriptValues {
 /// The text of the init script.
 fdn::String composeInitScript(InitScriptValues const& values);
 
+/// Throws a CError for a run parameter that no program can be given, naming its number.
+void requireArguments(fdn::TList<fdn::String> const& params);
+
 /// The line in which the run parameters are stored.
 fdn::String composeParameterLine(fdn::TList<fdn::String> const& params);
 

@@ -110,6 +110,21 @@ TEST_F(Install, WritesThePasswordNowhere) {
     EXPECT_THAT(m_log.entries(), Each(Not(HasSubstr("sesame"))));
 }
 
+TEST_F(Install, RefusesARunParameterThatNoProgramCanBeGivenAndKeepsTheOldInstallation) {
+    install("old");
+    std::string const script = readFile("/etc/init.d/app");
+    fdn::String parameter("alpha");
+    parameter.append(1, L'\0');
+    m_info.params = {"", "beta", parameter};
+
+    fdn::CError const error = errorOf([this] { install("new"); });
+
+    EXPECT_EQ("Invalid run parameter 3: it holds the character NUL.", error.getMessage().toUTF8());
+    EXPECT_TRUE(isPlain(error));
+    EXPECT_EQ(script, readFile("/etc/init.d/app"));
+    EXPECT_EQ("06", linkedLevels());
+}
+
 TEST_F(Install, ReplacesAnInstallation) {
     install("old", "old", "old");
 
