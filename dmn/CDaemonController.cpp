@@ -20,8 +20,10 @@
 #include "InitScript.h"
 #include "PIDFilePath.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <iterator>
 
 #include <signal.h>
 #include <stdio.h>
@@ -75,6 +77,13 @@ auto poll(int timeoutMs, Check const& check) -> decltype(check()) {
             return {};
         fdn::CThread::sleep(kPollIntervalMs);
     }
+}
+
+// Whether every init script has the setting.
+bool isStored(fdn::String const& attr) {
+    constexpr char const* stored[] = {"ControlFolder",        "RunAs",  "TransientFolderAppID",
+                                      "TransientFolderGroup", "Params", "ExePath"};
+    return std::find(std::begin(stored), std::end(stored), attr) != std::end(stored);
 }
 
 /// What the init script says about how to start the daemon.
@@ -375,6 +384,11 @@ fdn::Path CDaemonController::getInitScriptPath(fdn::String const& id) {
 fdn::String CDaemonController::getDaemonAttribute(fdn::String const& id, fdn::String const& attr) {
     fdn::CExecCommand const command(getInitScriptPath(id), {"print" + attr});
     fdn::String output = fdn::execSyncReturnOutputAsString(command, false, nullptr, fdn::Path());
+    // The echo of an empty setting prints a line. A shell that cannot read a script to its end prints
+    // nothing, and may say that all is well.
+    if (output.empty() && isStored(attr))
+        throw fdn::CError("The init script '" + command.getProgram().getText() +
+                          "' has printed nothing for the setting '" + attr + "'.");
     output.Trim(true).Trim(false);
     return output;
 }

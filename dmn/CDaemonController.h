@@ -121,8 +121,8 @@ public:
     static fdn::Path getInitScriptPath(fdn::String const& id);
 
     /// The setting that the init script answers to "print" and the attribute, without white space around it.
-    /// An unknown attribute gives the empty text; throws when the script cannot be run, or fails
-    /// without a word.
+    /// An unknown attribute gives the empty text; throws when the script cannot be run, fails without a word,
+    /// or prints not even an empty line for a setting that every script has.
     static fdn::String getDaemonAttribute(fdn::String const& id, fdn::String const& attr);
 
     /// The run parameters as they are stored: URI-escaped, with blanks between them.

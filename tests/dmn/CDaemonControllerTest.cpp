@@ -192,6 +192,33 @@ TEST_F(CDaemonController, DoesNotTakeTheSilenceOfAScriptThatFailsForAnEmptySetti
     }
 }
 
+TEST_F(CDaemonController, DoesNotTakeNoOutputAtAllForAnEmptySetting) {
+    for (std::string const attr :
+         {"ControlFolder", "RunAs", "TransientFolderAppID", "TransientFolderGroup", "Params", "ExePath"}) {
+        for (std::string const end : {"exit 0", "exit 1", "exec true"}) {
+            writeInitScript("#!/bin/sh\n" + end + "\n");
+
+            fdn::CError const error = errorOf([&] { attribute(attr.c_str()); });
+
+            EXPECT_EQ("The init script '/etc/init.d/app' has printed nothing for the setting '" + attr + "'.",
+                      error.getMessage().toUTF8());
+            EXPECT_TRUE(isPlain(error));
+        }
+    }
+}
+
+TEST_F(CDaemonController, TakesAnEmptyLineForAnEmptySetting) {
+    writeInitScript("#!/bin/sh\necho\nexit 1\n");
+
+    EXPECT_EQ("", attribute("RunAs"));
+}
+
+TEST_F(CDaemonController, DoesNotTakeAnAccountThatEchoSwallowsForRoots) {
+    install("-n");
+
+    EXPECT_THAT(messageOf([] { attribute("RunAs"); }), HasSubstr("'RunAs'"));
+}
+
 TEST_F(CDaemonController, ReadsAnUnknownAttributeAsEmpty) {
     install();
 
@@ -264,7 +291,7 @@ TEST_F(CDaemonController, ReadsItsControlFolderFromTheScriptOnce) {
 }
 
 TEST_F(CDaemonController, ReadsItsControlFolderAgainWhileTheScriptHasNone) {
-    writeAnsweringScript("");
+    writeAnsweringScript("\\n");
     Controller controller("app", fdn::Path());
     EXPECT_EQ("", controller.getControlFolder().getText().toUTF8());
 

@@ -158,7 +158,7 @@ TEST_F(Start, SplitsTheParameterLineAtAnyWhiteSpace) {
     for (std::string const line :
          {"alpha%20beta  gamma", R"(  alpha%20beta\tgamma )", R"(alpha%20beta \r\n\t gamma\r\n)"}) {
         writeInitScript("#!/bin/sh\n[ $1 = printParams ] && printf %b '" + line +
-                        "'\n[ $1 = printExePath ] && echo " + m_program + "\nexit 0\n");
+                        "'\n[ $1 = printExePath ] && echo " + m_program + "\necho\n");
 
         controller().start();
 
@@ -170,7 +170,7 @@ TEST_F(Start, SplitsTheParameterLineAtAnyWhiteSpace) {
 TEST_F(Start, ReadsTheSettingsFromTheScriptOneAfterTheOther) {
     std::string const calls = m_folder.name("calls");
     writeInitScript("#!/bin/sh\necho $1 >>" + calls + "\n[ $1 = printExePath ] && echo " + m_program +
-                    "\n[ $1 = printControlFolder ] && echo " + m_folder.name() + "\nexit 0\n");
+                    "\n[ $1 = printControlFolder ] && echo " + m_folder.name() + "\necho\n");
 
     CDaemonController("app", fdn::Path()).start();
 
