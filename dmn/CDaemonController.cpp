@@ -58,12 +58,6 @@ bool isLinkNameOf(fdn::String const& id, fdn::String const& name) {
            name.length() == id.length() + 3;
 }
 
-// An ID that leads out of the init directory would have other files overwritten, deleted and run as root.
-void requireFileName(fdn::String const& id) {
-    if (id.empty() || id == "." || id == ".." || id.find('/') != fdn::String::npos)
-        throw fdn::CError("Invalid daemon id: '" + id + "'.");
-}
-
 /// Polls until the check answers something other than the default answer, or the time-out passes. The check
 /// is made at least once; the clock is only read after a check that failed.
 template <class Check>
@@ -265,7 +259,7 @@ void CDaemonController::createRunLevelLinks(fdn::Path const& script, fdn::String
 }
 
 void CDaemonController::uninstall(fdn::String const& id, fdn::Path const& controlFolder) {
-    requireFileName(id);
+    requireDaemonId(id);
     CMakeRoot const root;
     if (controlFolder.getText().empty())
         stop(id);
@@ -288,6 +282,7 @@ void CDaemonController::removeRunLevelLinks(fdn::String const& id) {
 
 void CDaemonController::uninstall() {
     fdn::logInfo("Uninstalling daemon '" + m_id + "'...");
+    requireDaemonId(m_id);
     if (!isInstalled()) {
         fdn::logInfo("Nothing to do. Daemon not installed.");
         return;
@@ -310,6 +305,7 @@ void CDaemonController::start() {
 }
 
 void CDaemonController::stop(fdn::Path const& controlFolder, fdn::String const& id) {
+    requireDaemonId(id);
     CMakeRoot const root;
     int const pid = getActivePID(controlFolder, id);
     if (pid < 1)
@@ -331,7 +327,7 @@ void CDaemonController::stop() {
 }
 
 bool CDaemonController::isInstalled() {
-    return fdn::fileExists(getInitScriptPath(m_id));
+    return isDaemonId(m_id) && fdn::fileExists(getInitScriptPath(m_id));
 }
 
 bool CDaemonController::isStopped() {
@@ -369,11 +365,11 @@ fdn::Path CDaemonController::getControlFolder() {
 }
 
 int CDaemonController::getActivePID(fdn::Path const& controlFolder, fdn::String const& id) {
-    return fdn::CPIDFile::getActivePID(getPIDFilePath(controlFolder, id));
+    return isDaemonId(id) ? fdn::CPIDFile::getActivePID(getPIDFilePath(controlFolder, id)) : 0;
 }
 
 fdn::Path CDaemonController::getInitScriptPath(fdn::String const& id) {
-    requireFileName(id);
+    requireDaemonId(id);
     for (char const* const folder : {"/etc/init.d", "/etc/rc.d/init.d"}) {
         if (fdn::folderExists(fdn::Path(folder)))
             return fdn::Path(folder) << fdn::Path(id);

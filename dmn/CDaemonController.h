@@ -19,7 +19,12 @@ namespace dmn {
 /// control folder. Operations that change the system or signal a process raise the effective user to root for
 /// their duration, so they need root's rights or a set-user-ID executable.
 ///
-/// Failures are thrown as fdn::CError. The class takes no lock: use it from one thread, and because the
+/// Failures are thrown as fdn::CError. An ID that cannot name files stands for no daemon: the queries say
+/// that it is not installed and stopped, and everything else throws "Invalid daemon id: '...'." before
+/// anything is touched. Such are the empty ID, ".", "..", one with a "/" or the character NUL, and one of
+/// more than 251 bytes, because of its PID file.
+///
+/// The class takes no lock: use it from one thread, and because the
 /// effective user is the whole process's, from one controller at a time.
 ///
 ///     dmn::CDaemonController controller("backupd", fdn::Path());
@@ -117,7 +122,7 @@ public:
     static int getActivePID(fdn::Path const& controlFolder, fdn::String const& id);
 
     /// Where the init script of this ID is: in "/etc/init.d", or in "/etc/rc.d/init.d" where that is missing.
-    /// Throws when both are, and for an ID that is no file name: an empty one, ".", "..", or one with a "/".
+    /// Throws when both are.
     static fdn::Path getInitScriptPath(fdn::String const& id);
 
     /// The setting that the init script answers to "print" and the attribute, without white space around it.

@@ -30,6 +30,23 @@ protected:
         return Controller::getInitScriptPath(id).getText().toUTF8();
     }
 
+    /// IDs that can name no files.
+    static std::vector<fdn::String> badIDs() {
+        fdn::String withNUL("app");
+        withNUL.append(1, L'\0');
+        return {"",
+                ".",
+                "..",
+                "/",
+                "x/y",
+                "/etc/passwd",
+                "../cron.d/x",
+                "../x",
+                withNUL,
+                wxString(L'x', 252),
+                wxString(L'\u00f6', 126)};
+    }
+
     static std::string attribute(fdn::String const& attr) {
         return Controller::getDaemonAttribute("app", attr).toUTF8();
     }
@@ -66,25 +83,57 @@ TEST_F(CDaemonController, UsesTheIDAsItStandsAsTheScriptsName) {
 }
 
 TEST_F(CDaemonController, RefusesAnIDThatIsNoFileName) {
-    for (std::string const id : {"", ".", "..", "/", "x/y", "/etc/passwd", "../cron.d/x"}) {
-        fdn::CError const error = errorOf([&] { scriptPath(id.c_str()); });
+    for (fdn::String const& id : badIDs()) {
+        fdn::CError const error = errorOf([&] { scriptPath(id); });
 
-        EXPECT_EQ("Invalid daemon id: '" + id + "'.", error.getMessage().toUTF8());
+        EXPECT_EQ(("Invalid daemon id: '" + id + "'.").toUTF8(), error.getMessage().toUTF8());
         EXPECT_TRUE(isPlain(error));
     }
 }
 
-TEST_F(CDaemonController, InstallsAndRunsNothingForAnIDThatIsNoFileName) {
-    Controller controller("../x", m_folder.path());
-    std::string const message = "Invalid daemon id: '../x'.";
+TEST_F(CDaemonController, TakesAnIDWhosePIDFileHasTheLongestName) {
+    std::string const id(251, 'x');
 
-    EXPECT_EQ(message, messageOf([&] { controller.isInstalled(); }));
-    EXPECT_EQ(message, messageOf([&] { controller.start(); }));
-    EXPECT_EQ(message, messageOf([&] { controller.uninstall(); }));
-    EXPECT_EQ(message, messageOf([&] { Controller::stop("../x"); }));
-    EXPECT_EQ(message,
-              messageOf([&] { Controller::install(m_info, "../x", m_folder.path(), "", "", "", ""); }));
+    EXPECT_EQ("/etc/init.d/" + id, scriptPath(fdn::String::fromBytes(id)));
+}
+
+TEST_F(CDaemonController, ChangesRunsAndSignalsNothingForAnIDThatIsNoFileName) {
+    for (fdn::String const& id : badIDs()) {
+        Controller controller(id, m_folder.path());
+        std::string const message = ("Invalid daemon id: '" + id + "'.").toUTF8();
+
+        EXPECT_EQ(message, messageOf([&] { controller.start(); }));
+        EXPECT_EQ(message, messageOf([&] { controller.stop(); }));
+        EXPECT_EQ(message, messageOf([&] { controller.uninstall(); }));
+        EXPECT_EQ(message, messageOf([&] { Controller::stop(id); }));
+        EXPECT_EQ(message, messageOf([&] { Controller::stop(m_folder.path(), id); }));
+        EXPECT_EQ(message, messageOf([&] { Controller::uninstall(id, fdn::Path()); }));
+        EXPECT_EQ(message, messageOf([&] { Controller::getDaemonRunAs(id); }));
+        EXPECT_EQ(message,
+                  messageOf([&] { Controller::install(m_info, id, m_folder.path(), "", "", "", ""); }));
+    }
+    EXPECT_EQ(std::vector<std::string>{}, entriesOf("/etc/init.d"));
     EXPECT_FALSE(std::filesystem::exists("/etc/x"));
+}
+
+TEST_F(CDaemonController, IsNeitherInstalledNorRunningWithAnIDThatIsNoFileName) {
+    for (fdn::String const& id : badIDs()) {
+        Controller controller(id, m_folder.path());
+
+        EXPECT_FALSE(controller.isInstalled());
+        EXPECT_TRUE(controller.isStopped());
+        EXPECT_EQ(0, controller.checkRunningAndReady());
+        EXPECT_EQ(0, Controller::getActivePID(m_folder.path(), id));
+    }
+}
+
+TEST_F(CDaemonController, SignalsNobodyByAPIDFileOutsideTheControlFolder) {
+    writePIDFile(getpid());
+    std::filesystem::create_directory(m_folder.name("control"));
+
+    EXPECT_EQ(0, Controller::getActivePID(m_folder / "control", "../app"));
+    EXPECT_EQ("Invalid daemon id: '../app'.",
+              messageOf([this] { Controller::stop(m_folder / "control", "../app"); }));
 }
 
 TEST_F(CDaemonController, UninstallsNothingForAnIDThatIsNoFileName) {
@@ -93,13 +142,6 @@ TEST_F(CDaemonController, UninstallsNothingForAnIDThatIsNoFileName) {
 
     EXPECT_EQ("Invalid daemon id: ''.", messageOf([this] { Controller::uninstall("", m_folder.path()); }));
     EXPECT_EQ(std::vector<std::string>{"S90"}, entriesOf("/etc/rc2.d"));
-}
-
-TEST_F(CDaemonController, RefusesAnIDWithTheCharacterNUL) {
-    fdn::String id("app");
-    id.append(1, L'\0');
-
-    EXPECT_THROW(Controller(id, fdn::Path()).isInstalled(), fdn::CUnencodableStringError);
 }
 
 TEST_F(CDaemonController, SaysThatThereIsNoInitDirectory) {

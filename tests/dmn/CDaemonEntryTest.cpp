@@ -569,6 +569,18 @@ TEST_P(EntryLocaleTest, ControlFolderWithAnUmlautIsTheOneThatWasNamed) {
     EXPECT_THAT(m_log.entries(), ElementsAre(performing("nothing", folder), finished));
 }
 
+TEST_F(EntryTest, IDThatIsNoFileNameRunsNothingAndLeavesNoPIDFileAnywhere) {
+    for (std::string const& id : {std::string("../x"), std::string("."), std::string(252, 'x')}) {
+        for (std::string const command : {"run", "daemon"}) {
+            Outcome const outcome = run(in({"--id=" + id, command}), "daemon.init=say daemon.run=return");
+
+            expectFailure(outcome, "Invalid daemon id: '" + id + "'.");
+        }
+    }
+    EXPECT_EQ(std::vector<std::string>{"control"}, test::entriesOf(m_folder.name()));
+    EXPECT_EQ(std::vector<std::string>{}, test::entriesOf(controlFolder()));
+}
+
 TEST_F(EntryTest, ArgumentThatIsNoTextIsRefusedAndNotShown) {
     for (char const* const bytes : {"a\xe9",
                                     "a\xc0\xaf"
