@@ -37,6 +37,7 @@ namespace {
 
 constexpr unsigned kPollIntervalMs = 50;
 constexpr int kDeleteAttempts = 20;
+constexpr int kScriptMode = 0755;
 
 fdn::Path normalise(fdn::Path const& path) {
     return path.toNormalized(true, fdn::Path());
@@ -240,9 +241,10 @@ fdn::Path CDaemonController::createInitScript(CDaemonInfo const& info, fdn::Stri
     fdn::String const text = composeInitScript(
         {id, runAs, transientFolderAppID, transientFolderGroup, info.displayName, normalise(controlFolder),
          normalise(info.exePath), composeParameterLine(info.params), normalise(script)});
-    fdn::writeUTF8TextFile(script.getText(), text);
+    fdn::writeUTF8TextFile(script.getText(), text, kScriptMode);
+    // Against the umask, and the mode of a script that was there.
     wxCharBuffer const name = fdn::toFileName(script);
-    if (chmod(name, 0755) != 0)
+    if (chmod(name, kScriptMode) != 0)
         fdn::throwLastSysError("chmod", "CDaemonController::createInitScript", script);
     return script;
 }

@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fdn {
@@ -31,14 +32,15 @@ std::string makeTemporaryName(char const* action) {
 
 } // namespace
 
-ReplacementFile::ReplacementFile(Path const& path, char const* action) : m_path(path), m_action(action) {
+ReplacementFile::ReplacementFile(Path const& path, int mode, char const* action)
+    : m_path(path), m_action(action) {
     String const& text = path.getText();
     std::size_t const lastSep = text.find_last_of(L'/');
     std::size_t const nameStart = lastSep == String::npos ? 0 : lastSep + 1;
     m_folderPath = Path(nameStart == 0 ? String(".") : String(text.substr(0, nameStart)));
     m_name = Path(text.substr(nameStart));
     openFolder();
-    create();
+    create(static_cast<mode_t>(mode));
 }
 
 ReplacementFile::~ReplacementFile() {
@@ -55,16 +57,16 @@ void ReplacementFile::openFolder() {
         fail("open");
 }
 
-void ReplacementFile::create() {
+void ReplacementFile::create(mode_t mode) {
     bool const isLocked = flock(m_folder.get(), LOCK_EX | LOCK_NB) == 0;
     if (isLocked)
         unlinkat(m_folder.get(), kUsualName, 0);
-    if (!(isLocked && createAs(kUsualName)) && !createAs(makeTemporaryName(m_action)))
+    if (!(isLocked && createAs(kUsualName, mode)) && !createAs(makeTemporaryName(m_action), mode))
         fail("open");
 }
 
-bool ReplacementFile::createAs(std::string const& name) {
-    m_file = Descriptor(openat(m_folder.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+bool ReplacementFile::createAs(std::string const& name, mode_t mode) {
+    m_file = Descriptor(openat(m_folder.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
     if (m_file.isOpen())
         m_temporaryName = name;
     return m_file.isOpen();
@@ -81,9 +83,24 @@ void ReplacementFile::write(std::string const& content) {
 }
 
 void ReplacementFile::takePlace() {
+    takePermissions();
     finishFile();
     rename();
     flushFolder();
+}
+
+// Not the set-ID bits, which would give the rights of another owner.
+void ReplacementFile::takePermissions() {
+    wxCharBuffer const name = toFileName(m_name);
+    struct stat old = {};
+    if (fstatat(m_folder.get(), name, &old, AT_SYMLINK_NOFOLLOW) != 0) {
+        if (errno != ENOENT)
+            fail("fstatat");
+        return;
+    }
+    constexpr mode_t permissions = S_IRWXU | S_IRWXG | S_IRWXO;
+    if (S_ISREG(old.st_mode) && fchmod(m_file.get(), old.st_mode & permissions) != 0)
+        fail("fchmod");
 }
 
 void ReplacementFile::finishFile() {

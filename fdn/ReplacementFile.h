@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include <sys/types.h>
+
 namespace fdn {
 
 /// A new file that takes the place of another one once it is complete. Until then it has a name of its own in
@@ -13,9 +15,9 @@ namespace fdn {
 /// lock.
 class ReplacementFile {
 public:
-    /// Makes the new file, empty, with the mode 0644 that the umask leaves. `action` is the operation that
-    /// errors name.
-    ReplacementFile(Path const& path, char const* action);
+    /// Makes the new file, empty. `mode`, less the umask, is its mode where it replaces none. `action` is the
+    /// operation that errors name.
+    ReplacementFile(Path const& path, int mode, char const* action);
 
     ReplacementFile(ReplacementFile const&) = delete;
     ReplacementFile& operator=(ReplacementFile const&) = delete;
@@ -23,13 +25,15 @@ public:
 
     void write(std::string const& content);
 
-    /// Flushes the new file to the disk and puts it at the path, instead of whatever but a folder is there.
+    /// Gives the new file the permissions of the one that it replaces, flushes it to the disk and puts it at
+    /// the path, instead of whatever but a folder is there.
     void takePlace();
 
 private:
     void openFolder();
-    void create();
-    bool createAs(std::string const& name);
+    void create(mode_t mode);
+    bool createAs(std::string const& name, mode_t mode);
+    void takePermissions();
     void finishFile();
     void rename();
     void flushFolder();

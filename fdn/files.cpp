@@ -171,8 +171,12 @@ void createFileSymLink(Path const& target, Path const& link) {
 }
 
 void writeUTF8TextFile(String const& path, String const& text) {
+    writeUTF8TextFile(path, text, 0644);
+}
+
+void writeUTF8TextFile(String const& path, String const& text, int mode) {
     std::string const content = text.toUTF8();
-    ReplacementFile file(Path(path), "writeUTF8TextFile");
+    ReplacementFile file(Path(path), mode, "writeUTF8TextFile");
     file.write(content);
     file.takePlace();
 }

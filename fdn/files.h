@@ -62,9 +62,13 @@ FDN_EXPORT void createFileSymLink(Path const& target, Path const& link);
 /// Readers see the old file or the new one, never a part of it; so does the system after a crash. When the
 /// operation fails, the old file is still there, unless it was only the last step that failed, which makes
 /// the exchange last through a crash. What is at the path is replaced as a whole: the new file belongs to the
-/// process's effective user and has the mode 0644 that the umask leaves, and of a symbolic link the link is
-/// replaced, not its target. The process must be allowed to read and to change the folder. Blocks until the
-/// text is on the disk. Throws CUnencodableStringError for a code point that UTF-8 does not have.
+/// process's effective user, and of a symbolic link the link is replaced, not its target. It has the
+/// permissions of the regular file that it replaces, and otherwise those of 0644 that the umask leaves. The
+/// process must be allowed to read and to change the folder. Blocks until the text is on the disk. Throws
+/// CUnencodableStringError for a code point that UTF-8 does not have.
 FDN_EXPORT void writeUTF8TextFile(String const& path, String const& text);
+
+/// The same with another mode than 0644.
+FDN_EXPORT void writeUTF8TextFile(String const& path, String const& text, int mode);
 
 } // namespace fdn

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <functional>
 
+#include <signal.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -108,6 +109,22 @@ TEST_F(Install, WritesThePasswordNowhere) {
             EXPECT_THAT(readFile(file), Not(HasSubstr("sesame"))) << file;
     }
     EXPECT_THAT(m_log.entries(), Each(Not(HasSubstr("sesame"))));
+}
+
+TEST_F(Install, LeavesNoScriptThatCannotBeRunWhereItIsKilledBeforeItSetsTheMode) {
+    mode_t const mask = umask(022);
+
+    for (int installation = 1; installation <= 2; ++installation) {
+        Outcome const outcome = runInChild([this] {
+            endAtSystemCall(kChmodCall);
+            install();
+        });
+
+        EXPECT_EQ(SIGSYS, outcome.signal);
+        EXPECT_EQ(0755U, modeOf("/etc/init.d/app"));
+        umask(077);
+    }
+    umask(mask);
 }
 
 TEST_F(Install, RefusesARunParameterThatNoProgramCanBeGivenAndKeepsTheOldInstallation) {
@@ -226,6 +243,8 @@ TEST_F(Install, LeavesNothingOnAFullDiskAndNamesTheScript) {
 }
 
 TEST_F(Install, ReportsThatTheScriptCannotBeMadeExecutableRatherThanWhatItsCleanUpMeets) {
+    std::filesystem::remove("/etc/rc6.d");
+
     Outcome const outcome = runInChild([this] {
         refuseSystemCall(kChmodCall, EPERM);
         std::fputs(detailsOf(errorOf([this] { install(); })).c_str(), stdout);
@@ -235,6 +254,16 @@ TEST_F(Install, ReportsThatTheScriptCannotBeMadeExecutableRatherThanWhatItsClean
               outcome.output);
     EXPECT_TRUE(isScriptThere());
     EXPECT_EQ("", linkedLevels());
+}
+
+TEST_F(Install, RemovesTheScriptThatCannotBeMadeExecutable) {
+    Outcome const outcome = runInChild([this] {
+        refuseSystemCall(kChmodCall, EPERM);
+        install();
+    });
+
+    EXPECT_THAT(outcome.errors, HasSubstr("chmod failed for '/etc/init.d/app'"));
+    EXPECT_FALSE(isScriptThere());
 }
 
 TEST_F(Uninstall, RemovesLinksAndScriptAndTellsTheLog) {

@@ -42,6 +42,7 @@ using test::entriesOf;
 using test::errorOf;
 using test::modeOf;
 using test::readFile;
+using test::setMode;
 using test::TemporaryFolder;
 using test::writeFile;
 using testing::ElementsAre;
@@ -514,15 +515,65 @@ TEST(writeUTF8TextFile, TakesANameOfTheGreatestLength) {
     EXPECT_THAT(entriesOf(folder.name()), ElementsAre(name));
 }
 
-TEST(writeUTF8TextFile, GivesTheModeThatTheUmaskLeaves) {
+TEST(writeUTF8TextFile, GivesANewFileTheModeThatTheUmaskLeaves) {
     TemporaryFolder const folder;
     Umask const umask(026);
+
+    fdn::writeUTF8TextFile((folder / "file").getText(), "text");
+    fdn::writeUTF8TextFile((folder / "program").getText(), "text", 0755);
+
+    EXPECT_EQ(modeOf(folder.name("file")), 0640U);
+    EXPECT_EQ(modeOf(folder.name("program")), 0751U);
+}
+
+TEST(writeUTF8TextFile, KeepsTheModeOfTheOldFileWhateverTheUmask) {
+    TemporaryFolder const folder;
+    Umask const umask(077);
+    for (unsigned const mode : {0755U, 0604U, 0777U, 0U}) {
+        writeFile(folder.name("file"), "old");
+        setMode(folder.name("file"), mode);
+
+        fdn::writeUTF8TextFile((folder / "file").getText(), "new", 0711);
+
+        EXPECT_EQ(modeOf(folder.name("file")), mode);
+    }
+}
+
+TEST(writeUTF8TextFile, HasTheModeOfTheOldFileBeforeItTakesItsPlace) {
+    TemporaryFolder const folder;
     writeFile(folder.name("file"), "old");
-    fs::permissions(folder.name("file"), fs::perms::all);
+    setMode(folder.name("file"), 0755);
+
+    test::Program writer([&] {
+        test::endAtSystemCall(SYS_renameat);
+        fdn::writeUTF8TextFile((folder / "file").getText(), "new");
+    });
+
+    EXPECT_EQ(writer.wait().signal, SIGSYS);
+    EXPECT_EQ(modeOf(folder.name(".text-file.new")), 0755U);
+}
+
+TEST(writeUTF8TextFile, GivesNobodyItsOwnersRights) {
+    TemporaryFolder const folder;
+    writeFile(folder.name("file"), "old");
+    setMode(folder.name("file"), 06755);
 
     fdn::writeUTF8TextFile((folder / "file").getText(), "new");
 
-    EXPECT_EQ(modeOf(folder.name("file")), 0640U);
+    EXPECT_EQ(modeOf(folder.name("file")), 0755U);
+}
+
+TEST(writeUTF8TextFile, TakesNoModeOfALinkOrAPipe) {
+    TemporaryFolder const folder;
+    Umask const umask(022);
+    fs::create_symlink("nowhere", folder.name("link"));
+    mkfifo(folder.name("pipe").c_str(), 0600);
+
+    fdn::writeUTF8TextFile((folder / "link").getText(), "new");
+    fdn::writeUTF8TextFile((folder / "pipe").getText(), "new");
+
+    EXPECT_EQ(modeOf(folder.name("link")), 0644U);
+    EXPECT_EQ(modeOf(folder.name("pipe")), 0644U);
 }
 
 TEST(writeUTF8TextFile, ReplacesALongerFile) {
