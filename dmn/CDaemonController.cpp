@@ -2,13 +2,10 @@
 
 #include <fdn/CError.h>
 #include <fdn/CExecCommand.h>
-#include <fdn/CFileRef.h>
 #include <fdn/CFileSystemIterator.h>
 #include <fdn/CImpersonateInfo.h>
-#include <fdn/COnDemandFileInfo.h>
 #include <fdn/CPIDFile.h>
 #include <fdn/CSystemAccountManager.h>
-#include <fdn/CSystemPaths.h>
 #include <fdn/CThread.h>
 #include <fdn/CTime.h>
 #include <fdn/Descriptor.h>
@@ -19,6 +16,7 @@
 
 #include "InitScript.h"
 #include "PIDFilePath.h"
+#include "TransientFolder.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -119,55 +117,11 @@ fdn::P<fdn::CImpersonateInfo> makeImpersonation(fdn::String const& runAs) {
     return impersonation;
 }
 
-// The owner gets everything, the group may look and enter, others get nothing; set-ID and sticky bits stay.
-unsigned toTransientFolderMode(unsigned mode) {
-    return (mode & ~027U) | 0750U;
-}
-
-/// Whom a transient folder is made for.
-struct FolderOwner {
-    unsigned uid;
-    unsigned gid;
-};
-
 FolderOwner getTransientFolderOwner(StartSettings const& settings) {
     fdn::CSystemAccountManager const& accounts = fdn::CSystemAccountManager::get();
     bool const hasGroup = !settings.transientFolderGroup.empty();
     return {settings.runAs.empty() ? 0 : accounts.getUserID(settings.runAs).getUID(),
             accounts.getGroupID(hasGroup ? settings.transientFolderGroup : settings.runAs).getGID()};
-}
-
-fdn::Path getTransientFolder(fdn::String const& appID) {
-    return fdn::CSystemPaths(appID).getSharedAppTransientFolder(false);
-}
-
-void furnishTransientFolder(fdn::Path const& folder, FolderOwner const& owner) {
-    fdn::ensureFolderExists(folder, 0777);
-    fdn::CFileRef file(folder);
-    file.setUnixMode(toTransientFolderMode(fdn::COnDemandFileInfo(folder, false).getUnixMode()));
-    file.setUnixOwnerAndGroup(owner.uid, owner.gid, false);
-}
-
-void rename(fdn::Path const& from, fdn::Path const& to) {
-    wxCharBuffer const fromName = fdn::toFileName(from);
-    wxCharBuffer const toName = fdn::toFileName(to);
-    if (::rename(fromName, toName) != 0)
-        fdn::throwLastSysError("rename", "CDaemonController::start", to);
-}
-
-// Gets its name when it is finished: a folder that has it is never touched again. What an interrupted start
-// has left is finished, too.
-void makeTransientFolder(fdn::String const& appID, FolderOwner const& owner) {
-    fdn::Path const unfinished = getTransientFolder("." + appID + ".new");
-    try {
-        furnishTransientFolder(unfinished, owner);
-        rename(unfinished, getTransientFolder(appID));
-    } catch (std::exception const&) {
-        rmdir(fdn::toFileName(unfinished));
-        // Another start may have made it at the same time.
-        if (!fdn::folderExists(getTransientFolder(appID)))
-            throw;
-    }
 }
 
 // Whether the system knows how; what came of it does not matter.

@@ -7,6 +7,8 @@
 #include "support/errors.h"
 #include "support/processInfo.h"
 
+#include <fdn/Descriptor.h>
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -17,6 +19,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -33,6 +36,7 @@ using testing::Not;
 using Names = std::vector<std::string>;
 
 constexpr char kBegun[] = "Starting daemon 'app'...";
+constexpr char kUnfinished[] = "/run/.transient-folder.new";
 constexpr char kDone[] = "Done starting daemon 'app'.";
 
 /// The texts of a file in /proc that ends each with a zero.
@@ -278,6 +282,15 @@ TEST_F(Start, MakesTheTransientFolderWhateverTheUmask) {
     }
 }
 
+TEST_F(Start, MakesATransientFolderWithANameOfTheGreatestLength) {
+    std::string const name(255, 'x');
+
+    start("", fdn::String::fromBytes(name));
+
+    EXPECT_EQ(0750U, modeOf("/run/" + name));
+    std::filesystem::remove("/run/" + name);
+}
+
 TEST_F(Start, KeepsTheSetGroupIDBitThatANewTransientFolderInherits) {
     unsigned const before = modeOf("/run");
     setMode("/run", 02755);
@@ -415,13 +428,71 @@ TEST_F(StartAs, LeavesNoTransientFolderThatItCannotGiveToTheAccount) {
     EXPECT_THAT(entriesOf("/run"), Not(Contains(HasSubstr("appid"))));
 }
 
-TEST_F(StartAs, FinishesTheTransientFolderOfAStartThatWasInterrupted) {
-    std::filesystem::create_directory("/run/.appid.new");
+TEST_F(StartAs, TidiesUpAfterAStartThatWasKilledWhileItMadeTheTransientFolder) {
+    std::filesystem::create_directory(kUnfinished);
+    setOwner(kUnfinished, kUser, kUser);
+
+    start("", "appid");
+
+    EXPECT_EQ(0U, ownerOf("/run/appid"));
+    EXPECT_FALSE(std::filesystem::exists(kUnfinished));
+}
+
+TEST_F(StartAs, MakesTheTransientFolderBesideAnUnfinishedOneThatIsNotEmpty) {
+    std::filesystem::create_directory(kUnfinished);
+    writeFile(std::string(kUnfinished) + "/file", "");
 
     start("dmnuser", "appid");
 
     EXPECT_EQ(kUser, ownerOf("/run/appid"));
-    EXPECT_FALSE(std::filesystem::exists("/run/.appid.new"));
+    EXPECT_EQ(Names{}, entriesOf("/run/appid"));
+    std::filesystem::remove_all(kUnfinished);
+}
+
+TEST_F(StartAs, LeavesTheUnfinishedFolderOfAnotherStartAlone) {
+    fdn::Descriptor const locked(open("/run", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(0, flock(locked.get(), LOCK_EX));
+    std::filesystem::create_directory(kUnfinished);
+    Names const before = entriesOf("/run");
+
+    start("dmnuser", "appid");
+
+    EXPECT_EQ(kUser, ownerOf("/run/appid"));
+    EXPECT_TRUE(std::filesystem::remove(kUnfinished));
+    EXPECT_EQ(before.size(), entriesOf("/run").size());
+}
+
+TEST_F(StartAs, KeepsTheTransientFolderThatAnotherStartHasMadeMeanwhile) {
+    this->install("dmnuser", "appid");
+    Names const before = entriesOf("/run");
+    Program starting([this] {
+        awaitPerformBefore();
+        controller().start();
+    });
+
+    performBefore(SYS_renameat2, starting.pid(), [] {
+        std::filesystem::create_directory("/run/appid");
+        setOwner("/run/appid", kUser, kExtraGroup);
+    });
+
+    EXPECT_EQ(0, starting.wait().status) << starting.errors();
+    EXPECT_EQ(kExtraGroup, groupOf("/run/appid"));
+    EXPECT_EQ(before.size() + 1, entriesOf("/run").size());
+}
+
+TEST_F(StartAs, MakesTheTransientFolderWhereTheSystemCannotRenameWithoutReplacing) {
+    for (int const error : {EINVAL, ENOSYS}) {
+        this->install("dmnuser", "appid");
+
+        Outcome const outcome = runInChild([this, error] {
+            refuseSystemCall(SYS_renameat2, error);
+            controller().start();
+        });
+
+        EXPECT_EQ("", outcome.errors);
+        EXPECT_EQ(kUser, ownerOf("/run/appid"));
+        endDaemons();
+    }
 }
 
 TEST_F(StartAs, LeavesTheOwnerOfAnExistingTransientFolder) {
