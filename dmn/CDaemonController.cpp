@@ -16,6 +16,7 @@
 
 #include "InitScript.h"
 #include "PIDFilePath.h"
+#include "StartSettings.h"
 #include "TransientFolder.h"
 
 #include <algorithm>
@@ -79,29 +80,9 @@ bool isStored(fdn::String const& attr) {
     return std::find(std::begin(stored), std::end(stored), attr) != std::end(stored);
 }
 
-/// What the init script says about how to start the daemon.
-struct StartSettings {
-    fdn::String params;
-    fdn::String runAs;
-    fdn::String transientFolderAppID;
-    fdn::String transientFolderGroup;
-    fdn::Path exePath;
-};
-
-StartSettings readStartSettings(fdn::String const& id) {
-    StartSettings settings;
-    settings.params = CDaemonController::getDaemonParams(id);
-    settings.runAs = CDaemonController::getDaemonRunAs(id);
-    settings.transientFolderAppID = CDaemonController::getDaemonTransientFolderAppID(id);
-    settings.transientFolderGroup = CDaemonController::getDaemonTransientFolderGroup(id);
-    settings.exePath = CDaemonController::getDaemonExePath(id);
-    return settings;
-}
-
-fdn::CExecCommand composeDaemonCommand(fdn::String const& id, fdn::Path const& controlFolder,
-                                       StartSettings const& settings) {
-    fdn::TArray<fdn::String> arguments{"--id=" + id, "--controlFolder=" + normalise(controlFolder).getText(),
-                                       "daemon"};
+fdn::CExecCommand composeDaemonCommand(fdn::String const& id, StartSettings const& settings) {
+    fdn::TArray<fdn::String> arguments{
+        "--id=" + id, "--controlFolder=" + normalise(settings.controlFolder).getText(), "daemon"};
     for (fdn::String const& param : splitParameterLine(settings.params))
         arguments.push_back(param);
     return fdn::CExecCommand(settings.exePath, arguments);
@@ -250,13 +231,13 @@ void CDaemonController::uninstall() {
 void CDaemonController::start() {
     fdn::logInfo("Starting daemon '" + m_id + "'...");
     CMakeRoot const root;
-    fdn::Path const controlFolder = getControlFolder();
-    StartSettings const settings = readStartSettings(m_id);
-    fdn::CExecCommand const command = composeDaemonCommand(m_id, controlFolder, settings);
+    StartSettings const settings = readStartSettings(m_id, m_controlFolder);
+    m_controlFolder = settings.controlFolder;
+    fdn::CExecCommand const command = composeDaemonCommand(m_id, settings);
     fdn::P<fdn::CImpersonateInfo> const impersonation = makeImpersonation(settings.runAs);
     prepareTransientFolder(settings);
-    fdn::forkAndExec(command, impersonation.get(), fdn::ForkExecLevel::Detached, controlFolder, nullptr,
-                     nullptr, nullptr, nullptr);
+    fdn::forkAndExec(command, impersonation.get(), fdn::ForkExecLevel::Detached, settings.controlFolder,
+                     nullptr, nullptr, nullptr, nullptr);
     fdn::logInfo("Done starting daemon '" + m_id + "'.");
 }
 

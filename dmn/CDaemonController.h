@@ -73,10 +73,10 @@ public:
     /// The same for this controller's daemon. Does nothing when it is not installed.
     void uninstall();
 
-    /// Launches the installed daemon as a detached process with the settings that its init script holds,
-    /// after making its transient folder if it wants one. Returns as soon as the process is launched: whether
-    /// the daemon comes up shows in waitRunningAndReady(). An already running daemon is not noticed here; the
-    /// second process fails to claim the PID file.
+    /// Launches the installed daemon as a detached process with the settings that its init script holds, all
+    /// of one installation, after making its transient folder if it wants one. Returns as soon as the process
+    /// is launched: whether the daemon comes up shows in waitRunningAndReady(). An already running daemon is
+    /// not noticed here; the second process fails to claim the PID file.
     void start();
 
     /// Sends SIGTERM to the process that holds the daemon's PID file, if there is one, and returns at once.

@@ -185,6 +185,45 @@ TEST_F(Start, ReadsTheSettingsFromTheScriptOneAfterTheOther) {
     EXPECT_EQ(daemonArguments({}), argumentsOf(daemon()));
 }
 
+TEST_F(Start, KeepsTheControlFolderThatItHasRead) {
+    install();
+    CDaemonController controller("app", fdn::Path());
+    controller.start();
+    std::filesystem::remove("/etc/init.d/app");
+
+    EXPECT_EQ(m_folder.name(), controller.getControlFolder().getText().toUTF8());
+}
+
+TEST_F(Start, ReadsAllSettingsFromTheScriptThatComesMeanwhile) {
+    TemporaryFolder const other;
+    m_info.params = {"new"};
+    CDaemonController::install(m_info, "app", other.path(), "", "", "", "");
+    std::filesystem::rename("/etc/init.d/app", "/etc/init.d/new");
+    writeInitScript("#!/bin/sh\n[ $1 = printParams ] && echo old\n[ $1 = printControlFolder ] && echo " +
+                    m_folder.name() +
+                    "\n[ $1 = printTransientFolderGroup ] && mv /etc/init.d/new $0\necho\n");
+
+    CDaemonController controller("app", fdn::Path());
+    controller.start();
+
+    EXPECT_EQ((Names{m_program, "--id=app", "--controlFolder=" + other.name(), "daemon", "new"}),
+              argumentsOf(daemon()));
+    EXPECT_EQ(other.name(), controller.getControlFolder().getText().toUTF8());
+}
+
+TEST_F(Start, GivesUpOnAScriptThatChangesEachTime) {
+    std::string const calls = m_folder.name("calls");
+    writeInitScript("#!/bin/sh\necho $1 >>" + calls + "\n[ $1 = printExePath ] && touch $0\necho\n");
+
+    fdn::CError const error = errorOf([this] { controller().start(); });
+
+    EXPECT_EQ("The init script '/etc/init.d/app' was changed each time that it was read.",
+              error.getMessage().toUTF8());
+    EXPECT_EQ(std::vector<pid_t>{}, daemons());
+    std::string const text = readFile(calls);
+    EXPECT_EQ(50, std::count(text.begin(), text.end(), '\n'));
+}
+
 TEST_F(Start, PrefersTheControlFolderThatItWasGiven) {
     TemporaryFolder const given;
     install();
