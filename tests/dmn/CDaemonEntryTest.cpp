@@ -168,6 +168,37 @@ TEST_F(CDaemonEntryTest, CanBeAskedForItsManagerWhileASignalIsBeingForwarded) {
     EXPECT_FALSE(waits);
 }
 
+TEST_F(CDaemonEntryTest, KnowsItsManagerBeforeTheSignalHandlerDoes) {
+    auto const other = fdn::newObj<ObservedManager>();
+    m_entry->m_signalHandler->setDaemonManager(other.get());
+    std::unique_lock<fdn::IMutex> forwarding(other->mutex());
+    test::BackgroundCall const signalling([this] { signal(); });
+    ASSERT_TRUE(signalling.getsBlocked());
+    test::BackgroundCall const attaching([this] { m_entry->createDaemonManager(); });
+    ASSERT_TRUE(attaching.getsBlocked());
+
+    bool const isKnown = static_cast<bool>(m_entry->getDaemonManager());
+    forwarding.unlock();
+
+    EXPECT_TRUE(isKnown);
+}
+
+TEST_F(CDaemonEntryTest, KnowsItsManagerUntilTheSignalHandlerDoesNoLonger) {
+    auto const manager = fdn::newObj<ObservedManager>();
+    m_entry->setDaemonManager(manager.get());
+    m_entry->m_signalHandler->setDaemonManager(manager.get());
+    std::unique_lock<fdn::IMutex> forwarding(manager->mutex());
+    test::BackgroundCall const signalling([this] { signal(); });
+    ASSERT_TRUE(signalling.getsBlocked());
+    test::BackgroundCall const detaching([this] { m_entry->destroyDaemonManager(); });
+    ASSERT_TRUE(detaching.getsBlocked());
+
+    bool const isKnown = static_cast<bool>(m_entry->getDaemonManager());
+    forwarding.unlock();
+
+    EXPECT_TRUE(isKnown);
+}
+
 TEST_F(CDaemonEntryTest, SignalsAndStopRequestsOfManyThreadsMeetManagersThatComeAndGo) {
     std::atomic<bool> done{false};
     std::vector<std::thread> threads;
@@ -229,6 +260,23 @@ TEST_F(CDaemonEntryTest, DoRunHasAManagerWhileTheDaemonRunsAndNoneAfterwards) {
 
     EXPECT_TRUE(hadManager);
     EXPECT_FALSE(m_entry->getDaemonManager());
+}
+
+TEST_F(CDaemonEntryTest, DoRunHasAManagerFromTheMakingOfTheDaemonToItsRelease) {
+    bool hadManagerAtFirst = false;
+    bool hadManagerAtLast = false;
+    m_entry->makeDaemon = [&](auto const&, auto const& folder) {
+        hadManagerAtFirst = static_cast<bool>(m_entry->getDaemonManager());
+        auto const daemon = fdn::newObj<ScriptedDaemon>(folder);
+        daemon->onDelete = [&] { hadManagerAtLast = static_cast<bool>(m_entry->getDaemonManager()); };
+        return daemon;
+    };
+    m_entry->m_controlFolder = m_folder.path();
+
+    m_entry->doRun();
+
+    EXPECT_TRUE(hadManagerAtFirst);
+    EXPECT_TRUE(hadManagerAtLast);
 }
 
 TEST_F(CDaemonEntryTest, DoRunLeavesTheManagerAttachedWhenTheDaemonThrows) {
@@ -376,6 +424,17 @@ TEST_F(EntryTest, SeveralSignalsStopTheDaemonAsOneDoes) {
 
     EXPECT_EQ(0, daemon.wait().status);
     EXPECT_THAT(m_log.entries(), ElementsAre(performing("run"), finished));
+}
+
+TEST_F(EntryTest, OtherSignalsAreLeftToTheSystem) {
+    for (int const signal : {SIGHUP, SIGINT, SIGUSR1}) {
+        Program daemon = start(in({"run"}), "daemon.run=say");
+        ASSERT_TRUE(test::await([&] { return daemon.output() == "daemon.run\n"; }));
+
+        daemon.sendSignal(signal);
+
+        EXPECT_EQ(signal, daemon.wait().signal);
+    }
 }
 
 TEST_F(EntryTest, SignalHandlerStaysRegisteredAfterEntry) {
@@ -555,6 +614,12 @@ TEST_F(EntryTest, LogNamesTheNormalFormOfHowTheProgramWasCalled) {
 
     EXPECT_EQ(0, outcome.status) << outcome.output << outcome.errors;
     EXPECT_THAT(m_log.entries(), ElementsAre(performing("nothing", ""), finished));
+}
+
+TEST_F(EntryTest, PathOfTheProgramIsKnownBeforeTheOptionsAreStored) {
+    Outcome const outcome = run({"nothing"}, "handleCommandParams=say-path");
+
+    EXPECT_EQ(program + "\n", outcome.output);
 }
 
 class EntryLocaleTest : public EntryTest, public testing::WithParamInterface<test::Environment> {};

@@ -11,9 +11,13 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <filesystem>
+#include <functional>
 
 #include <sys/syscall.h>
+#include <unistd.h>
 
 namespace {
 
@@ -74,6 +78,21 @@ protected:
     /// Has the commands manage, or wait for, the daemon of this ID.
     void waitFor(char const* id) {
         m_entry->m_controller = fdn::newObj<dmn::CDaemonController>(id, m_folder.path());
+    }
+
+    /// Expects that the command, in a child, gives up when the time that the entry gives it has passed: not
+    /// before, and not much later.
+    void expectToWaitInVain(std::function<void()> const& command) {
+        using std::chrono::milliseconds;
+        m_entry->m_timeoutMs = 400;
+        auto const begin = std::chrono::steady_clock::now();
+
+        Outcome const outcome = test::runInChild(command);
+
+        auto const time = std::chrono::steady_clock::now() - begin;
+        EXPECT_THAT(outcome.errors, testing::StartsWith("Timeout while waiting for daemon "));
+        EXPECT_GE(time, milliseconds(m_entry->m_timeoutMs));
+        EXPECT_LT(time, milliseconds(50 * m_entry->m_timeoutMs));
     }
 
     fdn::P<BareEntry> m_entry = fdn::newObj<BareEntry>();
@@ -149,6 +168,31 @@ TEST_F(ManagementStepsTest, StopOfADaemonThatIsNotInstalledSucceedsAtOnce) {
     m_entry->doStop();
 
     EXPECT_THAT(m_log.entries(), Contains("waitStopped returned true. Daemon successfully stopped."));
+}
+
+TEST_F(ManagementStepsTest, InstallWaitsAsLongAsTheTimeoutSays) {
+    waitFor("another");
+
+    expectToWaitInVain([this] { m_entry->doInstall(); });
+}
+
+TEST_F(ManagementStepsTest, UninstallWaitsAsLongAsTheTimeoutSays) {
+    test::writeFile(kScript, "");
+
+    expectToWaitInVain([this] {
+        test::refuseSystemCall(SYS_unlink, 0);
+        m_entry->doUninstall();
+    });
+}
+
+TEST_F(ManagementStepsTest, StopWaitsAsLongAsTheTimeoutSays) {
+    test::writeFile(kScript, "");
+    test::writeFile(m_folder.name("testd.pid"), std::to_string(getpid()) + "\n");
+
+    expectToWaitInVain([this] {
+        test::refuseSystemCall(SYS_pidfd_send_signal, EPERM);
+        m_entry->doStop();
+    });
 }
 
 TEST_F(ManagementStepsTest, FailureOfTheControllerPassesUnchanged) {
@@ -284,6 +328,17 @@ TEST_F(ManagementTest, UninstallStopsTheRunningDaemon) {
     EXPECT_EQ(0, outcome.status);
     EXPECT_EQ(0, daemon.wait().status);
 }
+
+class AnyCommandTest : public ManagementTest, public testing::WithParamInterface<char const*> {};
+
+TEST_P(AnyCommandTest, MakesTheControlFolder) {
+    run(in({GetParam()}), "daemon.run=return");
+
+    EXPECT_TRUE(std::filesystem::is_directory(controlFolder()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, AnyCommandTest,
+                         testing::Values("install", "uninstall", "start", "stop", "run", "daemon"));
 
 class UnprivilegedTest : public ManagementAccountsTest, public testing::WithParamInterface<char const*> {};
 

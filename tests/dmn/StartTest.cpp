@@ -243,6 +243,17 @@ TEST_F(Start, PassesTheControlFolderInNormalForm) {
     EXPECT_EQ("--controlFolder=" + m_folder.name(), argumentsOf(daemon()).at(2));
 }
 
+TEST_F(Start, RunsTheProgramInTheControlFolderThatTheSystemFinds) {
+    TemporaryFolder const other;
+    install();
+    std::filesystem::create_directory(other.name("folder"));
+    std::filesystem::create_directory_symlink(other.name("folder"), m_folder.name("link"));
+
+    CDaemonController("app", m_folder / "link/..").start();
+
+    EXPECT_EQ(other.name(), currentFolderOf(daemon()));
+}
+
 TEST_F(Start, PassesARelativeControlFolderAsAnAbsoluteOne) {
     install();
     std::filesystem::create_directory(m_folder.name("control"));

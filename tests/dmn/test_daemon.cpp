@@ -174,6 +174,8 @@ public:
 
     void handleCommandParams(wxCmdLineParser& parser) override {
         CHooks::perform("handleCommandParams");
+        if (CHooks::does("handleCommandParams", "say-path"))
+            say(m_exePath.getText().toUTF8());
         CDaemonEntry::handleCommandParams(parser);
     }
 
