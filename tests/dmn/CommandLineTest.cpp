@@ -246,7 +246,10 @@ TEST_F(CommandLineTest, ValueThatLooksLikeANamelessOptionIsStored) {
 }
 
 TEST_F(CommandLineTest, NameOfTheProgramIsNoOption) {
-    EXPECT_EQ(0, run({"nothing"}, "", "with-nameless-program").status);
+    Outcome const outcome = run({"nothing", "surplus"}, "", "with-nameless-program");
+
+    EXPECT_THAT(outcome.output, testing::StartsWith("Usage: --% "));
+    EXPECT_THAT(outcome.output, testing::HasSubstr("Unexpected parameter 'surplus'"));
 }
 
 struct PasswordSpelling {
@@ -292,12 +295,27 @@ INSTANTIATE_TEST_SUITE_P(
                     PasswordSpelling{{"-psesame"}, {"-p***"}}, PasswordSpelling{{"-p=sesame"}, {"-p=***"}},
                     PasswordSpelling{{"-p:sesame"}, {"-p:***"}}, PasswordSpelling{{"-p/sesame"}, {"-p***"}},
                     PasswordSpelling{{"-p=open sesame "}, {"-p=***"}},
+                    PasswordSpelling{{"-p= ", "-r", "user"}, {"-p=***", "-r", "user"}},
                     PasswordSpelling{{"-i", "-p", "-p", "sesame"}, {"-i", "-p", "***", "***"}},
                     PasswordSpelling{{"--runas-password", "sesame"}, {"--runas-password", "***"}},
                     PasswordSpelling{{"--runas-password=sesame"}, {"--runas-password=***"}},
                     PasswordSpelling{{"--runas-password:sesame"}, {"--runas-password:***"}},
                     PasswordSpelling{{"--runas-password$sesame"}, {"--runas-password***"}},
                     PasswordSpelling{{"-p", "--", "-p", "sesame"}, {"-p", "***", "-p", "***"}}));
+
+TEST_F(CommandLineTest, PasswordBesideASwitchOfTheApplicationIsHidden) {
+    run({"run", "surplus", "-vpsesame", "-vp", "sesame"}, "addCommandLineOptions=add-switch");
+
+    EXPECT_THAT(m_log.entries(), ElementsAre(badCommandLine(1, {"run", "surplus", "-vp***", "-vp", "***"})));
+}
+
+TEST_F(CommandLineTest, BadOneIsReportedWhereTheApplicationHasNoOptions) {
+    Outcome const outcome = run({"-psesame"}, "addCommandLineOptions=add-nothing");
+
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ("", outcome.errors);
+    EXPECT_THAT(m_log.entries(), ElementsAre(badCommandLine(1, {"-psesame"})));
+}
 
 TEST_F(CommandLineTest, OptionsThatHoldNoPasswordAreListedAsTheyAre) {
     Arguments const arguments{"-i",  "p", "--runas=-p", "-c/p", "--runas-password=", "--runas-pass=x",

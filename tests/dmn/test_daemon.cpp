@@ -164,7 +164,10 @@ public:
     void addCommandLineOptions(wxCmdLineParser& parser) override {
         CHooks::signalHandler = m_signalHandler;
         CHooks::perform("addCommandLineOptions");
-        CDaemonEntry::addCommandLineOptions(parser);
+        if (CHooks::does("addCommandLineOptions", "add-switch"))
+            parser.AddSwitch("v", "verbose");
+        if (!CHooks::does("addCommandLineOptions", "add-nothing"))
+            CDaemonEntry::addCommandLineOptions(parser);
     }
 
     bool verifyCommandParams(fdn::String const& command, wxCmdLineParser& parser) override {
