@@ -78,6 +78,9 @@ public:
     /// - -1: verifyCommandParams() refused the command line, or help was shown;
     /// - another number: the command line could not be parsed.
     ///
+    /// The parser's usage and messages go to standard output, or to the wxMessageOutput that the application
+    /// has set before. The log lists a bad command line, but no password.
+    ///
     /// Every std::exception ends here; others pass through. Meant to be called once. Standard streams that
     /// the caller has closed are opened on /dev/null first.
     int entry(int argc, char** argv) override;
