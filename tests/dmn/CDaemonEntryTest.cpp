@@ -464,6 +464,21 @@ TEST_F(EntryTest, SecondCallWorksLikeTheFirst) {
     EXPECT_THAT(m_log.entries(), ElementsAre(performing("run"), finished, performing("run"), finished));
 }
 
+TEST_F(EntryTest, SecondCallAsksForTheDaemonsDescriptionAgain) {
+    Outcome const outcome = run({"nothing"}, "createDaemonInfo=say", "twice");
+
+    EXPECT_EQ("createDaemonInfo\nfirst call: 0\ncreateDaemonInfo\n", outcome.output);
+}
+
+TEST_F(EntryTest, SignalDuringTheApplicationsInitIsLeftToTheSystem) {
+    Program daemon = start(in({"run"}), "init=pause");
+    ASSERT_TRUE(test::await([&] { return daemon.output() == "init\n"; }));
+
+    daemon.sendSignal(SIGTERM);
+
+    EXPECT_EQ(SIGTERM, daemon.wait().signal);
+}
+
 TEST_F(EntryTest, SignalOfAnEarlierCallIsForgottenInTheNext) {
     Outcome const outcome = run(in({"nothing"}), "every=say createDaemonInfo=terminate", "twice");
 

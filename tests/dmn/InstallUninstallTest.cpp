@@ -256,6 +256,15 @@ TEST_F(Install, ReportsThatTheScriptCannotBeMadeExecutableRatherThanWhatItsClean
     EXPECT_EQ("", linkedLevels());
 }
 
+TEST_F(Install, LeavesNoLinksWhereTheFolderOfAMiddleLevelIsMissing) {
+    std::filesystem::remove("/etc/rc3.d");
+    m_info.startAtBoot = true;
+
+    EXPECT_EQ("Unknown Linux flavor (cannot locate rc3.d directory).", messageOf([this] { install(); }));
+
+    EXPECT_EQ("", linkedLevels());
+}
+
 TEST_F(Install, RemovesTheScriptThatCannotBeMadeExecutable) {
     Outcome const outcome = runInChild([this] {
         refuseSystemCall(kChmodCall, EPERM);
