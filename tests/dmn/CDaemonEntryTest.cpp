@@ -27,7 +27,6 @@ using test::Program;
 using test::ScriptedDaemon;
 using testing::ElementsAre;
 using testing::EndsWith;
-using testing::IsEmpty;
 
 // The front end's own operations
 

@@ -27,7 +27,6 @@ using test::Outcome;
 using test::Program;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr char kScript[] = "/etc/init.d/testd";
 

@@ -92,9 +92,9 @@ public:
         if (action == "terminate")
             terminate();
         if (action == "set-output")
-            wxMessageOutput::Set(new COwnOutput);
+            setOwnOutput();
         if (action == "set-output-to-stdin")
-            wxMessageOutput::Set(new wxMessageOutputStderr(stdin));
+            setOutputToStandardInput();
         if (action == "get-output")
             wxMessageOutput::Get();
     }
@@ -107,6 +107,17 @@ private:
                 return word.substr(hook.size() + 1);
         }
         return "";
+    }
+
+    // wxWidgets deletes its output in the end.
+    static void setOwnOutput() {
+        static wxMessageOutput* const output = new COwnOutput;
+        wxMessageOutput::Set(output);
+    }
+
+    static void setOutputToStandardInput() {
+        static wxMessageOutput* const output = new wxMessageOutputStderr(stdin);
+        wxMessageOutput::Set(output);
     }
 
     static void waitForGo() {
