@@ -11,6 +11,7 @@ import sys
 TEST = re.compile(r"^TEST(?:_F|_P)?\((\w+),\s+(\w+)\)", re.MULTILINE)
 CHECK = re.compile(r"^check_(\w+)", re.MULTILINE)
 TORTURES = re.compile(r"foreach\(name ([^)]+)\)")
+MODELS = re.compile(r"^dmn_check_model\((\w+)", re.MULTILINE)
 
 TABLE = re.compile(r"\| Test \|\n[-|]+\n((?:\|.*\n)+)")
 FOOTNOTE = re.compile(r"^\[\^([\w-]+)\]: (.*(?:\n    .*)*)", re.MULTILINE)
@@ -29,6 +30,8 @@ def collect_tests(sources):
             names.add(f"{file.parent.name}.{file.stem}.{check}")
     for listed in TORTURES.findall((sources / "tests/torture/CMakeLists.txt").read_text("utf-8")):
         names |= {f"torture.{name}" for name in listed.split()}
+    for name in MODELS.findall((sources / "tests/model/CMakeLists.txt").read_text("utf-8")):
+        names |= {"model.Claim", f"model.Claim.{name}"}
     return names
 
 

@@ -4,6 +4,7 @@
 #include "support/SystemLog.h"
 #include "support/TemporaryFolder.h"
 #include "support/fileInfo.h"
+#include "support/processInfo.h"
 
 #include <fdn/CError.h>
 #include <fdn/CXMLLog.h>
@@ -290,6 +291,27 @@ TEST_F(CXMLLogTest, StaysWhereItIsWhenTheCurrentFolderChanges) {
     fs::current_path(previous);
 
     EXPECT_THAT(contents(), ElementsAre("first", "second"));
+}
+
+TEST_F(CXMLLogTest, LeavesAFileAloneThatHasTakenItsDescriptor) {
+    std::string const other = m_folder.name("other");
+
+    test::Outcome const outcome = test::runInChild([&] {
+        logInfo("before");
+        for (int descriptor = STDERR_FILENO + 1; descriptor < 100; ++descriptor)
+            close(descriptor);
+        for (int i = 0; i < 10; ++i)
+            if (open(other.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600) == -1)
+                throw std::runtime_error("open");
+        std::set<int> const own = test::descriptorsOf(getpid());
+        logInfo("after");
+        closeLog();
+        std::cout << (test::descriptorsOf(getpid()) == own);
+    });
+
+    EXPECT_EQ(outcome.output, "1") << outcome.errors;
+    EXPECT_THAT(contents(), ElementsAre("before", "after"));
+    EXPECT_THAT(readFile(other), IsEmpty());
 }
 
 TEST_F(CXMLLogTest, LeavesNoDescriptorToOtherPrograms) {
