@@ -12,10 +12,11 @@ namespace fdn {
 /// with the process identifier in decimal on a line of its own).
 ///
 /// The process keeps a lock on the file (POSIX fcntl, a write lock), which the kernel takes away when the
-/// process ends. The lock is seen without /proc and from other PID name spaces. The process loses it, too, when
-/// it closes any descriptor of the file, as a program does that closes all descriptors, or that opens and
-/// closes its own PID file. The second line then still tells the process from a later one with the same
-/// number: when it was started, and at which boot of the machine. That line is missing where there is no /proc.
+/// process ends. The lock is seen without /proc and from other PID name spaces. The process loses it, too,
+/// when it closes any descriptor of the file, as a program does that closes all descriptors, or that opens
+/// and closes its own PID file. The second line then still tells the process from a later one with the same
+/// number: when it was started, and at which boot of the machine. That line is missing where there is no
+/// /proc.
 ///
 /// The file can be read by everybody, and at any moment it is whole or not there. One that was left behind by
 /// a process that is gone is replaced.
@@ -28,9 +29,9 @@ public:
     /// program (POSIX exec) gets it again. After any error the file and its folder are as they were.
     ///
     /// The folder must exist, and this process must be allowed to change it. Meanwhile an unfinished file,
-    /// ".pid-file.new", keeps other claims in the folder waiting. Nobody but this account can open or lock it.
-    /// One that another account keeps there is deleted after a second; when that does not help, a CError is
-    /// thrown after five.
+    /// ".pid-file.new", keeps other claims in the folder waiting. Nobody but this account can open or lock
+    /// it. One that another account keeps there is deleted after a second; when that does not help, a CError
+    /// is thrown after five.
     explicit CPIDFile(Path const& path);
 
     CPIDFile(CPIDFile const&) = delete;
@@ -45,8 +46,8 @@ public:
     /// also when it may not be signalled.
     ///
     /// A file is held by the process that keeps a write lock on it. Without a lock, it is held by the process
-    /// of which it tells: a regular file, no link, at most 4096 bytes long, begins with a decimal number from 1
-    /// on a line of its own, and has either no second line or the one of that process.
+    /// of which it tells: a regular file, no link, at most 4096 bytes long, begins with a decimal number from
+    /// 1 on a line of its own, and has either no second line or the one of that process.
     ///
     /// The answer is for signalling, which others must not be able to misuse: an account could make root
     /// signal the process of another one by writing its number into the account's own file. So a file that
@@ -56,8 +57,8 @@ public:
     /// with a second name is believed only where nobody but root and its owner may write to the folder. What
     /// cannot be opened at once, such as a file with a lease, is not believed.
     ///
-    /// Throws CError when it is certain, or possible, that a process holds the file, but not which one that is
-    /// and that it may be signalled: the message says why. Also when the system cannot tell, such as for a
+    /// Throws CError when it is certain, or possible, that a process holds the file, but not which one that
+    /// is and that it may be signalled: the message says why. Also when the system cannot tell, such as for a
     /// file that may not be read. Never waits, unless the file system does; root waits for a second at most
     /// where users have mounted file systems of their own.
     static int getActivePID(Path const& path);
