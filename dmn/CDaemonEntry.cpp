@@ -237,7 +237,10 @@ int CDaemonEntry::perform(int argc, char** argv) {
     CommandLine const line(argc, argv);
     wxCmdLineParser parser;
     line.giveTo(parser);
-    int const result = parse(parser, line);
+    declareArguments(parser);
+    int result = parseAloud(line, parser);
+    if (result == 0)
+        result = takeCommand(parser);
     if (result != 0) {
         reportBadCommandLine(result, line.describe(parser));
         return result;
@@ -252,13 +255,13 @@ void CDaemonEntry::registerSignalHandler() {
     receiver->setHandler(fdn::SysSignal::Terminate, m_signalHandler.get());
 }
 
-int CDaemonEntry::parse(wxCmdLineParser& parser, CommandLine const& line) {
+void CDaemonEntry::declareArguments(wxCmdLineParser& parser) {
     parser.SetSwitchChars("-");
     parser.AddParam("COMMAND", wxCMD_LINE_VAL_STRING, wxCMD_LINE_OPTION_MANDATORY);
     addCommandLineOptions(parser);
-    int const result = parseAloud(line, parser);
-    if (result != 0)
-        return result;
+}
+
+int CDaemonEntry::takeCommand(wxCmdLineParser& parser) {
     m_command = parser.GetParam(0);
     if (verifyCommandParams(m_command, parser))
         return 0;

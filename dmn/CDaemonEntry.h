@@ -20,7 +20,6 @@
 
 namespace dmn {
 
-class CommandLine;
 
 /// The front end of a program that is a daemon and the daemon's own management tool.
 ///
@@ -173,7 +172,8 @@ private:
     int performLogged(int argc, char** argv);
     int perform(int argc, char** argv);
     void registerSignalHandler();
-    int parse(wxCmdLineParser& parser, CommandLine const& line);
+    void declareArguments(wxCmdLineParser& parser);
+    int takeCommand(wxCmdLineParser& parser);
     void performCommand(wxCmdLineParser& parser, char const* program);
     void storeTimeout(wxCmdLineParser& parser);
     void concludeWait(bool succeeded, char const* success, char const* timeoutTail, char const* timeout);

@@ -52,6 +52,11 @@ std::optional<FileId> getIdOf(Descriptor const& file) {
     return fstat(file.get(), &info) == 0 ? std::optional<FileId>(getFileId(info)) : std::nullopt;
 }
 
+bool isNamed(Descriptor const& folder, char const* name, FileId const& file) {
+    struct stat info = {};
+    return fstatat(folder.get(), name, &info, AT_SYMLINK_NOFOLLOW) == 0 && getFileId(info) == file;
+}
+
 [[noreturn]] void failHeld(Path const& path, pid_t holder) {
     throw CError("The PID file '" + path.getText() + "' is held by process " +
                  String::fromBytes(std::to_string(holder)) + ".");
@@ -77,13 +82,11 @@ private:
     bool createUnfinished();
     bool clearUnfinished(bool isTooOld) const;
     Descriptor openOwn(struct stat const& info) const;
-    bool isLeftBehind(struct stat const& info, Descriptor const& file, bool isTooOld) const;
     void removeUnfinished() const noexcept;
     void write() const;
     void takePlace() const;
     void giveUp();
     void reopenFolderWhenLost();
-    bool isNamed(char const* name, FileId const& file) const;
     bool isStillOwn() const;
     void forget() noexcept;
     [[noreturn]] void fail(int error, char const* func, char const* action = kClaiming) const;
@@ -168,7 +171,7 @@ bool CPIDFile::CClaim::createUnfinished() {
     if (!file.isOpen() && errno != EEXIST)
         fail(errno, "open");
     std::optional<FileId> const id = getIdOf(file);
-    if (!id || tryLock(file) == LockAttempt::Busy || !isNamed(kUnfinishedName, *id))
+    if (!id || tryLock(file) == LockAttempt::Busy || !isNamed(m_folder, kUnfinishedName, *id))
         return false;
     m_file = std::move(file);
     m_fileId = *id;
@@ -177,6 +180,9 @@ bool CPIDFile::CClaim::createUnfinished() {
 }
 
 // Deletes an unfinished file that nobody works at. Returns whether there is none any more.
+//
+// Whoever works at it has it locked. That cannot be seen of another account's file, nor where there are no
+// locks: such a file is nobody's once it is too old.
 bool CPIDFile::CClaim::clearUnfinished(bool isTooOld) const {
     HeldFilesGuard const guard;
     struct stat info = {};
@@ -185,7 +191,11 @@ bool CPIDFile::CClaim::clearUnfinished(bool isTooOld) const {
     if (isHeldHere(getFileId(info)))
         return false;
     Descriptor const file = openOwn(info); // keeps the lock until the name is gone
-    if (!isLeftBehind(info, file, isTooOld))
+    LockAttempt const attempt = file.isOpen() ? tryLock(file) : LockAttempt::Impossible;
+    bool const isLeft = attempt == LockAttempt::Locked &&
+                        isNamed(m_folder, kUnfinishedName, getIdOf(file).value_or(FileId()));
+    bool const isNobodys = attempt == LockAttempt::Impossible && (isTooOld || !S_ISREG(info.st_mode));
+    if (!isLeft && !isNobodys)
         return false;
     if (unlinkat(m_folder.get(), kUnfinishedName, 0) == -1 && errno != ENOENT)
         fail(EEXIST, "open");
@@ -199,19 +209,8 @@ Descriptor CPIDFile::CClaim::openOwn(struct stat const& info) const {
     return Descriptor(openat(m_folder.get(), kUnfinishedName, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
 }
 
-// Whoever works at the unfinished file has it locked. That cannot be seen of another account's file, nor
-// where there are no locks: such a file is nobody's once it is too old.
-bool CPIDFile::CClaim::isLeftBehind(struct stat const& info, Descriptor const& file, bool isTooOld) const {
-    if (!S_ISREG(info.st_mode))
-        return true;
-    LockAttempt const attempt = file.isOpen() ? tryLock(file) : LockAttempt::Impossible;
-    if (attempt == LockAttempt::Impossible)
-        return isTooOld;
-    return attempt == LockAttempt::Locked && isNamed(kUnfinishedName, getIdOf(file).value_or(FileId()));
-}
-
 void CPIDFile::CClaim::removeUnfinished() const noexcept {
-    if (isNamed(kUnfinishedName, m_fileId))
+    if (isNamed(m_folder, kUnfinishedName, m_fileId))
         unlinkat(m_folder.get(), kUnfinishedName, 0);
 }
 
@@ -229,7 +228,7 @@ void CPIDFile::CClaim::takePlace() const {
     if (renameat(m_folder.get(), kUnfinishedName, m_folder.get(), m_place.name.c_str()) == -1)
         fail(errno, "rename");
     // Somebody else's file, where the folder's owner has exchanged them.
-    if (!isNamed(m_place.name.c_str(), m_fileId))
+    if (!isNamed(m_folder, m_place.name.c_str(), m_fileId))
         fail(EEXIST, "rename");
 }
 
@@ -246,11 +245,6 @@ void CPIDFile::CClaim::reopenFolderWhenLost() {
         return;
     static_cast<void>(m_folder.release());
     m_folder = Descriptor(open(m_place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-}
-
-bool CPIDFile::CClaim::isNamed(char const* name, FileId const& file) const {
-    struct stat info = {};
-    return fstatat(m_folder.get(), name, &info, AT_SYMLINK_NOFOLLOW) == 0 && getFileId(info) == file;
 }
 
 bool CPIDFile::CClaim::isStillOwn() const {

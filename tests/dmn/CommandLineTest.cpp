@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <limits>
+#include <ostream>
 
 namespace {
 
@@ -256,6 +257,13 @@ struct PasswordSpelling {
     Arguments given;
     Arguments shown;
 };
+
+/// How the cases of the tests below are called.
+std::ostream& operator<<(std::ostream& stream, PasswordSpelling const& spelling) {
+    for (std::string const& argument : spelling.given)
+        stream << argument << ' ';
+    return stream;
+}
 
 class PasswordTest : public CommandLineTest, public testing::WithParamInterface<PasswordSpelling> {};
 

@@ -282,7 +282,7 @@ clearUnfinished:
         :: else -> file[seen].users++
         fi
     }
-    atomic { /* isLeftBehind */
+    atomic { /* tryLock */
         MAY_BE_KILLED;
         if
         :: IS_FREE(seen) -> TRY_LOCK(seen)
