@@ -161,8 +161,8 @@ void CPIDFile::CClaim::awaitTurn() {
     }
 }
 
-// The file is open for nobody else before it is locked. One that another process takes for left behind
-// meanwhile, and deletes, is none.
+// The file is open for nobody else before it is locked. If another process has taken it for left behind and
+// deleted it, it does not count.
 bool CPIDFile::CClaim::createUnfinished() {
     HeldFilesGuard const guard;
     Descriptor file(openat(m_folder.get(), kUnfinishedName,
@@ -173,9 +173,9 @@ bool CPIDFile::CClaim::createUnfinished() {
     std::optional<FileId> const id = getIdOf(file);
     if (!id || tryLock(file) == LockAttempt::Busy || !isNamed(m_folder, kUnfinishedName, *id))
         return false;
+    addHeldFile(*id);
     m_file = std::move(file);
     m_fileId = *id;
-    addHeldFile(m_fileId);
     return true;
 }
 

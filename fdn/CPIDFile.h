@@ -26,7 +26,8 @@ public:
     /// the others a CError that says "The PID file 'PATH' is held by process N.". A CError is also thrown
     /// when it cannot be told whether a process holds the file, or which one: an alive process counts as the
     /// holder when its identity cannot be read. A process that has held the file and then became another
-    /// program (POSIX exec) gets it again. After any error the file and its folder are as they were.
+    /// program (POSIX exec) gets it again. After any error the file is as it was, and nothing is added to its
+    /// folder.
     ///
     /// The folder must exist, and this process must be allowed to change it. Meanwhile an unfinished file,
     /// ".pid-file.new", keeps other claims in the folder waiting. Nobody but this account can open or lock
@@ -54,8 +55,11 @@ public:
     /// belongs to any user but root is believed about processes alone that this user may signal, too (POSIX
     /// kill). A process of root's that has become the user by seteuid() alone, to become root again, is
     /// none. On a file system that a user's program provides (FUSE), every file belongs to that user. A file
-    /// with a second name is believed only where nobody but root and its owner may write to the folder. What
-    /// cannot be opened at once, such as a file with a lease, is not believed.
+    /// with a second name is believed in its owner's folder, root's only where nobody else may write to it.
+    /// What cannot be opened at once, such as a file with a lease, is not believed.
+    ///
+    /// What is not believed may keep a claim from succeeding all the same, when it tells of a living process
+    /// in full; a number alone, without a lock, does not.
     ///
     /// Throws CError when it is certain, or possible, that a process holds the file, but not which one that
     /// is and that it may be signalled: the message says why. Also when the system cannot tell, such as for a

@@ -1,6 +1,7 @@
 #include <fdn/ChildProcess.h>
 
 #include <fdn/StandardStreams.h>
+#include <fdn/closeDescriptors.h>
 
 #include <array>
 #include <cerrno>
@@ -19,7 +20,6 @@ namespace {
 
 constexpr int kExitStatusOfFailure = 127; // as of a shell that cannot run a program
 constexpr int kFirstOtherDescriptor = 3;
-constexpr int kOldKernelDescriptors = 65536;
 constexpr uid_t kSameUser = static_cast<uid_t>(-1);
 constexpr gid_t kSameGroup = static_cast<gid_t>(-1);
 
@@ -52,16 +52,6 @@ void make(LaunchPlan const& plan, LaunchStep step, Call call) {
     report(plan, step);
     if (call() == -1)
         fail(plan, step);
-}
-
-// The descriptors of the plan are needed for a while yet, so nothing is closed before the program starts.
-void leaveOtherDescriptorsBehind() {
-    if (close_range(kFirstOtherDescriptor, ~0U, CLOSE_RANGE_CLOEXEC) == 0)
-        return;
-    // Linux before 5.11 does not know the call. Descriptors with higher numbers are inherited there unless
-    // they are close-on-exec already; the limit on their number may be too large to go through.
-    for (int descriptor = kFirstOtherDescriptor; descriptor < kOldKernelDescriptors; ++descriptor)
-        fcntl(descriptor, F_SETFD, FD_CLOEXEC);
 }
 
 void takeStreams(LaunchPlan const& plan) {
@@ -108,7 +98,7 @@ void resetSignals() {
     // Nobody would wait for the program, or end it, without the process that stays between.
     if (plan.ends != -1)
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-    leaveOtherDescriptorsBehind();
+    leaveOtherDescriptorsBehind(); // but not yet: the plan's are needed for a while
     if (plan.startsSession && !plan.leavesParent)
         make(plan, LaunchStep::Session, setsid);
     takeStreams(plan);
@@ -131,15 +121,7 @@ void rememberChildren() {
     sigaction(SIGCHLD, &standard, nullptr);
 }
 
-// The program, or the starter, may wait for another one to let go of them.
-void closeAllBut(int kept) {
-    dup2(kept, 0);
-    if (close_range(1, ~0U, 0) == 0)
-        return;
-    for (int descriptor = 1; descriptor < kOldKernelDescriptors; ++descriptor)
-        close(descriptor);
-}
-
+// The program, or the starter, may wait for another one to let go of its descriptors.
 void reportEnd(LaunchPlan const& plan, pid_t program) {
     closeAllBut(plan.ends);
     int state = 0;

@@ -2,6 +2,7 @@
 
 #include <fdn/AllSignalsBlocked.h>
 #include <fdn/CError.h>
+#include <fdn/CThread.h>
 #include <fdn/ChildProcess.h>
 #include <fdn/sysError.h>
 
@@ -10,7 +11,6 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <thread>
 
 #include <poll.h>
 #include <sys/wait.h>
@@ -24,8 +24,8 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 constexpr milliseconds kLongestEnd = std::chrono::seconds(1); // of a process that is killed
-constexpr std::chrono::microseconds kPause(200);
-constexpr std::size_t kMostReports = 16; // of one start, about
+constexpr unsigned kPause = 1;                                // milliseconds
+constexpr std::size_t kMostReports = 16;                      // of one start, about
 
 // How far a start has come.
 struct LaunchOutcome {
@@ -169,18 +169,25 @@ CProps describe(LaunchRequest const& request, LaunchStep step) {
 void reapSoon(pid_t process) {
     auto const deadline = steady_clock::now() + kLongestEnd;
     while (waitpid(process, nullptr, WNOHANG) == 0 && steady_clock::now() < deadline)
-        std::this_thread::sleep_for(kPause);
+        CThread::sleep(kPause);
 }
 
-// Ends the processes of a start that has failed. They may have been stopped, or hang. The program's is in the
-// group of the one in between, which has no other members.
-void abandon(LaunchPlan const& plan, pid_t child, pid_t program) {
+// They may have been stopped, or hang. The program's process is in the group of the one in between, which has
+// no other members.
+void endProcesses(LaunchPlan const& plan, pid_t child) {
     if (plan.startsSession)
         kill(-child, SIGKILL);
     if (waitpid(child, nullptr, WNOHANG) == 0)
         kill(child, SIGKILL);
+}
+
+// Those that have reported a failure end by themselves, and their numbers may be others' by now.
+void abandon(LaunchPlan const& plan, pid_t child, LaunchOutcome const& outcome) {
+    if (!outcome.isComplete)
+        endProcesses(plan, child);
     reapSoon(child);
     // Where this process inherits orphans, as the first one of a container does, it is its child now.
+    pid_t const program = outcome.last.process;
     if (program > 0 && program != child)
         reapSoon(program);
 }
@@ -201,7 +208,7 @@ pid_t launch(LaunchRequest const& request, StandardStreams& streams) {
 
     LaunchOutcome const outcome = awaitOutcome(request, plan, reports.reading, isDecided);
     if (!outcome.hasSucceeded()) {
-        abandon(plan, child, outcome.last.process);
+        abandon(plan, child, outcome);
         fail(request, outcome);
     }
     if (plan.leavesParent)

@@ -2,6 +2,7 @@
 
 #include <fdn/AllSignalsBlocked.h>
 #include <fdn/StandardStreams.h>
+#include <fdn/closeDescriptors.h>
 #include <fdn/sysError.h>
 
 #include <csignal>
@@ -17,13 +18,14 @@ namespace {
 constexpr int kPatience = 1000; // milliseconds
 
 pid_t startToFind(void const* answer, std::size_t size, std::function<void()> const& find, int pipe) {
-    AllSignalsBlocked const blocked;
     // Without the handlers that fork() would run, of which nobody knows what they do.
     pid_t const process = _Fork();
     if (process != 0)
         return process;
+    // Should it get stuck, whoever reads what this program prints must not wait for it, too.
+    closeAllBut(pipe);
     find();
-    uninterrupted([&] { return write(pipe, answer, size); });
+    uninterrupted([&] { return write(STDIN_FILENO, answer, size); });
     _exit(0);
 }
 
@@ -43,12 +45,14 @@ bool receive(Descriptor const& pipe, char* bytes, std::size_t size) {
 
 bool askInOtherProcess(void* answer, std::size_t size, std::function<void()> const& find) {
     Pipe pipe = makePipe();
+    AllSignalsBlocked const blocked; // a storm of signals would begin the second anew
     pid_t const process = startToFind(answer, size, find, pipe.writing.get());
     if (process == -1)
         throwLastSysError("fork", "asking a file system");
     pipe.writing.reset();
     bool const hasCome = receive(pipe.reading, static_cast<char*>(answer), size);
-    kill(process, SIGKILL);
+    if (!hasCome)
+        kill(process, SIGKILL);
     waitpid(process, nullptr, hasCome ? 0 : WNOHANG);
     return hasCome;
 }

@@ -2,9 +2,9 @@
 
 #include <fdn/CError.h>
 #include <fdn/HeldFiles.h>
+#include <fdn/MadeUpMounts.h>
 #include <fdn/OtherProcess.h>
 #include <fdn/ProcessIdentity.h>
-#include <fdn/UserMounts.h>
 #include <fdn/files.h>
 #include <fdn/sysError.h>
 
@@ -30,6 +30,7 @@ struct RawLook {
     char const* failed = nullptr;
     int error = 0;
     bool isHeldHere = false;
+    bool isMadeUp = false;
     struct stat info = {};
     struct stat folder = {};
     struct flock lock = {};
@@ -93,6 +94,7 @@ RawLook lookRaw(Descriptor const& folder, char const* name) {
     }
     if (fstat(folder.get(), &look.folder) == -1)
         return fail(look, "fstat");
+    look.isMadeUp = isMadeUp(file);
     if (!S_ISREG(look.info.st_mode))
         return look;
     if (!askForWriteLock(file, look.lock))
@@ -120,19 +122,25 @@ RawLook lookHere(FilePlace const& place) {
     return folder.isOpen() ? lookHere(folder, place.name.c_str()) : fail(look, "open");
 }
 
+auto find(std::vector<MadeUpMount> const& mounts, dev_t device) {
+    return std::find_if(mounts.begin(), mounts.end(),
+                        [&](MadeUpMount const& mount) { return mount.device == device; });
+}
+
 // Whom the file really belongs to.
-uid_t getOwner(struct stat const& file, std::vector<UserMount> const& mounts) {
-    auto const found = std::find_if(mounts.begin(), mounts.end(),
-                                    [&](UserMount const& mount) { return mount.device == file.st_dev; });
-    return found == mounts.end() ? file.st_uid : found->user;
+uid_t getOwner(struct stat const& file, std::vector<MadeUpMount> const& mounts) {
+    auto const found = find(mounts, file.st_dev);
+    return found == mounts.end() || found->user == 0 ? file.st_uid : found->user;
 }
 
-// Whether nobody but root and this user can put files into the folder.
+// Whether nobody but root and this user can put files into the folder. A user answers for whom his own folder
+// is open to: all that is in there is believed about his processes alone.
 bool isFolderOf(uid_t user, uid_t owner, mode_t mode) {
-    return (owner == 0 || owner == user) && (mode & (S_IWGRP | S_IWOTH)) == 0;
+    bool const isOpen = (mode & (S_IWGRP | S_IWOTH)) != 0;
+    return (user != 0 && owner == user) || (owner == 0 && !isOpen);
 }
 
-PIDFileLook interpret(RawLook const& raw, Path const& path, std::vector<UserMount> const& mounts) {
+PIDFileLook interpret(RawLook const& raw, Path const& path, std::vector<MadeUpMount> const& mounts) {
     PIDFileLook look;
     look.isHeldHere = raw.isHeldHere;
     look.isOutOfReach = raw.error == EWOULDBLOCK;
@@ -141,7 +149,8 @@ PIDFileLook interpret(RawLook const& raw, Path const& path, std::vector<UserMoun
     if (raw.failed != nullptr)
         throwSysError(raw.error, {{"func", raw.failed}, {"action", kAction}, {"path", path.getText()}});
     look.isThere = S_ISREG(raw.info.st_mode);
-    look.isLocked = raw.lock.l_type == F_WRLCK;
+    // -1 stands for an open file description's lock, which no holder keeps.
+    look.isLocked = raw.lock.l_type == F_WRLCK && raw.lock.l_pid != -1;
     look.locker = raw.lock.l_pid;
     if (raw.info.st_size <= static_cast<off_t>(kMaxPIDFileSize))
         look.record = parsePIDRecord(std::string(raw.content.data(), static_cast<std::size_t>(raw.size)));
@@ -291,8 +300,14 @@ PIDFileLook lookAtPIDFile(Descriptor const& folder, std::string const& name, Pat
 PIDFileLook lookAtPIDFile(Path const& path) {
     FilePlace const place = getFilePlace(path);
     // Others cannot be made to signal whom they may not signal themselves.
-    std::vector<UserMount> const mounts = geteuid() == 0 ? findUserMounts() : std::vector<UserMount>();
-    return interpret(mounts.empty() ? lookHere(place) : lookFromAfar(place), path, mounts);
+    if (geteuid() != 0)
+        return interpret(lookHere(place), path, {});
+    std::vector<MadeUpMount> const mounts = findMadeUpMounts();
+    RawLook const raw = areAnyUsers(mounts) ? lookFromAfar(place) : lookHere(place);
+    PIDFileLook look = interpret(raw, path, mounts);
+    // Mounted a moment ago, by whomever.
+    look.isOutOfReach |= raw.isMadeUp && find(mounts, raw.info.st_dev) == mounts.end();
+    return look;
 }
 
 PIDFileHolder findHolder(PIDFileLook const& look, Path const& path) {

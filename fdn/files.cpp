@@ -2,9 +2,9 @@
 
 #include <fdn/CError.h>
 #include <fdn/CThread.h>
+#include <fdn/MadeUpMounts.h>
 #include <fdn/OtherProcess.h>
 #include <fdn/ReplacementFile.h>
-#include <fdn/UserMounts.h>
 #include <fdn/sysError.h>
 
 #include <cerrno>
@@ -59,7 +59,7 @@ mode_t getFileMode(Path const& path, char const* action) {
 bool folderExistsOrIsSilent(Path const& path, char const* action) {
     wxCharBuffer const name = toFileName(path);
     FileMode known;
-    if (geteuid() != 0 || findUserMounts().empty())
+    if (geteuid() != 0 || !areAnyUsers(findMadeUpMounts()))
         known = askForMode(name);
     else if (!askInOtherProcess(known, [&] { return askForMode(name); }))
         return true;

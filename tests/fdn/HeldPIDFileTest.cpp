@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <iostream>
@@ -31,11 +32,12 @@
 #include <signal.h>
 #include <sys/mount.h>
 #include <sys/syscall.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Whoever lives and holds a PID file is known to, however little can be seen of it; and nobody else can keep
-// the file from those who may have it.
+// Whoever lives and holds a PID file is known, however little can be seen of it; and nobody else can keep the
+// file from those who may have it.
 
 namespace {
 
@@ -325,6 +327,15 @@ TEST_F(HeldPIDFileOfAccounts, OfTheAccountWithASecondNameIsKnown) {
     expectKnown(holder->pid());
 }
 
+TEST_F(HeldPIDFileOfAccounts, OfTheAccountIsKnownWhomeverItHasOpenedItsFolderTo) {
+    test::setOwner(folder.name(), kUser, kUser);
+    test::setMode(folder.name(), 0777);
+    auto const holder = startHolder([] { become(kUser); });
+    std::filesystem::create_hard_link(name, folder.name("backup"));
+
+    expectKnown(holder->pid());
+}
+
 TEST_F(HeldPIDFile, IsKnownByStartTimeAndBootWhenItsHolderHasClosedAllDescriptors) {
     auto const holder = startHolder([] {}, &closeAll);
     ASSERT_FALSE(isLocked(name));
@@ -392,6 +403,23 @@ TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountWithALease) {
 
     EXPECT_EQ(answer(), "0");
     EXPECT_THAT(claim(), HasSubstr("Resource temporarily unavailable"));
+}
+
+TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountWithALockOfAnotherKind) {
+    test::setOwner(folder.name(), kUser, kUser);
+    Program const account([this] {
+        become(kUser);
+        test::writeFile(name, "1000000000\n");
+        Descriptor const file(open(name.c_str(), O_RDWR | O_CLOEXEC));
+        struct flock lock = {};
+        lock.l_type = F_WRLCK;
+        require(fcntl(file.get(), F_OFD_SETLK, &lock) == 0, "fcntl");
+        std::cout << "locked" << std::flush;
+        pause();
+    });
+    ASSERT_TRUE(await([&] { return account.output() == "locked"; })) << account.errors();
+
+    EXPECT_EQ(answer(), "0");
 }
 
 TEST_F(HeldPIDFile, IsNobodysUnderANameThatIsTooLong) {
@@ -484,10 +512,35 @@ TEST_F(PIDFileOnAFileSystemOfTheAccounts, IsBelievedWhereRootProvidesTheFileSyst
     EXPECT_EQ(answer(), std::to_string(getpid()));
 }
 
+TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingLongerForAStormOfSignals) {
+    test::SilentFileSystem const files(folder.name(), kUser);
+
+    Outcome const outcome = runInChild([this] {
+        signal(SIGALRM, [](int) {});
+        itimerval const storm = {{0, 100000}, {0, 100000}};
+        require(setitimer(ITIMER_REAL, &storm, nullptr) == 0, "setitimer");
+        auto const start = std::chrono::steady_clock::now();
+        std::cout << fdn::CPIDFile::getActivePID(path);
+        require(std::chrono::steady_clock::now() - start < std::chrono::seconds(20), "in time");
+    });
+
+    EXPECT_EQ(outcome.output, "0") << outcome.errors;
+}
+
 TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingThatNeverAnswers) {
     test::SilentFileSystem const files(folder.name(), kUser);
 
-    EXPECT_EQ(answer(), "0");
+    // Nor whoever reads what the one who looks prints.
+    int ends[2] = {-1, -1};
+    require(pipe2(ends, O_CLOEXEC) == 0, "pipe2");
+    Descriptor const reading(ends[0]);
+    Program const looking([&] {
+        Descriptor const writing(ends[1]);
+        EXPECT_EQ(fdn::CPIDFile::getActivePID(path), 0);
+    });
+    close(ends[1]);
+    char byte = 0;
+    EXPECT_EQ(fdn::uninterrupted([&] { return read(reading.get(), &byte, 1); }), 0);
 }
 
 TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingThatIsNeverOpened) {

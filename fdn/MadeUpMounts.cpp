@@ -1,14 +1,15 @@
-#include <fdn/UserMounts.h>
+#include <fdn/MadeUpMounts.h>
 
-#include <fdn/Descriptor.h>
-
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <sstream>
 #include <string>
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/sysmacros.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace fdn {
@@ -39,7 +40,7 @@ unsigned getNumberAfter(std::string const& text, std::string const& line, std::s
 
 // proc_pid_mountinfo(5): the device is the third word. The last word, and no other, is the kernel's own: the
 // one before it, the source, is what the user wants it to be.
-UserMount parseMount(std::string const& line) {
+MadeUpMount parseMount(std::string const& line) {
     std::size_t const device = line.find(' ', line.find(' ') + 1);
     return {makedev(getNumberAfter(" ", line, device), getNumberAfter(":", line, device)),
             getNumberAfter(",user_id=", line, line.rfind(' '))};
@@ -47,20 +48,27 @@ UserMount parseMount(std::string const& line) {
 
 } // namespace
 
-std::vector<UserMount> findUserMounts() {
-    std::vector<UserMount> mounts;
+std::vector<MadeUpMount> findMadeUpMounts() {
+    std::vector<MadeUpMount> mounts;
     std::string const content = readMounts();
     if (content.find(kType) == std::string::npos) // as nearly everywhere
         return mounts;
     std::istringstream lines(content);
-    for (std::string line; std::getline(lines, line);) {
-        if (line.find(kType) == std::string::npos)
-            continue;
-        UserMount const mount = parseMount(line);
-        if (mount.user != 0)
-            mounts.push_back(mount);
-    }
+    for (std::string line; std::getline(lines, line);)
+        if (line.find(kType) != std::string::npos)
+            mounts.push_back(parseMount(line));
     return mounts;
+}
+
+bool areAnyUsers(std::vector<MadeUpMount> const& mounts) {
+    return std::any_of(mounts.begin(), mounts.end(),
+                       [](MadeUpMount const& mount) { return mount.user != 0; });
+}
+
+// The kernel says so itself, whatever the file system answers, unless that is an error.
+bool isMadeUp(Descriptor const& file) {
+    struct statfs info = {};
+    return fstatfs(file.get(), &info) != 0 || info.f_type == FUSE_SUPER_MAGIC;
 }
 
 } // namespace fdn
