@@ -21,6 +21,9 @@ namespace {
 // the first of many. The folder's lock keeps two processes from using it at once.
 constexpr char kUsualName[] = ".text-file.new";
 
+// Without the set-ID bits, which would give the rights of another owner.
+constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
+
 // For those who do not get the lock. Not derived from the name of the file, which may be as long as a name
 // can be, and not one to be foreseen.
 std::string makeTemporaryName(char const* action) {
@@ -40,7 +43,9 @@ ReplacementFile::ReplacementFile(Path const& path, int mode, char const* action)
     m_folderPath = Path(nameStart == 0 ? String(".") : String(text.substr(0, nameStart)));
     m_name = Path(text.substr(nameStart));
     openFolder();
-    create(static_cast<mode_t>(mode));
+    lookAtOldFile();
+    // What only some may read is open to no more of them meanwhile.
+    create(static_cast<mode_t>(mode) & m_oldPermissions.value_or(kPermissions));
 }
 
 ReplacementFile::~ReplacementFile() {
@@ -55,6 +60,16 @@ void ReplacementFile::openFolder() {
     m_folder = Descriptor(open(name, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!m_folder.isOpen())
         fail("open");
+}
+
+void ReplacementFile::lookAtOldFile() {
+    wxCharBuffer const name = toFileName(m_name);
+    struct stat old = {};
+    bool const isThere = fstatat(m_folder.get(), name, &old, AT_SYMLINK_NOFOLLOW) == 0;
+    if (!isThere && errno != ENOENT)
+        fail("fstatat");
+    if (isThere && S_ISREG(old.st_mode))
+        m_oldPermissions = old.st_mode & kPermissions;
 }
 
 void ReplacementFile::create(mode_t mode) {
@@ -89,17 +104,8 @@ void ReplacementFile::takePlace() {
     flushFolder();
 }
 
-// Not the set-ID bits, which would give the rights of another owner.
 void ReplacementFile::takePermissions() {
-    wxCharBuffer const name = toFileName(m_name);
-    struct stat old = {};
-    if (fstatat(m_folder.get(), name, &old, AT_SYMLINK_NOFOLLOW) != 0) {
-        if (errno != ENOENT)
-            fail("fstatat");
-        return;
-    }
-    constexpr mode_t permissions = S_IRWXU | S_IRWXG | S_IRWXO;
-    if (S_ISREG(old.st_mode) && fchmod(m_file.get(), old.st_mode & permissions) != 0)
+    if (m_oldPermissions && fchmod(m_file.get(), *m_oldPermissions) != 0)
         fail("fchmod");
 }
 

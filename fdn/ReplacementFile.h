@@ -3,6 +3,7 @@
 #include <fdn/Descriptor.h>
 #include <fdn/Path.h>
 
+#include <optional>
 #include <string>
 
 #include <sys/types.h>
@@ -15,8 +16,9 @@ namespace fdn {
 /// lock.
 class ReplacementFile {
 public:
-    /// Makes the new file, empty. `mode`, less the umask, is its mode where it replaces none. `action` is the
-    /// operation that errors name.
+    /// Makes the new file, empty. `mode`, less the umask, is its mode where it replaces none; otherwise
+    /// nobody may do more with it meanwhile than with the old one. `action` is the operation that errors
+    /// name.
     ReplacementFile(Path const& path, int mode, char const* action);
 
     ReplacementFile(ReplacementFile const&) = delete;
@@ -31,6 +33,7 @@ public:
 
 private:
     void openFolder();
+    void lookAtOldFile();
     void create(mode_t mode);
     bool createAs(std::string const& name, mode_t mode);
     void takePermissions();
@@ -44,6 +47,7 @@ private:
     Path m_folderPath;
     Path m_name;
     Descriptor m_folder;
+    std::optional<mode_t> m_oldPermissions; // of the file that is replaced
     Descriptor m_file;
     std::string m_temporaryName;
 };

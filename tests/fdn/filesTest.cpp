@@ -553,6 +553,20 @@ TEST(writeUTF8TextFile, HasTheModeOfTheOldFileBeforeItTakesItsPlace) {
     EXPECT_EQ(modeOf(folder.name(".text-file.new")), 0755U);
 }
 
+TEST(writeUTF8TextFile, IsOpenToNobodyMeanwhileWhoMayNotReadTheOldFile) {
+    TemporaryFolder const folder;
+    writeFile(folder.name("file"), "old");
+    setMode(folder.name("file"), 0600);
+
+    test::Program writer([&] {
+        test::endAtSystemCall(SYS_fchmod);
+        fdn::writeUTF8TextFile((folder / "file").getText(), "secret");
+    });
+
+    EXPECT_EQ(writer.wait().signal, SIGSYS);
+    EXPECT_EQ(modeOf(folder.name(".text-file.new")), 0600U);
+}
+
 TEST(writeUTF8TextFile, GivesNobodyItsOwnersRights) {
     TemporaryFolder const folder;
     writeFile(folder.name("file"), "old");
