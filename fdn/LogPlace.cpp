@@ -4,6 +4,7 @@
 #include <fdn/files.h>
 
 #include <climits>
+#include <optional>
 #include <string>
 
 #include <errno.h>
@@ -14,11 +15,19 @@ namespace fdn {
 
 namespace {
 
+// A name that is no text would become that of another file.
+String toText(char const* name) {
+    std::optional<String> const text = fromFileName(name);
+    if (!text)
+        throw CError("The log's name is no text in the locale's encoding.");
+    return *text;
+}
+
 // Unset for a program that runs with more rights than its user has: a set-user-ID program must not write
 // where that user says.
 String getTrustedVariable(char const* name) {
     char const* const value = secure_getenv(name);
-    return value == nullptr ? String() : String::fromBytes(value);
+    return value == nullptr ? String() : toText(value);
 }
 
 bool isRoot() {
@@ -31,8 +40,8 @@ String getProgramName() {
     char file[PATH_MAX];
     ssize_t const length = readlink("/proc/self/exe", file, sizeof file);
     if (length == -1)
-        return String::fromBytes(program_invocation_short_name);
-    String name = String::fromBytes(std::string(file, static_cast<std::size_t>(length))).AfterLast(L'/');
+        return toText(program_invocation_short_name);
+    String name = toText(std::string(file, static_cast<std::size_t>(length)).c_str()).AfterLast(L'/');
     if (name.EndsWith(deletedMark))
         name.resize(name.length() - deletedMark.length());
     return name;
