@@ -20,7 +20,6 @@
 
 namespace dmn {
 
-
 /// The front end of a program that is a daemon and the daemon's own management tool.
 ///
 /// An application derives its front end from this class, makes one object of it in main() and returns what

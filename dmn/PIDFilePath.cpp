@@ -13,11 +13,19 @@ fdn::Path getPIDFileName(fdn::String const& id) {
     return fdn::Path(id + ".pid");
 }
 
+bool isFileName(fdn::Path const& name) {
+    try {
+        return fdn::toFileName(name).length() <= NAME_MAX;
+    } catch (fdn::CUnencodableStringError const&) {
+        return false;
+    }
+}
+
 } // namespace
 
 bool isDaemonId(fdn::String const& id) {
     return !id.empty() && id != "." && id != ".." && id.find('/') == fdn::String::npos &&
-           id.find(L'\0') == fdn::String::npos && fdn::toFileName(getPIDFileName(id)).length() <= NAME_MAX;
+           isFileName(getPIDFileName(id));
 }
 
 void requireDaemonId(fdn::String const& id) {
