@@ -1,6 +1,7 @@
 #include <fdn/LogFile.h>
 
 #include <fdn/CError.h>
+#include <fdn/FileId.h>
 #include <fdn/sysError.h>
 #include <fdn/writeQuietly.h>
 
@@ -29,10 +30,6 @@ struct stat examine(Descriptor const& file) {
     return info;
 }
 
-bool isSameFile(struct stat const& left, struct stat const& right) {
-    return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
-}
-
 // Whether so much more would make the file too large. One line is never too much for an empty file.
 bool isFull(struct stat const& file, std::size_t more) {
     return S_ISREG(file.st_mode) && file.st_size > 0 &&
@@ -49,7 +46,7 @@ bool isAt(char const* name, Descriptor const& file, struct stat& known) {
         known = examine(file);
         return true;
     }
-    if (!isSameFile(named, known))
+    if (getFileId(named) != getFileId(known))
         return false;
     known = named;
     return true;
@@ -72,7 +69,7 @@ void LogFile::append(std::string const& line) {
 
 // A program that has closed all descriptors may have opened a file of its own in the log's place.
 void LogFile::letGoWhenClosed() {
-    if (!isSameFile(examine(m_file), m_info))
+    if (getFileId(examine(m_file)) != getFileId(m_info))
         static_cast<void>(m_file.release());
 }
 

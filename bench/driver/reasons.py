@@ -21,7 +21,7 @@ REASONS = {
                                 "for none of it, but for a lock, which a forked process inherits.",
     "claim a PID file and give it up": "half of the time goes into what the peer does without: the start and the boot "
                                        "that tell the process from a later one of the same number (10 µs), a file that "
-                                       "is made whole under another name (5 µs), and the folder's lock (3 µs).",
+                                       "is made whole under another name (5 µs), and its lock.",
     "copy and release a pointer": "the operations that count are virtual: that an object has not replaced them is checked "
                                   "before it is counted in place.",
     "join five texts": WIDE_TEXT,

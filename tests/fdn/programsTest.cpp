@@ -467,7 +467,7 @@ TEST_P(ForgottenChildren, AreWaitedForWhereTheKernelHasNoHandlesOfProcesses) {
     EXPECT_THAT(outcome.errors, HasSubstr("status 2"));
 }
 
-TEST_P(ForgottenChildren, AreNeverTakenForSilentOnesWhereDescriptorsAreFew) {
+TEST_P(ForgottenChildren, AreNeverTakenForSilentOnesWithFewDescriptors) {
     remember();
     test::Outcome const outcome = test::runInChild([] {
         forget();
