@@ -227,8 +227,10 @@ void CPIDFile::CClaim::write() const {
 void CPIDFile::CClaim::takePlace() const {
     if (renameat(m_folder.get(), kUnfinishedName, m_folder.get(), m_place.name.c_str()) == -1)
         fail(errno, "rename");
-    // Somebody else's file, where the folder's owner has exchanged them.
-    if (!isNamed(m_folder, m_place.name.c_str(), m_fileId))
+    struct stat info = {};
+    bool const isThere = fstatat(m_folder.get(), m_place.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
+    // Where the folder's owner has exchanged the files, or taken this one away.
+    if (isThere ? getFileId(info) != m_fileId : errno == ENOENT)
         fail(EEXIST, "rename");
 }
 

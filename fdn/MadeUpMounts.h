@@ -2,6 +2,7 @@
 
 #include <fdn/Descriptor.h>
 
+#include <string>
 #include <vector>
 
 #include <sys/types.h>
@@ -13,6 +14,7 @@ namespace fdn {
 struct MadeUpMount {
     dev_t device = 0;
     uid_t user = 0;
+    std::string folder; ///< or file, over which it is mounted
 };
 
 /// Those in this process's mount name space; none where there is no /proc. Reads /proc/self/mountinfo, and
@@ -22,7 +24,11 @@ std::vector<MadeUpMount> findMadeUpMounts();
 /// Whether one of them is an ordinary user's.
 bool areAnyUsers(std::vector<MadeUpMount> const& mounts);
 
-/// Whether the open file is on such a file system, which may have been mounted a moment ago.
-bool isMadeUp(Descriptor const& file);
+/// Whether the path leads into one that is an ordinary user's, as far as its names tell.
+bool isOnUsersMount(std::string const& path, std::vector<MadeUpMount> const& mounts);
+
+/// Whether the open file, whose device is given, is on such a file system, which may have been mounted a
+/// moment ago.
+bool isMadeUp(Descriptor const& file, dev_t device);
 
 } // namespace fdn

@@ -15,8 +15,6 @@ namespace fdn {
 
 namespace {
 
-constexpr int kPatience = 1000; // milliseconds
-
 pid_t startToFind(void const* answer, std::size_t size, std::function<void()> const& find, int pipe) {
     // Without the handlers that fork() would run, of which nobody knows what they do.
     pid_t const process = _Fork();
@@ -29,9 +27,9 @@ pid_t startToFind(void const* answer, std::size_t size, std::function<void()> co
     _exit(0);
 }
 
-bool receive(Descriptor const& pipe, char* bytes, std::size_t size) {
+bool receive(Descriptor const& pipe, int patience, char* bytes, std::size_t size) {
     pollfd event = {pipe.get(), POLLIN, 0};
-    while (size > 0 && uninterrupted([&] { return poll(&event, 1, kPatience); }) == 1) {
+    while (size > 0 && uninterrupted([&] { return poll(&event, 1, patience); }) == 1) {
         ssize_t const count = uninterrupted([&] { return read(pipe.get(), bytes, size); });
         if (count <= 0)
             return false;
@@ -43,14 +41,14 @@ bool receive(Descriptor const& pipe, char* bytes, std::size_t size) {
 
 } // namespace
 
-bool askInOtherProcess(void* answer, std::size_t size, std::function<void()> const& find) {
+bool askInOtherProcess(int patience, void* answer, std::size_t size, std::function<void()> const& find) {
     Pipe pipe = makePipe();
-    AllSignalsBlocked const blocked; // a storm of signals would begin the second anew
+    AllSignalsBlocked const blocked; // a storm of signals would begin the time anew
     pid_t const process = startToFind(answer, size, find, pipe.writing.get());
     if (process == -1)
         throwLastSysError("fork", "asking a file system");
     pipe.writing.reset();
-    bool const hasCome = receive(pipe.reading, static_cast<char*>(answer), size);
+    bool const hasCome = receive(pipe.reading, patience, static_cast<char*>(answer), size);
     if (!hasCome)
         kill(process, SIGKILL);
     waitpid(process, nullptr, hasCome ? 0 : WNOHANG);

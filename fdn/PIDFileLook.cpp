@@ -15,7 +15,9 @@
 #include <type_traits>
 
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace fdn {
@@ -23,6 +25,8 @@ namespace fdn {
 namespace {
 
 constexpr char kAction[] = "looking at a PID file";
+constexpr int kPatienceWithUsers = 1000; // milliseconds
+constexpr int kPatienceWithDisks = 30000;
 
 /// What the system says of a file, or the call that it has refused. Plain, so that it can come from another
 /// process.
@@ -94,7 +98,7 @@ RawLook lookRaw(Descriptor const& folder, char const* name) {
     }
     if (fstat(folder.get(), &look.folder) == -1)
         return fail(look, "fstat");
-    look.isMadeUp = isMadeUp(file);
+    look.isMadeUp = isMadeUp(file, look.info.st_dev);
     if (!S_ISREG(look.info.st_mode))
         return look;
     if (!askForWriteLock(file, look.lock))
@@ -112,8 +116,17 @@ RawLook lookHere(Descriptor const& folder, char const* name) {
     return look;
 }
 
+// Not through a link like /proc/PID/root: it leads into the mount name space of an account's process, where
+// the account mounts what it likes over its names. Linux before 5.6 does not know how to avoid such links,
+// and some sandboxes refuse it.
 Descriptor openFolder(std::string const& folder) {
-    return Descriptor(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    open_how how = {};
+    how.flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+    how.resolve = RESOLVE_NO_MAGICLINKS;
+    long const opened = syscall(SYS_openat2, AT_FDCWD, folder.c_str(), &how, sizeof how);
+    if (opened == -1 && (errno == ENOSYS || errno == EPERM))
+        return Descriptor(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return Descriptor(static_cast<int>(opened));
 }
 
 RawLook lookHere(FilePlace const& place) {
@@ -168,15 +181,39 @@ RawLook lookWithoutGuard(FilePlace const& place) {
     return folder.isOpen() ? lookRaw(folder, place.name.c_str()) : fail(look, "open");
 }
 
-RawLook lookFromAfar(FilePlace const& place) {
+RawLook lookFromAfar(FilePlace const& place, int patience) {
     HeldFilesGuard const guard;
     RawLook look;
-    if (!askInOtherProcess(look, [&] { return lookWithoutGuard(place); })) {
-        errno = EWOULDBLOCK;
+    if (!askInOtherProcess(patience, look, [&] { return lookWithoutGuard(place); })) {
+        errno = ETIMEDOUT;
         return fail(look, "open");
     }
     look.isHeldHere = look.failed == nullptr && isHeldHere(getFileId(look.info));
     return look;
+}
+
+bool isListed(RawLook const& raw, std::vector<MadeUpMount> const& mounts) {
+    return !raw.isMadeUp || find(mounts, raw.info.st_dev) != mounts.end();
+}
+
+// What a user's own file system answers, or does not, is the user's word, and keeps root from nothing.
+PIDFileLook lookAsRoot(FilePlace const& place, Path const& path) {
+    std::vector<MadeUpMount> mounts = findMadeUpMounts();
+    bool const isUsers = isOnUsersMount(place.folder + "/" + place.name, mounts);
+    RawLook const raw = areAnyUsers(mounts)
+                            ? lookFromAfar(place, isUsers ? kPatienceWithUsers : kPatienceWithDisks)
+                            : lookHere(place);
+    if (isUsers && raw.failed != nullptr) {
+        PIDFileLook look;
+        look.isOutOfReach = true;
+        return look;
+    }
+    if (!isListed(raw, mounts)) // mounted a moment ago, perhaps
+        mounts = findMadeUpMounts();
+    if (!isListed(raw, mounts))
+        throw CError("The PID file '" + path.getText() +
+                     "' is on a file system that a program makes up, and it cannot be told whose that is.");
+    return interpret(raw, path, mounts);
 }
 
 String toText(long long number) {
@@ -271,6 +308,15 @@ PIDFileHolder judgeKnown(PIDFileLook const& look, Path const& path) {
     return {isTrusted ? Standing::Held : Standing::NotTrusted, process, String()};
 }
 
+// An account can always hide in a name space of its own, but is believed about its own processes.
+PIDFileHolder judgeHidden(PIDFileLook const& look, Path const& path) {
+    pid_t const process = look.record.process;
+    std::optional<bool> const maySignal = mayWriterSignal(look, process);
+    if (look.owner == 0 || !maySignal || (!*maySignal && look.isInRootsFolder))
+        return unreadable(process, path);
+    return {*maySignal ? Standing::Held : Standing::NotTrusted, process, String()};
+}
+
 PIDFileHolder judgeRecord(PIDFileLook const& look, Path const& path) {
     PIDRecord const& record = look.record;
     if (record.process == 0 || !isProcessAlive(record.process))
@@ -278,8 +324,10 @@ PIDFileHolder judgeRecord(PIDFileLook const& look, Path const& path) {
     if (record.identity.empty())
         return judgeNumber(look, path);
     std::optional<bool> const isSame = hasIdentity(record.process, record.identity);
+    if (!isSame && !isProcessAlive(record.process))
+        return PIDFileHolder();
     if (!isSame)
-        return isProcessAlive(record.process) ? unreadable(record.process, path) : PIDFileHolder();
+        return judgeHidden(look, path);
     return *isSame ? judgeKnown(look, path) : PIDFileHolder();
 }
 
@@ -302,12 +350,7 @@ PIDFileLook lookAtPIDFile(Path const& path) {
     // Others cannot be made to signal whom they may not signal themselves.
     if (geteuid() != 0)
         return interpret(lookHere(place), path, {});
-    std::vector<MadeUpMount> const mounts = findMadeUpMounts();
-    RawLook const raw = areAnyUsers(mounts) ? lookFromAfar(place) : lookHere(place);
-    PIDFileLook look = interpret(raw, path, mounts);
-    // Mounted a moment ago, by whomever.
-    look.isOutOfReach |= raw.isMadeUp && find(mounts, raw.info.st_dev) == mounts.end();
-    return look;
+    return lookAsRoot(place, path);
 }
 
 PIDFileHolder findHolder(PIDFileLook const& look, Path const& path) {

@@ -22,6 +22,7 @@ namespace fdn {
 namespace {
 
 constexpr unsigned kPauseBetweenAttempts = 10; // milliseconds
+constexpr int kPatience = 1000;                // likewise
 
 bool saysMissing(int error) {
     return error == ENOENT || error == ENOTDIR;
@@ -61,7 +62,7 @@ bool folderExistsOrIsSilent(Path const& path, char const* action) {
     FileMode known;
     if (geteuid() != 0 || !areAnyUsers(findMadeUpMounts()))
         known = askForMode(name);
-    else if (!askInOtherProcess(known, [&] { return askForMode(name); }))
+    else if (!askInOtherProcess(kPatience, known, [&] { return askForMode(name); }))
         return true;
     return S_ISDIR(requireKnown(known, action, path));
 }

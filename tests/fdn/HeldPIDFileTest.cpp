@@ -100,6 +100,10 @@ void enterAnotherClock() {
     test::writeFile("/proc/self/timens_offsets", "boottime 100000 0\n");
 }
 
+std::string bootIdentifier() {
+    return test::readFile("/proc/sys/kernel/random/boot_id");
+}
+
 /// Whether another process keeps a write lock on the file.
 bool isLocked(std::string const& name) {
     Outcome const outcome = runInChild([&] {
@@ -549,6 +553,56 @@ TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingThatIsNeverOpened) {
     test::LyingFileSystem const files(folder.name(), kUser, file);
 
     EXPECT_EQ(answer(), "0");
+}
+
+TEST_F(PIDFileOnAFileSystemOfTheAccounts, VetoesNothingWithAnErrorForAnAnswer) {
+    test::FuseServer const files(folder.name(), kUser, [](fuse_in_header const&, std::string const&) {
+        return std::optional<test::FuseAnswer>({EIO, ""});
+    });
+
+    EXPECT_EQ(answer(), "0");
+}
+
+TEST_F(PIDFileOnAFileSystemOfTheAccounts, IsNeitherFreeNorBelievedWhereItCannotBeToldWhoProvidesIt) {
+    test::LyingFileSystem const files(folder.name(), 0, fileOfRootAbout(getpid()));
+
+    EXPECT_THAT(answer(&hideProc), HasSubstr("it cannot be told whose that is"));
+}
+
+// In a mount name space of its own, the account mounts a file of root's over the PID file's name.
+TEST_F(HeldPIDFileOfAccounts, IsNotLookedForThroughAProcessOfTheAccounts) {
+    test::setOwner(folder.name(), kUser, kUser);
+    std::string const rootsFile = folder.name("root.pid");
+    test::writeFile(rootsFile, std::to_string(getpid()) + "\n");
+    Program const account(test::asUser(
+        "dmnuser", {"unshare", "-Urm", "sh", "-c",
+                    "mkdir $0/ns && touch $0/ns/daemon.pid && mount --bind $0/root.pid $0/ns/daemon.pid && "
+                    "echo mounted && exec sleep 1000",
+                    folder.name()}));
+    ASSERT_TRUE(await([&] { return account.output() == "mounted\n"; })) << account.errors();
+    pid_t const process = account.pid();
+    std::string const inside = "/proc/" + std::to_string(process) + "/root" + folder.name() + "/ns";
+    ASSERT_EQ(test::readFile(inside + "/daemon.pid"), test::readFile(rootsFile));
+    std::filesystem::create_directory_symlink(inside, folder.name("control"));
+
+    EXPECT_EQ(fdn::CPIDFile::getActivePID(folder / "control/daemon.pid"), 0);
+}
+
+TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountFromAnotherClock) {
+    test::setOwner(folder.name(), kUser, kUser);
+    Program const account([this] {
+        enterAnotherClock();
+        performInFork([this] {
+            become(kUser);
+            test::writeFile(name, std::to_string(getpid()) + "\n1 " + bootIdentifier());
+            std::cout << getpid() << std::flush;
+            pause();
+        });
+    });
+    ASSERT_TRUE(await([&] { return !account.output().empty(); })) << account.errors();
+
+    EXPECT_EQ(answer(), account.output());
+    kill(std::stoi(account.output()), SIGKILL);
 }
 
 } // namespace
