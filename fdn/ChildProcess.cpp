@@ -94,14 +94,16 @@ void resetSignals() {
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-[[noreturn]] void becomeProgram(LaunchPlan const& plan) {
+// `sign` is what tells the process in between, by its end, that the program runs; -1 without one.
+[[noreturn]] void becomeProgram(LaunchPlan const& plan, int sign) {
     // Nobody would wait for the program, or end it, without the process that stays between.
     if (plan.ends != -1)
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-    leaveOtherDescriptorsBehind(); // but not yet: the plan's are needed for a while
     if (plan.startsSession && !plan.leavesParent)
         make(plan, LaunchStep::Session, setsid);
     takeStreams(plan);
+    // Before it can hang: whoever waits for the end of one of these must not wait for that.
+    closeOthersBut(plan.reports, sign);
     if (plan.changesAccount)
         takeAccount(plan);
     if (plan.folder != nullptr)
@@ -144,10 +146,10 @@ Pipe makeOwnPipe(LaunchPlan const& plan) {
 
 // With memory of its own, the program's process cannot lend an account whose rights it has taken a hand in
 // this one, which keeps the starter's.
-pid_t makeProgram(LaunchPlan const& plan) {
+pid_t makeProgram(LaunchPlan const& plan, int sign) {
     pid_t const program = plan.changesAccount ? _Fork() : vfork();
     if (program == 0)
-        becomeProgram(plan);
+        becomeProgram(plan, sign);
     return program;
 }
 
@@ -165,7 +167,7 @@ void awaitProgram(Pipe pipe) {
     if (plan.leavesParent)
         make(plan, LaunchStep::Session, setsid);
     Pipe pipe = makeOwnPipe(plan);
-    pid_t const program = makeProgram(plan);
+    pid_t const program = makeProgram(plan, pipe.writing.get());
     if (program == -1)
         fail(plan, LaunchStep::Fork);
     awaitProgram(std::move(pipe));
@@ -180,7 +182,7 @@ void awaitProgram(Pipe pipe) {
 void perform(LaunchPlan const& plan) noexcept {
     if (plan.needsProcessBetween())
         standBetween(plan);
-    becomeProgram(plan);
+    becomeProgram(plan, -1);
 }
 
 } // namespace fdn

@@ -1,32 +1,38 @@
 #include <fdn/closeDescriptors.h>
 
-#include <fcntl.h>
+#include <algorithm>
+#include <climits>
+
 #include <unistd.h>
 
 namespace fdn {
 
 namespace {
 
-constexpr int kFirstOtherDescriptor = 3;
-constexpr int kOldKernelDescriptors = 65536;
+constexpr int kEndOnOldKernels = 65536;
+
+// The second one is not closed.
+void closeFrom(int first, int end) {
+    if (first >= end || close_range(static_cast<unsigned>(first), static_cast<unsigned>(end - 1), 0) == 0)
+        return;
+    for (int descriptor = first; descriptor < std::min(end, kEndOnOldKernels); ++descriptor)
+        close(descriptor);
+}
 
 } // namespace
 
-void leaveOtherDescriptorsBehind() {
-    if (close_range(kFirstOtherDescriptor, ~0U, CLOSE_RANGE_CLOEXEC) == 0)
-        return;
-    // Descriptors with higher numbers are inherited there unless they are close-on-exec already; the limit on
-    // their number may be too large to go through.
-    for (int descriptor = kFirstOtherDescriptor; descriptor < kOldKernelDescriptors; ++descriptor)
-        fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+void closeOthersBut(int one, int other) {
+    int first = STDERR_FILENO + 1;
+    for (int const kept : {std::min(one, other), std::max(one, other)}) {
+        closeFrom(first, kept);
+        first = std::max(first, kept + 1);
+    }
+    closeFrom(first, INT_MAX);
 }
 
 void closeAllBut(int kept) {
     dup2(kept, STDIN_FILENO);
-    if (close_range(STDIN_FILENO + 1, ~0U, 0) == 0)
-        return;
-    for (int descriptor = STDIN_FILENO + 1; descriptor < kOldKernelDescriptors; ++descriptor)
-        close(descriptor);
+    closeFrom(STDIN_FILENO + 1, INT_MAX);
 }
 
 } // namespace fdn

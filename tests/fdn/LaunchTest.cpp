@@ -113,6 +113,18 @@ TEST_P(LaunchOnEveryLevel, FailsInAFolderThatNeverAnswers) {
     EXPECT_THAT(reapAll(), ElementsAre(SIGKILL));
 }
 
+TEST_P(LaunchOnEveryLevel, KeepsNothingOfTheStartersOpenThatHangs) {
+    TemporaryFolder const folder;
+    SilentFileSystem const silent(folder.name(), test::kUser);
+    fdn::Pipe pipe = fdn::makePipe();
+
+    test::errorOf([&] { launchAsUser(GetParam(), folder.path()); });
+    pipe.writing.reset();
+
+    char byte = 0;
+    EXPECT_EQ(read(pipe.reading.get(), &byte, 1), 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(AllLevels, LaunchOnEveryLevel,
                          testing::Values(ForkExecLevel::Child, ForkExecLevel::Session,
                                          ForkExecLevel::Detached));
