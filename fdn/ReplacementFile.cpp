@@ -68,7 +68,8 @@ void ReplacementFile::lookAtOldFile() {
     bool const isThere = fstatat(m_folder.get(), name, &old, AT_SYMLINK_NOFOLLOW) == 0;
     if (!isThere && errno != ENOENT)
         fail("fstatat");
-    if (isThere && S_ISREG(old.st_mode))
+    // Those of a stranger's file could open the new one to the stranger.
+    if (isThere && S_ISREG(old.st_mode) && old.st_uid == geteuid())
         m_oldPermissions = old.st_mode & kPermissions;
 }
 
