@@ -3,7 +3,7 @@
 #include <fdn/CError.h>
 #include <fdn/CThread.h>
 #include <fdn/HeldFiles.h>
-#include <fdn/PIDFileLook.h>
+#include <fdn/PIDFileHolder.h>
 #include <fdn/log.h>
 #include <fdn/sysError.h>
 #include <fdn/writeQuietly.h>
