@@ -1,6 +1,7 @@
 /*
  * How a PID file is claimed, looked at, signalled by and given up, one step for each call of the system. The
- * steps are named like the operations in fdn/CPIDFile.cpp, fdn/PIDFileLook.cpp and fdn/PIDFileHolder.cpp; tests/model/check runs spin.
+ * steps are named like the operations in fdn/CPIDFile.cpp, fdn/PIDFileLook.cpp and fdn/PIDFileHolder.cpp;
+ * tests/model/check runs spin.
  *
  * CLAIMERS processes claim the file, and with ASKER another one asks who holds it and signals that process.
  * Each may be killed at each step. A number may be used again, by a stranger or by another claim. A holder may
