@@ -47,6 +47,19 @@ protected:
         return asked;
     }
 
+    /// Whether the entry knows a manager while the action waits for the signal handler to have forwarded to
+    /// this one.
+    bool knowsAManagerDuring(std::function<void()> const& action, ObservedManager& forwardedTo) {
+        std::unique_lock<fdn::IMutex> forwarding(forwardedTo.mutex());
+        test::BackgroundCall const signalling([this] { signal(); });
+        EXPECT_TRUE(signalling.getsBlocked());
+        test::BackgroundCall const acting(action);
+        EXPECT_TRUE(acting.getsBlocked());
+        bool const isKnown = static_cast<bool>(m_entry->getDaemonManager());
+        forwarding.unlock(); // before the calls are waited for
+        return isKnown;
+    }
+
     test::TemporaryFolder m_folder;
     fdn::P<BareEntry> m_entry = fdn::newObj<BareEntry>();
     fdn::P<ScriptedDaemon> m_daemon = fdn::newObj<ScriptedDaemon>(m_folder.path());
@@ -170,32 +183,16 @@ TEST_F(CDaemonEntryTest, CanBeAskedForItsManagerWhileASignalIsBeingForwarded) {
 TEST_F(CDaemonEntryTest, KnowsItsManagerBeforeTheSignalHandlerDoes) {
     auto const other = fdn::newObj<ObservedManager>();
     m_entry->m_signalHandler->setDaemonManager(other.get());
-    std::unique_lock<fdn::IMutex> forwarding(other->mutex());
-    test::BackgroundCall const signalling([this] { signal(); });
-    ASSERT_TRUE(signalling.getsBlocked());
-    test::BackgroundCall const attaching([this] { m_entry->createDaemonManager(); });
-    ASSERT_TRUE(attaching.getsBlocked());
 
-    bool const isKnown = static_cast<bool>(m_entry->getDaemonManager());
-    forwarding.unlock();
-
-    EXPECT_TRUE(isKnown);
+    EXPECT_TRUE(knowsAManagerDuring([this] { m_entry->createDaemonManager(); }, *other));
 }
 
 TEST_F(CDaemonEntryTest, KnowsItsManagerUntilTheSignalHandlerDoesNoLonger) {
     auto const manager = fdn::newObj<ObservedManager>();
     m_entry->setDaemonManager(manager.get());
     m_entry->m_signalHandler->setDaemonManager(manager.get());
-    std::unique_lock<fdn::IMutex> forwarding(manager->mutex());
-    test::BackgroundCall const signalling([this] { signal(); });
-    ASSERT_TRUE(signalling.getsBlocked());
-    test::BackgroundCall const detaching([this] { m_entry->destroyDaemonManager(); });
-    ASSERT_TRUE(detaching.getsBlocked());
 
-    bool const isKnown = static_cast<bool>(m_entry->getDaemonManager());
-    forwarding.unlock();
-
-    EXPECT_TRUE(isKnown);
+    EXPECT_TRUE(knowsAManagerDuring([this] { m_entry->destroyDaemonManager(); }, *manager));
 }
 
 TEST_F(CDaemonEntryTest, SignalsAndStopRequestsOfManyThreadsMeetManagersThatComeAndGo) {
