@@ -59,19 +59,22 @@ void checkAnyArguments(std::string const& input) {
     require(status != 0 || entry->m_daemonId != "", "there is an ID for every command");
 }
 
-// The input is an ID and a control folder; neither can be empty when a daemon is launched.
+// The input is an ID and a control folder; neither can be empty when a daemon is launched, and both are text.
 void checkLaunch(std::string const& input) {
     std::vector<std::string> const pieces = fuzz::split(input, 2);
     if (pieces[0].empty() || pieces[1].empty() || pieces[1].find('\0') != std::string::npos)
         return;
+    fdn::String const id = fuzz::toText(pieces[0]);
+    fdn::String const folder = fuzz::toText(pieces[1]);
     auto const entry = fdn::newObj<CParsingEntry>();
 
-    int const status = enter(*entry, {"fuzz", "--id=" + pieces[0], "--controlFolder=" + pieces[1], "daemon"});
+    int const status =
+        enter(*entry, {"fuzz", "--id=" + id.toUTF8(), "--controlFolder=" + folder.toUTF8(), "daemon"});
 
     require(status == 0, "the command line of a launch is understood");
     require(entry->doneCommand == "daemon", "the command of a launch is carried out");
-    require(entry->m_daemonId == fuzz::toText(pieces[0]), "the ID arrives unchanged");
-    require(entry->givenFolder.getText() == fuzz::toText(pieces[1]), "the control folder arrives unchanged");
+    require(entry->m_daemonId == id, "the ID arrives unchanged");
+    require(entry->givenFolder.getText() == folder, "the control folder arrives unchanged");
 }
 
 } // namespace
