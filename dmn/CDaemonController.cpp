@@ -8,16 +8,16 @@
 #include <fdn/CSystemAccountManager.h>
 #include <fdn/CThread.h>
 #include <fdn/CTime.h>
-#include <fdn/Descriptor.h>
 #include <fdn/files.h>
 #include <fdn/log.h>
 #include <fdn/programs.h>
 #include <fdn/sysError.h>
+#include <fdn/system/Descriptor.h>
 
-#include "InitScript.h"
-#include "PIDFilePath.h"
-#include "StartSettings.h"
-#include "TransientFolder.h"
+#include <dmn/id/PIDFilePath.h>
+#include <dmn/script/InitScript.h>
+#include <dmn/start/StartSettings.h>
+#include <dmn/start/TransientFolder.h>
 
 #include <algorithm>
 #include <cerrno>

@@ -3,11 +3,11 @@
 #include <fdn/CError.h>
 #include <fdn/CFdnInit.h>
 #include <fdn/CXMLLog.h>
-#include <fdn/Descriptor.h>
 #include <fdn/files.h>
 #include <fdn/log.h>
+#include <fdn/system/Descriptor.h>
 
-#include "CommandLine.h"
+#include <dmn/commandline/CommandLine.h>
 
 #include <wx/msgout.h>
 

@@ -4,7 +4,7 @@
 #include <fdn/CPIDFile.h>
 #include <fdn/log.h>
 
-#include "PIDFilePath.h"
+#include <dmn/id/PIDFilePath.h>
 
 namespace dmn {
 

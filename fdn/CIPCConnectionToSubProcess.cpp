@@ -1,8 +1,8 @@
 #include <fdn/CIPCConnectionToSubProcess.h>
 
-#include <fdn/Descriptor.h>
 #include <fdn/sysError.h>
-#include <fdn/writeQuietly.h>
+#include <fdn/system/Descriptor.h>
+#include <fdn/system/writeQuietly.h>
 
 #include <unistd.h>
 

@@ -2,11 +2,11 @@
 
 #include <fdn/CError.h>
 #include <fdn/CThread.h>
-#include <fdn/HeldFiles.h>
-#include <fdn/PIDFileHolder.h>
 #include <fdn/log.h>
+#include <fdn/pidfile/HeldFiles.h>
+#include <fdn/pidfile/PIDFileHolder.h>
 #include <fdn/sysError.h>
-#include <fdn/writeQuietly.h>
+#include <fdn/system/writeQuietly.h>
 
 #include <cerrno>
 #include <chrono>

@@ -1,8 +1,8 @@
 #include <fdn/CSystemAccountManager.h>
 
-#include <fdn/AccountLookUp.h>
 #include <fdn/CError.h>
-#include <fdn/KeptGlobal.h>
+#include <fdn/accounts/AccountLookUp.h>
+#include <fdn/objects/KeptGlobal.h>
 
 #include <optional>
 #include <string>

@@ -1,12 +1,12 @@
 #include <fdn/CSystemSignalReceiver.h>
 
-#include <fdn/AllSignalsBlocked.h>
 #include <fdn/CError.h>
-#include <fdn/Descriptor.h>
-#include <fdn/KeptGlobal.h>
 #include <fdn/containers.h>
 #include <fdn/log.h>
+#include <fdn/objects/KeptGlobal.h>
 #include <fdn/sysError.h>
+#include <fdn/system/AllSignalsBlocked.h>
+#include <fdn/system/Descriptor.h>
 
 #include <array>
 #include <atomic>

@@ -1,10 +1,10 @@
 #include <fdn/CXMLLog.h>
 
-#include <fdn/KeptGlobal.h>
-#include <fdn/LogEntry.h>
-#include <fdn/LogFile.h>
-#include <fdn/Syslog.h>
-#include <fdn/XMLText.h>
+#include <fdn/log/LogEntry.h>
+#include <fdn/log/LogFile.h>
+#include <fdn/log/Syslog.h>
+#include <fdn/log/XMLText.h>
+#include <fdn/objects/KeptGlobal.h>
 
 #include <mutex>
 

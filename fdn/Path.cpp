@@ -1,8 +1,8 @@
 #include <fdn/Path.h>
 
 #include <fdn/CError.h>
-#include <fdn/KeptGlobal.h>
 #include <fdn/files.h>
+#include <fdn/objects/KeptGlobal.h>
 
 #include <algorithm>
 #include <cstddef>

@@ -2,10 +2,10 @@
 
 #include <fdn/CError.h>
 #include <fdn/CThread.h>
-#include <fdn/MadeUpMounts.h>
-#include <fdn/OtherProcess.h>
-#include <fdn/ReplacementFile.h>
 #include <fdn/sysError.h>
+#include <fdn/system/MadeUpMounts.h>
+#include <fdn/system/OtherProcess.h>
+#include <fdn/system/ReplacementFile.h>
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 #include <fdn/programs.h>
 
-#include <fdn/AwaitedProgram.h>
 #include <fdn/CError.h>
+#include <fdn/launch/AwaitedProgram.h>
 
 #include <optional>
 #include <string>

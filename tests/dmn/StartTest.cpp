@@ -7,7 +7,7 @@
 #include "support/errors.h"
 #include "support/processInfo.h"
 
-#include <fdn/Descriptor.h>
+#include <fdn/system/Descriptor.h>
 
 #include <gmock/gmock.h>
 

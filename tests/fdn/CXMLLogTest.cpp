@@ -8,8 +8,8 @@
 
 #include <fdn/CError.h>
 #include <fdn/CXMLLog.h>
-#include <fdn/Descriptor.h>
 #include <fdn/log.h>
+#include <fdn/system/Descriptor.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -6,9 +6,9 @@
 #include "support/errors.h"
 #include "support/processInfo.h"
 
-#include <fdn/AwaitedProgram.h>
 #include <fdn/CError.h>
-#include <fdn/Launch.h>
+#include <fdn/launch/AwaitedProgram.h>
+#include <fdn/launch/Launch.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

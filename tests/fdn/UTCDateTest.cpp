@@ -1,4 +1,4 @@
-#include <fdn/UTCDate.h>
+#include <fdn/log/UTCDate.h>
 
 #include <gtest/gtest.h>
 

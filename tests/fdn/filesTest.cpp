@@ -8,8 +8,8 @@
 #include "support/fileInfo.h"
 
 #include <fdn/CError.h>
-#include <fdn/Descriptor.h>
 #include <fdn/files.h>
+#include <fdn/system/Descriptor.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -6,7 +6,7 @@
 
 #include <fdn/CError.h>
 #include <fdn/CPIDFile.h>
-#include <fdn/ProcessIdentity.h>
+#include <fdn/pidfile/ProcessIdentity.h>
 
 #include <filesystem>
 #include <fstream>

@@ -3,7 +3,7 @@
 
 #include "FuzzSupport.h"
 
-#include <dmn/InitScript.h>
+#include <dmn/script/InitScript.h>
 
 #include <fdn/programs.h>
 

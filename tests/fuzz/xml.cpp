@@ -4,7 +4,7 @@
 #include "FuzzSupport.h"
 
 #include <fdn/CError.h>
-#include <fdn/LogEntry.h>
+#include <fdn/log/LogEntry.h>
 
 #include <wx/mstream.h>
 #include <wx/xml/xml.h>

@@ -1,6 +1,6 @@
 /*
  * How a PID file is claimed, looked at, signalled by and given up, one step for each call of the system. The
- * steps are named like the operations in fdn/CPIDFile.cpp, fdn/PIDFileLook.cpp and fdn/PIDFileHolder.cpp;
+ * steps are named like the operations in fdn/CPIDFile.cpp, fdn/pidfile/PIDFileLook.cpp and fdn/pidfile/PIDFileHolder.cpp;
  * tests/model/check runs spin.
  *
  * CLAIMERS processes claim the file, and with ASKER another one asks who holds it and signals that process.

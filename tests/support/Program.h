@@ -1,6 +1,6 @@
 #pragma once
 
-#include <fdn/Descriptor.h>
+#include <fdn/system/Descriptor.h>
 
 #include <functional>
 #include <map>

@@ -8,7 +8,7 @@
 
 #include "Marks.h"
 
-#include <fdn/Descriptor.h>
+#include <fdn/system/Descriptor.h>
 
 #include <algorithm>
 #include <chrono>

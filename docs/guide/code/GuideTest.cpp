@@ -5,7 +5,7 @@
 #include "support/TemporaryFolder.h"
 #include "support/await.h"
 
-#include <fdn/Descriptor.h>
+#include <fdn/system/Descriptor.h>
 
 #include <gmock/gmock.h>
 

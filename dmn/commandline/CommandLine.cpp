@@ -1,0 +1,136 @@
+#include <dmn/commandline/CommandLine.h>
+
+#include <fdn/CError.h>
+#include <fdn/files.h>
+
+#include <wx/crt.h>
+#include <wx/msgout.h>
+
+#include <algorithm>
+#include <optional>
+#include <string>
+
+namespace dmn {
+
+namespace {
+
+using Texts = std::vector<fdn::String>;
+
+// What the parser takes for an option without a name, and can read.
+constexpr char kNamelessOption[] = "---";
+
+// No option's name ends with it.
+constexpr char kNextArgument[] = " ";
+
+constexpr char kHidden[] = "***";
+
+/// While it lives, the parser says nothing.
+class SilentParser : public wxMessageOutput {
+public:
+    SilentParser() : m_previous(wxMessageOutput::Set(this)) {}
+
+    SilentParser(SilentParser const&) = delete;
+    SilentParser& operator=(SilentParser const&) = delete;
+
+    ~SilentParser() override { wxMessageOutput::Set(m_previous); }
+
+    void Output(wxString const&) override {}
+
+private:
+    wxMessageOutput* m_previous;
+};
+
+// As an option it would have the parser look at the last character of a name that has none.
+bool isNameless(fdn::String const& argument) {
+    wxString afterDashes;
+    if (!argument.StartsWith("--", &afterDashes) || afterDashes.empty())
+        return false;
+    wxUniChar const first = afterDashes[0];
+    return !wxIsalnum(first) && first != '_' && first != '-';
+}
+
+// The parser would read the arguments by the environment's locale, which knows no umlaut at boot.
+void setArguments(wxCmdLineParser& parser, Texts const& texts) {
+    std::vector<std::wstring> buffers;
+    std::vector<wchar_t*> pointers;
+    for (fdn::String const& text : texts)
+        buffers.push_back(text.ToStdWstring());
+    for (std::wstring& buffer : buffers)
+        pointers.push_back(buffer.data());
+    parser.SetCmdLine(static_cast<int>(pointers.size()), pointers.data());
+}
+
+Texts readArguments(std::vector<char const*> const& arguments) {
+    Texts texts;
+    for (char const* const argument : arguments)
+        texts.push_back(readArgument(argument));
+    return texts;
+}
+
+// The same arguments, with one that the parser can read in the place of each nameless one.
+Texts makeReadable(Texts texts) {
+    if (!texts.empty())
+        std::replace_if(texts.begin() + 1, texts.end(), isNameless, fdn::String(kNamelessOption));
+    return texts;
+}
+
+// The password that the argument gives, as an option, if another one follows it. Only the parser knows the
+// application's options, with which the password's can stand in one argument.
+fdn::String askForPassword(wxCmdLineParser& parser, fdn::String const& argument) {
+    SilentParser const silent;
+    IgnoredAssertions const ignored; // of an option that the application has not declared
+    setArguments(parser, makeReadable({fdn::String(), argument, kNextArgument}));
+    parser.Parse(false);
+    wxString password;
+    parser.Found("runas-password", &password);
+    return password;
+}
+
+} // namespace
+
+fdn::String readArgument(char const* argument) {
+    if (argument == nullptr)
+        return fdn::String();
+    std::optional<fdn::String> const text = fdn::fromFileName(argument);
+    if (!text)
+        throw fdn::CError("Invalid argument: not all of its bytes are text in the locale's encoding.");
+    return *text;
+}
+
+CommandLine::CommandLine(int argc, char** argv) : m_arguments(argv, argv + argc) {}
+
+void CommandLine::giveTo(wxCmdLineParser& parser) const {
+    setArguments(parser, readArguments(m_arguments));
+}
+
+int CommandLine::parse(wxCmdLineParser& parser) const {
+    Texts const texts = readArguments(m_arguments);
+    Texts const readable = makeReadable(texts);
+    if (readable == texts)
+        return parser.Parse(true);
+    // It succeeds where none of them stands for an option. Then they can be read as they are.
+    setArguments(parser, readable);
+    int const result = parser.Parse(true);
+    if (result != 0)
+        return result;
+    setArguments(parser, texts);
+    return parser.Parse(true);
+}
+
+fdn::String CommandLine::describe(wxCmdLineParser& parser) const {
+    fdn::String list;
+    bool isPassword = false;
+    for (std::size_t i = 0; i < m_arguments.size(); ++i) {
+        fdn::String const argument = readArgument(m_arguments[i]);
+        fdn::String const password = i == 0 ? fdn::String() : askForPassword(parser, argument);
+        wxString shown = argument;
+        bool const endsWithPassword = !password.empty() && argument.EndsWith(password, &shown);
+        if (isPassword || endsWithPassword)
+            shown = (isPassword ? wxString() : shown) + kHidden;
+        list << (i == 0 ? "" : ", ") << (m_arguments[i] == nullptr ? wxString("NULL") : "\"" + shown + "\"");
+        isPassword = !endsWithPassword && password == kNextArgument;
+    }
+    return list;
+}
+
+} // namespace dmn

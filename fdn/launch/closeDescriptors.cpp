@@ -1,0 +1,38 @@
+#include <fdn/launch/closeDescriptors.h>
+
+#include <algorithm>
+#include <climits>
+
+#include <unistd.h>
+
+namespace fdn {
+
+namespace {
+
+constexpr int kEndOnOldKernels = 65536;
+
+// The second one is not closed.
+void closeFrom(int first, int end) {
+    if (first >= end || close_range(static_cast<unsigned>(first), static_cast<unsigned>(end - 1), 0) == 0)
+        return;
+    for (int descriptor = first; descriptor < std::min(end, kEndOnOldKernels); ++descriptor)
+        close(descriptor);
+}
+
+} // namespace
+
+void closeOthersBut(int one, int other) {
+    int first = STDERR_FILENO + 1;
+    for (int const kept : {std::min(one, other), std::max(one, other)}) {
+        closeFrom(first, kept);
+        first = std::max(first, kept + 1);
+    }
+    closeFrom(first, INT_MAX);
+}
+
+void closeAllBut(int kept) {
+    dup2(kept, STDIN_FILENO);
+    closeFrom(STDIN_FILENO + 1, INT_MAX);
+}
+
+} // namespace fdn

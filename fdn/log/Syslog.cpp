@@ -1,0 +1,49 @@
+#include <fdn/log/Syslog.h>
+
+#include <fdn/system/Descriptor.h>
+
+#include <cerrno>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace fdn {
+
+namespace {
+
+constexpr sockaddr_un kAddress = {AF_UNIX, _PATH_LOG};
+
+// RFC 3164. Without the time, which is the receiver's to add: it would have to be local time, and the C
+// library takes a lock to tell that, which the child of a fork may find taken for ever.
+std::string frame(int priority, std::string const& message) {
+    return "<" + std::to_string(priority) + ">" + program_invocation_short_name + "[" +
+           std::to_string(getpid()) + "]: " + message;
+}
+
+bool connectToSyslog(Descriptor const& socket) {
+    return connect(socket.get(), reinterpret_cast<sockaddr const*>(&kAddress), sizeof kAddress) == 0;
+}
+
+// A socket for each message: it is still right when the reader was started anew, and when the program has
+// closed descriptors that it does not know.
+bool sendOver(int type, std::string const& bytes) {
+    Descriptor const connection(socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!connection.isOpen() || !connectToSyslog(connection))
+        return false;
+    return send(connection.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
+           static_cast<ssize_t>(bytes.size());
+}
+
+} // namespace
+
+bool sendToSyslog(int priority, std::string const& message) {
+    std::string const framed = frame(priority, message);
+    if (sendOver(SOCK_DGRAM, framed))
+        return true;
+    // Some readers take streams only, in which a NUL ends a message.
+    return errno == EPROTOTYPE && sendOver(SOCK_STREAM, framed + '\0');
+}
+
+} // namespace fdn

@@ -1,0 +1,64 @@
+#include <fdn/log/XMLText.h>
+
+#include <algorithm>
+
+namespace fdn {
+
+namespace {
+
+constexpr wchar_t kReplacement = 0xFFFD;
+
+bool isControl(wxUint32 code) {
+    return code < 0x20 || (code >= 0x7F && code <= 0x9F);
+}
+
+// The production Char of XML 1.0.
+bool isAllowed(wxUint32 code) {
+    return code == '\t' || code == '\n' || code == '\r' || (code >= 0x20 && code <= 0xD7FF) ||
+           (code >= 0xE000 && code <= 0xFFFD) || (code >= 0x10000 && code <= 0x10FFFF);
+}
+
+// Whether it stands for itself, in one byte. No function, so that it is inlined where it is handed over.
+constexpr auto isPlain = [](wchar_t code) {
+    return code >= 0x20 && code < 0x7F && code != '&' && code != '<' && code != '>';
+};
+
+void appendEscaped(std::wstring& escaped, wxUint32 code) {
+    if (!isAllowed(code))
+        escaped += kReplacement;
+    else if (code == '&')
+        escaped += L"&amp;";
+    else if (code == '<')
+        escaped += L"&lt;";
+    else if (code == '>')
+        escaped += L"&gt;";
+    else if (isControl(code))
+        escaped += L"&#" + std::to_wstring(code) + L";";
+    else
+        escaped += static_cast<wchar_t>(code);
+}
+
+} // namespace
+
+std::string toXMLText(String const& text) {
+    wchar_t const* const characters = text.wc_str();
+    if (std::all_of(characters, characters + text.length(), isPlain)) // as most texts are
+        return std::string(characters, characters + text.length());
+    std::wstring escaped;
+    for (wxUniChar const character : text)
+        appendEscaped(escaped, character.GetValue());
+    return String(escaped.c_str()).toUTF8();
+}
+
+std::string toXMLAttribute(String const& text) {
+    std::string value;
+    for (char const character : toXMLText(text)) {
+        if (character == '"')
+            value += "&quot;";
+        else
+            value += character;
+    }
+    return value;
+}
+
+} // namespace fdn

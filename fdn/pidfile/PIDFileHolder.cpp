@@ -1,0 +1,141 @@
+#include <fdn/pidfile/PIDFileHolder.h>
+
+#include <fdn/pidfile/ProcessIdentity.h>
+
+#include <optional>
+#include <string>
+
+#include <unistd.h>
+
+namespace fdn {
+
+namespace {
+
+String toText(long long number) {
+    return String::fromBytes(std::to_string(number));
+}
+
+PIDFileHolder unclear(pid_t process, String const& reason) {
+    return {Standing::Unclear, process, reason};
+}
+
+String describe(Path const& path) {
+    return "The PID file '" + path.getText() + "'";
+}
+
+PIDFileHolder foreign(PIDFileLook const& look, pid_t process, Path const& path) {
+    return unclear(process, describe(path) + " belongs to user " + toText(look.owner) +
+                                ", who may not signal process " + toText(process) + ".");
+}
+
+PIDFileHolder secondName(pid_t process, Path const& path) {
+    return unclear(process, describe(path) + " of process " + toText(process) +
+                                " has another name, and is in a folder that others may write to.");
+}
+
+PIDFileHolder unreadable(pid_t process, Path const& path) {
+    return unclear(process,
+                   describe(path) + " names process " + toText(process) +
+                       ", which lives, but /proc does not tell whether it is the one that is meant.");
+}
+
+PIDFileHolder hidden(Path const& path) {
+    return unclear(0, describe(path) +
+                          " is held by a process that cannot be seen from here: in another PID name space or "
+                          "on another machine.");
+}
+
+PIDFileHolder another(pid_t process, Path const& path) {
+    return unclear(process, describe(path) + " is locked by process " + toText(process) +
+                                ", of which it does not tell.");
+}
+
+std::optional<bool> mayWriterSignal(PIDFileLook const& look, pid_t process) {
+    return look.owner == 0 ? true : mayBeSignalledBy(look.owner, process);
+}
+
+// In another PID name space a process has another number, but began at the same time.
+bool tellsOf(PIDRecord const& record, pid_t process) {
+    bool const isNamed = record.process == process;
+    return record.identity.empty() ? isNamed : hasIdentity(process, record.identity).value_or(isNamed);
+}
+
+// The kernel says who keeps the lock. But for a moment that may be a process that wants to clear up what a
+// dead one has left, and others lock files, too.
+PIDFileHolder judgeLocker(PIDFileLook const& look, Path const& path) {
+    pid_t const process = look.locker;
+    if (process < 1)
+        return hidden(path);
+    if (look.mayBeAnothersFile)
+        return secondName(process, path);
+    if (!tellsOf(look.record, process))
+        return look.owner == 0 ? another(process, path)
+                               : PIDFileHolder{Standing::NotTrusted, process, String()};
+    std::optional<bool> const maySignal = mayWriterSignal(look, process);
+    if (!maySignal)
+        return unreadable(process, path);
+    return *maySignal ? PIDFileHolder{Standing::Held, process, String()} : foreign(look, process, path);
+}
+
+// A number alone is taken at its word, but only when nobody else can have written it.
+PIDFileHolder judgeNumber(PIDFileLook const& look, Path const& path) {
+    pid_t const process = look.record.process;
+    if (look.mayBeAnothersFile)
+        return PIDFileHolder();
+    std::optional<bool> const maySignal = mayWriterSignal(look, process);
+    if (!maySignal)
+        return unreadable(process, path);
+    return *maySignal ? PIDFileHolder{Standing::Held, process, String()} : PIDFileHolder();
+}
+
+// It is certain that the process lives, and open who says that it holds the file.
+PIDFileHolder judgeKnown(PIDFileLook const& look, Path const& path) {
+    pid_t const process = look.record.process;
+    std::optional<bool> const maySignal = mayWriterSignal(look, process);
+    if (!maySignal)
+        return unreadable(process, path);
+    // What this account writes is about its own processes.
+    if (!*maySignal && look.owner == geteuid())
+        return PIDFileHolder();
+    if (!*maySignal && look.isInRootsFolder)
+        return foreign(look, process, path);
+    bool const isTrusted = *maySignal && !look.mayBeAnothersFile;
+    return {isTrusted ? Standing::Held : Standing::NotTrusted, process, String()};
+}
+
+// An account can always hide in a name space of its own, but is believed about its own processes.
+PIDFileHolder judgeHidden(PIDFileLook const& look, Path const& path) {
+    pid_t const process = look.record.process;
+    std::optional<bool> const maySignal = mayWriterSignal(look, process);
+    if (look.owner == 0 || !maySignal || (!*maySignal && look.isInRootsFolder))
+        return unreadable(process, path);
+    return {*maySignal ? Standing::Held : Standing::NotTrusted, process, String()};
+}
+
+PIDFileHolder judgeRecord(PIDFileLook const& look, Path const& path) {
+    PIDRecord const& record = look.record;
+    if (record.process == 0 || !isProcessAlive(record.process))
+        return PIDFileHolder();
+    if (record.identity.empty())
+        return judgeNumber(look, path);
+    std::optional<bool> const isSame = hasIdentity(record.process, record.identity);
+    if (!isSame && !isProcessAlive(record.process))
+        return PIDFileHolder();
+    if (!isSame)
+        return judgeHidden(look, path);
+    return *isSame ? judgeKnown(look, path) : PIDFileHolder();
+}
+
+} // namespace
+
+PIDFileHolder findHolder(PIDFileLook const& look, Path const& path) {
+    if (look.isHeldHere)
+        return {Standing::Held, getpid(), String()};
+    if (look.isOutOfReach)
+        return {Standing::NotTrusted, 0, String()};
+    if (!look.isThere)
+        return PIDFileHolder();
+    return look.isLocked ? judgeLocker(look, path) : judgeRecord(look, path);
+}
+
+} // namespace fdn

@@ -1,0 +1,93 @@
+#include <fdn/system/MadeUpMounts.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <sstream>
+#include <string>
+
+#include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/sysmacros.h>
+#include <sys/vfs.h>
+#include <unistd.h>
+
+namespace fdn {
+
+namespace {
+
+std::string readMounts() {
+    Descriptor const file(open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+    std::string content;
+    std::array<char, 8192> buffer;
+    ssize_t size = 0;
+    while (file.isOpen() &&
+           (size = uninterrupted([&] { return read(file.get(), buffer.data(), buffer.size()); })) > 0)
+        content.append(buffer.data(), static_cast<std::size_t>(size));
+    return content;
+}
+
+// Of ordinary users or of root, who alone can mount one of the second kind, which a virtual machine's host
+// provides.
+bool isMadeUpMount(std::string const& line) {
+    return line.find(" - fuse") != std::string::npos || line.find(" - virtiofs") != std::string::npos;
+}
+
+// The number behind the text, which is looked for from the position on; 0 where it is missing.
+unsigned getNumberAfter(std::string const& text, std::string const& line, std::size_t from) {
+    std::size_t const start = line.find(text, from);
+    unsigned number = 0;
+    if (start != std::string::npos)
+        std::from_chars(line.data() + start + text.size(), line.data() + line.size(), number);
+    return number;
+}
+
+// proc_pid_mountinfo(5): the third word is the device, the fifth where it is mounted. The last word, and no
+// other, is the kernel's own: the one before it, the source, is what the user wants it to be.
+MadeUpMount parseMount(std::string const& line) {
+    std::array<std::string, 5> words;
+    std::istringstream stream(line);
+    for (std::string& word : words)
+        stream >> word;
+    std::string const device = "," + words[2];
+    return {makedev(getNumberAfter(",", device, 0), getNumberAfter(":", device, 0)),
+            getNumberAfter(",user_id=", line, line.rfind(' ')), words[4]};
+}
+
+bool isIn(std::string const& folder, std::string const& path) {
+    return path.compare(0, folder.size(), folder) == 0 &&
+           (path.size() == folder.size() || path[folder.size()] == '/');
+}
+
+} // namespace
+
+std::vector<MadeUpMount> findMadeUpMounts() {
+    std::vector<MadeUpMount> mounts;
+    std::string const content = readMounts();
+    if (!isMadeUpMount(content)) // as nearly everywhere
+        return mounts;
+    std::istringstream lines(content);
+    for (std::string line; std::getline(lines, line);)
+        if (isMadeUpMount(line))
+            mounts.push_back(parseMount(line));
+    return mounts;
+}
+
+bool areAnyUsers(std::vector<MadeUpMount> const& mounts) {
+    return std::any_of(mounts.begin(), mounts.end(),
+                       [](MadeUpMount const& mount) { return mount.user != 0; });
+}
+
+bool isOnUsersMount(std::string const& path, std::vector<MadeUpMount> const& mounts) {
+    return std::any_of(mounts.begin(), mounts.end(),
+                       [&](MadeUpMount const& mount) { return mount.user != 0 && isIn(mount.folder, path); });
+}
+
+// The kernel says so itself, whatever the file system answers, unless that is an error. A disk's device has a
+// number above 0.
+bool isMadeUp(Descriptor const& file, dev_t device) {
+    struct statfs info = {};
+    return fstatfs(file.get(), &info) == 0 ? info.f_type == FUSE_SUPER_MAGIC : major(device) == 0;
+}
+
+} // namespace fdn
