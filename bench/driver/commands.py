@@ -18,8 +18,8 @@ SETTLING_SECONDS = 0.2
 
 
 def measure_rounds(stopwatch, subjects, rounds):
-    """Takes all subjects through all steps, side by side, each round in another order. Returns the samples by step and
-    subject's name."""
+    """Takes all subjects through all steps, side by side, each round in another order. Returns the samples by
+    step and subject's name."""
     samples = collections.defaultdict(list)
     for number in range(rounds):
         first = number % len(subjects)
@@ -43,7 +43,8 @@ def take_times(samples, step, name):
 
 
 def without_sleeps(times, poll):
-    """A command sleeps a whole number of times before its daemon is gone, and works for less than one such sleep."""
+    """A command sleeps a whole number of times before its daemon is gone, and works for less than one such
+    sleep."""
     return [time_ % int(poll * 1e9) if poll else time_ for time_ in times]
 
 
@@ -58,8 +59,9 @@ def compare_times(samples, step, ours, other):
     if step is not STOP_RUNNING:
         return [Comparison(SECTION, step.name, Figure(mine, "ns"), other.name, Figure(theirs, "ns"), target)]
     return [Comparison(SECTION, step.name, Figure(mine, "ns"), other.name, Figure(theirs, "ns")),
-            Comparison(SECTION, step.name + ", less its sleeps", Figure(without_sleeps(mine, ours.poll), "ns"),
-                       other.name, Figure(without_sleeps(theirs, other.poll), "ns"), target)]
+            Comparison(SECTION, step.name + ", less its sleeps",
+                       Figure(without_sleeps(mine, ours.poll), "ns"), other.name,
+                       Figure(without_sleeps(theirs, other.poll), "ns"), target)]
 
 
 def compare_with_limit(samples, step, ours):
@@ -67,8 +69,8 @@ def compare_with_limit(samples, step, ours):
     times = take_times(samples, step, OURS)
     if step is STOP_RUNNING:
         times = without_sleeps(times, ours.poll)
-    limit = [step.wx_starts * wx_start + step.settings * setting
-             for wx_start, setting in zip(take_times(samples, LOAD, BARE_WX), take_times(samples, PRINT, OURS))]
+    parts = zip(take_times(samples, LOAD, BARE_WX), take_times(samples, PRINT, OURS))
+    limit = [step.wx_starts * wx_start + step.settings * setting for wx_start, setting in parts]
     name = f"{step.wx_starts} x {BARE_WX}, {step.settings} x {PRINT.name}"
     return Comparison(LIMIT_SECTION, step.name, Figure(times, "ns"), name, Figure(limit, "ns"))
 

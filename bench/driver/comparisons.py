@@ -20,7 +20,12 @@ class Comparison:
         return self.target.is_reached(self) if self.target else None
 
     def as_dict(self):
-        return {"section": self.section, "what": self.what, "ours": self.ours.as_dict(), "beside": self.other_name,
-                "theirs": self.other.as_dict(), "ratio": self.ratio.as_dict() if self.ratio else None,
-                "target": self.target.describe() if self.target else "", "reached": self.reached(),
+        return {"section": self.section,
+                "what": self.what,
+                "ours": self.ours.as_dict(),
+                "beside": self.other_name,
+                "theirs": self.other.as_dict(),
+                "ratio": self.ratio.as_dict() if self.ratio else None,
+                "target": self.target.describe() if self.target else "",
+                "reached": self.reached(),
                 "reason": self.target.reason if self.target else ""}

@@ -28,18 +28,24 @@ def quartiles(samples):
 
 
 def divide(ours, other):
-    """The ratio of what was measured in the same round, round by round; None if the other ever measured nothing."""
+    """The ratio of what was measured in the same round, round by round; None if the other ever measured
+    nothing."""
     if any(sample == 0 for sample in other.samples):
         return None
     return Figure([mine / theirs for mine, theirs in zip(ours.samples, other.samples)], "")
 
 
+def format_time(nanoseconds):
+    for factor, name in ((1e9, "s"), (1e6, "ms"), (1e3, "µs")):
+        if nanoseconds >= factor:
+            value = nanoseconds / factor
+            return f"{value:.3g} {name}" if value < 1000 else f"{value:.0f} {name}"
+    return f"{nanoseconds:.3g} ns"
+
+
 def format_quantity(value, unit):
     if unit == "ns":
-        for factor, name in ((1e9, "s"), (1e6, "ms"), (1e3, "µs")):
-            if value >= factor:
-                return f"{value / factor:.3g} {name}" if value < 1000 * factor else f"{value / factor:.0f} {name}"
-        return f"{value:.3g} ns"
+        return format_time(value)
     if unit == "KiB":
         return f"{value / 1024:.2f} MiB" if value >= 1024 else f"{value:.0f} KiB"
     return f"{value:.3g}"

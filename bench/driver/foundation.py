@@ -15,9 +15,10 @@ SECTION = "Operations of the foundation"
 
 def run(programs, folder, effort):
     output = os.path.join(folder, "foundation.json")
-    subprocess.run([os.path.join(programs, "bench/foundation"), f"--benchmark_repetitions={effort.repetitions}",
-                    "--benchmark_enable_random_interleaving=true",
+    subprocess.run([os.path.join(programs, "bench/foundation"),
+                    f"--benchmark_repetitions={effort.repetitions}",
                     f"--benchmark_min_time={effort.seconds_of_repetition}",
+                    "--benchmark_enable_random_interleaving=true",
                     "--benchmark_out=" + output, "--benchmark_out_format=json"],
                    check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     with open(output, encoding="utf-8") as file:
@@ -48,7 +49,8 @@ def compare(operation, samples_by_performer, reason):
     figures = {performer: Figure([time for _, time in sorted(samples)], "ns")
                for performer, samples in samples_by_performer.items()}
     (_, ours), *others = figures.items()
-    return [Comparison(SECTION, operation, ours, performer, other, Target(1, reason)) for performer, other in others]
+    return [Comparison(SECTION, operation, ours, performer, other, Target(1, reason))
+            for performer, other in others]
 
 
 def measure(programs, folder, effort):

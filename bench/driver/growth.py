@@ -17,8 +17,8 @@ SHORTENING = 100  # a short run ends at this fraction of the largest count
 
 @dataclass(frozen=True)
 class Series:
-    """What is measured at rising counts. `name` is how the program bench/growth calls it; the title and the axis are
-    for people."""
+    """What is measured at rising counts. `name` is how the program bench/growth calls it; the title and the
+    axis are for people."""
 
     name: str
     title: str
@@ -42,14 +42,14 @@ ALL_SERIES = (
     Series("read-parameters", "read the run parameters back", "run parameters", 1000,
            linear("One run of the script prints all parameters, and each is unescaped once.")),
     Series("log", "write log entries", "entries", 1_000_000,
-           linear("Each entry is one write at the end of the file, and each rotation moves the same few files."),
+           linear("Each entry is one write at the end of the file, and a rotation only moves a few files."),
            repetitions=3))
 
 
 def run(programs, series, largest, repetitions):
     """The samples in seconds for each count."""
-    output = subprocess.run([os.path.join(programs, "bench/growth"), series.name, str(largest), str(repetitions)],
-                            check=True, stdout=subprocess.PIPE, text=True).stdout
+    command = [os.path.join(programs, "bench/growth"), series.name, str(largest), str(repetitions)]
+    output = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
     samples = collections.defaultdict(list)
     for line in output.splitlines():
         _, count, seconds = line.split()
@@ -59,9 +59,11 @@ def run(programs, series, largest, repetitions):
 
 def compare_with_half(series, samples):
     """The largest count beside half of it, which takes half the time if growth is linear."""
-    half, largest = (Figure([seconds * 1e9 for seconds in samples[count]], "ns")
-                     for count in (max(samples) // 2, max(samples)))
-    return Comparison(SECTION, f"{series.title}: {max(samples)} {series.axis}", largest, f"{max(samples) // 2}", half,
+    largest = max(samples)
+    half = largest // 2
+    of_largest, of_half = (Figure([seconds * 1e9 for seconds in samples[count]], "ns")
+                           for count in (largest, half))
+    return Comparison(SECTION, f"{series.title}: {largest} {series.axis}", of_largest, str(half), of_half,
                       series.target)
 
 

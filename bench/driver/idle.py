@@ -73,8 +73,9 @@ class Quantity:
 
 QUANTITIES = (
     Quantity("private memory", "KiB", Daemon.private_memory,
-             DifferenceTarget(1.5 * 1024, "A daemon has what the floor lacks: wxWidgets' base library, the C++ "
-                                          "library, our two libraries, and the thread that takes signals.")),
+             DifferenceTarget(1.5 * 1024,
+                              "A daemon has what the floor lacks: wxWidgets' base library, the C++ library, "
+                              "our two libraries, and the thread that takes signals.")),
     Quantity("private memory that is written to", "KiB", Daemon.written_memory),
     Quantity("threads", "", Daemon.threads),
     Quantity("descriptors", "", Daemon.descriptors),

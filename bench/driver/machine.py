@@ -5,8 +5,8 @@ import os
 import platform
 import subprocess
 
-PACKAGES = ("g++", "libwxbase3.2-1", "golang-go", "golang-github-kardianos-service-dev", "libpoco-dev", "dpkg",
-            "libboost-dev", "libglib2.0-dev", "libspdlog-dev", "libbsd-dev")
+PACKAGES = ("g++", "libwxbase3.2-1", "golang-go", "golang-github-kardianos-service-dev", "libpoco-dev",
+            "dpkg", "libboost-dev", "libglib2.0-dev", "libspdlog-dev", "libbsd-dev")
 
 
 def describe_machine():
@@ -24,6 +24,6 @@ def find_processor():
 
 def find_version(package):
     """The version of the package, or "?" if it is not installed."""
-    found = subprocess.run(["dpkg-query", "--show", "--showformat=${Version}", package], stdout=subprocess.PIPE,
-                           stderr=subprocess.DEVNULL, text=True, check=False)
+    found = subprocess.run(["dpkg-query", "--show", "--showformat=${Version}", package], check=False,
+                           stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
     return found.stdout or "?"

@@ -49,8 +49,8 @@ def set_environment():
 
 
 def install_libraries(programs):
-    """Makes the loader find the libraries where it finds installed ones: in its cache. The private root has its own
-    cache, and its own list of the folders that go into it."""
+    """Makes the loader find the libraries where it finds installed ones: in its cache. The private root has
+    its own cache, and its own list of the folders that go into it."""
     known = subprocess.run(["ldconfig", "-p"], check=True, stdout=subprocess.PIPE, text=True).stdout
     folders = {os.path.dirname(line.split(" => ")[1]) for line in known.splitlines() if " => " in line}
     with open("/etc/ld.so.conf", "w", encoding="utf-8") as file:

@@ -8,7 +8,10 @@ from subjects import OURS
 
 
 def draw(folder, name, script, size="720,400"):
-    head = f"set terminal svg size {size} font 'sans,12' background 'white'\nset output '{folder}/{name}.svg'\n"
+    head = f"""
+set terminal svg size {size} font 'sans,12' background 'white'
+set output '{folder}/{name}.svg'
+"""
     subprocess.run(["gnuplot"], input=head + script, text=True, check=True)
 
 

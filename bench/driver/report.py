@@ -51,8 +51,9 @@ def make_json(comparisons, curves):
 
 
 def make_page(comparisons, rounds):
-    lines = ["# Results", "", "`scripts/bench` writes this page; do not edit it. [Performance](../performance.md) says "
-             "what is measured, and how.", ""]
+    lines = ["# Results", "",
+             "`scripts/bench` writes this page; do not edit it. [Performance](../performance.md) says what "
+             "is measured, and how.", ""]
     lines += [f"- {name}: {value}" for name, value in describe_machine().items()]
     lines += [f"- Rounds: {rounds} of all commands", ""]
     for section, its_comparisons in make_sections(comparisons).items():

@@ -4,10 +4,10 @@ from dataclasses import dataclass
 
 from targets import check_reason
 
-STARTING = ("Every command starts wxWidgets' base library, on which the library is built: see \"start the libraries "
-            "alone\".")
-READING = ("The command starts wxWidgets' base library, on which the library is built, and reads a setting by a run of "
-           "the init script; the commands beside their limit show what these two alone take.")
+STARTING = ("Every command starts wxWidgets' base library, on which the library is built: see \"start the "
+            "libraries alone\".")
+READING = ("The command starts wxWidgets' base library, on which the library is built, and reads a setting "
+           "by a run of the init script. The commands beside their limit show what these two alone take.")
 
 
 @dataclass(frozen=True)
@@ -27,9 +27,10 @@ class Step:
 
 INSTALL = Step("install", STARTING, wx_starts=1)
 PRINT = Step("print a setting", "The shell reads the whole init script to print one setting.")
-START = Step("start", "The command reads each setting by a run of the init script, and starts wxWidgets' base library, "
-                      "on which the library is built, twice: for itself and for the daemon. The commands beside their "
-                      "limit show what these alone take.", wx_starts=2, settings=6)
+START = Step("start",
+             "The command reads each setting by a run of the init script, and starts wxWidgets' base "
+             "library, on which the library is built, twice: for itself and for the daemon. The commands "
+             "beside their limit show what these alone take.", wx_starts=2, settings=6)
 STOP_RUNNING = Step("stop a running daemon", READING, wx_starts=1, settings=1)
 STOP_STOPPED = Step("stop a stopped daemon", READING, wx_starts=1, settings=1)
 UNINSTALL = Step("uninstall", READING, wx_starts=1, settings=1)

@@ -15,11 +15,11 @@ class Stopwatch:
         self.program = place.program("bench/stopwatch")
 
     def measure(self, command):
-        """A sample of the command, which must end with its status. The time includes that until there is something in
-        the command's PID file, if it has one."""
+        """A sample of the command, which must end with its status. The time includes that until there is
+        something in the command's PID file, if it has one."""
         until = ["--until", command.pid_file] if command.pid_file else []
-        output = subprocess.run([self.program] + until + command.line, stdout=subprocess.PIPE, check=True, text=True,
-                                timeout=PATIENCE).stdout
+        output = subprocess.run([self.program] + until + command.line, check=True, timeout=PATIENCE,
+                                stdout=subprocess.PIPE, text=True).stdout
         nanoseconds, memory, status = map(int, output.split())
         if status != command.status:
             raise RuntimeError(f"{command.line} ended with status {status}, not {command.status}")

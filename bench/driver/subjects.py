@@ -19,8 +19,8 @@ GO_POLL = 1
 POCO_POLL = 0.05
 DEBIAN_POLL = 0.02
 
-# For the shell, which gets the init script as $0 and a command as its arguments: it reads the settings that our
-# command reads before it starts or stops a daemon, and goes on with the other command.
+# For the shell, which gets the init script as $0 and a command as its arguments: it reads the settings that
+# our command reads before it starts or stops a daemon, and goes on with the other command.
 READ_FOR_START = """
 folder=$($0 printControlFolder) params=$($0 printParams) user=$($0 printRunAs)
 app_id=$($0 printTransientFolderAppID) group=$($0 printTransientFolderGroup) exe=$($0 printExePath)
@@ -37,8 +37,9 @@ Command = collections.namedtuple("Command", "line status pid_file", defaults=(0,
 class Subject:
     """A program that is measured: its command for each step that it knows.
 
-    `limit` is how many times as long as the program ours may take; a floor, which only shows what is possible, has
-    none. A step that reads settings is limited only by a program that reads them from a script as well."""
+    `limit` is how many times as long as the program ours may take; a floor, which only shows what is
+    possible, has none. A step that reads settings is limited only by a program that reads them from a script
+    as well."""
 
     name: str
     commands: dict[Step, Command]
@@ -84,7 +85,8 @@ def make_ours(place):
         STOP_STOPPED: Command([heartbeat, "stop"]),
         UNINSTALL: Command([heartbeat, "uninstall"]),
         UNKNOWN: Command([heartbeat, "bogus"], status=2),
-        LOAD: Command([place.program("bench/start_dmn")])}, poll=OUR_POLL, reads_settings=True, is_watched_idle=True)
+        LOAD: Command([place.program("bench/start_dmn")])},
+        poll=OUR_POLL, reads_settings=True, is_watched_idle=True)
 
 
 def make_go_service(place):
