@@ -3,7 +3,6 @@
 The program bench/foundation defines the comparisons, each with the reason for its result."""
 
 import json
-import os
 import subprocess
 
 from comparisons import Comparison
@@ -13,9 +12,9 @@ from targets import Target
 SECTION = "Operations of the foundation"
 
 
-def run(programs, folder, effort):
-    output = os.path.join(folder, "foundation.json")
-    subprocess.run([os.path.join(programs, "bench/foundation"),
+def run(place, effort):
+    output = place.file("foundation.json")
+    subprocess.run([place.program("bench/foundation"),
                     f"--benchmark_repetitions={effort.repetitions}",
                     f"--benchmark_min_time={effort.seconds_of_repetition}",
                     "--benchmark_enable_random_interleaving=true",
@@ -53,8 +52,8 @@ def compare(operation, samples_by_performer, reason):
             for performer, other in others]
 
 
-def measure(programs, folder, effort):
-    results = run(programs, folder, effort)
+def measure(place, effort):
+    results = run(place, effort)
     comparisons = []
     for operation, samples in collect(results["benchmarks"]).items():
         comparisons += compare(operation, samples, results["context"][operation])

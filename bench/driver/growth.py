@@ -1,7 +1,6 @@
 """How costs grow with what may become large."""
 
 import collections
-import os
 import statistics
 import subprocess
 from dataclasses import dataclass
@@ -12,7 +11,7 @@ from targets import Target
 
 SECTION = "Growth"
 LARGEST_RATIO = 2.2  # linear growth gives 2; a tenth more is for noise
-SHORTENING = 100  # a short run ends at this fraction of the largest count
+SHORTENING = 100  # a short run ends at the largest count divided by this
 
 
 @dataclass(frozen=True)
@@ -46,9 +45,9 @@ ALL_SERIES = (
            repetitions=3))
 
 
-def run(programs, series, largest, repetitions):
+def run(place, series, largest, repetitions):
     """The samples in seconds for each count."""
-    command = [os.path.join(programs, "bench/growth"), series.name, str(largest), str(repetitions)]
+    command = [place.program("bench/growth"), series.name, str(largest), str(repetitions)]
     output = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
     samples = collections.defaultdict(list)
     for line in output.splitlines():
@@ -67,13 +66,13 @@ def compare_with_half(series, samples):
                       series.target)
 
 
-def measure(programs, effort):
+def measure(place, effort):
     """Returns the comparisons, and for each series the medians by count."""
     comparisons, curves = [], {}
     for series in ALL_SERIES:
         largest, repetitions = ((series.largest // SHORTENING, 1) if effort.is_short else
                                 (series.largest, series.repetitions))
-        samples = run(programs, series, largest, repetitions)
+        samples = run(place, series, largest, repetitions)
         comparisons.append(compare_with_half(series, samples))
         curves[series] = {count: statistics.median(seconds) for count, seconds in samples.items()}
     return comparisons, curves

@@ -19,7 +19,7 @@ SETTLING_SECONDS = 1
 
 
 class Daemon:
-    """A process that is looked at from outside, through /proc, from the object's construction on."""
+    """A process that is watched from outside, through /proc, from the construction of this object on."""
 
     def __init__(self, name, process):
         self.name = name
@@ -28,7 +28,7 @@ class Daemon:
         self.wake_ups_before = self.count_wake_ups()
 
     def count_wake_ups(self):
-        """Whenever a thread went to sleep, something must have woken it before it went to sleep again."""
+        """Counts how often threads went to sleep, because something must have woken them in between."""
         return sum(read_fields(file)["voluntary_ctxt_switches"]
                    for file in glob.glob(f"/proc/{self.process}/task/*/status"))
 
@@ -63,7 +63,7 @@ def read_fields(file):
 
 @dataclass(frozen=True)
 class Quantity:
-    """What is looked at; the target holds beside the floor."""
+    """What is looked at. The target, if there is one, is set by the floor."""
 
     name: str
     unit: str

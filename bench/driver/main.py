@@ -12,7 +12,7 @@ import growth
 import idle
 import plots
 import report
-from subjects import Place
+from place import Place
 
 
 @dataclass(frozen=True)
@@ -70,9 +70,9 @@ def measure_all(programs, effort):
     say("Measuring idle daemons")
     comparisons += idle.measure(place, effort)
     say("Measuring operations of the foundation")
-    comparisons += foundation.measure(programs, folder, effort)
+    comparisons += foundation.measure(place, effort)
     say("Measuring growth")
-    growing, curves = growth.measure(programs, effort)
+    growing, curves = growth.measure(place, effort)
     return comparisons + growing, curves
 
 

@@ -14,7 +14,7 @@ READING = ("The command starts wxWidgets' base library, on which the library is 
 class Step:
     """What a user does with a daemon by one command, and why ours takes what it takes.
 
-    What the command cannot do without is how often it starts wxWidgets, and how many settings it reads."""
+    The command cannot do without so many starts of wxWidgets, and without reading so many settings."""
 
     name: str
     reason: str

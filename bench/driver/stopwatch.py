@@ -9,14 +9,14 @@ Sample = collections.namedtuple("Sample", "nanoseconds memory")  # the peak of t
 
 
 class Stopwatch:
-    """Runs commands through the program bench/stopwatch, which is small enough not to count itself."""
+    """Runs commands through the program bench/stopwatch, which is too small to show in the samples."""
 
     def __init__(self, place):
         self.program = place.program("bench/stopwatch")
 
     def measure(self, command):
-        """A sample of the command, which must end with its status. The time includes that until there is
-        something in the command's PID file, if it has one."""
+        """A sample of the command, which must end with its status. If it has a PID file, the time lasts until
+        there is something in the file."""
         until = ["--until", command.pid_file] if command.pid_file else []
         output = subprocess.run([self.program] + until + command.line, check=True, timeout=PATIENCE,
                                 stdout=subprocess.PIPE, text=True).stdout

@@ -1,7 +1,6 @@
 """The programs whose commands are measured: ours, the peers and the floors."""
 
 import collections
-import os
 from dataclasses import dataclass
 
 from steps import INSTALL, LOAD, PRINT, START, STOP_RUNNING, STOP_STOPPED, UNINSTALL, UNKNOWN, Step
@@ -51,20 +50,6 @@ class Subject:
     def limit_in(self, step):
         """The limit in this step, or None if the program does less than ours."""
         return self.limit if self.reads_settings or step.settings == 0 else None
-
-
-class Place:
-    """Where the programs are, and where the daemons keep their PID files."""
-
-    def __init__(self, programs, folder):
-        self.programs = programs
-        self.folder = folder
-
-    def program(self, name):
-        return os.path.join(self.programs, name)
-
-    def pid_file(self, name):
-        return os.path.join(self.folder, name + ".pid")
 
 
 def make_subjects(place):
