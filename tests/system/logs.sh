@@ -76,21 +76,18 @@ check_SedMakesATable() {
         "$(sed -E 's/^[0-9]{4}-[0-9-]*T[0-9:.]{15}Z\t(error)\t[0-9]+\t/TIME\t\1\tPROCESS\t/' <<<"$output")"
 }
 
-# from_manual_page: the command, with the log that is there. The page writes a backslash as "\e".
-from_manual_page() {
-    sed -n '/^sed -E/,/app\.log$/{ s/^\\&//; s/\\e/\\/g; s|/var/log/app/app\.log|'"$log"'|; p }' \
-        "${BASH_SOURCE[0]%/*}/../../docs/man/dmn.7"
-}
-
+# The page writes a backslash as "\e".
 check_ManualPageMakesTheSameTable() {
+    local table
     make_writer
     "$writer" error
     from_guide 'sed' '    s\/&lt' >"$TMPDIR/table"
-    from_manual_page >"$TMPDIR/page_table"
+    sed -n '/^sed -E/,/app\.log$/{ s/^\\&//; s/\\e/\\/g; s|/var/log/app/app\.log|'"$log"'|; p }' \
+        "${BASH_SOURCE[0]%/*}/../../docs/man/dmn.7" >"$TMPDIR/table_of_page"
     expect_success sh "$TMPDIR/table"
-    local table=$output
+    table=$output
 
-    expect_success sh "$TMPDIR/page_table"
+    expect_success sh "$TMPDIR/table_of_page"
 
     expect_equal "$table" "$output"
 }
