@@ -1,6 +1,6 @@
 #include <fdn/CError.h>
 
-#include <fdn/Path.h>
+#include <fdn/TSafeGlobalPointer.h>
 
 #include <mutex>
 
@@ -54,16 +54,6 @@ void CError::throwClone() const {
     throw CError(*this);
 }
 
-CBadPathError::CBadPathError(Path const& path) : CError("Invalid path: " + path.getText()) {}
-
-P<CError> CBadPathError::clone() const {
-    return newObj<CBadPathError>(*this);
-}
-
-void CBadPathError::throwClone() const {
-    throw CBadPathError(*this);
-}
-
 CUnencodableStringError::CUnencodableStringError()
     : CError("The string or parts of the string cannot be represented in the specified encoding.") {}
 
@@ -84,6 +74,14 @@ P<CError> CNotImplementedError::clone() const {
 
 void CNotImplementedError::throwClone() const {
     throw CNotImplementedError(*this);
+}
+
+void String::throwUnencodable() {
+    throw CUnencodableStringError();
+}
+
+void throwGlobalObjectError(char const* message) {
+    throw CError(message);
 }
 
 String getMessageOf(std::exception const& error) {

@@ -1,8 +1,9 @@
 #include <fdn/Path.h>
 
-#include <fdn/CError.h>
-#include <fdn/files.h>
+#include <fdn/currentFolder.h>
+#include <fdn/fileName.h>
 #include <fdn/objects/KeptGlobal.h>
+#include <fdn/sysError.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -155,5 +156,24 @@ void TPathImpl<Traits>::appendName(String& text, std::size_t rootLength, std::ws
 }
 
 template class TPathImpl<CUnixPathTraits>;
+
+CBadPathError::CBadPathError(Path const& path) : CError("Invalid path: " + path.getText()) {}
+
+P<CError> CBadPathError::clone() const {
+    return newObj<CBadPathError>(*this);
+}
+
+void CBadPathError::throwClone() const {
+    throw CBadPathError(*this);
+}
+
+wxCharBuffer toFileName(Path const& path) {
+    return toFileName(path.getText());
+}
+
+void throwLastSysError(char const* func, char const* action, Path const& path) {
+    int const code = getLastSysError();
+    throwSysError(code, {{"func", func}, {"action", action}, {"path", path.getText()}});
+}
 
 } // namespace fdn

@@ -1,7 +1,11 @@
 #pragma once
 
 #include <fdn/CBase.h>
+#include <fdn/CError.h>
+#include <fdn/P.h>
 #include <fdn/String.h>
+
+#include <wx/buffer.h>
 
 #include <cstddef>
 #include <string_view>
@@ -81,5 +85,22 @@ private:
 extern template class TPathImpl<CUnixPathTraits>;
 
 using Path = TPathImpl<CUnixPathTraits>;
+
+/// A path that climbs above the root.
+class FDN_EXPORT CBadPathError : public CError {
+public:
+    /// The message names the path.
+    explicit CBadPathError(Path const& path);
+
+    P<CError> clone() const override;
+    [[noreturn]] void throwClone() const override;
+};
+
+/// The path as the system's calls take it; toFileName() of its text.
+FDN_EXPORT wxCharBuffer toFileName(Path const& path);
+
+/// Throws the CError of the calling thread's last failed system call, as throwSysError() does, with the path
+/// as its subject.
+[[noreturn]] FDN_EXPORT void throwLastSysError(char const* func, char const* action, Path const& path);
 
 } // namespace fdn

@@ -1,7 +1,5 @@
 #include <fdn/String.h>
 
-#include <fdn/CError.h>
-
 #include <wx/strconv.h>
 
 #include <algorithm>
@@ -49,27 +47,6 @@ void appendWidened(wxString& text, char const* narrow, std::size_t length) {
     std::transform(narrow, narrow + length, text.begin() + end, [](unsigned char c) { return wchar_t{c}; });
 }
 
-// Whether the encoding can represent the text, of which the bytes are stored then.
-bool encode(wxString const& text, wxMBConv const& encoding, wxCharBuffer& bytes) {
-    if (!isUnicode(text))
-        return false;
-    wchar_t const* const wide = text.wc_str();
-    // The terminator belongs to it, for that takes an encoding with states, such as ISO-2022-JP, back to the
-    // first one: only then are the bytes complete, and the next conversion begins anew.
-    std::size_t const length = text.length() + 1;
-    std::size_t const room = encoding.FromWChar(nullptr, 0, wide, length);
-    if (room == wxCONV_FAILED)
-        return false;
-    if (!bytes.extend(room))
-        throw CUnencodableStringError();
-    std::size_t const size = encoding.FromWChar(bytes.data(), room, wide, length);
-    std::size_t const terminator = encoding.GetMBNulLen();
-    if (size == wxCONV_FAILED || size < terminator)
-        return false;
-    bytes.shrink(size - terminator);
-    return true;
-}
-
 } // namespace
 
 String::String(char const* text) {
@@ -96,18 +73,38 @@ String String::fromBytes(std::string const& bytes) {
 
 wxCharBuffer String::toCP() const {
     wxCharBuffer bytes;
-    if (!encode(*this, wxConvLocal, bytes) && !bytes.extend(0))
-        throw CUnencodableStringError();
+    if (!encode(wxConvLocal, bytes) && !bytes.extend(0))
+        throwUnencodable();
     return bytes;
 }
 
 wxCharBuffer String::toEncoding(wxMBConv const& encoding, int* length) const {
     wxCharBuffer bytes;
-    if (!encode(*this, encoding, bytes))
-        throw CUnencodableStringError();
+    if (!encode(encoding, bytes))
+        throwUnencodable();
     if (length != nullptr)
         *length = static_cast<int>(bytes.length());
     return bytes;
+}
+
+bool String::encode(wxMBConv const& encoding, wxCharBuffer& bytes) const {
+    if (!isUnicode(*this))
+        return false;
+    wchar_t const* const wide = wc_str();
+    // The terminator is converted too, because it takes an encoding with states, such as ISO-2022-JP, back to
+    // the first one: only then are the bytes complete, and the next conversion starts afresh.
+    std::size_t const lengthWithTerminator = length() + 1;
+    std::size_t const room = encoding.FromWChar(nullptr, 0, wide, lengthWithTerminator);
+    if (room == wxCONV_FAILED)
+        return false;
+    if (!bytes.extend(room))
+        throwUnencodable();
+    std::size_t const size = encoding.FromWChar(bytes.data(), room, wide, lengthWithTerminator);
+    std::size_t const terminator = encoding.GetMBNulLen();
+    if (size == wxCONV_FAILED || size < terminator)
+        return false;
+    bytes.shrink(size - terminator);
+    return true;
 }
 
 std::string String::toUTF8() const {
@@ -121,7 +118,7 @@ std::string String::toUTF8() const {
         return bytes;
     std::size_t const size = getUTF8Size(*this);
     if (size == wxCONV_FAILED)
-        throw CUnencodableStringError();
+        throwUnencodable();
     bytes.resize(size);
     wxConvUTF8.FromWChar(bytes.data(), size, wc_str(), length());
     return bytes;

@@ -238,6 +238,12 @@ private:
             return compare(wxString(other));
     }
 
+    // Whether the encoding can represent the text; stores its bytes then.
+    FDN_HIDDEN bool encode(wxMBConv const& encoding, wxCharBuffer& bytes) const;
+
+    // Throws CUnencodableStringError. Defined with the errors, which are made of Strings.
+    [[noreturn]] FDN_HIDDEN static void throwUnencodable();
+
     int compareNarrow(std::string_view other) const;
     void appendNarrow(std::string_view text);
 };

@@ -1,14 +1,17 @@
 #pragma once
 
-#include <fdn/CError.h>
 #include <fdn/CMutex.h>
-#include <fdn/CThread.h>
 #include <fdn/P.h>
+#include <fdn/threadYield.h>
 
 #include <atomic>
 #include <cstdint>
 
 namespace fdn {
+
+/// Throws a CError with the message, as a safe global pointer does. Defined with the errors, which know the
+/// global objects and not the other way round.
+[[noreturn]] FDN_EXPORT void throwGlobalObjectError(char const* message);
 
 /// A process-wide object that is constructed once, by the first thread that uses it, and destroyed at process
 /// exit. Any thread may use it until then; a destructor that runs later and uses it gets a CError.
@@ -65,7 +68,7 @@ public:
         if (state == kConstructed)
             return true;
         if (state == kFailed)
-            throw CError("Construction of static object has failed.");
+            throwGlobalObjectError("Construction of static object has failed.");
         return false;
     }
 
@@ -77,7 +80,7 @@ private:
     void constructOrWait() {
         while (!_isConstructed()) {
             if (m_isGone.load(std::memory_order_acquire))
-                throw CError("The static object has been destroyed.");
+                throwGlobalObjectError("The static object has been destroyed.");
             if (isBegun())
                 threadYield(true);
             else

@@ -40,9 +40,4 @@ void throwLastSysError(char const* func, char const* action) {
     throwSysError(code, CProps{{"func", func}, {"action", action}});
 }
 
-void throwLastSysError(char const* func, char const* action, Path const& path) {
-    int const code = getLastSysError();
-    throwSysError(code, CProps{{"func", func}, {"action", action}, {"path", path.getText()}});
-}
-
 } // namespace fdn

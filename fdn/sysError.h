@@ -1,7 +1,7 @@
 #pragma once
 
 #include <fdn/CProps.h>
-#include <fdn/Path.h>
+#include <fdn/String.h>
 
 namespace fdn {
 
@@ -16,8 +16,5 @@ FDN_EXPORT int getLastSysError();
 
 /// The same for the last failed system call, which concerned nothing that has a name.
 [[noreturn]] FDN_EXPORT void throwLastSysError(char const* func, char const* action);
-
-/// The same for the last failed system call, which concerned the path.
-[[noreturn]] FDN_EXPORT void throwLastSysError(char const* func, char const* action, Path const& path);
 
 } // namespace fdn
