@@ -15,20 +15,21 @@ bool isCodePoint(wchar_t c) {
     return (c >= 0 && c < 0xD800) || (c >= 0xE000 && c <= 0x10FFFF);
 }
 
-// wxWidgets' UTF-8 would encode surrogates, and stops with an assertion at what lies beyond Unicode.
+// wxWidgets' UTF-8 encodes surrogates too, and stops with an assertion at what lies beyond Unicode.
 bool isUnicode(wxString const& text) {
     wchar_t const* const wide = text.wc_str();
     return std::all_of(wide, wide + text.length(), isCodePoint);
 }
 
-// The number of bytes of the whole text, characters with the value zero included, or wxCONV_FAILED.
+// The number of bytes of the whole text, including each NUL in it, or wxCONV_FAILED.
 std::size_t getUTF8Size(wxString const& text) {
     if (!isUnicode(text))
         return wxCONV_FAILED;
     return wxConvUTF8.FromWChar(nullptr, 0, text.wc_str(), text.length());
 }
 
-// Most texts are ASCII: this is fastest when it looks at all of the bytes, whatever they are.
+// Most texts are ASCII. Looking at all bytes without stopping at the first other one lets the compiler take
+// several at a time.
 bool isASCII(std::string const& bytes) {
     unsigned bits = 0;
     for (char const c : bytes)
@@ -40,7 +41,7 @@ std::size_t lengthOf(char const* narrow) {
     return narrow == nullptr ? 0 : std::strlen(narrow);
 }
 
-// ISO-8859-1 is the first 256 code points: it needs no converter.
+// ISO-8859-1 is the first 256 code points: no converter is needed.
 void appendWidened(wxString& text, char const* narrow, std::size_t length) {
     auto const end = static_cast<std::ptrdiff_t>(text.length());
     text.append(length, L'\0');
@@ -62,7 +63,8 @@ String::~String() = default;
 String String::fromBytes(std::string const& bytes) {
     if (!isASCII(bytes)) {
         wxString text(bytes.data(), wxConvUTF8, bytes.size());
-        // wxWidgets reads overlong forms and surrogates too; they do not come to the same size again.
+        // wxWidgets reads overlong forms and surrogates too. Those do not make the same number of bytes
+        // again.
         if (getUTF8Size(text) == bytes.size())
             return String(std::move(text));
     }
@@ -114,7 +116,7 @@ std::string String::toUTF8() const {
         bits |= c;
         return static_cast<char>(c);
     });
-    if (bits >= 0 && bits < 0x80) // ASCII, as most texts are
+    if (bits >= 0 && bits < 0x80) // ASCII, as most texts are: each code point is its own byte
         return bytes;
     std::size_t const size = getUTF8Size(*this);
     if (size == wxCONV_FAILED)
