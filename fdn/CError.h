@@ -39,8 +39,8 @@ public:
     ~CError() override;
 
     /// The message in the locale's encoding, or in UTF-8 where the locale cannot represent it. The text
-    /// belongs to the error and stays the same. Never null:
-    /// where the message cannot be represented at all, another text says so.
+    /// belongs to the error and stays the same. Never null: where the message cannot be represented at all,
+    /// another text says so.
     char const* what() const noexcept override;
 
     /// What went wrong, for people.

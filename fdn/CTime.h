@@ -6,8 +6,7 @@
 
 namespace fdn {
 
-/// A point in time, in microseconds since 1970-01-01 00:00 UTC. A plain value. A deadline and the wait for
-/// it:
+/// A point in time, in microseconds since 1970-01-01 00:00 UTC. A plain value. To wait until a deadline:
 ///
 ///     std::int64_t const deadline = CTime::now().getMicroseconds() + 1000 * milliseconds;
 ///     while (!isDone() && CTime::now().getMicroseconds() < deadline)

@@ -100,7 +100,7 @@ template <class Traits>
 String TPathImpl<Traits>::getPathWithSep() const {
     String text = m_text;
     if (!text.empty() && !endsWithSep<Traits>(text))
-        text += Traits::kSep;
+        text.append(1, Traits::kSep);
     return text;
 }
 
@@ -161,7 +161,7 @@ void TPathImpl<Traits>::appendName(String& text, std::size_t rootLength, std::ws
             throw CBadPathError(Path(m_text)); // as it was given: users have not seen the base
     }
     if (!text.empty() && !endsWithSep<Traits>(text))
-        text += Traits::kSep;
+        text.append(1, Traits::kSep);
     text.append(name.data(), name.size());
 }
 

@@ -29,9 +29,8 @@ public:
     static bool isAbsolute(String const& text);
 
     /// The index at which the first name begins (the length, when the text is nothing but a root), or -1 when
-    /// the text has no root. Stores how many leading characters the normal form keeps as the root: 0 without
-    /// a root, else
-    /// 1. POSIX would let two leading slashes mean something else; Linux takes any number as one.
+    /// the text has no root. Stores how many leading characters the normal form keeps as the root: 1 with a
+    /// root, 0 without. POSIX lets two leading slashes mean something else; Linux takes any number as one.
     static int getRootLength(String const& text, int* rootTextLength);
 };
 
@@ -70,9 +69,8 @@ public:
     /// Whether the path is marked as being in normal form: toNormalized() leaves it alone then.
     bool isNormalized() const { return m_normalized; }
 
-    /// The text with a separator at its end, unless it is empty or has one. Nothing is made of the empty
-    /// path, since
-    /// "/" would be the root.
+    /// The text with a separator at its end, unless it is empty or has one. (With one, the empty path would
+    /// become the root.)
     String getPathWithSep() const;
 
     /// This path followed by the right one. An absolute right side replaces this path, an empty one changes

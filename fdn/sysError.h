@@ -14,8 +14,8 @@ FDN_EXPORT int getLastSysError();
 
 /// Throws a CError for the system's error number, which becomes the error's code. The properties are those of
 /// the failure: "func" names the system call that failed, "action" the operation that made it, and "path",
-/// "program" or "account" what it was about. The message says all but the action, and
-/// the reason in the system's words: "chmod failed for '/etc/init.d/app': Operation not permitted."
+/// "program" or "account" what it was about. The message says all but the action, and the reason in the
+/// system's words: "chmod failed for '/etc/init.d/app': Operation not permitted."
 [[noreturn]] FDN_EXPORT void throwSysError(int code, CProps const& props);
 
 /// The same for the last failed system call, which concerned nothing that has a name.
