@@ -16,15 +16,6 @@ namespace fdn {
 
 namespace {
 
-char& accountManagerGuard() {
-    static char guard = 0;
-    return guard;
-}
-
-P<CSystemAccountManager> createAccountManager() {
-    return newObj<CSystemAccountManager>();
-}
-
 // The name as the databases have it; empty, which is no account's name, when it cannot be one.
 std::string toAccountName(String const& name) {
     if (name.find(L'\0') != String::npos)
@@ -51,7 +42,7 @@ std::optional<unsigned> findNumber(String const& name, AccountFunction<Record>* 
 CSystemAccountManager::CSystemAccountManager() = default;
 
 CSystemAccountManager& CSystemAccountManager::get() {
-    return getKeptGlobal<CSystemAccountManager, &accountManagerGuard, &createAccountManager>();
+    return getKeptGlobal<CSystemAccountManager>();
 }
 
 CSystemUserID CSystemAccountManager::getUserID(String const& name) const {

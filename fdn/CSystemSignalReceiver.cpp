@@ -61,15 +61,6 @@ extern "C" void receiveSignal(int signal) {
     errno = savedError;
 }
 
-char& signalReceiverGuard() {
-    static char guard = 0;
-    return guard;
-}
-
-P<CSystemSignalReceiver> createSignalReceiver() {
-    return newObj<CSystemSignalReceiver>();
-}
-
 void callHandler(ISystemSignalHandler& handler, int signal) {
     try {
         handler.handleSystemSignal(static_cast<SysSignal>(signal));
@@ -261,7 +252,7 @@ CSystemSignalReceiver::CSystemSignalReceiver() : m_delivery(std::make_unique<CDe
 CSystemSignalReceiver::~CSystemSignalReceiver() = default;
 
 CSystemSignalReceiver& CSystemSignalReceiver::get() {
-    auto& receiver = getKeptGlobal<CSystemSignalReceiver, &signalReceiverGuard, &createSignalReceiver>();
+    auto& receiver = getKeptGlobal<CSystemSignalReceiver>();
     // The object stays, for destructors of other globals. Its thread does not.
     static CDeliveryEnd const end(*receiver.m_delivery);
     return receiver;
