@@ -3,9 +3,9 @@
 #include <fdn/CError.h>
 #include <fdn/CThread.h>
 #include <fdn/sysError.h>
-#include <fdn/system/MadeUpMounts.h>
-#include <fdn/system/OtherProcess.h>
+#include <fdn/system/FuseMounts.h>
 #include <fdn/system/ReplacementFile.h>
+#include <fdn/system/askInChildProcess.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -60,9 +60,9 @@ mode_t getFileMode(Path const& path, char const* action) {
 bool folderExistsOrIsSilent(Path const& path, char const* action) {
     wxCharBuffer const name = toFileName(path);
     FileMode known;
-    if (geteuid() != 0 || !areAnyUsers(findMadeUpMounts()))
+    if (geteuid() != 0 || !hasUsersMount(findFuseMounts()))
         known = askForMode(name);
-    else if (!askInOtherProcess(kPatience, known, [&] { return askForMode(name); }))
+    else if (!askInChildProcess(kPatience, known, [&] { return askForMode(name); }))
         return true;
     return S_ISDIR(requireKnown(known, action, path));
 }
