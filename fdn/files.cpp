@@ -178,7 +178,7 @@ void writeUTF8TextFile(String const& path, String const& text) {
 void writeUTF8TextFile(String const& path, String const& text, int mode) {
     std::string const content = text.toUTF8();
     ReplacementFile file(Path(path), mode, "writeUTF8TextFile");
-    file.write(content);
+    file.append(content);
     file.takePlace();
 }
 
