@@ -6,6 +6,7 @@
 #include <fdn/sysError.h>
 #include <fdn/system/FuseMounts.h>
 #include <fdn/system/askInChildProcess.h>
+#include <fdn/system/splitPath.h>
 
 #include <algorithm>
 #include <array>
@@ -217,11 +218,8 @@ PIDFileLook lookAsRoot(FilePlace const& place, Path const& path) {
 } // namespace
 
 FilePlace getFilePlace(Path const& path) {
-    std::string const whole = toFileName(path).data();
-    std::size_t const lastSep = whole.rfind('/');
-    if (lastSep == std::string::npos)
-        return {".", whole};
-    return {whole.substr(0, std::max<std::size_t>(lastSep, 1)), whole.substr(lastSep + 1)};
+    SplitPath const place = splitPath(path);
+    return {toFileName(place.folder).data(), toFileName(place.name).data()};
 }
 
 PIDFileLook lookAtPIDFile(Descriptor const& folder, std::string const& name, Path const& path) {

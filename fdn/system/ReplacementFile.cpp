@@ -54,7 +54,7 @@ void ReplacementFile::create(mode_t mode) {
 }
 
 void ReplacementFile::append(std::string const& content) {
-    if (!writeAll(m_file, content))
+    if (!writeAll(m_file.get(), content.data(), content.size()))
         fail("write");
 }
 

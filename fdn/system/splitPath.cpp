@@ -1,5 +1,8 @@
 #include <fdn/system/splitPath.h>
 
+#include <algorithm>
+#include <cstddef>
+
 namespace fdn {
 
 SplitPath splitPath(Path const& path) {
@@ -7,8 +10,8 @@ SplitPath splitPath(Path const& path) {
     std::size_t const lastSep = text.find_last_of(L'/');
     if (lastSep == String::npos)
         return {Path("."), path};
-    // With its separator, so that the root stays one.
-    return {Path(text.substr(0, lastSep + 1)), Path(text.substr(lastSep + 1))};
+    // The root keeps its separator.
+    return {Path(text.substr(0, std::max<std::size_t>(lastSep, 1))), Path(text.substr(lastSep + 1))};
 }
 
 } // namespace fdn

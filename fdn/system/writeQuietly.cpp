@@ -1,5 +1,7 @@
 #include <fdn/system/writeQuietly.h>
 
+#include <fdn/system/Descriptor.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -84,10 +86,10 @@ ssize_t writeQuietly(int descriptor, char const* bytes, std::size_t size) {
     return written;
 }
 
-bool writeAll(Descriptor const& file, std::string const& content) {
+bool writeAll(int descriptor, char const* bytes, std::size_t size) {
     std::size_t done = 0;
-    while (done < content.size()) {
-        ssize_t const written = writeQuietly(file.get(), content.data() + done, content.size() - done);
+    while (done < size) {
+        ssize_t const written = writeQuietly(descriptor, bytes + done, size - done);
         // A program that makes up a file system (FUSE) may take nothing, as often as it is asked.
         if (written == 0)
             errno = ENOSPC;
