@@ -12,7 +12,7 @@ namespace fdn {
 
 CProcessHandle::CProcessHandle(pid_t process) noexcept
     : m_process(process), m_handle(openProcess(process).release()) {
-    // Otherwise the signal would go by number to whichever process gets this one later.
+    // Otherwise the signal would go, by number, to whichever process gets that number later.
     if (m_handle == -1 && errno == ESRCH)
         m_process = 0;
 }

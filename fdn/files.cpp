@@ -35,7 +35,7 @@ bool passesByItself(int error) {
     return error == EBUSY || error == ETXTBSY || error == EAGAIN || error == EINTR;
 }
 
-/// The mode of what is at a path, or the system's error number.
+// The mode of what is at a path, or the system's error number.
 struct FileMode {
     mode_t mode = 0;
     int error = 0;
@@ -52,14 +52,14 @@ mode_t requireKnown(FileMode const& known, char const* action, Path const& path)
     return known.mode;
 }
 
-// The mode of what is at the path, links followed; 0 when nothing is.
+// The mode of what is at the path, after following links; 0 when nothing is there.
 mode_t getFileMode(Path const& path, char const* action) {
     wxCharBuffer const name = toFileName(path);
     return requireKnown(askForMode(name), action, path);
 }
 
-// Whether there is a folder. A file system that a user has mounted may keep whoever asks waiting for ever:
-// one that does not answer root is one that is there.
+// Whether there is a folder. A file system that a user has mounted may never answer, and a process that
+// waits for it cannot be killed. If root gets no answer, the folder is taken to exist.
 bool folderExistsOrIsSilent(Path const& path, char const* action) {
     wxCharBuffer const name = toFileName(path);
     FileMode known;
@@ -132,7 +132,8 @@ bool folderExists(Path const& path) {
 }
 
 void ensureFolderExists(Path const& path, int mode) {
-    // Asked first, because on a read-only or foreign file system mkdir may fail otherwise than with EEXIST.
+    // Asked first, because on a read-only or foreign file system mkdir may fail with other errors than
+    // EEXIST.
     if (folderExistsOrIsSilent(path, "ensureFolderExists"))
         return;
     int error = makeFolder(path, mode);

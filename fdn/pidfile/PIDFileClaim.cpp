@@ -96,11 +96,11 @@ void PIDFileClaim::openFolder() {
     m_folderId = getFileId(m_folder).value_or(FileId());
 }
 
-// Returns once the unfinished file is this process's: until that is renamed or deleted, all others wait.
+// Returns once the unfinished file is this process's own. Until it is renamed or deleted, all others wait.
 void PIDFileClaim::awaitTurn() {
     Clock::time_point const start = Clock::now();
     while (!createUnfinished()) {
-        // Without a turn the answer may be outdated at once, but it spares most of those who wait in vain.
+        // Whoever waits may still get an outdated answer here, but most claims that must fail do so at once.
         refuseWhenHeld();
         Clock::duration const waited = Clock::now() - start;
         if (waited > kPatience)
@@ -135,9 +135,9 @@ void PIDFileClaim::refuseWhenHeld() const {
     PIDFileLook const look = lookAtPIDFile(m_folder, m_place.name, m_path);
     if (look.isOutOfReach)
         fail(EWOULDBLOCK, "open");
-    // The file names this process, which does not hold it: the process has become another program (exec) and
-    // has lost its lock by that, or the number was an earlier process's, as in a container, where the daemon
-    // gets the same one at each start.
+    // The file names this process, which does not hold it. Either the process has become another program
+    // (exec) and lost its lock by that, or an earlier process had the number, as in a container, which gives
+    // its daemon the same one at each start.
     if (!look.isHeldHere && !look.isLocked && look.record.process == m_process)
         return;
     PIDFileHolder const holder = findHolder(look, m_path);
@@ -158,21 +158,22 @@ bool PIDFileClaim::clearUnfinished(Clock::duration waited) const {
     Descriptor const file = openOwn(info); // keeps the lock until the name is gone
     if (!isNobodys(file, info, waited))
         return false;
-    // What cannot be deleted is still in the way, as the attempt to make the file has said.
+    // Then the file is still in the way: the same error as when it was to be made.
     if (unlinkat(m_folder.get(), kUnfinishedName, 0) == -1 && errno != ENOENT)
         fail(EEXIST, "open");
     return true;
 }
 
-// Not open for a file of another account, which others may be able to open and thus to keep locked.
+// Not open for a file of another account: others may have opened and locked that, which would say nothing.
 Descriptor PIDFileClaim::openOwn(struct stat const& info) const {
     if (!S_ISREG(info.st_mode) || info.st_uid != geteuid())
         return Descriptor();
     return Descriptor(openat(m_folder.get(), kUnfinishedName, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
 }
 
-// Whoever works at the file has it locked. Where that cannot be seen, for another account's file or on a file
-// system without locks, a file that is too old is nobody's; nor is anything that no claim has made.
+// Whoever works at the file has it locked. That cannot be seen for another account's file, nor on a file
+// system without locks: there a file is nobody's once it is too old. What is not a regular file was made by
+// no claim.
 bool PIDFileClaim::isNobodys(Descriptor const& file, struct stat const& info, Clock::duration waited) const {
     switch (file.isOpen() ? tryLock(file) : LockAttempt::Impossible) {
     case LockAttempt::Locked:
@@ -241,7 +242,7 @@ void PIDFileClaim::forget() noexcept {
         static_cast<void>(m_file.release()); // the program has closed it, and it may be another file's by now
 }
 
-// For errors that no call of the system has just reported.
+// For what no system call reports as an error.
 void PIDFileClaim::fail(int error, char const* func) const {
     throwSysError(error, {{"func", func}, {"action", kClaiming}, {"path", m_path.getText()}});
 }

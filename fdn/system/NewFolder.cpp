@@ -21,8 +21,8 @@ namespace {
 constexpr char kTemporaryName[] = ".folder.new";
 constexpr unsigned kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
 
-// By the system call's number, because older C libraries lack a function for it. Neither every kernel nor
-// every file system can rename without replacing; there an empty folder is replaced that another process
+// By the system call's number, because older C libraries lack a function for it. Not every kernel and file
+// system can rename without replacing. Those that cannot may replace an empty folder that another process
 // makes at this very moment.
 int renameToFreeName(Descriptor const& folder, char const* from, char const* to) {
     long const result = syscall(SYS_renameat2, folder.get(), from, folder.get(), to, RENAME_NOREPLACE);

@@ -7,10 +7,8 @@
 
 namespace fdn {
 
-/// A new folder that gets its name once it is complete. Until then it has a temporary name beside that; if it
-/// never gets its own, it is deleted with the object.
-///
-/// Errors are CErrors that name a path and the operation `action`, or the one that failed within.
+/// A new folder that gets its name once it is complete. Until then it has a temporary name in the same
+/// folder; if it never gets its own, it is deleted with the object.
 class NewFolder {
 public:
     /// Makes the folder, empty. The one above it must exist and be readable.

@@ -29,7 +29,7 @@ ReplacementFile::ReplacementFile(Path const& path, int mode, char const* action)
     if (!m_folder.isOpen())
         fail("open");
     lookAtOldFile();
-    // What only some may read is open to no more of them meanwhile.
+    // Until then nobody may read the new file who may not read the old one.
     create(static_cast<mode_t>(mode) & m_oldPermissions.value_or(kPermissions));
 }
 
@@ -71,7 +71,7 @@ void ReplacementFile::takePermissions() {
         fail("fchmod");
 }
 
-// Before the file gets its name: a crash could otherwise leave that with no content.
+// Before the file gets its name, which could otherwise stand for an empty file after a crash.
 void ReplacementFile::finishFile() {
     if (uninterrupted([&] { return fsync(m_file.get()); }) != 0)
         fail("fsync");

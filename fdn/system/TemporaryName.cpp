@@ -12,7 +12,8 @@ namespace fdn {
 
 namespace {
 
-// Not derived from the final name, which may be as long as a name can be, and not one that others foresee.
+// Not derived from the final name, which may already be as long as a name can be, and not foreseeable by
+// others.
 std::string makeRandomName(char const* action) {
     std::uint64_t number = 0;
     if (getentropy(&number, sizeof number) != 0)
@@ -25,7 +26,7 @@ std::string makeRandomName(char const* action) {
 TemporaryName::~TemporaryName() {
     if (!m_name.empty())
         unlinkat(m_folder.get(), m_name.c_str(), m_removalFlags);
-    // To close the folder is not enough: a process that was forked meanwhile has it open too.
+    // Closing the folder is not enough: a process that was forked meanwhile shares the lock.
     flock(m_folder.get(), LOCK_UN);
 }
 

@@ -7,12 +7,13 @@
 
 namespace fdn {
 
-/// The name that a file or folder has in its folder until it is complete and gets its own. What has still the
+/// The name that a new file or folder has until it is complete and gets its own. Whatever still has the
 /// temporary name when the object goes is deleted.
 ///
-/// The name is the usual one whenever possible, so that what a killed process has left behind is deleted by
-/// the next one and never becomes many. A lock on the folder (flock) keeps two processes from using the name
-/// at once. The lock is not waited for: whoever does not get it takes a random name instead.
+/// Whenever possible the name is the usual one, which is always the same: the next process to use it deletes
+/// what a killed one has left behind, so that leftovers never pile up. A lock on the folder (flock) keeps two
+/// processes from using the name at once. Nobody waits for the lock: whoever does not get it takes a random
+/// name.
 class TemporaryName {
 public:
     /// Makes the file or folder under the name. Returns whether that succeeded; otherwise errno says why.

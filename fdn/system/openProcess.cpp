@@ -6,8 +6,8 @@
 namespace fdn {
 
 Descriptor openProcess(pid_t process) noexcept {
-    // By its number, because the C library has a function for it only since 2.36. The kernel makes the
-    // descriptor close-on-exec by itself.
+    // By the call's number, because the C library has a function for it only since 2.36. The kernel itself
+    // makes the descriptor close-on-exec.
     return Descriptor(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
 }
 
