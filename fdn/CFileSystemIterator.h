@@ -14,25 +14,25 @@ namespace fdn {
 ///     while (entry.next())
 ///         doSomethingWith(entry.getItemPath());
 ///
-/// Entries that are made or deleted meanwhile may be seen or not (POSIX readdir). It holds the folder open
-/// for as long as it lives, and belongs to one thread at a time.
+/// Entries that are made or deleted meanwhile may be seen or not (POSIX readdir). The iterator keeps the
+/// folder open for as long as it lives. Only one thread at a time may use it.
 class FDN_EXPORT CFileSystemIterator {
 public:
-    /// Opens the folder and stands before its first entry. Throws a CError that names the folder when that is
-    /// missing, no folder, or cannot be read.
+    /// Opens the folder and stands before its first entry. Throws a CError that names the folder when it is
+    /// missing, is something else, or cannot be read.
     explicit CFileSystemIterator(Path const& folder);
 
     /// Steps to the next entry. Returns false after the last one. Throws a CError that names the folder when
-    /// that cannot be read.
+    /// it cannot be read.
     bool next();
 
-    /// The name of the entry, without the folder; empty before the first next(). Bytes that are no text in
-    /// the file-name encoding are read by the rule of String::fromBytes(), for people: that text does not
-    /// name the file.
+    /// The name of the entry, without the folder; empty before the first next(). If the name's bytes are not
+    /// text in the file-name encoding, this is what String::fromBytes() makes of them: something for people
+    /// to read, which does not name the file. Valid until the next call of next().
     String const& getItemName() const { return m_name; }
 
-    /// The path of the entry: the folder as it was given, and the name. Throws EILSEQ for a name that is no
-    /// text in the file-name encoding: any text would name another file.
+    /// The path of the entry: the folder as it was given, and the name. Throws a CError with the code EILSEQ
+    /// for a name that is not text in the file-name encoding, because any text would name another file.
     Path getItemPath() const;
 
 private:

@@ -4,8 +4,8 @@
 
 namespace fdn {
 
-/// What the system knows about an existing file or folder, read when it is asked for: every query looks at
-/// the file anew. A plain value; any thread may use it.
+/// What the system knows about an existing file or folder. Each query asks the system again, and nothing is
+/// kept, so two answers may be about two moments. A plain value; any thread may use it.
 class FDN_EXPORT COnDemandFileInfo {
 public:
     /// `followLinks`: whether queries about a symbolic link concern its target (true) or the link itself

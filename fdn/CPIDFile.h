@@ -7,69 +7,80 @@
 
 namespace fdn {
 
-/// A PID file: for as long as the object lives, the file says that this process is the one that does the
-/// file's job, and no other process can say so (FHS 3.0, 3.15: where such files are, and that they begin
-/// with the process identifier in decimal on a line of its own).
+class PIDFileClaim;
+
+/// A PID file, held by this process for as long as the object lives: it tells all others which process does
+/// the job that the file stands for, and keeps them from doing it too.
 ///
-/// The process keeps a lock on the file (POSIX fcntl, a write lock), which the kernel takes away when the
-/// process ends. The lock is seen without /proc and from other PID name spaces. The process loses it, too,
-/// when it closes any descriptor of the file, as a program does that closes all descriptors, or that opens
-/// and closes its own PID file. The second line then still tells the process from a later one with the same
-/// number: when it was started, and at which boot of the machine. That line is missing where there is no
-/// /proc.
+///     CPIDFile const file(Path("/run/app/app.pid")); // throws when another process holds it
+///     work();
 ///
-/// The file can be read by everybody, and at any moment it is whole or not there. One that was left behind by
-/// a process that is gone is replaced.
+/// The first line is the process identifier in decimal, alone (FHS 3.0, 3.15). The second tells the process
+/// from a later one with the same number: when it was started, and at which boot of the machine. That line is
+/// missing where there is no /proc. Everybody may read the file. At any moment it is either whole or not
+/// there.
+///
+/// The process also keeps a write lock on the file (POSIX fcntl), which the kernel takes away when the
+/// process ends, and which is seen without /proc and from other PID name spaces. A process loses the lock
+/// when it closes any descriptor of the file, as programs do that close all descriptors, or that open and
+/// close their own PID file. Then the second line is what still counts.
+///
+/// Any thread may make, destroy and query PID files. A forked process inherits the object but does not hold
+/// the file.
 class FDN_EXPORT CPIDFile : public CBase {
 public:
-    /// Claims the file for this process. Of any number of processes that do so at once, one gets it, and
-    /// the others a CError that says "The PID file 'PATH' is held by process N.". A CError is also thrown
-    /// when it cannot be told whether a process holds the file, or which one: an alive process counts as the
-    /// holder when its identity cannot be read. A process that has held the file and then became another
-    /// program (POSIX exec) gets it again. After any error the file is as it was, and nothing is added to its
-    /// folder.
+    /// Claims the file for this process; one that a dead process has left behind is replaced. Of any number
+    /// of processes that do so at once, exactly one gets the file. A process that became another program
+    /// while it held the file (POSIX exec) gets it again.
     ///
-    /// The folder must exist, and this process must be allowed to change it. Meanwhile an unfinished file,
-    /// ".pid-file.new", keeps other claims in the folder waiting. Nobody but this account can open or lock
-    /// it. One that another account keeps there is deleted after a second; when that does not help, a CError
-    /// is thrown after five.
+    /// Throws a CError that says "The PID file 'PATH' is held by process N." when another process holds it,
+    /// and one that says why when it cannot be told whether a process holds it, or which. So a living process
+    /// whose identity cannot be read counts as the holder. Other CErrors come from the system, such as when
+    /// the folder is missing or may not be changed. After any error the file is as it was, and nothing is
+    /// added to its folder.
+    ///
+    /// Waits for other claims in the same folder, which are kept apart by an unfinished file,
+    /// ".pid-file.new", that only this account can open or lock. If another account keeps such a file there,
+    /// it is deleted after one second; if that does not help, a CError is thrown after five.
     explicit CPIDFile(Path const& path);
 
     CPIDFile(CPIDFile const&) = delete;
     CPIDFile& operator=(CPIDFile const&) = delete;
 
-    /// Gives the file up: deletes it if it is still the one that this object has made, in the same process.
-    /// Where the file cannot be deleted, the log says so; nobody takes it for that of a living process.
+    /// Gives the file up: deletes it if it is still the one that this object made, and if this is the process
+    /// that made it. A file that cannot be deleted is logged; it is harmless, because readers see that its
+    /// process is gone.
     ~CPIDFile() override;
 
-    /// The process that holds the file, or 0 when none does: when there is no file, when the process is
-    /// gone (also when it is a zombie), and when the file is not to be believed. A process holds its file
-    /// also when it may not be signalled.
+    /// The process that holds the file, for signalling it, or 0 when none does: there is no file, its process
+    /// is gone or a zombie, or the file is not to be believed. A process that may not be signalled holds its
+    /// file all the same. This process is told about its own file too.
     ///
-    /// A file is held by the process that keeps a write lock on it. Without a lock, it is held by the process
-    /// of which it tells: a regular file, no link, at most 4096 bytes long, begins with a decimal number from
-    /// 1 on a line of its own, and has either no second line or the one of that process.
+    /// The holder is the process that keeps a write lock on the file. If there is no lock, it is the process
+    /// that the file describes: a regular file, not a link, of at most 4096 bytes, whose first line is a
+    /// decimal number from 1 on and nothing else, and whose second line is missing or is that process's own.
     ///
-    /// The answer is for signalling, which others must not be able to misuse: an account could make root
-    /// signal the process of another one by writing its number into the account's own file. So a file that
-    /// belongs to any user but root is believed about processes alone that this user may signal, too (POSIX
-    /// kill). A process of root's that has become the user by seteuid() alone, to become root again, is
-    /// none. On a file system that a user's program provides (FUSE), every file belongs to that user. A file
-    /// with a second name is believed in its owner's folder, root's only where nobody else may write to it.
-    /// What cannot be opened at once, such as a file with a lease, is not believed.
+    /// No account can use a file to make root signal a process that the account may not signal itself:
     ///
-    /// What is not believed may keep a claim from succeeding all the same, when it tells of a living process
+    /// - The file of any user but root is believed only about processes that this user may signal (kill(2)).
+    ///   Those do not include a process of root's that has taken the user's rights by seteuid() alone, and
+    ///   can become root again.
+    /// - On a file system that a user's program provides (FUSE), every file counts as that user's.
+    /// - A file with a second name is believed only in its owner's folder, and root's only where nobody else
+    ///   may write to the folder.
+    /// - A file that cannot be opened at once, such as one with a lease, is not believed.
+    ///
+    /// A file that is not believed may still keep a claim from succeeding, when it describes a living process
     /// in full; a number alone, without a lock, does not.
     ///
-    /// Throws CError when it is certain, or possible, that a process holds the file, but not which one that
-    /// is and that it may be signalled: the message says why. Also when the system cannot tell, such as for a
-    /// file that may not be read. Never waits, unless the file system does; root waits for a second at most
-    /// where users have mounted file systems of their own.
+    /// Throws a CError that says why when a process holds the file, or may hold it, but it cannot be told
+    /// which one or that it may be signalled; also when the system does not tell, such as for a file that may
+    /// not be read. Blocks only if the file system does. Root waits for a file system of a user's own for a
+    /// second at most, and while any user has one mounted, for every other one for half a minute.
     static int getActivePID(Path const& path);
 
 private:
-    class CClaim;
-    std::unique_ptr<CClaim> m_claim;
+    std::unique_ptr<PIDFileClaim> m_claim;
 };
 
 } // namespace fdn

@@ -16,7 +16,7 @@ struct HeldFile {
     std::vector<Descriptor> keptOpen;
 };
 
-// Neither is ever destroyed: a PID file may be given up by the destructor of a global object.
+// Neither is ever destroyed, because the destructor of a global object may give a PID file up.
 std::mutex heldFilesMutex;
 
 std::vector<HeldFile>& heldFiles() {
@@ -37,8 +37,8 @@ void unlockAfterFork() {
     heldFilesMutex.unlock();
 }
 
-// The child of a fork has only the thread that called it. Were another one just looking at a file, the child
-// would wait for it for ever.
+// The child of a fork has only the thread that called it. If another one were looking at a file just then,
+// the child would find the mutex locked for ever.
 std::mutex& getMutexKeptFromForks() {
     static int const registered = pthread_atfork(&lockBeforeFork, &unlockAfterFork, &unlockAfterFork);
     static_cast<void>(registered);
@@ -48,7 +48,7 @@ std::mutex& getMutexKeptFromForks() {
 } // namespace
 
 HeldFilesGuard::HeldFilesGuard() : m_lock(getMutexKeptFromForks()) {
-    heldFiles(); // made here, because a forked process may not allocate
+    heldFiles(); // made here, because the child of a fork may not allocate
 }
 
 bool isHeldHere(FileId const& file) {

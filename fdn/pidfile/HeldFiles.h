@@ -7,12 +7,13 @@
 
 namespace fdn {
 
-// The files on which this process keeps a POSIX lock. Such a lock is lost as soon as the process closes any
-// descriptor of the file (POSIX fcntl), so nothing here may open and close one of them. A forked process has
-// no lock, and holds none of them.
+// The files on which this process keeps a POSIX lock. The process loses such a lock as soon as it closes any
+// descriptor of the file (POSIX fcntl), so nothing here may open one of them and close it again. A forked
+// process inherits no locks, so it holds none of these files.
 
-/// Keeps the other threads of the process from locking or looking at files, for as long as the object lives:
-/// among themselves the threads of a process do not notice its locks.
+/// Keeps the other threads of this process from locking PID files and from looking at them, for as long as
+/// the object lives: the system does not show a process its own locks. Blocks while another thread has one.
+/// fork() waits for it.
 class HeldFilesGuard {
 public:
     HeldFilesGuard();
@@ -21,16 +22,19 @@ private:
     std::lock_guard<std::mutex> m_lock;
 };
 
-// Each of these needs a guard.
+// Whoever calls one of these needs a guard.
 
+/// Whether this process holds the file.
 bool isHeldHere(FileId const& file);
 
+/// Remembers a file that this process has locked.
 void addHeldFile(FileId const& file);
 
-/// Closes the descriptors that were kept open for it, too.
+/// Forgets the file, if it is one of them, and closes the descriptors that were kept open for it. That gives
+/// up the lock.
 void removeHeldFile(FileId const& file);
 
-/// Takes over a descriptor of a held file, which must not be closed before.
+/// Takes over a descriptor of a held file, to close it only when the file is forgotten.
 void keepOpen(FileId const& file, Descriptor descriptor);
 
 } // namespace fdn

@@ -54,14 +54,14 @@ std::optional<bool> mayWriterSignal(PIDFileLook const& look, pid_t process) {
     return look.owner == 0 ? true : mayBeSignalledBy(look.owner, process);
 }
 
-// In another PID name space a process has another number, but began at the same time.
+// In another PID name space a process has another number but the same start time, so the identity decides.
 bool tellsOf(PIDRecord const& record, pid_t process) {
     bool const isNamed = record.process == process;
     return record.identity.empty() ? isNamed : hasIdentity(process, record.identity).value_or(isNamed);
 }
 
-// The kernel says who keeps the lock. But for a moment that may be a process that wants to clear up what a
-// dead one has left, and others lock files, too.
+// The kernel says who keeps the lock. But that need not be the file's process: one that clears up after a
+// dead process locks the file for a moment, and other programs lock files for reasons of their own.
 PIDFileHolder judgeLocker(PIDFileLook const& look, Path const& path) {
     pid_t const process = look.locker;
     if (process < 1)
@@ -77,7 +77,8 @@ PIDFileHolder judgeLocker(PIDFileLook const& look, Path const& path) {
     return *maySignal ? PIDFileHolder{Standing::Held, process, String()} : foreign(look, process, path);
 }
 
-// A number alone is taken at its word, but only when nobody else can have written it.
+// A number alone is what other tools write, so it is taken at its word, but only when nobody else can have
+// written it.
 PIDFileHolder judgeNumber(PIDFileLook const& look, Path const& path) {
     pid_t const process = look.record.process;
     if (look.mayBeAnothersFile)
@@ -88,13 +89,13 @@ PIDFileHolder judgeNumber(PIDFileLook const& look, Path const& path) {
     return *maySignal ? PIDFileHolder{Standing::Held, process, String()} : PIDFileHolder();
 }
 
-// It is certain that the process lives, and open who says that it holds the file.
+// It is certain that the file describes this living process. Who wrote it decides whether that counts.
 PIDFileHolder judgeKnown(PIDFileLook const& look, Path const& path) {
     pid_t const process = look.record.process;
     std::optional<bool> const maySignal = mayWriterSignal(look, process);
     if (!maySignal)
         return unreadable(process, path);
-    // What this account writes is about its own processes.
+    // A file of this account's own is only ever about its own processes.
     if (!*maySignal && look.owner == geteuid())
         return PIDFileHolder();
     if (!*maySignal && look.isInRootsFolder)
@@ -103,7 +104,8 @@ PIDFileHolder judgeKnown(PIDFileLook const& look, Path const& path) {
     return {isTrusted ? Standing::Held : Standing::NotTrusted, process, String()};
 }
 
-// An account can always hide in a name space of its own, but is believed about its own processes.
+// The process lives, but /proc hides whether it is the one described. Any account can hide processes in a
+// name space of its own, so that must not stop root. About its own processes an account is believed.
 PIDFileHolder judgeHidden(PIDFileLook const& look, Path const& path) {
     pid_t const process = look.record.process;
     std::optional<bool> const maySignal = mayWriterSignal(look, process);

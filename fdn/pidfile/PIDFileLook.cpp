@@ -1,15 +1,16 @@
 #include <fdn/pidfile/PIDFileLook.h>
 
 #include <fdn/CError.h>
-#include <fdn/files.h>
 #include <fdn/pidfile/HeldFiles.h>
 #include <fdn/sysError.h>
-#include <fdn/system/MadeUpMounts.h>
-#include <fdn/system/OtherProcess.h>
+#include <fdn/system/FuseMounts.h>
+#include <fdn/system/askInChildProcess.h>
+#include <fdn/system/splitPath.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <optional>
 #include <type_traits>
 
 #include <fcntl.h>
@@ -26,13 +27,13 @@ constexpr char kAction[] = "looking at a PID file";
 constexpr int kPatienceWithUsers = 1000; // milliseconds
 constexpr int kPatienceWithDisks = 30000;
 
-/// What the system says of a file, or the call that it has refused. Plain, so that it can come from another
-/// process.
+/// What the system says about a file, or which call it has refused and why. Trivially copyable, so that it
+/// can come from a child process.
 struct RawLook {
     char const* failed = nullptr;
     int error = 0;
     bool isHeldHere = false;
-    bool isMadeUp = false;
+    bool isOnFuse = false;
     struct stat info = {};
     struct stat folder = {};
     struct flock lock = {};
@@ -42,15 +43,15 @@ struct RawLook {
 
 static_assert(std::is_trivially_copyable_v<RawLook>);
 
-RawLook& fail(RawLook& look, char const* function) {
+RawLook& fail(RawLook& look, char const* function, int error) {
     look.failed = function;
-    look.error = errno;
+    look.error = error;
     return look;
 }
 
+// ELOOP stands for a symbolic link, which is not believed, ENXIO and ENODEV for a socket or a device, and
+// ENAMETOOLONG for a name that no file can have.
 bool saysNoFile(int error) {
-    // ELOOP: a symbolic link, which is not believed. ENXIO and ENODEV: a socket or a device. ENAMETOOLONG: a
-    // name that no file can have.
     return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENXIO || error == ENODEV ||
            error == ENAMETOOLONG;
 }
@@ -59,64 +60,63 @@ bool saysNoLocks(int error) {
     return error == EINVAL || error == ENOLCK || error == ENOSYS || error == EOPNOTSUPP;
 }
 
-// The answer is of type F_UNLCK unless another process keeps a write lock. Read locks say nothing: everybody
-// can set one who may read the file.
-bool askForWriteLock(Descriptor const& file, struct flock& answer) {
-    answer.l_type = F_RDLCK;
+// Stores the write lock that another process keeps, or F_UNLCK as the type when none does. Read locks say
+// nothing, because everybody who may read the file can set one. Returns the system's error number, or 0.
+int askForWriteLock(Descriptor const& file, struct flock& answer) {
+    answer.l_type = F_RDLCK; // only a write lock stands in its way
     answer.l_whence = SEEK_SET;
     if (fcntl(file.get(), F_GETLK, &answer) == 0)
-        return true;
+        return 0;
+    int const error = errno;
     answer.l_type = F_UNLCK;
-    return saysNoLocks(errno);
+    return saysNoLocks(error) ? 0 : error;
 }
 
-bool isNamedHere(Descriptor const& folder, char const* name) {
-    struct stat info = {};
-    return fstatat(folder.get(), name, &info, AT_SYMLINK_NOFOLLOW) == 0 && isHeldHere(getFileId(info));
-}
-
-// Not waiting: a FIFO has nobody at its other end, and a lease is not waited for.
+// Waits neither for somebody at a FIFO's other end nor for a lease to be given up.
 Descriptor openToRead(Descriptor const& folder, char const* name) {
     return Descriptor(openat(folder.get(), name, O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
 }
 
-// Only async-signal-safe calls are made where the guard is not needed, in a forked process.
+// Needs the guard, except in a child process, which holds no file. There only async-signal-safe calls are
+// made.
 RawLook lookRaw(Descriptor const& folder, char const* name) {
     RawLook look;
     Descriptor file = openToRead(folder, name);
     if (!file.isOpen())
-        return fail(look, "open");
+        return fail(look, "open", errno);
     if (fstat(file.get(), &look.info) == -1)
-        return fail(look, "fstat");
+        return fail(look, "fstat", errno);
     if (isHeldHere(getFileId(look.info))) {
-        // It took this name a moment ago. Closing the descriptor would give the lock up.
+        // It got this name a moment ago. Closing the descriptor would give up the lock.
         look.isHeldHere = true;
         keepOpen(getFileId(look.info), std::move(file));
         return look;
     }
     if (fstat(folder.get(), &look.folder) == -1)
-        return fail(look, "fstat");
-    look.isMadeUp = isMadeUp(file, look.info.st_dev);
+        return fail(look, "fstat", errno);
+    look.isOnFuse = isOnFuse(file, look.info.st_dev);
     if (!S_ISREG(look.info.st_mode))
         return look;
-    if (!askForWriteLock(file, look.lock))
-        return fail(look, "fcntl");
+    if (int const error = askForWriteLock(file, look.lock); error != 0)
+        return fail(look, "fcntl", error);
     look.size = uninterrupted([&] { return read(file.get(), look.content.data(), look.content.size()); });
-    return look.size == -1 ? fail(look, "read") : look;
+    return look.size == -1 ? fail(look, "read", errno) : look;
 }
 
 RawLook lookHere(Descriptor const& folder, char const* name) {
     HeldFilesGuard const guard;
-    if (!isNamedHere(folder, name))
+    std::optional<FileId> const file = getFileId(folder, name);
+    // Before it is opened: its descriptor could not be closed again.
+    if (!file || !isHeldHere(*file))
         return lookRaw(folder, name);
     RawLook look;
     look.isHeldHere = true;
     return look;
 }
 
-// Not through a link like /proc/PID/root: it leads into the mount name space of an account's process, where
-// the account mounts what it likes over its names. Linux before 5.6 does not know how to avoid such links,
-// and some sandboxes refuse it.
+// Follows no link like /proc/PID/root: it leads into the mount name space of an account's process, where the
+// account mounts whatever it likes over its names. Linux before 5.6 cannot avoid such links, and some
+// sandboxes refuse the call.
 Descriptor openFolder(std::string const& folder) {
     open_how how = {};
     how.flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
@@ -130,28 +130,29 @@ Descriptor openFolder(std::string const& folder) {
 RawLook lookHere(FilePlace const& place) {
     Descriptor const folder = openFolder(place.folder);
     RawLook look;
-    return folder.isOpen() ? lookHere(folder, place.name.c_str()) : fail(look, "open");
+    return folder.isOpen() ? lookHere(folder, place.name.c_str()) : fail(look, "open", errno);
 }
 
-auto find(std::vector<MadeUpMount> const& mounts, dev_t device) {
+auto findMount(std::vector<FuseMount> const& mounts, dev_t device) {
     return std::find_if(mounts.begin(), mounts.end(),
-                        [&](MadeUpMount const& mount) { return mount.device == device; });
+                        [&](FuseMount const& mount) { return mount.device == device; });
 }
 
-// Whom the file really belongs to.
-uid_t getOwner(struct stat const& file, std::vector<MadeUpMount> const& mounts) {
-    auto const found = find(mounts, file.st_dev);
+// The user who decides what the file says: on a file system of a user's own, that user, whatever owner it
+// shows.
+uid_t getOwner(struct stat const& file, std::vector<FuseMount> const& mounts) {
+    auto const found = findMount(mounts, file.st_dev);
     return found == mounts.end() || found->user == 0 ? file.st_uid : found->user;
 }
 
-// Whether nobody but root and this user can put files into the folder. A user answers for whom his own folder
-// is open to: all that is in there is believed about his processes alone.
+// Whether nobody but root and this user can put files into the folder. Users answer for those to whom they
+// open their own folders, because files in there are believed about the owner's processes alone.
 bool isFolderOf(uid_t user, uid_t owner, mode_t mode) {
     bool const isOpen = (mode & (S_IWGRP | S_IWOTH)) != 0;
     return (user != 0 && owner == user) || (owner == 0 && !isOpen);
 }
 
-PIDFileLook interpret(RawLook const& raw, Path const& path, std::vector<MadeUpMount> const& mounts) {
+PIDFileLook interpret(RawLook const& raw, Path const& path, std::vector<FuseMount> const& mounts) {
     PIDFileLook look;
     look.isHeldHere = raw.isHeldHere;
     look.isOutOfReach = raw.error == EWOULDBLOCK;
@@ -160,7 +161,7 @@ PIDFileLook interpret(RawLook const& raw, Path const& path, std::vector<MadeUpMo
     if (raw.failed != nullptr)
         throwSysError(raw.error, {{"func", raw.failed}, {"action", kAction}, {"path", path.getText()}});
     look.isThere = S_ISREG(raw.info.st_mode);
-    // -1 stands for an open file description's lock, which no holder keeps.
+    // -1 stands for a lock of an open file description, which no holder keeps.
     look.isLocked = raw.lock.l_type == F_WRLCK && raw.lock.l_pid != -1;
     look.locker = raw.lock.l_pid;
     if (raw.info.st_size <= static_cast<off_t>(kMaxPIDFileSize))
@@ -176,30 +177,30 @@ PIDFileLook interpret(RawLook const& raw, Path const& path, std::vector<MadeUpMo
 RawLook lookWithoutGuard(FilePlace const& place) {
     Descriptor const folder = openFolder(place.folder);
     RawLook look;
-    return folder.isOpen() ? lookRaw(folder, place.name.c_str()) : fail(look, "open");
+    return folder.isOpen() ? lookRaw(folder, place.name.c_str()) : fail(look, "open", errno);
 }
 
-RawLook lookFromAfar(FilePlace const& place, int patience) {
+RawLook lookInChildProcess(FilePlace const& place, int patience) {
     HeldFilesGuard const guard;
     RawLook look;
-    if (!askInOtherProcess(patience, look, [&] { return lookWithoutGuard(place); })) {
-        errno = ETIMEDOUT;
-        return fail(look, "open");
-    }
+    if (!askInChildProcess(patience, look, [&] { return lookWithoutGuard(place); }))
+        return fail(look, "open", ETIMEDOUT);
+    // The child holds nothing, so it could not tell.
     look.isHeldHere = look.failed == nullptr && isHeldHere(getFileId(look.info));
     return look;
 }
 
-bool isListed(RawLook const& raw, std::vector<MadeUpMount> const& mounts) {
-    return !raw.isMadeUp || find(mounts, raw.info.st_dev) != mounts.end();
+bool isListed(RawLook const& raw, std::vector<FuseMount> const& mounts) {
+    return !raw.isOnFuse || findMount(mounts, raw.info.st_dev) != mounts.end();
 }
 
-// What a user's own file system answers, or does not, is the user's word, and keeps root from nothing.
+// What a user's own file system answers, or fails to answer, is only that user's word, so it must not stop
+// root.
 PIDFileLook lookAsRoot(FilePlace const& place, Path const& path) {
-    std::vector<MadeUpMount> mounts = findMadeUpMounts();
+    std::vector<FuseMount> mounts = findFuseMounts();
     bool const isUsers = isOnUsersMount(place.folder + "/" + place.name, mounts);
-    RawLook const raw = areAnyUsers(mounts)
-                            ? lookFromAfar(place, isUsers ? kPatienceWithUsers : kPatienceWithDisks)
+    RawLook const raw = hasUsersMount(mounts)
+                            ? lookInChildProcess(place, isUsers ? kPatienceWithUsers : kPatienceWithDisks)
                             : lookHere(place);
     if (isUsers && raw.failed != nullptr) {
         PIDFileLook look;
@@ -207,7 +208,7 @@ PIDFileLook lookAsRoot(FilePlace const& place, Path const& path) {
         return look;
     }
     if (!isListed(raw, mounts)) // mounted a moment ago, perhaps
-        mounts = findMadeUpMounts();
+        mounts = findFuseMounts();
     if (!isListed(raw, mounts))
         throw CError("The PID file '" + path.getText() +
                      "' is on a file system that a program makes up, and it cannot be told whose that is.");
@@ -217,11 +218,8 @@ PIDFileLook lookAsRoot(FilePlace const& place, Path const& path) {
 } // namespace
 
 FilePlace getFilePlace(Path const& path) {
-    std::string const whole = toFileName(path).data();
-    std::size_t const lastSep = whole.rfind('/');
-    if (lastSep == std::string::npos)
-        return {".", whole};
-    return {whole.substr(0, std::max<std::size_t>(lastSep, 1)), whole.substr(lastSep + 1)};
+    SplitPath const place = splitPath(path);
+    return {toFileName(place.folder).data(), toFileName(place.name).data()};
 }
 
 PIDFileLook lookAtPIDFile(Descriptor const& folder, std::string const& name, Path const& path) {
@@ -230,7 +228,7 @@ PIDFileLook lookAtPIDFile(Descriptor const& folder, std::string const& name, Pat
 
 PIDFileLook lookAtPIDFile(Path const& path) {
     FilePlace const place = getFilePlace(path);
-    // Others cannot be made to signal whom they may not signal themselves.
+    // Only root can be misled into a signal that the file's owner may not send.
     if (geteuid() != 0)
         return interpret(lookHere(place), path, {});
     return lookAsRoot(place, path);

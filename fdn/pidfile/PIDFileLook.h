@@ -11,7 +11,8 @@
 
 namespace fdn {
 
-/// Where a file is: a name in a folder, because the whole path may be longer than the system takes.
+/// Where a file is, as the system's calls take it: a name in a folder, because the whole path may be longer
+/// than the system accepts.
 struct FilePlace {
     std::string folder;
     std::string name;
@@ -19,26 +20,41 @@ struct FilePlace {
 
 FilePlace getFilePlace(Path const& path);
 
-/// What can be seen of a PID file at one moment.
+/// What can be seen of a PID file at one moment. Everything keeps its default when there is no file.
 struct PIDFileLook {
-    bool isThere = false;      ///< a regular file
-    bool isHeldHere = false;   ///< by this process, in which case the rest is not looked at
-    bool isOutOfReach = false; ///< there is a file, but it does not answer at once
-    bool isLocked = false;     ///< by another process, and thereby held
-    pid_t locker = 0;          ///< that process, or less than 1 when it cannot be seen from here
+    /// Whether it is a regular file.
+    bool isThere = false;
+
+    /// Whether this process holds it. Then nothing else is known.
+    bool isHeldHere = false;
+
+    /// Whether there is a file that does not answer at once. Then nothing else is known.
+    bool isOutOfReach = false;
+
+    /// Whether another process keeps it locked, and thereby holds it.
+    bool isLocked = false;
+
+    /// That process, or less than 1 when it cannot be seen from here.
+    pid_t locker = 0;
+
     PIDRecord record;
-    uid_t owner = 0;              ///< who may have written the record
-    bool isInRootsFolder = false; ///< nobody but root can have put the file there
-    bool mayBeAnothersFile =
-        false; ///< it has another name, and others than root and the owner may give it one
+
+    /// The user who decides what the record says.
+    uid_t owner = 0;
+
+    /// Whether nobody but root can have put the file there.
+    bool isInRootsFolder = false;
+
+    /// Whether it has another name, and others than root and the owner may have given it this one.
+    bool mayBeAnothersFile = false;
 };
 
-/// Looks at the file of this name in an open folder. Waits for nobody, unless the file system does. `path` is
-/// for errors.
+/// Looks at the file of this name in an open folder. Blocks only if the file system does. Throws CErrors that
+/// name `path` when the system cannot tell.
 PIDFileLook lookAtPIDFile(Descriptor const& folder, std::string const& name, Path const& path);
 
-/// Looks at the file at the path. Where root could be kept waiting by a file system of an ordinary user's,
-/// for a second at most.
+/// Looks at the file at the path. Where root could be kept waiting by a user's own file system, it waits for
+/// a second at most.
 PIDFileLook lookAtPIDFile(Path const& path);
 
 } // namespace fdn

@@ -10,7 +10,7 @@ namespace fdn {
 
 namespace {
 
-// 0 for everything but a number that a process can have.
+// 0 unless the line is a number that a process can have.
 pid_t parseProcess(std::string line) {
     line.erase(line.find_last_not_of(" \t\r") + 1);
     pid_t process = 0;

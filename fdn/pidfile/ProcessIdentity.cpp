@@ -2,7 +2,7 @@
 
 #include <fdn/Path.h>
 #include <fdn/sysError.h>
-#include <fdn/system/Descriptor.h>
+#include <fdn/system/openProcess.h>
 
 #include <algorithm>
 #include <array>
@@ -11,7 +11,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace fdn {
@@ -26,8 +25,8 @@ bool saysNoProcess(int error) {
     return error == ENOENT || error == ENOTDIR || error == ESRCH;
 }
 
-// The file's beginning, in which everything that is wanted here stands; empty when there is no such file. Any
-// other failure says nothing about the process, which must not be taken for gone then.
+// The beginning of the file, which has everything that is wanted here; empty when there is no such file. Any
+// other failure says nothing about the process and is thrown, lest the process be taken for gone.
 std::string readProcFile(std::string const& name) {
     std::string const path = "/proc/" + name;
     Descriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
@@ -41,7 +40,7 @@ std::string readProcFile(std::string const& name) {
     return size > 0 ? std::string(content.data(), static_cast<std::size_t>(size)) : std::string();
 }
 
-// The first word has the number 1. Empty when there are fewer.
+// Words are counted from 1. Empty when there are fewer.
 std::string getWord(std::string const& words, int number) {
     std::size_t start = words.find_first_not_of(kBlanks);
     while (--number > 0 && start != std::string::npos)
@@ -56,8 +55,8 @@ std::string readLink(std::string const& name) {
     return std::string(target.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
 }
 
-// The same of a file about the process; empty, too, where /proc shows another PID name space, in which the
-// number is somebody else's.
+// The same for a file about the process. It is also empty where /proc shows another PID name space, in which
+// the number belongs to somebody else.
 std::string readProcessFile(pid_t process, char const* name) {
     if (process == getpid())
         return readProcFile(std::string("self/") + name);
@@ -65,7 +64,7 @@ std::string readProcessFile(pid_t process, char const* name) {
                                                         : std::string();
 }
 
-// What stands after "NAME:" in the process's status (proc_pid_status(5)).
+// What follows "NAME:" in the process's status (proc_pid_status(5)).
 std::string getStatus(pid_t process, std::string const& name) {
     std::string const status = "\n" + readProcessFile(process, "status");
     std::size_t const start = status.find("\n" + name + ":");
@@ -77,11 +76,11 @@ std::string getStatus(pid_t process, std::string const& name) {
 
 std::string getStartTime(pid_t process) {
     std::string const stat = readProcessFile(process, "stat");
-    // The name may hold anything, blanks and parentheses too, but nothing after it does.
+    // The name may contain anything, even blanks and parentheses, but nothing after it does.
     return getWord(stat.substr(stat.rfind(')') + 1), kStartTimeAfterName);
 }
 
-// In another time name space the same start has another time (time_namespaces(7)).
+// In another time name space the same start is told as another time (time_namespaces(7)).
 bool hasOtherClock(pid_t process) {
     std::string const clock = readLink(std::to_string(process) + "/ns/time");
     return !clock.empty() && clock != readLink("self/ns/time");
@@ -108,11 +107,10 @@ bool canBeSignalled(pid_t process) {
 } // namespace
 
 bool isProcessAlive(pid_t process) {
-    // By number: the C library has a function for it only since 2.36.
-    Descriptor const handle(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+    Descriptor const handle = openProcess(process);
     if (handle.isOpen())
         return !hasEnded(handle);
-    // The last two stand for the number of a thread, depending on the kernel.
+    // EINVAL or ENOENT stands for the number of a thread, depending on the kernel.
     if (errno == ESRCH || errno == EINVAL || errno == ENOENT)
         return false;
     return canBeSignalled(process);
@@ -126,7 +124,7 @@ std::string getProcessIdentity(pid_t process) {
 
 std::optional<bool> hasIdentity(pid_t process, std::string const& identity) {
     std::string const boot = getBoot();
-    // Of another boot is every process that lives now, also one that is hidden.
+    // No process of another boot lives, so this decides for hidden processes as well.
     if (!boot.empty() && boot != getWord(identity, 2))
         return false;
     std::string const startTime = getStartTime(process);
@@ -138,7 +136,7 @@ std::optional<bool> hasIdentity(pid_t process, std::string const& identity) {
 }
 
 std::optional<bool> mayBeSignalledBy(uid_t user, pid_t process) {
-    std::string const users = getStatus(process, "Uid"); // the real, effective, saved and file system one
+    std::string const users = getStatus(process, "Uid"); // real, effective, saved and file system user
     if (users.empty())
         return std::nullopt;
     std::string const number = std::to_string(user);

@@ -7,22 +7,23 @@
 
 namespace fdn {
 
-// Each throws CError when the system cannot tell, such as for lack of descriptors or memory. A process may be
-// alive and yet hidden in /proc, or /proc may not be there at all: then the answers are empty.
+// Each of these throws CError when the system cannot tell, for lack of descriptors or memory, for example. An
+// empty answer means that /proc is missing, or does not show the process, which may be alive nevertheless.
 
 /// Whether there is a process of this number, which must be 1 or more. A zombie counts as gone, a process
-/// that may not be signalled as alive. The number of a thread other than a process's first is none.
+/// that may not be signalled as alive. The number of a thread, unless it is its process's own, counts as
+/// gone.
 bool isProcessAlive(pid_t process);
 
-/// A line that tells the process from all others that have had its number: when it was started, and at
-/// which boot of the machine.
+/// A line that tells the process from all others that have had its number: when it was started, in clock
+/// ticks since the boot, and the identifier of that boot.
 std::string getProcessIdentity(pid_t process);
 
-/// Whether the process is the one of which such a line tells.
+/// Whether such a line is the process's own. Nothing also when they disagree only because the process counts
+/// its time in another name space.
 std::optional<bool> hasIdentity(pid_t process, std::string const& identity);
 
-/// Whether the user's own processes may signal the process (POSIX kill): it was started by the user, or has
-/// the user's rights for good.
+/// Whether the user's own processes may signal the process (POSIX kill): its real or saved user is this one.
 std::optional<bool> mayBeSignalledBy(uid_t user, pid_t process);
 
 } // namespace fdn

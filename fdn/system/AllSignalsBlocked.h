@@ -4,8 +4,9 @@
 
 namespace fdn {
 
-/// Blocks every signal in the calling thread for as long as the object lives, and restores the thread's
-/// mask then. What is started meanwhile, threads and processes, begins with every signal blocked.
+/// Blocks every signal in the calling thread for as long as the object lives, and then restores the thread's
+/// mask. Threads and processes that are started meanwhile begin with every signal blocked. To be destroyed in
+/// the thread that made it.
 class AllSignalsBlocked {
 public:
     AllSignalsBlocked() {

@@ -7,13 +7,13 @@
 
 namespace fdn {
 
-/// Owns a file descriptor, or none. Closing leaves errno as it was, so that a failure can be reported after
-/// the descriptors of the operation are gone.
+/// Owns a file descriptor, or none, and closes it at the end. Closing leaves errno as it was, so that a
+/// failure can be reported after the operation's descriptors are gone.
 class Descriptor {
 public:
     Descriptor() = default;
 
-    /// Takes over the descriptor; a negative one, as a failed call returns it, is none.
+    /// Takes over the descriptor. A negative one, which a failed call returns, stands for none.
     explicit Descriptor(int descriptor) : m_descriptor(descriptor) {}
 
     Descriptor(Descriptor&& other) noexcept : m_descriptor(other.release()) {}
@@ -29,10 +29,10 @@ public:
 
     bool isOpen() const { return m_descriptor >= 0; }
 
-    /// Hands the descriptor to the caller, who must close it.
+    /// Hands the descriptor over to the caller, who must close it.
     int release() noexcept { return std::exchange(m_descriptor, -1); }
 
-    /// Closes the descriptor and takes over the other.
+    /// Closes the descriptor and takes over the given one, if any.
     void reset(int descriptor = -1) noexcept {
         int const savedError = errno;
         if (isOpen())
@@ -45,7 +45,8 @@ private:
     int m_descriptor = -1;
 };
 
-/// Makes a system call, again for as long as a signal interrupts it.
+/// Makes a system call, and repeats it for as long as a signal interrupts it (EINTR). Not for close(), which
+/// has closed the descriptor nevertheless.
 template <class Call>
 auto uninterrupted(Call call) {
     while (true) {

@@ -16,7 +16,8 @@ namespace fdn {
 
 namespace {
 
-// Keeps the signals that a write can raise from the calling thread.
+// Keeps the signals that a write can raise from the calling thread. Such a signal is sent to the thread that
+// writes, so blocking it there is enough and touches no other thread.
 class FatalSignalsHeldBack {
 public:
     FatalSignalsHeldBack() {
@@ -34,7 +35,8 @@ public:
 
     ~FatalSignalsHeldBack() { pthread_sigmask(SIG_SETMASK, &m_callersMask, nullptr); }
 
-    // Takes those that were raised meanwhile. Leaves errno as it was.
+    // Takes away the signals that were raised meanwhile, which would otherwise come as soon as the mask is
+    // restored. Leaves errno as it was.
     void discard() const {
         int const savedError = errno;
         timespec const atOnce = {};
@@ -43,7 +45,7 @@ public:
     }
 
 private:
-    // One that the caller holds back, too, and that pends already is the caller's.
+    // A signal that was blocked and pending before belongs to the caller.
     void leaveWhenPending(int signal) {
         sigset_t pending;
         sigpending(&pending);
@@ -55,7 +57,7 @@ private:
     sigset_t m_callersMask;
 };
 
-// A pipe then takes PIPE_BUF bytes, all at once (POSIX).
+// If so, a pipe takes PIPE_BUF bytes, all at once (POSIX poll, write).
 bool hasRoom(int descriptor) {
     pollfd pipe = {descriptor, POLLOUT, 0};
     if (poll(&pipe, 1, 0) > 0)
@@ -84,6 +86,20 @@ ssize_t writeQuietly(int descriptor, char const* bytes, std::size_t size) {
     if (written != static_cast<ssize_t>(size))
         heldBack.discard();
     return written;
+}
+
+bool writeAll(int descriptor, char const* bytes, std::size_t size) {
+    std::size_t done = 0;
+    while (done < size) {
+        ssize_t const written = writeQuietly(descriptor, bytes + done, size - done);
+        // A file system that a program provides (FUSE) may take nothing, however often it is asked.
+        if (written == 0)
+            errno = ENOSPC;
+        if (written <= 0)
+            return false;
+        done += static_cast<std::size_t>(written);
+    }
+    return true;
 }
 
 ssize_t writeWithoutWaiting(int descriptor, char const* bytes, std::size_t size) {

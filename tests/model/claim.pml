@@ -1,21 +1,21 @@
 /*
  * How a PID file is claimed, looked at, signalled by and given up, one step for each call of the system. The
- * steps are named like the operations in fdn/CPIDFile.cpp, fdn/pidfile/PIDFileLook.cpp and fdn/pidfile/PIDFileHolder.cpp;
+ * steps are named like the operations in fdn/pidfile: PIDFileClaim.cpp, PIDFileLook.cpp and PIDFileHolder.cpp.
  * tests/model/check runs spin.
  *
- * CLAIMERS processes claim the file, and with ASKER another one asks who holds it and signals that process.
- * Each may be killed at each step. A number may be used again, by a stranger or by another claim. A holder may
- * fork, become another program (exec) or lose its lock. Whether /proc tells processes apart is open.
+ * CLAIMERS processes claim the file. With ASKER, another one asks who holds it and signals that process. Each
+ * claimer may be killed at each step, and its number may be used again, by a stranger or by another claim. A
+ * holder may fork, become another program (exec) or lose its lock. /proc may tell processes apart or not.
  *
  * What is shown, besides that nobody waits for ever:
  *
  *   - never two holders;
- *   - a look never finds a file free that one process holds all the while;
+ *   - a look never finds a file free while one process holds it all along;
  *   - nobody is signalled who has not held the file;
  *   - a process that is gone holds nothing;
- *   - a free file is got by somebody, unless all who want it are killed or cannot tell who lives.
+ *   - somebody gets a free file, unless all who want it are killed or cannot tell who lives.
  *
- * The checks must notice these faults, which macros put in: NO_LOCK, NO_CONFIRM, UNLOCKED_DELETION, NO_IDENTITY,
+ * These macros put faults in, which the checks must notice: NO_LOCK, NO_CONFIRM, UNLOCKED_DELETION, NO_IDENTITY,
  * NO_SECOND_LOOK, SHARED_LOCK, UNREADABLE_IS_GONE, DELETION_WITHOUT_LOCK.
  */
 
@@ -220,7 +220,7 @@ createUnfinished:
 #endif
 
     REFUSE_WHEN_HELD(removeUnfinished);
-    atomic { /* write */
+    atomic { /* writeRecord */
         MAY_BE_KILLED;
         file[mine].process = self;
         file[mine].life = life[self]

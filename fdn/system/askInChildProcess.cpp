@@ -1,4 +1,4 @@
-#include <fdn/system/OtherProcess.h>
+#include <fdn/system/askInChildProcess.h>
 
 #include <fdn/launch/StandardStreams.h>
 #include <fdn/launch/closeDescriptors.h>
@@ -16,11 +16,11 @@ namespace fdn {
 namespace {
 
 pid_t startToFind(void const* answer, std::size_t size, std::function<void()> const& find, int pipe) {
-    // Without the handlers that fork() would run, of which nobody knows what they do.
+    // fork() would run the application's handlers, which may do anything.
     pid_t const process = _Fork();
     if (process != 0)
         return process;
-    // Should it get stuck, whoever reads what this program prints must not wait for it, too.
+    // If it gets stuck, those who read what this program prints must not wait for it as well.
     closeAllBut(pipe);
     find();
     uninterrupted([&] { return write(STDIN_FILENO, answer, size); });
@@ -41,9 +41,9 @@ bool receive(Descriptor const& pipe, int patience, char* bytes, std::size_t size
 
 } // namespace
 
-bool askInOtherProcess(int patience, void* answer, std::size_t size, std::function<void()> const& find) {
+bool askInChildProcess(int patience, void* answer, std::size_t size, std::function<void()> const& find) {
     Pipe pipe = makePipe();
-    AllSignalsBlocked const blocked; // a storm of signals would begin the time anew
+    AllSignalsBlocked const blocked; // each signal would restart the timeout
     pid_t const process = startToFind(answer, size, find, pipe.writing.get());
     if (process == -1)
         throwLastSysError("fork", "asking a file system");

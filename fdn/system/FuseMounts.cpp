@@ -1,4 +1,4 @@
-#include <fdn/system/MadeUpMounts.h>
+#include <fdn/system/FuseMounts.h>
 
 #include <algorithm>
 #include <array>
@@ -27,13 +27,12 @@ std::string readMounts() {
     return content;
 }
 
-// Of ordinary users or of root, who alone can mount one of the second kind, which a virtual machine's host
-// provides.
-bool isMadeUpMount(std::string const& line) {
+// virtiofs speaks the same protocol with a virtual machine's host. Only root can mount one.
+bool isFuseMount(std::string const& line) {
     return line.find(" - fuse") != std::string::npos || line.find(" - virtiofs") != std::string::npos;
 }
 
-// The number behind the text, which is looked for from the position on; 0 where it is missing.
+// The number after the text, of which the search begins at the position; 0 if there is none.
 unsigned getNumberAfter(std::string const& text, std::string const& line, std::size_t from) {
     std::size_t const start = line.find(text, from);
     unsigned number = 0;
@@ -42,9 +41,10 @@ unsigned getNumberAfter(std::string const& text, std::string const& line, std::s
     return number;
 }
 
-// proc_pid_mountinfo(5): the third word is the device, the fifth where it is mounted. The last word, and no
-// other, is the kernel's own: the one before it, the source, is what the user wants it to be.
-MadeUpMount parseMount(std::string const& line) {
+// proc_pid_mountinfo(5): the third word is the device, the fifth is where it is mounted. The user's number
+// comes from the last word, which the kernel writes. The one before it, the source, may say whatever the user
+// likes.
+FuseMount parseMount(std::string const& line) {
     std::array<std::string, 5> words;
     std::istringstream stream(line);
     for (std::string& word : words)
@@ -61,31 +61,30 @@ bool isIn(std::string const& folder, std::string const& path) {
 
 } // namespace
 
-std::vector<MadeUpMount> findMadeUpMounts() {
-    std::vector<MadeUpMount> mounts;
+std::vector<FuseMount> findFuseMounts() {
+    std::vector<FuseMount> mounts;
     std::string const content = readMounts();
-    if (!isMadeUpMount(content)) // as nearly everywhere
+    if (!isFuseMount(content)) // the usual case, spared the parsing
         return mounts;
     std::istringstream lines(content);
     for (std::string line; std::getline(lines, line);)
-        if (isMadeUpMount(line))
+        if (isFuseMount(line))
             mounts.push_back(parseMount(line));
     return mounts;
 }
 
-bool areAnyUsers(std::vector<MadeUpMount> const& mounts) {
-    return std::any_of(mounts.begin(), mounts.end(),
-                       [](MadeUpMount const& mount) { return mount.user != 0; });
+bool hasUsersMount(std::vector<FuseMount> const& mounts) {
+    return std::any_of(mounts.begin(), mounts.end(), [](FuseMount const& mount) { return mount.user != 0; });
 }
 
-bool isOnUsersMount(std::string const& path, std::vector<MadeUpMount> const& mounts) {
+bool isOnUsersMount(std::string const& path, std::vector<FuseMount> const& mounts) {
     return std::any_of(mounts.begin(), mounts.end(),
-                       [&](MadeUpMount const& mount) { return mount.user != 0 && isIn(mount.folder, path); });
+                       [&](FuseMount const& mount) { return mount.user != 0 && isIn(mount.folder, path); });
 }
 
-// The kernel says so itself, whatever the file system answers, unless that is an error. A disk's device has a
-// number above 0.
-bool isMadeUp(Descriptor const& file, dev_t device) {
+// The kernel knows the type whatever the file system answers, unless it answers with an error. Then the
+// device number decides: only file systems without a disk have the major number 0.
+bool isOnFuse(Descriptor const& file, dev_t device) {
     struct statfs info = {};
     return fstatfs(file.get(), &info) == 0 ? info.f_type == FUSE_SUPER_MAGIC : major(device) == 0;
 }
