@@ -22,7 +22,7 @@ using testing::IsEmpty;
 
 class CommandLineOptionsTest : public testing::Test {
 protected:
-    /// Parses the arguments and stores the options.
+    /// Parses the arguments and stores the options in the entry.
     void store(std::vector<std::string> arguments) {
         std::vector<char*> pointers{const_cast<char*>("program")};
         for (std::string& argument : arguments)
@@ -35,7 +35,7 @@ protected:
         m_entry->handleCommandParams(parser);
     }
 
-    /// All text options, in the order of the table of options.
+    /// All options with a text, in the order of the table of options.
     std::vector<std::string> texts() const {
         return {m_entry->m_controlFolder.getText().toUTF8(),
                 m_entry->m_idOption.toUTF8(),
@@ -157,13 +157,13 @@ INSTANTIATE_TEST_SUITE_P(Numbers, CommandLineLongTimeoutTest,
                          testing::Values("9223372036854775808", "-9223372036854775809",
                                          "+99999999999999999999"));
 
-// What a bad command line is answered with
+// How a bad command line is answered
 
 using Arguments = std::vector<std::string>;
 
 class CommandLineTest : public test::TestDaemonFixture<testing::Test> {
 protected:
-    /// What the log says about a command line that the parser does not understand.
+    /// The log entry about a command line that the parser does not understand.
     std::string badCommandLine(int result, std::vector<std::string> const& arguments) const {
         std::string list = "\"" + program + "\"";
         for (std::string const& argument : arguments)
@@ -258,7 +258,7 @@ struct PasswordSpelling {
     Arguments shown;
 };
 
-/// How the cases of the tests below are called.
+/// Names the cases of the tests below.
 std::ostream& operator<<(std::ostream& stream, PasswordSpelling const& spelling) {
     for (std::string const& argument : spelling.given)
         stream << argument << ' ';

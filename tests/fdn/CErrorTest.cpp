@@ -25,7 +25,7 @@ void expectNothingBesideTheMessage(CError const& error) {
     EXPECT_FALSE(error.getCause());
 }
 
-/// An error that tells when it goes.
+/// An error that sets a flag when it goes.
 class WatchedError : public CError {
 public:
     explicit WatchedError(bool& isGone) : CError("watched"), m_isGone(isGone) {}
@@ -157,8 +157,8 @@ TEST(CError, CloneHasOneReferenceOfItsOwn) {
 
 namespace {
 
-/// A class of errors: one of it, what its message is, and whether its own handler catches what an action
-/// throws.
+/// A class of errors: an instance, its message, and a check that a handler for this very class catches what
+/// an action throws.
 struct ErrorClass {
     char const* name;
     P<CError> error;
@@ -177,7 +177,7 @@ bool isCaughtAs(std::function<void()> const& action) {
     } catch (Error const& error) {
         return typeid(error) == typeid(Error);
     } catch (...) {
-        // Of another class.
+        // The error is of another class.
     }
     return false;
 }

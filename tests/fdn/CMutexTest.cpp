@@ -17,7 +17,7 @@ using fdn::CMutexLock;
 
 namespace {
 
-/// A thread that waits for the mutex and then notes the value that it finds.
+/// A thread that waits for the mutex, then notes the value that it finds.
 class Waiter {
 public:
     Waiter(fdn::IMutex& mutex, int const& value) : m_thread([&] { run(mutex, value); }) {}
@@ -47,7 +47,7 @@ private:
     std::thread m_thread;
 };
 
-/// Writes down what happens to it.
+/// Records the calls that it gets.
 class RecordingMutex : public fdn::CBase, public virtual fdn::IMutex {
 public:
     void addRef() const override { m_record += "addRef "; }

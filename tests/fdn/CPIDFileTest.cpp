@@ -77,7 +77,7 @@ void become(unsigned user) {
     require(setresgid(user, user, user) == 0 && setresuid(user, user, user) == 0, "setresuid");
 }
 
-// A process that has ended, but not been reaped, for as long as the object lives.
+// A process that has ended and is not reaped as long as the object lives.
 class Zombie {
 public:
     Zombie() : m_pid(fork()) {
@@ -98,7 +98,7 @@ private:
     pid_t m_pid;
 };
 
-// A thread of this process other than the first, for as long as the object lives.
+// A second thread of this process, as long as the object lives.
 class SecondThread {
 public:
     SecondThread()
@@ -165,7 +165,7 @@ private:
 
 class ActivePID : public CPIDFile {
 protected:
-    // What the content says when it stands in a file of root's.
+    // What the file says with this content when it belongs to root.
     int activeFor(std::string const& content) const {
         writeFile(name, content);
         return fdn::CPIDFile::getActivePID(path);
@@ -318,7 +318,7 @@ TEST_F(CPIDFile, GoesToOneOfFiftyProcessesThatClaimItAtOnce) {
 
 TEST_F(CPIDFile, ReplacesOneThatADeadProcessHasLeft) {
     test::runInChild([&] {
-        // Not destroyed, as when the process is killed.
+        // Leaks it on purpose, as a killed process does.
         new fdn::CPIDFile(path); // NOLINT
     });
     ASSERT_THAT(entries(), ElementsAre("daemon.pid"));
@@ -735,7 +735,7 @@ INSTANTIATE_TEST_SUITE_P(UnknownOrForbidden, OldKernel, testing::Values(ENOSYS, 
 
 class WithoutProc : public test::PrivateRootTest {
 protected:
-    // All of them: below the private root's own lies the machine's.
+    // Unmounts every /proc: below that of the private root lies the machine's.
     static void removeProc() {
         require(unshare(CLONE_NEWNS) == 0, "unshare");
         while (umount2("/proc", MNT_DETACH) == 0)
@@ -771,7 +771,8 @@ TEST_F(WithoutProc, AThreadIsNoProcess) {
 
 class UnreadableProc : public test::PrivateRootTest {
 protected:
-    // The memory of a process cannot be read from its beginning.
+    // Puts a file that cannot be read in place of the boot identifier: a process's memory has nothing at
+    // address 0.
     UnreadableProc() { require(mount("/proc/self/mem", kBoot, nullptr, MS_BIND, nullptr) == 0, "mount"); }
 
     ~UnreadableProc() override { umount(kBoot); }
@@ -824,7 +825,8 @@ TEST_F(PIDFilesOfAccounts, NameProcessesOfTheSameAccountAlone) {
     EXPECT_EQ(activeFor(1, kUser), 0);
 }
 
-// As servers do that open a user's files: the user cannot signal such a process, and root must not either.
+// A server that opens files for a user takes on the user's rights for a while. The user may not signal it, so
+// root must not do so either.
 TEST_F(PIDFilesOfAccounts, DoNotNameAProcessThatHasTheirRightsForAWhile) {
     test::Program const server([] {
         if (seteuid(kUser) == 0)

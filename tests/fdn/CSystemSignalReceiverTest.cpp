@@ -37,7 +37,7 @@ using test::errorOf;
 
 constexpr SysSignal kSignals[] = {SysSignal::Terminate, SysSignal::User1, SysSignal::User2};
 
-// Counts what it is called for, and does more if it is told to.
+// Counts its calls and performs an action, if it was given one.
 class CHandler : public fdn::CBase, public virtual fdn::ISystemSignalHandler {
 public:
     explicit CHandler(std::function<void()> action = [] {}) : m_action(std::move(action)) {}
@@ -80,7 +80,7 @@ std::string treatmentOf(int signal) {
     return action.sa_handler == SIG_IGN ? "ignored" : "handled";
 }
 
-// Whether all threads but the main one block the signals that the tests use.
+// Whether every thread but the main one blocks the signals that the tests use.
 bool otherThreadsBlockSignals() {
     for (std::string const& thread : test::entriesOf("/proc/self/task")) {
         unsigned long long const mask = std::stoull(test::statusOf(std::stoi(thread), "SigBlk"), nullptr, 16);
@@ -93,7 +93,7 @@ bool otherThreadsBlockSignals() {
 
 class SignalReceiver : public testing::Test {
 protected:
-    // Waits until the receiver's thread has taken notice, so that each test finds it as the first one did.
+    // Waits until the receiver's thread has noticed, so that each test finds it as the first test did.
     void TearDown() override {
         for (SysSignal signal : kSignals)
             handle(signal, nullptr);
@@ -290,7 +290,7 @@ TEST_F(SignalReceiver, LeavesErrnoAlone) {
 TEST_F(SignalReceiver, LetsASignalEndAForkedProcessAlone) {
     if (test::kHasThreadSanitizer)
         GTEST_SKIP()
-            << "ThreadSanitizer holds signals back from processes that are forked from several threads";
+            << "ThreadSanitizer holds back signals in a process that was forked from several threads";
     handle(SysSignal::Terminate, handler.get());
     handle(SysSignal::User1, handler.get());
     test::Program child([] {

@@ -111,8 +111,8 @@ TEST(CThread, SleepIsNotShortenedByASignal) {
     sigaction(SIGUSR1, &previous, nullptr);
 }
 
-// A sleep that goes on after each signal for what is left of it grows by the slack of its timer each time.
-// Here that is large, so that few signals do what it takes many otherwise.
+// A sleep that resumes after every signal for the time that remains is prolonged each time by its timer's
+// slack. The slack is large here, so that few signals have the effect of many.
 TEST(CThread, SleepIsNotProlongedByAStormOfSignals) {
     struct sigaction action {};
 

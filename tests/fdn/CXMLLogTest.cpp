@@ -74,7 +74,7 @@ std::vector<std::string> splitIntoLines(std::string const& text) {
     return lines;
 }
 
-// What stands between the tags of an entry. Fails the running test when the line is no entry.
+// Returns what stands between the tags of an entry. Fails the running test when the line is not an entry.
 std::string contentOf(std::string const& line) {
     static std::regex const startTag(
         "<entry time=\"[0-9-]{10}T[0-9:]{8}\\.[0-9]{6}Z\" level=\"(info|error)\" "
@@ -99,7 +99,7 @@ void closeLog() {
     CXMLLog::CGlobalLogCloser const closer;
 }
 
-// The process's log goes to a file of the test's.
+// Sends the log of the process to a file of the test.
 class CXMLLogTest : public testing::Test {
 protected:
     CXMLLogTest() {
@@ -118,7 +118,7 @@ protected:
 
     std::string line() const { return splitIntoLines(readFile(path())).at(0); }
 
-    // The content of the one entry that logging this text makes.
+    // Logs the text and returns the content of the first entry.
     std::string contentAfterLogging(String const& text) const {
         logInfo(text);
         return contents().at(0);
@@ -341,7 +341,7 @@ std::string makeText(int child, int number, std::size_t length) {
     return text;
 }
 
-// Children that write `count` entries each, of this length, and that all begin at once.
+// Has children, which all begin at once, write `count` entries of this length each.
 void writeFromChildren(int children, int count, std::size_t length) {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
@@ -387,7 +387,8 @@ TEST_F(CXMLLogTest, CanBeWrittenByAChildThatWasForkedDuringAnEntry) {
     EXPECT_EQ(std::count(entries.begin(), entries.end(), "child"), 100);
 }
 
-// The C library keeps a lock while it looks at the time zone, and leaves it locked in the child.
+// The C library holds a lock while it examines the time zone. A child that is forked meanwhile finds it
+// locked for ever.
 TEST_F(CXMLLogTest, CanBeWrittenByAChildThatWasForkedDuringAThreadsLookAtTheTimeZone) {
     std::atomic<bool> hasEnded{false};
     std::thread looker([&] {
@@ -409,7 +410,7 @@ TEST_F(CXMLLogTest, CanBeWrittenByAChildThatWasForkedDuringAThreadsLookAtTheTime
     EXPECT_THAT(contents(), SizeIs(100));
 }
 
-// A log of this size, without an entry in it.
+// Makes a log of this size that holds no entry.
 void makeLog(std::string const& path, std::uintmax_t size) {
     writeFile(path, "");
     fs::resize_file(path, size);
@@ -528,7 +529,7 @@ TEST_F(CXMLLogTest, FollowsALinkThatTheUserNamesAndDoesNotRotateIt) {
     EXPECT_THAT(entriesOf(m_folder.name()), ElementsAre("log", "target"));
 }
 
-// A message to syslog about an entry with this content.
+// Matches a message to syslog that holds an entry with this content.
 testing::Matcher<std::string> isSyslogMessage(int priority, std::string const& content) {
     return MatchesRegex("<" + std::to_string(priority) + ">fdn_tests\\[[0-9]+\\]: <entry .*>" + content +
                         "</entry>");
@@ -538,8 +539,8 @@ testing::Matcher<std::string> isSyslogInfo(std::string const& content) {
     return isSyslogMessage(LOG_DAEMON | LOG_INFO, content);
 }
 
-// The process's log goes to a file of the test's, and what cannot be written to it, to a syslog of the
-// test's.
+// Sends the log of the process to a file of the test, and what cannot be written there to a syslog of the
+// test.
 class SyslogTest : public CXMLLogTest {
 protected:
     void SetUp() override {
@@ -580,9 +581,9 @@ TEST_F(SyslogTest, IsSyslogThatTakesStreams) {
     EXPECT_EQ(received[0].back(), '\0');
 }
 
-// Logs until syslog, of which nobody reads, has long been full; a child is forked meanwhile.
+// Logs until syslog, which nobody reads, has long been full, and forks a child meanwhile.
 void fillSyslog() {
-    alarm(10); // where somebody would wait
+    alarm(10); // ends the process if anybody waits
     for (int i = 0; i < 1000; ++i)
         logInfo("text");
     EXPECT_EQ(runInChild([] { logInfo("child"); }).status, 0);
@@ -707,7 +708,7 @@ TEST_F(SyslogTest, SurvivesTheLimitForTheSizeOfFiles) {
     EXPECT_EQ(contentOf(lines[2]), "fourth");
 }
 
-// Lets a child write a part of an entry, as at the end of a full disk.
+// Has a child write only part of an entry, as when the disk is full.
 void tearEntry(std::string const& path) {
     runInChild([&] {
         logInfo("first");
@@ -779,7 +780,7 @@ TEST_F(SyslogTest, BeginsAnOtherFileWithoutAnEmptyLineAfterATornOne) {
     EXPECT_THAT(contents(), ElementsAre("second"));
 }
 
-// The standard error stream of the child is this end of a pair.
+// Logs in a child whose standard error stream is this end of a pair.
 Outcome logToStandardError(Descriptor const& end, std::function<void()> const& log) {
     return runInChild([&] {
         dup2(end.get(), STDERR_FILENO);
@@ -847,7 +848,7 @@ std::string ownName() {
     return fs::read_symlink("/proc/self/exe").filename();
 }
 
-// A private root in which the variables for the log's place are not set.
+// A private root in which no variable says where the log goes.
 class UsualLogPlaceTest : public test::AccountsTest {
 protected:
     void SetUp() override {

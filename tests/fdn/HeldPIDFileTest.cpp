@@ -36,8 +36,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Whoever lives and holds a PID file is known, however little can be seen of it; and nobody else can keep the
-// file from those who may have it.
+// A live process that holds a PID file is recognized, however little can be seen of it, and nobody can keep
+// the file from a process that is entitled to it.
 
 namespace {
 
@@ -80,7 +80,8 @@ void mountProc(char const* options) {
     require(mount("proc", "/proc", "proc", 0, options) == 0, "mount");
 }
 
-// Performs the action in a forked process, which enters the name spaces that were unshared for children.
+// Performs the action in a forked process, which enters the namespaces that this process has unshared for its
+// children.
 void performInFork(std::function<void()> const& action) {
     pid_t const child = fork();
     if (child == 0) {
@@ -104,7 +105,7 @@ std::string bootIdentifier() {
     return test::readFile("/proc/sys/kernel/random/boot_id");
 }
 
-/// Whether another process keeps a write lock on the file.
+/// Whether some process keeps a write lock on the file.
 bool isLocked(std::string const& name) {
     Outcome const outcome = runInChild([&] {
         Descriptor const file(open(name.c_str(), O_RDONLY | O_CLOEXEC));
@@ -120,8 +121,8 @@ class HeldPIDFile : public test::PrivateRootTest {
 protected:
     HeldPIDFile() { test::setMode(folder.name(), 0755); }
 
-    /// A process that holds the file from now on, having performed the preparation first and the action
-    /// afterwards.
+    /// Starts a process that holds the file from now on. It performs the preparation before it claims the
+    /// file and the action afterwards.
     std::unique_ptr<Program> startHolder(
         std::function<void()> const& prepare = [] {}, std::function<void()> const& act = [] {}) {
         auto holder = std::make_unique<Program>([=] {
@@ -136,7 +137,7 @@ protected:
         return holder;
     }
 
-    /// What a process answers that looks at the file, or why it does not.
+    /// Has another process look at the file, and returns its answer or its error.
     std::string answer(std::function<void()> const& prepare = [] {}) const {
         Outcome const outcome = runInChild([&] {
             prepare();
@@ -145,7 +146,7 @@ protected:
         return outcome.output + outcome.errors;
     }
 
-    /// What comes of the claim of another process.
+    /// Has another process claim the file, and returns "claimed" or its error.
     std::string claim(std::function<void()> const& prepare = [] {}) const {
         Outcome const outcome = runInChild([&] {
             prepare();
@@ -484,7 +485,7 @@ protected:
         return file;
     }
 
-    /// What that process's own PID file holds.
+    /// The content that the PID file of this process would have.
     static std::string contentOf(pid_t process) {
         std::string const stat = test::readFile("/proc/" + std::to_string(process) + "/stat");
         std::istringstream fields(stat.substr(stat.rfind(')') + 1));
@@ -534,7 +535,8 @@ TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingLongerForAStormOfSig
 TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingThatNeverAnswers) {
     test::SilentFileSystem const files(folder.name(), kUser);
 
-    // Nor whoever reads what the one who looks prints.
+    // Those who read the output of the process that looks must not wait either, so nothing that hangs may
+    // keep the pipe open.
     int ends[2] = {-1, -1};
     require(pipe2(ends, O_CLOEXEC) == 0, "pipe2");
     Descriptor const reading(ends[0]);
@@ -569,7 +571,7 @@ TEST_F(PIDFileOnAFileSystemOfTheAccounts, IsNeitherFreeNorBelievedWhereItCannotB
     EXPECT_THAT(answer(&hideProc), HasSubstr("it cannot be told whose that is"));
 }
 
-// In a mount name space of its own, the account mounts a file of root's over the PID file's name.
+// In a mount namespace of its own, the account mounts a file of root over the PID file.
 TEST_F(HeldPIDFileOfAccounts, IsNotLookedForThroughAProcessOfTheAccounts) {
     test::setOwner(folder.name(), kUser, kUser);
     std::string const rootsFile = folder.name("root.pid");

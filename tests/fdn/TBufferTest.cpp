@@ -16,7 +16,7 @@ namespace {
 
 using Buffer = fdn::TBuffer<wchar_t>;
 
-/// Writes down the storage count of every storage that it gives up before it goes itself.
+/// Records the storage count of every storage that it gives up before its own end.
 class WatchedBuffer : public Buffer {
 public:
     using Buffer::Buffer;
@@ -41,7 +41,7 @@ std::wstring textOf(Buffer const& buffer) {
     return std::wstring(buffer.getData(), static_cast<std::size_t>(buffer.getUsed()));
 }
 
-/// What its data's address lacks to a multiple of the alignment.
+/// How far the address of its data lies beyond a multiple of the alignment.
 std::uintptr_t misalignment(Buffer const& buffer, int alignment) {
     return reinterpret_cast<std::uintptr_t>(buffer.getData()) % static_cast<std::uintptr_t>(alignment);
 }

@@ -15,11 +15,11 @@ namespace {
 
 constexpr int elementCount = 8;
 
-// What was obtained last.
+// The storage that was allocated last.
 void* lastStorage = nullptr;
 std::size_t lastSize = 0;
 
-// The storage that is looked at when it is freed, and what it held then.
+// The storage that is examined when it is freed, and what it held then.
 void* watchedStorage = nullptr;
 std::size_t watchedSize = 0;
 unsigned char contentWhenFreed[1024];
@@ -27,8 +27,7 @@ bool wasFreed = false;
 
 bool mayAllocate = true;
 
-/// A plain value whose arrays come from here, so that tests see what is freed and can refuse what is asked
-/// for.
+/// A plain value whose arrays are allocated here, so that tests can see what is freed and refuse to allocate.
 template <class Value>
 struct Element {
     Value value;
@@ -57,7 +56,7 @@ using Wide = Element<wchar_t>;
 
 static_assert(sizeof(Byte) == 1 && sizeof(Wide) == sizeof(wchar_t));
 
-/// Fills the storage that was obtained last with the byte 0xAA and watches it.
+/// Fills the storage that was allocated last with the byte 0xAA and watches it.
 void watchLastStorage() {
     std::memset(lastStorage, 0xAA, lastSize);
     watchedStorage = lastStorage;
@@ -73,8 +72,8 @@ std::unique_ptr<AnyBuffer> makeWatched() {
     return buffer;
 }
 
-/// How many bytes at the front of the watched storage were zero when it was freed; -1 unless all that
-/// followed were as written, or when it was not freed.
+/// How many bytes at the front of the watched storage were zero when it was freed; -1 if it was not freed or
+/// if a byte behind them had changed.
 int wipedBytes() {
     unsigned char const* const begin = contentWhenFreed;
     unsigned char const* const end = begin + watchedSize;
@@ -83,7 +82,7 @@ int wipedBytes() {
     return wasFreed && isUntouched ? static_cast<int>(rest - begin) : -1;
 }
 
-/// A way to have a buffer give its storage up.
+/// A way to make a buffer give up its storage.
 template <class T>
 struct GivingUp {
     using Buffer = fdn::TCryptBuffer<T>;

@@ -56,7 +56,7 @@ P<Thing> create() {
     return creation();
 }
 
-/// What the use of the global throws, as text; empty when it throws nothing.
+/// Uses the global and returns what that throws, as text; empty when it throws nothing.
 std::string failureOf(Global& global) {
     try {
         *global;
@@ -72,7 +72,7 @@ std::string failureOf(Global& global) {
 
 constexpr char laterFailure[] = "Construction of static object has failed.";
 
-/// Each test has a global of its own, which it makes from the guard and the create function above.
+/// Gives each test a global of its own, made from the guard and the create function above.
 class TSafeGlobalPointer : public testing::Test {
 protected:
     TSafeGlobalPointer() {
@@ -87,7 +87,7 @@ protected:
     Global m_global{&guard, &create};
 };
 
-/// A thread that uses the global, and what came of it.
+/// A thread that uses the global and remembers what came of it.
 class User {
 public:
     explicit User(Global& global) : m_thread([this, &global] { run(global); }) {}
@@ -97,7 +97,7 @@ public:
 
     ~User() { m_thread.join(); }
 
-    /// Whether the user came to wait in the middle of the use.
+    /// Whether the user began to wait in the middle of the use.
     bool awaitWaiting() const {
         return test::await([this] { return m_id != 0; }) && test::awaitSleep(m_id) && !m_hasEnded;
     }

@@ -112,7 +112,7 @@ String propertyOf(CError const& error, char const* name) {
     return found == error.getProps().end() ? String("(missing)") : found->second;
 }
 
-// A program that runs for as long as the object lives.
+// A program that runs as long as the object lives.
 class RunningProgram {
 public:
     explicit RunningProgram(ForkExecLevel level, Path const& folder = Path(),
@@ -137,12 +137,12 @@ private:
     int m_pid;
 };
 
-// Waits for it, because a program opens its libraries first.
+// Awaits this state, because a program opens its libraries first.
 bool hasJustStandardStreams(RunningProgram const& program) {
     return await([&] { return test::descriptorsOf(program.pid()) == std::set<int>{0, 1, 2}; });
 }
 
-// Treats a signal in a certain way for as long as the object lives.
+// Sets how a signal is treated as long as the object lives.
 class Treatment {
 public:
     Treatment(int signal, void (*treatment)(int))
@@ -158,7 +158,7 @@ private:
     void (*m_previous)(int);
 };
 
-// Whatever a start does: afterwards the process has no other descriptors and no child.
+// Checks that whatever a start does, the process then has no new descriptors and no child.
 class LeavesNothingBehind : public testing::Test {
 protected:
     void TearDown() override {
@@ -393,7 +393,7 @@ std::ostream& operator<<(std::ostream& stream, Forgetting const& forgetting) {
     return stream << forgetting.name;
 }
 
-// The system, or a handler, forgets how children have ended.
+// The system or a handler discards how children end.
 class ForgottenChildren : public LeavesNothingBehind, public testing::WithParamInterface<Forgetting> {
 protected:
     void SetUp() override { forget(); }
@@ -410,7 +410,7 @@ protected:
         sigaction(SIGCHLD, &treatment, nullptr);
     }
 
-    // For what the test itself does.
+    // Restores the usual treatment, for what the test itself does.
     static void remember() { signal(SIGCHLD, SIG_DFL); }
 };
 
@@ -598,7 +598,7 @@ TEST_F(ForkAndExec, StartsWithAllSignalsUnblockedAndTreatedAsUsual) {
     }
 }
 
-// Where handlers note, for all processes, that they have run in another one than they are meant for.
+// Shared by all processes: a handler sets the flag when it runs in another process than it is meant for.
 std::atomic<pid_t> handlingProcess{0};
 std::atomic<bool>* strayCalls = nullptr;
 
@@ -707,7 +707,7 @@ TEST_F(ForkAndExec, WorksWhereTheCallerIgnoresItsChildren) {
     EXPECT_THROW(start(command("/no/such/program"), ForkExecLevel::Detached), CError);
 }
 
-// Another thread makes processes that inherit every pipe of a start, and live on.
+// A thread that makes processes, which inherit every pipe of a start and live on.
 class ForkingThread {
 public:
     ForkingThread() : m_thread([this] { forkOn(); }) {}
@@ -816,7 +816,7 @@ TEST_P(FailingStart, SaysThatNoProcessCanBeMade) {
     EXPECT_EQ(outcome.errors, "vfork failed for '/bin/true': Resource temporarily unavailable.");
 }
 
-// At setsid(), where there is a process in between, that one is.
+// Where there is a process in between, setsid() ends that one.
 TEST_P(FailingStart, SaysThatTheProcessWasEndedOnTheWay) {
     for (long call : {SYS_setsid, SYS_chdir}) {
         if (call == SYS_setsid && GetParam() == ForkExecLevel::Child)
@@ -876,7 +876,7 @@ TEST(CIPCConnectionToSubProcess, LeavesNoPipeSignalToACallerThatHoldsItBack) {
     EXPECT_FALSE(isPipeSignalPending());
 }
 
-// The write that waits for room has written something by then, and gets the signal all the same.
+// A write that waits for room has written something by then, but gets the signal all the same.
 TEST(CIPCConnectionToSubProcess, ReportsThatTheProgramEndsInTheMiddleOfAWrite) {
     CIPCConnectionToSubProcess input;
     CIPCConnectionToSubProcess output;

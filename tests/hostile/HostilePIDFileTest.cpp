@@ -19,7 +19,7 @@ using test::await;
 using test::Outcome;
 using test::Words;
 
-/// A process that no command may signal, and which tells whether one did.
+/// A process that no command may signal. It knows whether one did.
 class Stranger {
 public:
     explicit Stranger(std::string const& account = "root")
@@ -32,7 +32,7 @@ public:
 
     pid_t thread() const { return m_thread; }
 
-    /// The signals that it got, each on a line. Ends it.
+    /// Ends the process and returns the signals that it got, each on a line.
     std::string signals() {
         m_program.sendSignal(SIGRTMAX);
         std::string const output = m_program.wait().output;
@@ -62,7 +62,7 @@ std::string bootIdentifier() {
     return boot;
 }
 
-/// How the cases of the tests below are called.
+/// Names the cases of the tests below.
 template <class Case>
 auto operator<<(std::ostream& stream, Case const& testCase) -> decltype(stream << testCase.name) {
     return stream << testCase.name;
@@ -73,7 +73,7 @@ std::string nameOf(testing::TestParamInfo<Case> const& info) {
     return info.param.name;
 }
 
-/// The daemon is installed for an account that owns the control folder.
+/// Installs the daemon for an account that owns the control folder.
 class HostilePIDFileTest : public test::LifeCycleFixture<test::AccountsTest> {
 protected:
     void SetUp() override {
@@ -90,7 +90,7 @@ protected:
         test::setOwner(pidFile(), owner, owner);
     }
 
-    /// The daemon is taken for stopped, and can be started and stopped again.
+    /// Expects that the daemon counts as stopped and can be started and stopped again.
     void expectDaemonCanBeManaged() const {
         EXPECT_EQ(0, runHeartbeat({"--timeout=5", "stop"}).status);
         EXPECT_NE(0, status());
@@ -100,7 +100,8 @@ protected:
         EXPECT_EQ(3, status());
     }
 
-    /// The daemon has crashed, and a stranger of this account has its number: as a process, or as a thread.
+    /// Makes the daemon crash and gives its number to a stranger of this account, as its process or its
+    /// thread.
     std::unique_ptr<Stranger> replaceDaemonByStranger(std::string const& account, bool asThread) const {
         start();
         pid_t const number = daemonPID();
@@ -127,7 +128,7 @@ TEST_F(HostilePIDFileTest, StrangerNoticesASignal) {
 
 struct Content {
     char const* name;
-    std::string text; // {process} and so on stand for what the stranger is
+    std::string text; // words in braces stand for facts about the stranger
     unsigned owner;
 };
 
@@ -202,7 +203,7 @@ TEST_F(HostilePIDFileTest, OfTheAccountHasTheSystemsFirstProcessLeftAlone) {
     EXPECT_EQ("1 1\n", outcome.output);
 }
 
-/// Something else than a file of its own stands where the PID file should be.
+/// Something that is not a file of the daemon, in the place of its PID file.
 struct Obstacle {
     char const* name;
     void (*make)(std::string const& path, std::string const& strangersFile);

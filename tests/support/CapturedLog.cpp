@@ -15,7 +15,8 @@ namespace test {
 
 namespace {
 
-// The log opens its file with its first entry, so closing it makes it look where it is to write.
+// The log opens its file at its first entry, so closing it makes the next entry go where the variable says
+// now.
 void closeLog() {
     fdn::CXMLLog::CGlobalLogCloser const closer;
 }

@@ -17,7 +17,7 @@ Gate::Gate() {
     m_writing.reset(ends[1]);
 }
 
-// A forked process has the other end, too.
+// Closes the writing end that a forked process has inherited: the read ends only when nobody holds it.
 void Gate::pass() {
     open();
     char byte = 0;

@@ -4,15 +4,16 @@
 
 namespace test {
 
-/// Something that several processes wait for: the one that made it, and those that it forks.
+/// A gate at which several processes wait: the one that made it and those that it forks. Each of them keeps
+/// the gate closed for the others until it has passed, opened the gate or ended.
 class Gate {
 public:
     Gate();
 
-    /// Lets all pass. For the process that made the gate.
+    /// Lets everybody pass. For the process that made the gate.
     void open() { m_writing.reset(); }
 
-    /// Waits until the gate is open, or the process that made it has ended.
+    /// Waits until the gate is open or the process that made it has ended.
     void pass();
 
 private:

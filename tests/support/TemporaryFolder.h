@@ -6,7 +6,7 @@
 
 namespace test {
 
-/// A fresh folder, deleted with everything in it when the object goes.
+/// A fresh folder that only its owner may enter. It is deleted with everything in it when the object goes.
 class TemporaryFolder {
 public:
     TemporaryFolder();
@@ -18,7 +18,7 @@ public:
 
     fdn::Path operator/(char const* name) const { return m_path << fdn::Path(name); }
 
-    /// The path as the system's calls take it.
+    /// The path of the folder, or of an entry in it, as system calls take it.
     std::string name() const;
 
     std::string name(char const* entry) const { return name() + "/" + entry; }
@@ -27,10 +27,10 @@ private:
     fdn::Path m_path;
 };
 
-/// The content of a file, byte for byte. Fails the running test when it cannot be read.
+/// Returns the content of a file, byte for byte. Fails the running test when the file cannot be read.
 std::string readFile(std::string const& path);
 
-/// Makes the file, or replaces its content. Fails the running test when it cannot be written.
+/// Creates the file or replaces its content. Fails the running test when it cannot be written.
 void writeFile(std::string const& path, std::string const& content);
 
 } // namespace test

@@ -32,7 +32,7 @@ std::string statusOf(pid_t process, std::string const& field) {
     for (std::string line; std::getline(lines, line);)
         if (line.compare(0, field.size() + 1, field + ":") == 0)
             return joinWords(line.substr(field.size() + 1));
-    ADD_FAILURE() << "no field " << field << " for process " << process;
+    ADD_FAILURE() << "The status of process " << process << " has no field " << field << ".";
     return std::string();
 }
 
