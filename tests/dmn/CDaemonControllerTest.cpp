@@ -303,7 +303,7 @@ TEST_F(CDaemonController, ReadsRunsOfInnerBlanksAsOne) {
     EXPECT_EQ("a b", attribute("RunAs"));
 }
 
-TEST_F(CDaemonController, ReadsPathsWithoutNormalisingThem) {
+TEST_F(CDaemonController, ReadsPathsWithoutNormalizingThem) {
     writeAnsweringScript("/x/../y//z/\\n");
 
     EXPECT_EQ("/x/../y//z/", Controller::getControlFolder("app").getText().toUTF8());

@@ -219,7 +219,7 @@ TEST_P(NamelessOptionTest, IsReportedLikeAnyOtherThatTheParserDoesNotKnow) {
     EXPECT_THAT(m_log.entries(), ElementsAre(badCommandLine(1, {GetParam(), "run"})));
 }
 
-TEST_P(NamelessOptionTest, IsNoneWhereItIsAnOptionsValue) {
+TEST_P(NamelessOptionTest, IsTakenForTheValueOfAnOption) {
     for (Arguments const& arguments :
          {Arguments{"-p", GetParam(), "nothing"}, Arguments{"--runas", GetParam(), "nothing"}}) {
         m_log.clear();
@@ -232,7 +232,7 @@ TEST_P(NamelessOptionTest, IsNoneWhereItIsAnOptionsValue) {
     }
 }
 
-TEST_P(NamelessOptionTest, IsNoneAfterTwoDashesAlone) {
+TEST_P(NamelessOptionTest, IsTakenForTheCommandAfterTwoDashes) {
     Outcome const outcome = run({"--", GetParam()});
 
     EXPECT_EQ(fatal(std::string("Unknown command: ") + GetParam()), outcome.output);
@@ -348,7 +348,7 @@ TEST_F(CommandLineTest, ApplicationsOwnMessageOutputToAFileIsKept) {
     EXPECT_EQ("", outcome.errors);
 }
 
-TEST_F(CommandLineTest, DefaultMessageOutputIsReplacedAlsoWhereItIsThereAlready) {
+TEST_F(CommandLineTest, DefaultMessageOutputIsReplacedEvenIfItAlreadyExists) {
     Outcome const outcome = run({}, "init=get-output");
 
     EXPECT_EQ(parserReport({}) + test::commandSummary, outcome.output);

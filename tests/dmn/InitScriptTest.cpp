@@ -182,7 +182,7 @@ TEST_F(InitScript, IsTheGoldenTextForEverySettings) {
     }
 }
 
-TEST_F(InitScript, NormalisesThePathsThatItHolds) {
+TEST_F(InitScript, NormalizesThePathsThatItHolds) {
     Settings settings;
     settings.controlFolder = "state/../control/";
     settings.exePath = "./bin//app";

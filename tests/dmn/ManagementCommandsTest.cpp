@@ -251,7 +251,7 @@ TEST_F(ManagementTest, StartDoesNotWaitUntilTheDaemonIsUp) {
     stop();
 }
 
-TEST_F(ManagementTest, StartSucceedsAlsoWhenTheDaemonThenFails) {
+TEST_F(ManagementTest, StartSucceedsEvenIfTheDaemonThenFails) {
     install();
 
     Outcome const outcome = run({"start"}, "daemon.run=throw");

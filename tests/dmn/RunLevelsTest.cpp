@@ -74,7 +74,7 @@ TEST_F(RunLevels, AreBelowRcDWhereEtcHasNoFolderOfThatName) {
     std::filesystem::remove("/etc/rc3.d");
 }
 
-TEST_F(RunLevels, AreLookedUpAnewEachTimeAndForEachLevel) {
+TEST_F(RunLevels, AreLookedUpEachTimeAndForEachLevel) {
     EXPECT_EQ("/etc/rc3.d", runLevelDir(3));
 
     moveBelowRcD("rc3.d");

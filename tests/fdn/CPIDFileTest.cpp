@@ -533,14 +533,14 @@ TEST_F(CPIDFile, IsStaleOnceItsProcessHasForkedAndEnded) {
     EXPECT_NO_THROW(fdn::CPIDFile{path});
 }
 
-TEST_F(ActivePID, IsNoneWithoutAFile) {
+TEST_F(ActivePID, IsZeroWithoutAFile) {
     EXPECT_EQ(active(), 0);
     EXPECT_EQ(fdn::CPIDFile::getActivePID(folder / "missing/daemon.pid"), 0);
     EXPECT_EQ(fdn::CPIDFile::getActivePID(Path("/dev/null/daemon.pid")), 0);
     EXPECT_EQ(fdn::CPIDFile::getActivePID(Path()), 0);
 }
 
-TEST_F(ActivePID, IsNoneWithoutAFolderWhereTheWholePathIsTooLong) {
+TEST_F(ActivePID, IsZeroWithoutAFolderWhereTheWholePathIsTooLong) {
     std::string missingFolder = folder.name();
     while (missingFolder.size() < PATH_MAX - 100)
         missingFolder += "/missing";
@@ -562,7 +562,7 @@ TEST_F(ActivePID, IsTheNumberThatStandsAlone) {
         EXPECT_EQ(activeFor(number + end), getpid()) << testing::PrintToString(end);
 }
 
-TEST_F(ActivePID, IsNoneForWhatIsNoNumberOfAProcess) {
+TEST_F(ActivePID, IsZeroForWhatIsNotAProcessNumber) {
     std::string const number = numberOf(getpid());
     std::vector<std::string> const lines = {"",
                                             "text",
@@ -590,11 +590,11 @@ TEST_F(ActivePID, IsNoneForWhatIsNoNumberOfAProcess) {
         EXPECT_EQ(activeFor(line + "\n"), 0) << testing::PrintToString(line);
 }
 
-TEST_F(ActivePID, IsNoneForANumberOnTheSecondLine) {
+TEST_F(ActivePID, IsZeroForANumberOnTheSecondLine) {
     EXPECT_EQ(activeFor("\n" + numberOf(getpid()) + "\n"), 0);
 }
 
-TEST_F(ActivePID, IsNoneForARandomFile) {
+TEST_F(ActivePID, IsZeroForARandomFile) {
     std::string content(4096, '\0');
     std::generate(content.begin(), content.end(), [state = 1U]() mutable {
         state = state * 1103515245U + 12345U;
@@ -604,14 +604,14 @@ TEST_F(ActivePID, IsNoneForARandomFile) {
     EXPECT_EQ(activeFor(content), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAnEnormousFile) {
+TEST_F(ActivePID, IsZeroForAnEnormousFile) {
     writeFile(name, numberOf(getpid()) + "\n");
     ASSERT_EQ(truncate(name.c_str(), off_t{1} << 40), 0);
 
     EXPECT_EQ(active(), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAFileThatIsLongerThanAPIDFileCanBe) {
+TEST_F(ActivePID, IsZeroForAFileThatIsLongerThanAPIDFileCanBe) {
     std::string const content = ownContent();
 
     writeFile(name, content + std::string(4096 - content.size(), '\n'));
@@ -622,7 +622,7 @@ TEST_F(ActivePID, IsNoneForAFileThatIsLongerThanAPIDFileCanBe) {
     EXPECT_EQ(active(), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAFileThatWasCutInItsSecondLine) {
+TEST_F(ActivePID, IsZeroForAFileThatWasCutInItsSecondLine) {
     std::string const content = ownContent();
     std::size_t const secondLine = content.find('\n') + 1;
 
@@ -630,7 +630,7 @@ TEST_F(ActivePID, IsNoneForAFileThatWasCutInItsSecondLine) {
         EXPECT_EQ(activeFor(content.substr(0, size)), 0) << size;
 }
 
-TEST_F(ActivePID, IsNoneForAnotherStartTime) {
+TEST_F(ActivePID, IsZeroForAnotherStartTime) {
     std::string content = ownContent();
 
     content.insert(content.find('\n') + 1, "1");
@@ -638,25 +638,25 @@ TEST_F(ActivePID, IsNoneForAnotherStartTime) {
     EXPECT_EQ(activeFor(content), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAnotherBoot) {
+TEST_F(ActivePID, IsZeroForAnotherBoot) {
     std::string const content = ownContent();
 
     EXPECT_EQ(activeFor(content.substr(0, content.find(' ')) + " " + kNoBoot + "\n"), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAFolder) {
+TEST_F(ActivePID, IsZeroForAFolder) {
     std::filesystem::create_directory(name);
 
     EXPECT_EQ(active(), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAFIFO) {
+TEST_F(ActivePID, IsZeroForAFIFO) {
     ASSERT_EQ(mkfifo(name.c_str(), 0666), 0);
 
     EXPECT_EQ(active(), 0);
 }
 
-TEST_F(ActivePID, IsNoneForASocket) {
+TEST_F(ActivePID, IsZeroForASocket) {
     Descriptor const server(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -666,12 +666,12 @@ TEST_F(ActivePID, IsNoneForASocket) {
     EXPECT_EQ(active(), 0);
 }
 
-TEST_F(ActivePID, IsNoneForADevice) {
+TEST_F(ActivePID, IsZeroForADevice) {
     EXPECT_EQ(fdn::CPIDFile::getActivePID(Path("/dev/zero")), 0);
     EXPECT_EQ(fdn::CPIDFile::getActivePID(Path("/dev/tty")), 0);
 }
 
-TEST_F(ActivePID, IsNoneForALink) {
+TEST_F(ActivePID, IsZeroForALink) {
     fdn::CPIDFile const file(folder / "real.pid");
     std::filesystem::create_symlink("real.pid", name);
     std::filesystem::create_symlink("nothing", folder.name("dangling.pid"));
@@ -682,17 +682,17 @@ TEST_F(ActivePID, IsNoneForALink) {
     EXPECT_EQ(fdn::CPIDFile::getActivePID(folder / "loop.pid"), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAProcessThatIsGone) {
+TEST_F(ActivePID, IsZeroForAProcessThatIsGone) {
     EXPECT_EQ(activeFor(numberOf(processThatIsGone()) + "\n"), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAZombie) {
+TEST_F(ActivePID, IsZeroForAZombie) {
     Zombie const zombie;
 
     EXPECT_EQ(activeFor(numberOf(zombie.pid()) + "\n"), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAThread) {
+TEST_F(ActivePID, IsZeroForAThread) {
     SecondThread thread;
 
     EXPECT_EQ(activeFor(numberOf(thread.id()) + "\n"), 0);

@@ -764,7 +764,7 @@ TEST_F(SyslogTest, EndsATornLineOnce) {
     EXPECT_EQ(contentOf(lines[3]), "third");
 }
 
-TEST_F(SyslogTest, BeginsAnOtherFileWithoutAnEmptyLineAfterATornOne) {
+TEST_F(SyslogTest, BeginsAnotherFileWithoutAnEmptyLineAfterATornOne) {
     Outcome const outcome = runInChild([&] {
         logInfo("first");
         rlimit limit = {fs::file_size(path()) + 10, RLIM_INFINITY};

@@ -317,7 +317,7 @@ TEST_F(HeldPIDFileOfAccounts, OfAnotherUserIsNeitherFreeNorToBeSignalledBy) {
     expectRefused("belongs to user 65534, who may not signal process " + std::to_string(holder->pid()));
 }
 
-TEST_F(HeldPIDFileOfAccounts, OfAnotherUserIsNotFreeAlsoWhenTheLockIsLost) {
+TEST_F(HeldPIDFileOfAccounts, OfAnotherUserIsNotFreeEvenWhenTheLockIsLost) {
     auto const holder = startHolder([] {}, &closeAll);
     test::setOwner(name, kNobody, kNobody);
 
@@ -361,7 +361,7 @@ TEST_F(HeldPIDFile, IsFreeForAProcessThatHasHeldItAndBecomesAnotherProgram) {
     EXPECT_FALSE(std::filesystem::exists(name));
 }
 
-TEST_F(HeldPIDFile, IsDeletedAlsoByAHolderThatHasClosedAllDescriptors) {
+TEST_F(HeldPIDFile, IsDeletedEvenByAHolderThatHasClosedAllDescriptors) {
     Outcome const outcome = runInChild([this] {
         auto file = std::make_unique<fdn::CPIDFile>(path);
         closeAll();
@@ -532,7 +532,7 @@ TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingLongerForAStormOfSig
     EXPECT_EQ(outcome.output, "0") << outcome.errors;
 }
 
-TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingThatNeverAnswers) {
+TEST_F(PIDFileOnAFileSystemOfTheAccounts, ThatNeverAnswersKeepsNobodyWaiting) {
     test::SilentFileSystem const files(folder.name(), kUser);
 
     // Those who read the output of the process that looks must not wait either, so nothing that hangs may
@@ -549,7 +549,7 @@ TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingThatNeverAnswers) {
     EXPECT_EQ(fdn::uninterrupted([&] { return read(reading.get(), &byte, 1); }), 0);
 }
 
-TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingThatIsNeverOpened) {
+TEST_F(PIDFileOnAFileSystemOfTheAccounts, ThatIsNeverOpenedKeepsNobodyWaiting) {
     test::ToldFile file = fileOfRootAbout(getpid());
     file.canBeOpened = false;
     test::LyingFileSystem const files(folder.name(), kUser, file);
@@ -557,7 +557,7 @@ TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingThatIsNeverOpened) {
     EXPECT_EQ(answer(), "0");
 }
 
-TEST_F(PIDFileOnAFileSystemOfTheAccounts, VetoesNothingWithAnErrorForAnAnswer) {
+TEST_F(PIDFileOnAFileSystemOfTheAccounts, ThatAnswersWithAnErrorVetoesNothing) {
     test::FuseServer const files(folder.name(), kUser, [](fuse_in_header const&, std::string const&) {
         return std::optional<test::FuseAnswer>({EIO, ""});
     });

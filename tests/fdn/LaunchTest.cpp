@@ -114,7 +114,7 @@ TEST_P(LaunchOnEveryLevel, FailsInAFolderThatNeverAnswers) {
     EXPECT_THAT(reapAll(), ElementsAre(SIGKILL));
 }
 
-TEST_P(LaunchOnEveryLevel, KeepsNothingOfTheStartersOpenThatHangs) {
+TEST_P(LaunchOnEveryLevel, ThatHangsKeepsNothingOfTheStarterOpen) {
     TemporaryFolder const folder;
     SilentFileSystem const silent(folder.name(), test::kUser);
     fdn::Pipe pipe = fdn::makePipe();

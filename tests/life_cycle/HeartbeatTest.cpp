@@ -264,7 +264,7 @@ TEST_F(HeartbeatTest, SecondStartLeavesTheRunningDaemonAlone) {
     EXPECT_TRUE(test::await([&] { return beats().size() > before; }));
 }
 
-TEST_F(HeartbeatTest, StopIsPromptAlsoWithALongInterval) {
+TEST_F(HeartbeatTest, StopIsPromptEvenWithALongInterval) {
     install({"--interval=3600"});
     start();
 
