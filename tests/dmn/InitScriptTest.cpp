@@ -127,6 +127,23 @@ std::string golden(Settings const& settings, Words const& words) {
     return script;
 }
 
+/// Parameters, and the line that the script makes of them.
+struct ParameterLine {
+    std::vector<std::string> params;
+    std::string line;
+};
+
+void expectParameterLines(std::vector<ParameterLine> const& expected) {
+    for (auto const& [params, line] : expected) {
+        Settings settings;
+        settings.params = params;
+
+        create(settings);
+
+        EXPECT_EQ(golden(settings, {"", line}), readFile("/etc/init.d/app"));
+    }
+}
+
 /// Calls the script with the verb, in this shell and locale.
 Outcome ask(std::string const& shell, std::string const& verb, std::string const& locale = "C.UTF-8") {
     return run({shell, "/etc/init.d/app", verb}, {{"LC_ALL", locale}});
@@ -195,22 +212,13 @@ TEST_F(InitScript, NormalizesThePathsThatItHolds) {
 }
 
 TEST_F(InitScript, KeepsNoTraceOfEmptyFirstParametersButTheBlankOfLaterOnes) {
-    struct Example {
-        std::vector<std::string> params;
-        std::string line;
-    };
-
-    Example const examples[] = {
-        {{""}, ""}, {{"", ""}, ""}, {{"", "", "a"}, "a"}, {{"a", "", "b"}, "\"a  b\""}, {{"a", ""}, "\"a \""},
-    };
-    for (Example const& example : examples) {
-        Settings settings;
-        settings.params = example.params;
-
-        create(settings);
-
-        EXPECT_EQ(golden(settings, {"", example.line}), readFile("/etc/init.d/app"));
-    }
+    expectParameterLines({
+        {{""}, ""},
+        {{"", ""}, ""},
+        {{"", "", "a"}, "a"},
+        {{"a", "", "b"}, "\"a  b\""},
+        {{"a", ""}, "\"a \""},
+    });
 }
 
 TEST_F(InitScript, QuotesAnExecutablePathOnlyWhereTheShellWouldNotReadItAsOneWord) {
@@ -381,23 +389,16 @@ TEST_F(InitScript, PrintsAnyParameterAsOneWord) {
 }
 
 TEST_F(InitScript, WritesOnlyAFirstParameterThatEchoWouldTakeInAnotherWay) {
-    struct Example {
-        std::vector<std::string> params;
-        std::string line;
-    };
-
-    Example const examples[] = {
-        {{"-n"}, "%2Dn"}, {{"-e", "-n"}, "\"%2De -n\""}, {{"-neE"}, "%2DneE"}, {{"", "-E"}, "%2DE"},
-        {{"-nx"}, "-nx"}, {{"a", "-n"}, "\"a -n\""},     {{"--"}, "--"},       {{"-"}, "-"},
-    };
-    for (Example const& example : examples) {
-        Settings settings;
-        settings.params = example.params;
-
-        create(settings);
-
-        EXPECT_EQ(golden(settings, {"", example.line}), readFile("/etc/init.d/app"));
-    }
+    expectParameterLines({
+        {{"-n"}, "%2Dn"},
+        {{"-e", "-n"}, "\"%2De -n\""},
+        {{"-neE"}, "%2DneE"},
+        {{"", "-E"}, "%2DE"},
+        {{"-nx"}, "-nx"},
+        {{"a", "-n"}, "\"a -n\""},
+        {{"--"}, "--"},
+        {{"-"}, "-"},
+    });
 }
 
 TEST_F(InitScript, StartsTheProgramWithItsAccountAndTransientFolder) {
