@@ -1,3 +1,4 @@
+#include "support/cases.h"
 #include "support/errors.h"
 
 #include <fdn/CError.h>
@@ -228,7 +229,7 @@ INSTANTIATE_TEST_SUITE_P(
         makeErrorClass<fdn::CNotImplementedError>(
             "CNotImplementedError", "The function 'CDaemonController::disable' is not implemented.",
             "CDaemonController::disable")),
-    [](auto const& test) { return std::string(test.param.name); });
+    test::nameOfCase);
 
 TEST(CProps, AreOrderedByNameWithOneValueEach) {
     fdn::CProps props{{"path", "/a"}, {"func", "open"}};

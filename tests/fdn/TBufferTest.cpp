@@ -1,3 +1,5 @@
+#include "support/cases.h"
+
 #include <fdn/P.h>
 #include <fdn/TBuffer.h>
 
@@ -381,7 +383,7 @@ INSTANTIATE_TEST_SUITE_P(TBuffer, TBufferGrowth,
                                          GrowthCase{"ToTwice", 10, 2.0, 11, 20},
                                          GrowthCase{"NotWithRoomLeft", 10, 2.0, 10, 10},
                                          GrowthCase{"NotForNothing", 0, 2.0, 0, 0}),
-                         [](auto const& test) { return std::string(test.param.name); });
+                         test::nameOfCase);
 
 TEST(TBuffer, CountsWhatIsNeededFromTheUsedElementsOn) {
     Buffer buffer = bufferOf(L"abc");
@@ -466,7 +468,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ExcessCase{"Factor", [](Buffer& buffer) { growByFactor(buffer, 1e9); }},
                     ExcessCase{"FactorOfOneTooMany", [](Buffer& buffer) { growByFactor(buffer, 0x1p29); }},
                     ExcessCase{"InfiniteFactor", [](Buffer& buffer) { growByFactor(buffer, HUGE_VAL); }}),
-    [](auto const& test) { return std::string(test.param.name); });
+    test::nameOfCase);
 
 TEST(TBuffer, GrowsToWhatIsNeededUnderAFactorBelowEverythingOrThatIsNoNumber) {
     for (double const factor : {-1e300, -HUGE_VAL, noNumber}) {

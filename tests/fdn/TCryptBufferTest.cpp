@@ -1,3 +1,5 @@
+#include "support/cases.h"
+
 #include <fdn/TBuffer.h>
 
 #include <gtest/gtest.h>
@@ -119,8 +121,6 @@ class TCryptBufferOfWideText : public testing::TestWithParam<GivingUp<Wide>> {};
 
 class TCryptBufferOfBytes : public testing::TestWithParam<GivingUp<Byte>> {};
 
-auto const nameOfWay = [](auto const& test) { return std::string(test.param.name); };
-
 } // namespace
 
 TEST_P(TCryptBufferOfWideText, WipesAsManyBytesAsItHasElements) {
@@ -131,7 +131,7 @@ TEST_P(TCryptBufferOfWideText, WipesAsManyBytesAsItHasElements) {
     EXPECT_EQ(wipedBytes(), elementCount);
 }
 
-INSTANTIATE_TEST_SUITE_P(On, TCryptBufferOfWideText, waysOfGivingUp<Wide>(), nameOfWay);
+INSTANTIATE_TEST_SUITE_P(On, TCryptBufferOfWideText, waysOfGivingUp<Wide>(), test::nameOfCase);
 
 TEST_P(TCryptBufferOfBytes, WipesItsWholeStorage) {
     auto buffer = makeWatched<fdn::TCryptBuffer<Byte>>();
@@ -141,7 +141,7 @@ TEST_P(TCryptBufferOfBytes, WipesItsWholeStorage) {
     EXPECT_EQ(wipedBytes(), elementCount);
 }
 
-INSTANTIATE_TEST_SUITE_P(On, TCryptBufferOfBytes, waysOfGivingUp<Byte>(), nameOfWay);
+INSTANTIATE_TEST_SUITE_P(On, TCryptBufferOfBytes, waysOfGivingUp<Byte>(), test::nameOfCase);
 
 TEST(TCryptBuffer, WipesFromTheStartOfItsStorageWhereTheDataIsAligned) {
     constexpr int alignment = 64;
@@ -244,4 +244,4 @@ INSTANTIATE_TEST_SUITE_P(
                     Need{"Insert", [](Buffer& buffer) { buffer.insert(1, letters, 2); }},
                     Need{"GetFreePtr", [](Buffer& buffer) { buffer.getFreePtr(2); }},
                     Need{"Alignment", [](Buffer& buffer) { buffer.setAllocAlignBytes(64); }}),
-    [](auto const& test) { return std::string(test.param.name); });
+    test::nameOfCase);
