@@ -394,7 +394,7 @@ TEST_F(EntryTest, SignalWhileTheCommandIsBeingPreparedStopsTheDaemonBeforeItsIni
 
 TEST_F(EntryTest, SignalFromOutsideBeforeTheManagerExistsStopsTheDaemon) {
     Program daemon = start(in({"run"}), "createDaemonInfo=pause");
-    ASSERT_TRUE(test::await([&] { return daemon.output() == "createDaemonInfo\n"; }));
+    ASSERT_TRUE(test::awaitOutput(daemon, "createDaemonInfo\n"));
 
     daemon.sendSignal(SIGTERM);
     go();
@@ -412,7 +412,7 @@ TEST_F(EntryTest, SignalDuringInitStopsTheDaemonInRun) {
 
 TEST_F(EntryTest, SeveralSignalsStopTheDaemonAsOneDoes) {
     Program daemon = start(in({"run"}), "daemon.run=pause");
-    ASSERT_TRUE(test::await([&] { return daemon.output() == "daemon.run\n"; }));
+    ASSERT_TRUE(test::awaitOutput(daemon, "daemon.run\n"));
 
     daemon.sendSignal(SIGTERM);
     daemon.sendSignal(SIGTERM);
@@ -425,7 +425,7 @@ TEST_F(EntryTest, SeveralSignalsStopTheDaemonAsOneDoes) {
 TEST_F(EntryTest, OtherSignalsAreLeftToTheSystem) {
     for (int const signal : {SIGHUP, SIGINT, SIGUSR1}) {
         Program daemon = start(in({"run"}), "daemon.run=say");
-        ASSERT_TRUE(test::await([&] { return daemon.output() == "daemon.run\n"; }));
+        ASSERT_TRUE(test::awaitOutput(daemon, "daemon.run\n"));
 
         daemon.sendSignal(signal);
 
@@ -468,7 +468,7 @@ TEST_F(EntryTest, SecondCallAsksForTheDaemonsDescriptionAgain) {
 
 TEST_F(EntryTest, SignalDuringTheApplicationsInitIsLeftToTheSystem) {
     Program daemon = start(in({"run"}), "init=pause");
-    ASSERT_TRUE(test::await([&] { return daemon.output() == "init\n"; }));
+    ASSERT_TRUE(test::awaitOutput(daemon, "init\n"));
 
     daemon.sendSignal(SIGTERM);
 

@@ -318,12 +318,12 @@ TEST_F(Uninstall, AsksTheDaemonToStopWithoutWaitingForIt) {
     install();
     Program daemon({"sh", "-c", "trap 'echo asked' TERM; echo ready; while :; do sleep 0.01; done"});
     writePIDFile(daemon.pid());
-    ASSERT_TRUE(await([&] { return daemon.output() == "ready\n"; }));
+    ASSERT_TRUE(awaitOutput(daemon, "ready\n"));
 
     uninstall();
 
     EXPECT_FALSE(isScriptThere());
-    EXPECT_TRUE(await([&] { return daemon.output() == "ready\nasked\n"; }));
+    EXPECT_TRUE(awaitOutput(daemon, "ready\nasked\n"));
 }
 
 TEST_F(Uninstall, TakesTheControlFolderFromTheScript) {

@@ -296,7 +296,7 @@ TEST_F(ManagementTest, StopOfAStoppedDaemonHasStatus0) {
 TEST_F(ManagementTest, StopWithTimeout0OfADaemonThatTakesItsTimeFailsWithTheTimeoutTexts) {
     install();
     Program daemon = start(in({"run"}), "daemon.run=pause");
-    ASSERT_TRUE(test::await([&] { return daemon.output() == "daemon.run\n"; }));
+    ASSERT_TRUE(test::awaitOutput(daemon, "daemon.run\n"));
 
     Outcome const outcome = run(in({"--timeout=0", "stop"}));
 

@@ -25,8 +25,6 @@
 #include <iostream>
 #include <memory>
 #include <set>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -51,30 +49,22 @@ using fdn::Descriptor;
 using fdn::Path;
 using fdn::String;
 using test::await;
+using test::awaitOutput;
 using test::entriesOf;
 using test::errorOf;
 using test::Gate;
 using test::kUser;
 using test::readFile;
+using test::require;
 using test::TemporaryFolder;
 using test::writeFile;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr unsigned kOther = 61002;
 constexpr char kNoBoot[] = "00000000-0000-0000-0000-000000000000";
 
 std::string numberOf(pid_t process) {
     return std::to_string(process);
-}
-
-void require(bool succeeded, char const* what) {
-    if (!succeeded)
-        throw std::runtime_error(what);
-}
-
-void become(unsigned user) {
-    require(setresgid(user, user, user) == 0 && setresuid(user, user, user) == 0, "setresuid");
 }
 
 // A process that has ended and is not reaped as long as the object lives.
@@ -125,23 +115,6 @@ private:
 
 pid_t processThatIsGone() {
     return Zombie().pid();
-}
-
-// Field 22 of proc_pid_stat(5), when the second one is this name.
-std::string startTimeOf(pid_t process, std::string const& processName) {
-    std::string const start = numberOf(process) + " (" + processName + ") ";
-    std::string const stat = readFile("/proc/" + numberOf(process) + "/stat");
-    EXPECT_EQ(stat.substr(0, start.size()), start);
-    std::istringstream fields(stat.substr(start.size()));
-    std::string field;
-    for (int i = 3; i <= 22; ++i)
-        fields >> field;
-    return field;
-}
-
-// Waits for the line that the process is about to write.
-void awaitOutput(test::Program const& process, std::string const& line) {
-    ASSERT_TRUE(await([&] { return process.output() == line; })) << process.errors();
 }
 
 class CPIDFile : public testing::Test {
@@ -276,7 +249,7 @@ TEST_F(CPIDFile, ClaimNamesTheOtherProcessThatHoldsTheFile) {
         std::cout << "claimed" << std::flush;
         end.pass();
     });
-    awaitOutput(holder, "claimed");
+    ASSERT_TRUE(awaitOutput(holder, "claimed"));
 
     CError const error = errorOf([&] { fdn::CPIDFile second(path); });
 
@@ -707,11 +680,12 @@ TEST_F(ActivePID, IsAProcessWhateverItIsCalled) {
         std::cout << "claimed" << std::flush;
         end.pass();
     });
-    awaitOutput(holder, "claimed");
+    ASSERT_TRUE(awaitOutput(holder, "claimed"));
+    ASSERT_EQ(readFile("/proc/" + numberOf(holder.pid()) + "/comm"), processName + "\n");
 
     EXPECT_EQ(active(), holder.pid());
-    EXPECT_EQ(readFile(name), numberOf(holder.pid()) + "\n" + startTimeOf(holder.pid(), processName) + " " +
-                                  readFile("/proc/sys/kernel/random/boot_id"));
+    EXPECT_EQ(readFile(name), numberOf(holder.pid()) + "\n" + test::startTimeOf(holder.pid()) + " " +
+                                  test::bootIdentifier() + "\n");
 }
 
 class OldKernel : public ActivePID, public testing::WithParamInterface<int> {};
@@ -733,21 +707,13 @@ TEST_P(OldKernel, TellsTheLivingFromTheDead) {
 
 INSTANTIATE_TEST_SUITE_P(UnknownOrForbidden, OldKernel, testing::Values(ENOSYS, EPERM));
 
-class WithoutProc : public test::PrivateRootTest {
-protected:
-    // Unmounts every /proc: below that of the private root lies the machine's.
-    static void removeProc() {
-        require(unshare(CLONE_NEWNS) == 0, "unshare");
-        while (umount2("/proc", MNT_DETACH) == 0)
-            continue;
-    }
-};
+class WithoutProc : public test::PrivateRootTest {};
 
 TEST_F(WithoutProc, APIDFileHasTheFirstLineAlone) {
     TemporaryFolder const folder;
 
     test::Outcome const outcome = test::runInChild([&] {
-        removeProc();
+        test::removeProc();
         fdn::CPIDFile const file(folder / "daemon.pid");
         std::cout << (readFile(folder.name("daemon.pid")) == numberOf(getpid()) + "\n")
                   << (fdn::CPIDFile::getActivePID(folder / "daemon.pid") == getpid());
@@ -833,7 +799,7 @@ TEST_F(PIDFilesOfAccounts, DoNotNameAProcessThatHasTheirRightsForAWhile) {
             std::cout << "lent" << std::flush;
         pause();
     });
-    awaitOutput(server, "lent");
+    ASSERT_TRUE(awaitOutput(server, "lent"));
 
     EXPECT_EQ(activeFor(server.pid(), kUser), 0);
 }
@@ -849,7 +815,7 @@ TEST_F(PIDFilesOfAccounts, CountAProcessAliveThatMayNotBeSignalled) {
 
     for (bool hasOldKernel : {false, true}) {
         test::Outcome const outcome = test::runInChild([&] {
-            become(kUser);
+            test::becomeUser();
             if (hasOldKernel)
                 test::refuseSystemCall(SYS_pidfd_open, ENOSYS);
             std::cout << fdn::CPIDFile::getActivePID(path);
@@ -864,7 +830,7 @@ TEST_F(PIDFilesOfAccounts, AreAnErrorWhenTheyMayNotBeRead) {
     test::setMode(name, 0600);
 
     test::Outcome const outcome = test::runInChild([&] {
-        become(kOther);
+        test::becomeOther();
         fdn::CPIDFile::getActivePID(path);
     });
 
@@ -876,7 +842,7 @@ TEST_F(PIDFilesOfAccounts, AreAnErrorInAFolderThatMayNotBeEntered) {
     test::setMode(folder.name(), 0700);
 
     test::Outcome const outcome = test::runInChild([&] {
-        become(kOther);
+        test::becomeOther();
         fdn::CPIDFile::getActivePID(path);
     });
 
@@ -886,12 +852,12 @@ TEST_F(PIDFilesOfAccounts, AreAnErrorInAFolderThatMayNotBeEntered) {
 TEST_F(PIDFilesOfAccounts, CanBeClaimedByTheAccount) {
     Gate end;
     test::Program const holder([&] {
-        become(kUser);
+        test::becomeUser();
         fdn::CPIDFile const file(path);
         std::cout << "claimed" << std::flush;
         end.pass();
     });
-    awaitOutput(holder, "claimed");
+    ASSERT_TRUE(awaitOutput(holder, "claimed"));
 
     EXPECT_EQ(test::ownerOf(name), kUser);
     EXPECT_EQ(fdn::CPIDFile::getActivePID(path), holder.pid());
@@ -903,7 +869,7 @@ TEST_F(PIDFilesOfAccounts, AreNamedInTheLogWhereTheRightsToDeleteThemAreGone) {
     test::Outcome const outcome = test::runInChild([&] {
         test::setMode(folder.name(), 0755);
         auto file = std::make_unique<fdn::CPIDFile>(path);
-        become(kUser);
+        test::becomeUser();
         file.reset();
     });
 

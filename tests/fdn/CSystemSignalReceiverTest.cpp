@@ -362,32 +362,23 @@ TEST_F(SignalReceiver, ForgetsSignalsThatItsHandlerWasRemovedFor) {
 }
 
 TEST(SignalReceiverAtExit, KeepsASignalFromChangingTheExitStatus) {
-    test::Outcome const outcome = test::run({FDN_TESTS_END_WITH_SIGNALS, "signalled-at-exit"});
-
-    EXPECT_EQ(outcome.signal, 0);
-    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(test::run({DMN_END_WITH_SIGNALS, "signalled-at-exit"}).status, 0);
 }
 
 TEST(SignalReceiverAtExit, LetsAHandlerEndTheProcess) {
-    EXPECT_EQ(test::run({FDN_TESTS_END_WITH_SIGNALS, "exit-in-handler"}).status, 0);
+    EXPECT_EQ(test::run({DMN_END_WITH_SIGNALS, "exit-in-handler"}).status, 0);
 }
 
 TEST(SignalReceiverAtExit, MayBeAskedForByADestructorThatRunsAfterItsOwn) {
-    test::Outcome const outcome = test::run({FDN_TESTS_END_WITH_SIGNALS, "used-at-exit"});
-
-    EXPECT_EQ(outcome.signal, 0);
-    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(test::run({DMN_END_WITH_SIGNALS, "used-at-exit"}).status, 0);
 }
 
 TEST(SignalReceiverWithoutDescriptors, HearsSignalsAndLeavesTheProgramsFilesAlone) {
-    test::Outcome const outcome = test::run({FDN_TESTS_END_WITH_SIGNALS, "without-descriptors"});
-
-    EXPECT_EQ(outcome.signal, 0);
-    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(test::run({DMN_END_WITH_SIGNALS, "without-descriptors"}).status, 0);
 }
 
 TEST(SignalReceiverAtExit, LetsAForkedProcessEndByItself) {
-    EXPECT_EQ(test::run({FDN_TESTS_END_WITH_SIGNALS, "exit-in-fork"}).status, 0);
+    EXPECT_EQ(test::run({DMN_END_WITH_SIGNALS, "exit-in-fork"}).status, 0);
 }
 
 } // namespace

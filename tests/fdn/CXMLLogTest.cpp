@@ -1,4 +1,7 @@
+#include "support/CapturedLog.h"
+#include "support/Gate.h"
 #include "support/Obstacles.h"
+#include "support/Pipe.h"
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
 #include "support/SystemLog.h"
@@ -25,7 +28,6 @@
 #include <optional>
 #include <regex>
 #include <set>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -51,7 +53,9 @@ using fdn::Descriptor;
 using fdn::logError;
 using fdn::logInfo;
 using fdn::String;
+using test::closeLog;
 using test::entriesOf;
+using test::linesOf;
 using test::modeOf;
 using test::Outcome;
 using test::readFile;
@@ -65,14 +69,6 @@ using testing::Not;
 using testing::SizeIs;
 
 constexpr std::uintmax_t kMaximumSize = 10 * 1024 * 1024;
-
-std::vector<std::string> splitIntoLines(std::string const& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
 
 // Returns what stands between the tags of an entry. Fails the running test when the line is not an entry.
 std::string contentOf(std::string const& line) {
@@ -90,13 +86,9 @@ std::string contentOf(std::string const& line) {
 
 std::vector<std::string> contentsOf(std::string const& path) {
     std::vector<std::string> contents;
-    for (std::string const& line : splitIntoLines(readFile(path)))
+    for (std::string const& line : linesOf(readFile(path)))
         contents.push_back(contentOf(line));
     return contents;
-}
-
-void closeLog() {
-    CXMLLog::CGlobalLogCloser const closer;
 }
 
 // Sends the log of the process to a file of the test.
@@ -116,7 +108,7 @@ protected:
 
     std::vector<std::string> contents() const { return contentsOf(path()); }
 
-    std::string line() const { return splitIntoLines(readFile(path())).at(0); }
+    std::string line() const { return linesOf(readFile(path())).at(0); }
 
     // Logs the text and returns the content of the first entry.
     std::string contentAfterLogging(String const& text) const {
@@ -141,7 +133,7 @@ TEST_F(CXMLLogTest, TellsInformationFromErrors) {
     logError("second");
     logError(std::runtime_error("third"), "", "");
 
-    std::vector<std::string> const lines = splitIntoLines(readFile(path()));
+    std::vector<std::string> const lines = linesOf(readFile(path()));
     EXPECT_THAT(lines, ElementsAre(HasSubstr(" level=\"info\" "), HasSubstr(" level=\"error\" "),
                                    HasSubstr(" level=\"error\" ")));
 }
@@ -176,8 +168,7 @@ TEST_F(CXMLLogTest, HasTheNumberOfAForkedChild) {
     pid_t const pid = child.pid();
     child.wait();
 
-    EXPECT_THAT(splitIntoLines(readFile(path())).at(1),
-                HasSubstr(" process=\"" + std::to_string(pid) + "\""));
+    EXPECT_THAT(linesOf(readFile(path())).at(1), HasSubstr(" process=\"" + std::to_string(pid) + "\""));
 }
 
 TEST_F(CXMLLogTest, EscapesWhatIsMarkupAndKeepsQuotes) {
@@ -343,20 +334,15 @@ std::string makeText(int child, int number, std::size_t length) {
 
 // Has children, which all begin at once, write `count` entries of this length each.
 void writeFromChildren(int children, int count, std::size_t length) {
-    int ends[2];
-    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    Descriptor const start(ends[0]);
-    Descriptor startsWhenClosed(ends[1]);
+    test::Gate start;
     std::vector<std::unique_ptr<test::Program>> programs;
     for (int child = 0; child < children; ++child)
         programs.push_back(std::make_unique<test::Program>([&, child] {
-            startsWhenClosed.reset();
-            char none = 0;
-            static_cast<void>(read(start.get(), &none, 1) + 1);
+            start.pass();
             for (int number = 0; number < count; ++number)
                 logInfo(makeText(child, number, length).c_str());
         }));
-    startsWhenClosed.reset();
+    start.open();
     for (auto const& program : programs)
         EXPECT_EQ(program->wait().status, 0);
 }
@@ -702,7 +688,7 @@ TEST_F(SyslogTest, SurvivesTheLimitForTheSizeOfFiles) {
 
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(messages(), ElementsAre(isSyslogInfo("second"), isSyslogInfo("third")));
-    std::vector<std::string> const lines = splitIntoLines(readFile(path()));
+    std::vector<std::string> const lines = linesOf(readFile(path()));
     ASSERT_THAT(lines, SizeIs(3));
     EXPECT_EQ(contentOf(lines[0]), "first");
     EXPECT_EQ(contentOf(lines[2]), "fourth");
@@ -719,7 +705,7 @@ void tearEntry(std::string const& path) {
 }
 
 std::string lastLineOf(std::string const& path) {
-    return splitIntoLines(readFile(path)).back();
+    return linesOf(readFile(path)).back();
 }
 
 TEST_F(SyslogTest, EndsALineThatAnEarlierProcessHasTorn) {
@@ -758,7 +744,7 @@ TEST_F(SyslogTest, EndsATornLineOnce) {
     logInfo("second");
     logInfo("third");
 
-    std::vector<std::string> const lines = splitIntoLines(readFile(path()));
+    std::vector<std::string> const lines = linesOf(readFile(path()));
     ASSERT_THAT(lines, SizeIs(4));
     EXPECT_EQ(contentOf(lines[2]), "second");
     EXPECT_EQ(contentOf(lines[3]), "third");
@@ -796,49 +782,43 @@ std::string receiveFrom(Descriptor const& end) {
 
 TEST_F(SyslogTest, MayBeASocketThatIsTheStandardErrorStream) {
     setenv("FDN_LOG_FILE", "/dev/stderr", 1);
-    int ends[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
-    Descriptor const reader(ends[0]);
-    Descriptor const writer(ends[1]);
+    test::Pipe const sockets = test::makeSocketPair();
 
-    logToStandardError(writer, [] { logInfo("text"); });
+    logToStandardError(sockets.writing, [] { logInfo("text"); });
 
-    EXPECT_THAT(receiveFrom(reader), MatchesRegex("<entry [^\n]*>text</entry>\n"));
+    EXPECT_THAT(receiveFrom(sockets.reading), MatchesRegex("<entry [^\n]*>text</entry>\n"));
 }
 
 TEST_F(SyslogTest, DoesNotWaitForTheReaderOfASocketAndLeavesItsFlagsAlone) {
     setenv("FDN_LOG_FILE", "/proc/self/fd/2", 1);
-    int ends[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
-    Descriptor const reader(ends[0]);
-    Descriptor const writer(ends[1]);
+    test::Pipe const sockets = test::makeSocketPair();
 
-    Outcome const outcome = logToStandardError(writer, [] {
+    Outcome const outcome = logToStandardError(sockets.writing, [] {
         alarm(10);
         for (int i = 0; i < 1000; ++i)
             logInfo(std::string(4000, 'x').c_str());
     });
 
     EXPECT_EQ(outcome.signal, 0);
-    EXPECT_EQ(fcntl(writer.get(), F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_EQ(fcntl(sockets.writing.get(), F_GETFL) & O_NONBLOCK, 0);
 }
 
 TEST_F(CXMLLogTest, MayBeTheStandardErrorStream) {
-    Outcome const outcome = test::run({FDN_TESTS_LOGGER}, {{"FDN_LOG_FILE", "/dev/stderr"}});
+    Outcome const outcome = test::run({DMN_LOGGER}, {{"FDN_LOG_FILE", "/dev/stderr"}});
 
-    EXPECT_EQ(contentOf(splitIntoLines(outcome.errors).at(0)), "one entry");
+    EXPECT_EQ(contentOf(linesOf(outcome.errors).at(0)), "one entry");
     EXPECT_EQ(outcome.output, "");
 }
 
 TEST_F(CXMLLogTest, MayBeAPipeThatIsTheStandardErrorStream) {
     Outcome const outcome =
-        test::run({"sh", "-c", FDN_TESTS_LOGGER " 2>&1 >/dev/null | cat"}, {{"FDN_LOG_FILE", "/dev/stderr"}});
+        test::run({"sh", "-c", DMN_LOGGER " 2>&1 >/dev/null | cat"}, {{"FDN_LOG_FILE", "/dev/stderr"}});
 
-    EXPECT_EQ(contentOf(splitIntoLines(outcome.output).at(0)), "one entry");
+    EXPECT_EQ(contentOf(linesOf(outcome.output).at(0)), "one entry");
 }
 
 TEST_F(CXMLLogTest, CanBeWrittenByDestructorsAtTheEndOfTheProcess) {
-    Outcome const outcome = test::run({FDN_TESTS_LOGGER, "late"});
+    Outcome const outcome = test::run({DMN_LOGGER, "late"});
 
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(contents(), ElementsAre("one entry", "late entry"));
@@ -984,15 +964,12 @@ TEST_F(UsualLogPlaceTest, MayBeAFileThatCannotBeRead) {
 // The pipe's file belongs to root, so that the user cannot open it anew.
 TEST_F(UsualLogPlaceTest, MayBeAPipeOfAnotherUserAndKeepsNobodyWaiting) {
     setenv("FDN_LOG_FILE", "/dev/stderr", 1);
-    int ends[2];
-    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    Descriptor const reader(ends[0]);
-    Descriptor const writer(ends[1]);
-    fcntl(reader.get(), F_SETFL, O_NONBLOCK);
+    test::Pipe const pipe = test::makePipe();
+    fcntl(pipe.reading.get(), F_SETFL, O_NONBLOCK);
 
     Outcome const outcome = runInChild([&] {
         alarm(10);
-        dup2(writer.get(), STDERR_FILENO);
+        dup2(pipe.writing.get(), STDERR_FILENO);
         test::becomeUser();
         for (int i = 0; i < 1000; ++i)
             logInfo(std::string(500, 'x').c_str());
@@ -1000,16 +977,16 @@ TEST_F(UsualLogPlaceTest, MayBeAPipeOfAnotherUserAndKeepsNobodyWaiting) {
 
     EXPECT_EQ(outcome.signal, 0);
     char received[1000];
-    ssize_t const size = read(reader.get(), received, sizeof received);
+    ssize_t const size = read(pipe.reading.get(), received, sizeof received);
     ASSERT_GT(size, 600);
-    EXPECT_EQ(contentOf(splitIntoLines(std::string(received, static_cast<std::size_t>(size))).at(0)),
+    EXPECT_EQ(contentOf(linesOf(std::string(received, static_cast<std::size_t>(size))).at(0)),
               std::string(500, 'x'));
-    EXPECT_EQ(fcntl(writer.get(), F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_EQ(fcntl(pipe.writing.get(), F_GETFL) & O_NONBLOCK, 0);
 }
 
 TEST_F(UsualLogPlaceTest, OfASetUserIDProgramIsNotTheUsersChoice) {
     std::string const program = m_folder.name("logger");
-    fs::copy(FDN_TESTS_LOGGER, program);
+    fs::copy(DMN_LOGGER, program);
     test::setMode(program, 04755);
 
     Outcome const outcome =
@@ -1023,7 +1000,7 @@ TEST_F(UsualLogPlaceTest, OfASetUserIDProgramIsNotTheUsersChoice) {
 
 TEST_F(UsualLogPlaceTest, IsNamedAfterAProgramThatWasReplacedMeanwhile) {
     std::string const program = m_folder.name("logger");
-    fs::copy(FDN_TESTS_LOGGER, program);
+    fs::copy(DMN_LOGGER, program);
 
     EXPECT_EQ(test::run({program, "deleted"}).status, 0);
 

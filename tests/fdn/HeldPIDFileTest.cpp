@@ -1,5 +1,6 @@
 #include "support/LyingFileSystem.h"
 #include "support/Obstacles.h"
+#include "support/Pipe.h"
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
 #include "support/SilentFileSystem.h"
@@ -22,8 +23,6 @@
 #include <iostream>
 #include <memory>
 #include <set>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 
 #include <fcntl.h>
@@ -44,9 +43,12 @@ namespace {
 using fdn::Descriptor;
 using fdn::Path;
 using test::await;
+using test::awaitOutput;
 using test::kUser;
 using test::Outcome;
 using test::Program;
+using test::removeProc;
+using test::require;
 using test::runInChild;
 using test::TemporaryFolder;
 using testing::ElementsAre;
@@ -58,25 +60,9 @@ constexpr int CLONE_NEWTIME = 0x80;
 #endif
 
 constexpr unsigned kNobody = 65534;
-constexpr unsigned kOther = 61002;
-
-void require(bool succeeded, char const* what) {
-    if (!succeeded)
-        throw std::runtime_error(what);
-}
-
-void become(unsigned user) {
-    require(setresgid(user, user, user) == 0 && setresuid(user, user, user) == 0, "setresuid");
-}
-
-void hideProc() {
-    require(unshare(CLONE_NEWNS) == 0, "unshare");
-    while (umount2("/proc", MNT_DETACH) == 0)
-        continue;
-}
 
 void mountProc(char const* options) {
-    hideProc();
+    removeProc();
     require(mount("proc", "/proc", "proc", 0, options) == 0, "mount");
 }
 
@@ -99,10 +85,6 @@ void performInFork(std::function<void()> const& action) {
 void enterAnotherClock() {
     require(unshare(CLONE_NEWTIME) == 0, "unshare");
     test::writeFile("/proc/self/timens_offsets", "boottime 100000 0\n");
-}
-
-std::string bootIdentifier() {
-    return test::readFile("/proc/sys/kernel/random/boot_id");
 }
 
 /// Whether some process keeps a write lock on the file.
@@ -133,7 +115,7 @@ protected:
             while (true)
                 pause();
         });
-        EXPECT_TRUE(await([&] { return holder->output() == "claimed"; })) << holder->errors();
+        EXPECT_TRUE(awaitOutput(*holder, "claimed"));
         return holder;
     }
 
@@ -227,7 +209,7 @@ TEST_F(HeldPIDFile, StaysLockedWhenAProcessEndsThatItsHolderHasForked) {
 TEST_F(HeldPIDFile, IsKnownWithoutProc) {
     auto const holder = startHolder();
 
-    expectKnown(holder->pid(), &hideProc);
+    expectKnown(holder->pid(), &removeProc);
 }
 
 TEST_F(HeldPIDFile, IsKnownWhereProcHasProcessesAlone) {
@@ -242,7 +224,7 @@ TEST_F(HeldPIDFileOfAccounts, IsKnownWhereProcHidesTheHolder) {
 
     expectKnown(holder->pid(), [] {
         mountProc("hidepid=2");
-        become(kOther);
+        test::becomeOther();
     });
 }
 
@@ -285,7 +267,7 @@ TEST_F(HeldPIDFile, OfAContainerIsKnownOutsideByTheNumberThatTheHolderHasThere) 
             pause();
         });
     });
-    ASSERT_TRUE(await([&] { return container.output() == "claimed"; })) << container.output();
+    ASSERT_TRUE(awaitOutput(container, "claimed"));
     ASSERT_THAT(test::readFile(name), testing::StartsWith("1\n"));
 
     pid_t const holder = fdn::CPIDFile::getActivePID(path);
@@ -326,7 +308,7 @@ TEST_F(HeldPIDFileOfAccounts, OfAnotherUserIsNotFreeEvenWhenTheLockIsLost) {
 
 TEST_F(HeldPIDFileOfAccounts, OfTheAccountWithASecondNameIsKnown) {
     test::setOwner(folder.name(), kUser, kUser);
-    auto const holder = startHolder([] { become(kUser); });
+    auto const holder = startHolder([] { test::becomeUser(); });
     std::filesystem::create_hard_link(name, folder.name("backup"));
 
     expectKnown(holder->pid());
@@ -335,7 +317,7 @@ TEST_F(HeldPIDFileOfAccounts, OfTheAccountWithASecondNameIsKnown) {
 TEST_F(HeldPIDFileOfAccounts, OfTheAccountIsKnownWhomeverItHasOpenedItsFolderTo) {
     test::setOwner(folder.name(), kUser, kUser);
     test::setMode(folder.name(), 0777);
-    auto const holder = startHolder([] { become(kUser); });
+    auto const holder = startHolder([] { test::becomeUser(); });
     std::filesystem::create_hard_link(name, folder.name("backup"));
 
     expectKnown(holder->pid());
@@ -351,11 +333,11 @@ TEST_F(HeldPIDFile, IsKnownByStartTimeAndBootWhenItsHolderHasClosedAllDescriptor
 TEST_F(HeldPIDFile, IsNotFreeWhereNeitherLockNorProcTellsOfItsHolder) {
     auto const holder = startHolder([] {}, &closeAll);
 
-    expectRefused("names process " + std::to_string(holder->pid()) + ", which lives", &hideProc);
+    expectRefused("names process " + std::to_string(holder->pid()) + ", which lives", &removeProc);
 }
 
 TEST_F(HeldPIDFile, IsFreeForAProcessThatHasHeldItAndBecomesAnotherProgram) {
-    Outcome const outcome = test::run({FDN_TESTS_CLAIMANT, name, "again"});
+    Outcome const outcome = test::run({DMN_CLAIMANT, name, "again"});
 
     EXPECT_EQ(outcome.output, "claimed, claimed");
     EXPECT_FALSE(std::filesystem::exists(name));
@@ -379,7 +361,7 @@ TEST_F(HeldPIDFile, IsDeletedEvenByAHolderThatHasClosedAllDescriptors) {
 TEST_F(HeldPIDFileOfAccounts, LeftBehindIsFreeThoughEveryoneWhoMayReadItLocksIt) {
     test::writeFile(name, "1000000000\n");
     Program const reader([this] {
-        become(kOther);
+        test::becomeOther();
         Descriptor const file(open(name.c_str(), O_RDONLY | O_CLOEXEC));
         struct flock lock = {};
         lock.l_type = F_RDLCK;
@@ -387,7 +369,7 @@ TEST_F(HeldPIDFileOfAccounts, LeftBehindIsFreeThoughEveryoneWhoMayReadItLocksIt)
         std::cout << "locked" << std::flush;
         pause();
     });
-    ASSERT_TRUE(await([&] { return reader.output() == "locked"; })) << reader.errors();
+    ASSERT_TRUE(awaitOutput(reader, "locked"));
 
     EXPECT_EQ(claim(), "claimed");
 }
@@ -395,7 +377,7 @@ TEST_F(HeldPIDFileOfAccounts, LeftBehindIsFreeThoughEveryoneWhoMayReadItLocksIt)
 TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountWithALease) {
     test::setOwner(folder.name(), kUser, kUser);
     Program const account([this] {
-        become(kUser);
+        test::becomeUser();
         test::writeFile(name, std::to_string(getpid()) + "\n");
         Descriptor const file(open(name.c_str(), O_RDWR | O_CLOEXEC));
         signal(SIGIO, SIG_IGN);
@@ -404,7 +386,7 @@ TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountWithALease) {
         while (true)
             pause();
     });
-    ASSERT_TRUE(await([&] { return account.output() == "leased"; })) << account.errors();
+    ASSERT_TRUE(awaitOutput(account, "leased"));
 
     EXPECT_EQ(answer(), "0");
     EXPECT_THAT(claim(), HasSubstr("Resource temporarily unavailable"));
@@ -413,7 +395,7 @@ TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountWithALease) {
 TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountWithALockOfAnotherKind) {
     test::setOwner(folder.name(), kUser, kUser);
     Program const account([this] {
-        become(kUser);
+        test::becomeUser();
         test::writeFile(name, "1000000000\n");
         Descriptor const file(open(name.c_str(), O_RDWR | O_CLOEXEC));
         struct flock lock = {};
@@ -422,7 +404,7 @@ TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountWithALockOfAnotherKind) 
         std::cout << "locked" << std::flush;
         pause();
     });
-    ASSERT_TRUE(await([&] { return account.output() == "locked"; })) << account.errors();
+    ASSERT_TRUE(awaitOutput(account, "locked"));
 
     EXPECT_EQ(answer(), "0");
 }
@@ -462,7 +444,7 @@ TEST_F(HeldPIDFile, IsClaimedThoughAnotherClaimWasKilledBeforeItsEnd) {
 TEST_F(HeldPIDFileOfAccounts, IsClaimedThoughAnotherAccountHasAnUnfinishedOne) {
     std::string const unfinished = folder.name(".pid-file.new");
     test::writeFile(unfinished, "");
-    test::setOwner(unfinished, kOther, kOther);
+    test::setOwner(unfinished, test::kOther, test::kOther);
 
     EXPECT_EQ(claim(), "claimed");
     EXPECT_THAT(test::entriesOf(folder.name()), IsEmpty());
@@ -487,13 +469,8 @@ protected:
 
     /// The content that the PID file of this process would have.
     static std::string contentOf(pid_t process) {
-        std::string const stat = test::readFile("/proc/" + std::to_string(process) + "/stat");
-        std::istringstream fields(stat.substr(stat.rfind(')') + 1));
-        std::string startTime;
-        for (int i = 3; i <= 22; ++i)
-            fields >> startTime;
-        return std::to_string(process) + "\n" + startTime + " " +
-               test::readFile("/proc/sys/kernel/random/boot_id");
+        return std::to_string(process) + "\n" + test::startTimeOf(process) + " " + test::bootIdentifier() +
+               "\n";
     }
 };
 
@@ -537,16 +514,12 @@ TEST_F(PIDFileOnAFileSystemOfTheAccounts, ThatNeverAnswersKeepsNobodyWaiting) {
 
     // Those who read the output of the process that looks must not wait either, so nothing that hangs may
     // keep the pipe open.
-    int ends[2] = {-1, -1};
-    require(pipe2(ends, O_CLOEXEC) == 0, "pipe2");
-    Descriptor const reading(ends[0]);
-    Program const looking([&] {
-        Descriptor const writing(ends[1]);
-        EXPECT_EQ(fdn::CPIDFile::getActivePID(path), 0);
-    });
-    close(ends[1]);
+    test::Pipe pipe = test::makePipe();
+    Program looking([&] { require(fdn::CPIDFile::getActivePID(path) == 0, "an answer"); });
+    pipe.writing.reset();
     char byte = 0;
-    EXPECT_EQ(fdn::uninterrupted([&] { return read(reading.get(), &byte, 1); }), 0);
+    EXPECT_EQ(fdn::uninterrupted([&] { return read(pipe.reading.get(), &byte, 1); }), 0);
+    EXPECT_EQ(looking.wait().errors, "");
 }
 
 TEST_F(PIDFileOnAFileSystemOfTheAccounts, ThatIsNeverOpenedKeepsNobodyWaiting) {
@@ -568,7 +541,7 @@ TEST_F(PIDFileOnAFileSystemOfTheAccounts, ThatAnswersWithAnErrorVetoesNothing) {
 TEST_F(PIDFileOnAFileSystemOfTheAccounts, IsNeitherFreeNorBelievedWhereItCannotBeToldWhoProvidesIt) {
     test::LyingFileSystem const files(folder.name(), 0, fileOfRootAbout(getpid()));
 
-    EXPECT_THAT(answer(&hideProc), HasSubstr("it cannot be told whose that is"));
+    EXPECT_THAT(answer(&removeProc), HasSubstr("it cannot be told whose that is"));
 }
 
 // In a mount namespace of its own, the account mounts a file of root over the PID file.
@@ -581,7 +554,7 @@ TEST_F(HeldPIDFileOfAccounts, IsNotLookedForThroughAProcessOfTheAccounts) {
                     "mkdir $0/ns && touch $0/ns/daemon.pid && mount --bind $0/root.pid $0/ns/daemon.pid && "
                     "echo mounted && exec sleep 1000",
                     folder.name()}));
-    ASSERT_TRUE(await([&] { return account.output() == "mounted\n"; })) << account.errors();
+    ASSERT_TRUE(awaitOutput(account, "mounted\n"));
     pid_t const process = account.pid();
     std::string const inside = "/proc/" + std::to_string(process) + "/root" + folder.name() + "/ns";
     ASSERT_EQ(test::readFile(inside + "/daemon.pid"), test::readFile(rootsFile));
@@ -595,8 +568,8 @@ TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountFromAnotherClock) {
     Program const account([this] {
         enterAnotherClock();
         performInFork([this] {
-            become(kUser);
-            test::writeFile(name, std::to_string(getpid()) + "\n1 " + bootIdentifier());
+            test::becomeUser();
+            test::writeFile(name, std::to_string(getpid()) + "\n1 " + test::bootIdentifier() + "\n");
             std::cout << getpid() << std::flush;
             pause();
         });

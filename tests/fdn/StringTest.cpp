@@ -1,6 +1,7 @@
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
 #include "support/TemporaryFolder.h"
+#include "support/cases.h"
 
 #include <fdn/CError.h>
 #include <fdn/P.h>
@@ -510,13 +511,13 @@ INSTANTIATE_TEST_SUITE_P(
                     BytesCase{"Surrogate", "\xED\xA0\x80", "\xED\xA0\x80"},
                     BytesCase{"BeyondUnicode", "\xF4\x90\x80\x80", "\xF4\x90\x80\x80"},
                     BytesCase{"FiveByteForm", "\xF8\x88\x80\x80\x80", "\xF8\x88\x80\x80\x80"}),
-    [](auto const& test) { return std::string(test.param.name); });
+    test::nameOfCase);
 
 namespace {
 
 /// Runs the encoding program and returns the lines that it writes.
 std::string encodings(test::Environment const& environment, bool startsFoundation) {
-    std::vector<std::string> command{FDN_TESTS_ENCODINGS};
+    std::vector<std::string> command{DMN_ENCODINGS};
     if (startsFoundation)
         command.emplace_back("start");
     test::Outcome const outcome = test::run(command, environment);
@@ -581,7 +582,7 @@ std::string toHexadecimal(std::string const& bytes) {
 
 /// Runs the encoding program in a folder and returns the lines that it writes.
 std::string pathsIn(std::string const& folder, test::Environment const& environment) {
-    test::Outcome const outcome = test::run({FDN_TESTS_ENCODINGS, "start", folder}, environment);
+    test::Outcome const outcome = test::run({DMN_ENCODINGS, "start", folder}, environment);
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     return outcome.output;
 }

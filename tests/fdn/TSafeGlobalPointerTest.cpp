@@ -325,25 +325,19 @@ TEST_F(TSafeGlobalPointer, LeavesAnObjectThatOthersHoldAliveWhenItGoes) {
 }
 
 TEST(SafeGlobalObjects, MayJoinPathsInTheirConstruction) {
-    test::Outcome const outcome = test::run({FDN_TESTS_USE_GLOBALS, "join-in-construction"});
-
-    EXPECT_EQ(outcome.signal, 0);
-    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(test::run({DMN_USE_GLOBALS, "join-in-construction"}).status, 0);
 }
 
 TEST(SafeGlobalObjects, KeepNobodyFromLoggingWhileTheyAreConstructed) {
     test::TemporaryFolder const folder;
 
     test::Outcome const outcome =
-        test::run({FDN_TESTS_USE_GLOBALS, "log-in-construction"}, {{"XDG_STATE_HOME", folder.name("state")}});
+        test::run({DMN_USE_GLOBALS, "log-in-construction"}, {{"XDG_STATE_HOME", folder.name("state")}});
 
     EXPECT_EQ(outcome.signal, 0);
     EXPECT_EQ(outcome.status, 0);
 }
 
 TEST(SafeGlobalObjects, AreAnErrorOnceTheyAreDestroyed) {
-    test::Outcome const outcome = test::run({FDN_TESTS_USE_GLOBALS, "use-destroyed"});
-
-    EXPECT_EQ(outcome.signal, 0);
-    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(test::run({DMN_USE_GLOBALS, "use-destroyed"}).status, 0);
 }

@@ -23,8 +23,6 @@
 #include <iostream>
 #include <new>
 #include <set>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -53,6 +51,7 @@ using test::await;
 using test::BlockedSignal;
 using test::CurrentFolder;
 using test::errorOf;
+using test::linesOf;
 using test::reap;
 using test::TemporaryFolder;
 using testing::Contains;
@@ -97,14 +96,6 @@ std::string readAll(CIPCConnectionToSubProcess& connection) {
     while (std::size_t const count = connection.read(buffer.data(), buffer.size()))
         content.append(buffer.data(), count);
     return content;
-}
-
-std::vector<std::string> linesOf(std::string const& text) {
-    std::istringstream stream(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
 }
 
 String propertyOf(CError const& error, char const* name) {
@@ -1052,8 +1043,7 @@ TEST_F(Impersonation, RunsUnderRootWhenAskedTo) {
 
 TEST_F(Impersonation, TakesBothIdentitiesOfAProcessThatHasRaisedItself) {
     test::Outcome const outcome = test::runInChild([] {
-        if (setresuid(61002, 0, 61002) == -1)
-            throw std::runtime_error("setresuid");
+        test::require(setresuid(test::kOther, 0, test::kOther) == 0, "setresuid");
         RunningProgram const program(ForkExecLevel::Child, Path("/"), user().get());
         std::cout << test::statusOf(program.pid(), "Uid");
     });
@@ -1063,8 +1053,7 @@ TEST_F(Impersonation, TakesBothIdentitiesOfAProcessThatHasRaisedItself) {
 
 TEST_F(Impersonation, IsNotForOrdinaryUsers) {
     test::Outcome const outcome = test::runInChild([] {
-        if (setresuid(61002, 61002, 61002) == -1)
-            throw std::runtime_error("setresuid");
+        test::require(setresuid(test::kOther, test::kOther, test::kOther) == 0, "setresuid");
         startAsUser(command("/bin/true"));
     });
 
@@ -1080,7 +1069,7 @@ TEST_F(Impersonation, NamesAnAccountThatDoesNotExist) {
 }
 
 TEST_F(Impersonation, RefusesAnAccountWithAnotherNumber) {
-    auto const wrong = fdn::newObj<CImpersonateInfo>(fdn::CSystemUserID(61002, "dmnuser"));
+    auto const wrong = fdn::newObj<CImpersonateInfo>(fdn::CSystemUserID(test::kOther, "dmnuser"));
 
     CError const error = errorOf([&] { RunningProgram(ForkExecLevel::Child, Path("/"), wrong.get()); });
 

@@ -1,6 +1,7 @@
 #include "life_cycle/LifeCycle.h"
 
 #include "support/SilentFileSystem.h"
+#include "support/cases.h"
 #include "support/processInfo.h"
 
 #include <filesystem>
@@ -45,32 +46,10 @@ private:
     pid_t m_thread = 0;
 };
 
-/// What tells the process from others with its number: when it was started, and at which boot.
-std::string startTimeOf(pid_t process) {
-    std::string const stat = test::readFile("/proc/" + std::to_string(process) + "/stat");
-    std::istringstream fields(stat.substr(stat.rfind(')') + 1));
-    std::string field;
-    for (int i = 0; i < 20; ++i)
-        fields >> field;
-    return field;
-}
-
-std::string bootIdentifier() {
-    std::istringstream file(test::readFile("/proc/sys/kernel/random/boot_id"));
-    std::string boot;
-    file >> boot;
-    return boot;
-}
-
 /// Names the cases of the tests below.
 template <class Case>
 auto operator<<(std::ostream& stream, Case const& testCase) -> decltype(stream << testCase.name) {
     return stream << testCase.name;
-}
-
-template <class Case>
-std::string nameOf(testing::TestParamInfo<Case> const& info) {
-    return info.param.name;
 }
 
 /// Installs the daemon for an account that owns the control folder.
@@ -142,8 +121,8 @@ std::string describe(std::string text, Stranger const& stranger) {
     text = replace(text, "{wrapped}", std::to_string(twoTo32 + stranger.process()));
     text = replace(text, "{process}", std::to_string(stranger.process()));
     text = replace(text, "{thread}", std::to_string(stranger.thread()));
-    text = replace(text, "{start}", startTimeOf(stranger.process()));
-    return replace(text, "{boot}", bootIdentifier());
+    text = replace(text, "{start}", test::startTimeOf(stranger.process()));
+    return replace(text, "{boot}", test::bootIdentifier());
 }
 
 class HostileContentTest : public HostilePIDFileTest, public testing::WithParamInterface<Content> {};
@@ -173,7 +152,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Content{"EarlierProcess", "{process}\n1 {boot}\n", 0},
                     Content{"EarlierBoot", "{process}\n{start} 00000000-0000-4000-8000-000000000000\n", 0},
                     Content{"CutSecondLine", "{process}\n{start}\n", 0}),
-    &nameOf<Content>);
+    test::nameOfCase);
 
 INSTANTIATE_TEST_SUITE_P(OfTheAccount, HostileContentTest,
                          testing::Values(Content{"RootsProcess", "{process}\n", test::kUser},
@@ -181,7 +160,7 @@ INSTANTIATE_TEST_SUITE_P(OfTheAccount, HostileContentTest,
                                                  test::kUser},
                                          Content{"LineOfDOS", "{process}\r\n", test::kUser},
                                          Content{"FirstProcess", "1\n", test::kUser}),
-                         &nameOf<Content>);
+                         test::nameOfCase);
 
 TEST_F(HostilePIDFileTest, ThatNamesAnotherAccountsProcessHasNobodySignalled) {
     Stranger stranger("dmnother");
@@ -254,7 +233,7 @@ INSTANTIATE_TEST_SUITE_P(
         Obstacle{"Socket", [](auto const& path, auto const&) { makeSocket(path); }},
         Obstacle{"SparseFile",
                  [](auto const& path, auto const& file) { makeSparse(path, test::readFile(file)); }}),
-    &nameOf<Obstacle>);
+    test::nameOfCase);
 
 TEST_F(HostilePIDFileTest, ThatIsAFolderKeepsTheDaemonFromComingUp) {
     std::filesystem::create_directory(pidFile());
@@ -338,6 +317,6 @@ INSTANTIATE_TEST_SUITE_P(By, ReusedNumberTest,
                                          Reuse{"TheAccountsProcess", "dmnuser", false},
                                          Reuse{"AnotherAccountsProcess", "dmnother", false},
                                          Reuse{"Thread", "root", true}),
-                         &nameOf<Reuse>);
+                         test::nameOfCase);
 
 } // namespace

@@ -15,12 +15,6 @@ namespace test {
 
 namespace {
 
-// The log opens its file at its first entry, so closing it makes the next entry go where the variable says
-// now.
-void closeLog() {
-    fdn::CXMLLog::CGlobalLogCloser const closer;
-}
-
 std::string unescape(std::string text) {
     for (auto const& [escape, character] :
          {std::pair("&lt;", "<"), std::pair("&gt;", ">"), std::pair("&amp;", "&")})
@@ -40,6 +34,10 @@ std::vector<std::string> readLog(std::string const& path) {
         entries.push_back((parts[1] == "error" ? "error: " : "") + unescape(parts[2]));
     }
     return entries;
+}
+
+void closeLog() {
+    fdn::CXMLLog::CGlobalLogCloser const closer;
 }
 
 CapturedLog::CapturedLog() {

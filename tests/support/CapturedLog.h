@@ -11,6 +11,9 @@ namespace test {
 /// A missing file has no entries. Fails the running test at a line that is not an entry.
 std::vector<std::string> readLog(std::string const& path);
 
+/// Closes this process's log, which opens its file at the next entry, where FDN_LOG_FILE says by then.
+void closeLog();
+
 /// While it lives, the log of this process and of the programs that it starts goes to a fresh file that every
 /// account can write to. It sets the variable FDN_LOG_FILE and removes it in the end, so there can be only
 /// one at a time.

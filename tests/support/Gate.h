@@ -1,6 +1,6 @@
 #pragma once
 
-#include <fdn/system/Descriptor.h>
+#include "support/Pipe.h"
 
 namespace test {
 
@@ -8,17 +8,14 @@ namespace test {
 /// the gate closed for the others until it has passed, opened the gate or ended.
 class Gate {
 public:
-    Gate();
-
     /// Lets everybody pass. For the process that made the gate.
-    void open() { m_writing.reset(); }
+    void open() { m_pipe.writing.reset(); }
 
     /// Waits until the gate is open or the process that made it has ended.
     void pass();
 
 private:
-    fdn::Descriptor m_reading;
-    fdn::Descriptor m_writing;
+    Pipe m_pipe = makePipe();
 };
 
 } // namespace test

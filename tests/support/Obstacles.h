@@ -66,6 +66,9 @@ void refuseSystemCall(long number, int error);
 /// test, again.
 void endAtSystemCall(long number);
 
+/// Unmounts /proc for this process, a child of the test, and for those that it starts.
+void removeProc();
+
 /// Stops this process, a child of the test, until the test calls performBefore() for it.
 void awaitPerformBefore();
 

@@ -22,13 +22,16 @@ bool isInPrivateRoot();
 /// Whether processes can run under other accounts, because root made the private root.
 bool hasOtherAccounts();
 
-/// The number of the account "dmnuser" and of its group, and that of the group "dmnextra".
+/// The numbers of the accounts "dmnuser" and "dmnother", each that of a group as well, and of the group
+/// "dmnextra".
 constexpr unsigned kUser = 61001;
+constexpr unsigned kOther = 61002;
 constexpr unsigned kExtraGroup = 61003;
 
-/// Makes this process, which must be root's, one of "dmnuser" with its groups, for good. For children of a
-/// test.
+/// These turn this process, which must be root's, into one of "dmnuser" or "dmnother" with the account's
+/// groups, for good; so they are for children of a test. They throw std::system_error when they cannot.
 void becomeUser();
+void becomeOther();
 
 /// The base of tests that touch /etc, /run or /var/log; skips them outside a private root. There, the test
 /// has root's rights, and there are the accounts "dmnuser" (user and group 61001, member of the group

@@ -1,6 +1,6 @@
 #include "support/Program.h"
 
-#include <gtest/gtest.h>
+#include "support/await.h"
 
 #include <array>
 #include <cerrno>
@@ -156,6 +156,18 @@ void Program::endAfterAMinute() const {
         return;
     ADD_FAILURE() << "The program has not ended within a minute. Its output so far: " << output() << errors();
     sendSignal(SIGKILL);
+}
+
+testing::AssertionResult awaitOutput(Program const& program, std::string const& output) {
+    if (await([&] { return program.output() == output; }))
+        return testing::AssertionSuccess();
+    return testing::AssertionFailure()
+           << "output: '" << program.output() << "', errors: '" << program.errors() << "'";
+}
+
+void require(bool condition, std::string const& reason) {
+    if (!condition)
+        throw std::runtime_error(reason);
 }
 
 Outcome run(std::vector<std::string> const& arguments, Environment const& environment) {

@@ -2,6 +2,8 @@
 
 #include <fdn/system/Descriptor.h>
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <map>
 #include <string>
@@ -60,6 +62,14 @@ private:
     pid_t m_pid = -1;
     bool m_hasEnded = false;
 };
+
+/// Waits until the program has written exactly this. The failure, after 30 seconds, says what it has written
+/// instead.
+testing::AssertionResult awaitOutput(Program const& program, std::string const& output);
+
+/// Throws std::runtime_error with this reason unless the condition holds: for children of a test, where
+/// expectations do not count.
+void require(bool condition, std::string const& reason);
 
 /// Runs a program and waits for its end.
 Outcome run(std::vector<std::string> const& arguments, Environment const& environment = {});

@@ -3,6 +3,7 @@
 #include <fdn/Path.h>
 
 #include <string>
+#include <vector>
 
 namespace test {
 
@@ -29,6 +30,9 @@ private:
 
 /// Returns the content of a file, byte for byte. Fails the running test when the file cannot be read.
 std::string readFile(std::string const& path);
+
+/// The lines of a text, without their line feeds.
+std::vector<std::string> linesOf(std::string const& text);
 
 /// Creates the file or replaces its content. Fails the running test when it cannot be written.
 void writeFile(std::string const& path, std::string const& content);

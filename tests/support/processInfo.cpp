@@ -36,6 +36,20 @@ std::string statusOf(pid_t process, std::string const& field) {
     return std::string();
 }
 
+std::string startTimeOf(pid_t process) {
+    std::string const stat = readFile(procFolderOf(process) + "/stat");
+    // The name of the process, the second field, may contain anything, parentheses included.
+    std::istringstream fields(stat.substr(stat.rfind(')') + 1));
+    std::string field;
+    for (int i = 3; i <= 22; ++i)
+        fields >> field;
+    return field;
+}
+
+std::string bootIdentifier() {
+    return joinWords(readFile("/proc/sys/kernel/random/boot_id"));
+}
+
 std::set<int> descriptorsOf(pid_t process) {
     std::string const folder = procFolderOf(process) + "/fd";
     std::set<int> descriptors;

@@ -11,6 +11,11 @@ namespace test {
 /// of blanks as one. Fails the running test when there is no such field.
 std::string statusOf(pid_t process, std::string const& field);
 
+/// When a process was started, in clock ticks since the boot (proc_pid_stat(5)), and which boot that was.
+/// Together they tell a process from others with its number.
+std::string startTimeOf(pid_t process);
+std::string bootIdentifier();
+
 /// The descriptors that a process has open. Those of this process include the one through which they are
 /// read.
 std::set<int> descriptorsOf(pid_t process);
