@@ -4,6 +4,8 @@
 //
 // Usage: lives --program VICTIM [--long]
 
+#include "report.h"
+
 #include <dmn/dmn.h>
 
 #include <fdn/CFdnInit.h>
@@ -13,7 +15,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <iterator>
 #include <set>
 #include <stdexcept>
@@ -27,17 +28,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using torture::require;
+
 constexpr int kSkipped = 77;
 constexpr int kShortRun = 60;
 constexpr int kLongRun = 2000;
 constexpr int kWarmUpRounds = 20;
 constexpr int kPatienceMs = 30000;
 constexpr long kToleratedGrowth = 64; // KiB, because a few pages may still be touched for the first time
-
-void require(bool kept, std::string const& what) {
-    if (!kept)
-        throw std::runtime_error(what);
-}
 
 /// What must not grow.
 struct Possessions {
@@ -146,11 +144,8 @@ int main(int argc, char** argv) {
     int const rounds = argc > 3 ? kLongRun : kShortRun;
     fdn::CFdnInit const foundation(true);
     setenv("FDN_LOG_FILE", "/dev/null", 1);
-    try {
+    return torture::report([&] {
         liveManyTimes(argv[2], rounds);
-    } catch (std::exception const& error) {
-        std::cout << "FAILED: " << error.what() << std::endl;
-        return 1;
-    }
-    std::printf("%d lives\n", rounds);
+        std::printf("%d lives\n", rounds);
+    });
 }

@@ -7,6 +7,7 @@
 // Usage: terminated --program VICTIM [--long]
 
 #include "Marks.h"
+#include "report.h"
 
 #include <fdn/system/Descriptor.h>
 
@@ -14,7 +15,6 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <iostream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -32,16 +32,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using std::chrono::microseconds;
+using torture::require;
 
 constexpr int kPatienceMs = 30000;
 constexpr int kRoundsToMeasure = 20;
 constexpr int kShortRun = 600;
 constexpr int kLongRun = 12000;
-
-void require(bool kept, std::string const& what) {
-    if (!kept)
-        throw std::runtime_error(what);
-}
 
 /// The control folder of the victims, and the file of their marks.
 class Scene {
@@ -241,11 +237,8 @@ int main(int argc, char** argv) {
     if (argc < 3)
         return 2;
     int const rounds = argc > 3 ? kLongRun : kShortRun;
-    try {
+    return torture::report([&] {
         sweep(argv[2], rounds);
-    } catch (std::exception const& error) {
-        std::cout << "FAILED: " << error.what() << std::endl;
-        return 1;
-    }
-    std::printf("%d victims terminated\n", rounds);
+        std::printf("%d victims terminated\n", rounds);
+    });
 }
