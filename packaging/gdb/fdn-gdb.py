@@ -18,7 +18,7 @@ def is_known(value):
 
 
 class StringPrinter:
-    """wxString, and fdn::String, which derives from it."""
+    """Shows a wxString, and so an fdn::String, which derives from it."""
 
     def __init__(self, value):
         self.text = value["m_impl"]
