@@ -35,6 +35,15 @@ protected:
         m_entry->handleCommandParams(parser);
     }
 
+    /// Expects that this timeout changes nothing and that one error entry gives the reason.
+    void expectRefusedTimeout(std::string const& timeout, std::string const& reason) {
+        store({"--timeout=" + timeout, "start"});
+
+        EXPECT_EQ(60000, m_entry->m_timeoutMs);
+        EXPECT_THAT(m_log.entries(),
+                    ElementsAre("error: Bad commandline: timeout '" + timeout + "' " + reason + "."));
+    }
+
     /// All options with a text, in the order of the table of options.
     std::vector<std::string> texts() const {
         return {m_entry->m_controlFolder.getText().toUTF8(),
@@ -132,11 +141,7 @@ class CommandLineNoTimeoutTest : public CommandLineOptionsTest,
                                  public testing::WithParamInterface<char const*> {};
 
 TEST_P(CommandLineNoTimeoutTest, TextThatIsNoNumberLeavesTheTimeoutAndMakesOneErrorEntry) {
-    store({std::string("--timeout=") + GetParam(), "start"});
-
-    EXPECT_EQ(60000, m_entry->m_timeoutMs);
-    EXPECT_THAT(m_log.entries(), ElementsAre(std::string("error: Bad commandline: timeout '") + GetParam() +
-                                             "' is not a number."));
+    expectRefusedTimeout(GetParam(), "is not a number");
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, CommandLineNoTimeoutTest,
@@ -146,11 +151,7 @@ class CommandLineLongTimeoutTest : public CommandLineOptionsTest,
                                    public testing::WithParamInterface<char const*> {};
 
 TEST_P(CommandLineLongTimeoutTest, NumberOutOfRangeLeavesTheTimeoutAndIsCalledSo) {
-    store({std::string("--timeout=") + GetParam(), "start"});
-
-    EXPECT_EQ(60000, m_entry->m_timeoutMs);
-    EXPECT_THAT(m_log.entries(), ElementsAre(std::string("error: Bad commandline: timeout '") + GetParam() +
-                                             "' is out of range."));
+    expectRefusedTimeout(GetParam(), "is out of range");
 }
 
 INSTANTIATE_TEST_SUITE_P(Numbers, CommandLineLongTimeoutTest,

@@ -961,7 +961,7 @@ TEST_F(UsualLogPlaceTest, MayBeAFileThatCannotBeRead) {
     EXPECT_THAT(contentsOf(m_folder.name("log")), ElementsAre("text"));
 }
 
-// The pipe's file belongs to root, so that the user cannot open it anew.
+// The pipe's file belongs to root, so that the user cannot open it again.
 TEST_F(UsualLogPlaceTest, MayBeAPipeOfAnotherUserAndKeepsNobodyWaiting) {
     setenv("FDN_LOG_FILE", "/dev/stderr", 1);
     test::Pipe const pipe = test::makePipe();

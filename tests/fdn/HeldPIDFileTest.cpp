@@ -99,6 +99,16 @@ bool isLocked(std::string const& name) {
     return outcome.output == "1";
 }
 
+/// Locks the whole file by this command of fcntl(2), says so, and keeps the lock as long as the process
+/// lives.
+void keepLocked(Descriptor const& file, int command, short type) {
+    struct flock lock = {};
+    lock.l_type = type;
+    require(fcntl(file.get(), command, &lock) == 0, "fcntl");
+    std::cout << "locked" << std::flush;
+    pause();
+}
+
 class HeldPIDFile : public test::PrivateRootTest {
 protected:
     HeldPIDFile() { test::setMode(folder.name(), 0755); }
@@ -362,12 +372,7 @@ TEST_F(HeldPIDFileOfAccounts, LeftBehindIsFreeThoughEveryoneWhoMayReadItLocksIt)
     test::writeFile(name, "1000000000\n");
     Program const reader([this] {
         test::becomeOther();
-        Descriptor const file(open(name.c_str(), O_RDONLY | O_CLOEXEC));
-        struct flock lock = {};
-        lock.l_type = F_RDLCK;
-        require(fcntl(file.get(), F_SETLK, &lock) == 0, "fcntl");
-        std::cout << "locked" << std::flush;
-        pause();
+        keepLocked(Descriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC)), F_SETLK, F_RDLCK);
     });
     ASSERT_TRUE(awaitOutput(reader, "locked"));
 
@@ -397,12 +402,7 @@ TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountWithALockOfAnotherKind) 
     Program const account([this] {
         test::becomeUser();
         test::writeFile(name, "1000000000\n");
-        Descriptor const file(open(name.c_str(), O_RDWR | O_CLOEXEC));
-        struct flock lock = {};
-        lock.l_type = F_WRLCK;
-        require(fcntl(file.get(), F_OFD_SETLK, &lock) == 0, "fcntl");
-        std::cout << "locked" << std::flush;
-        pause();
+        keepLocked(Descriptor(open(name.c_str(), O_RDWR | O_CLOEXEC)), F_OFD_SETLK, F_WRLCK);
     });
     ASSERT_TRUE(awaitOutput(account, "locked"));
 
