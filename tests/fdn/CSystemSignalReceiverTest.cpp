@@ -1,6 +1,7 @@
 #include "support/BlockedSignal.h"
 #include "support/CapturedLog.h"
 #include "support/Program.h"
+#include "support/SignalTreatment.h"
 #include "support/await.h"
 #include "support/errors.h"
 #include "support/fileInfo.h"
@@ -172,7 +173,7 @@ TEST_F(SignalReceiver, WorksForASignalThatWasPendingAlready) {
 }
 
 TEST_F(SignalReceiver, WorksWhereTheSignalWasIgnored) {
-    signal(SIGTERM, SIG_IGN);
+    test::SignalTreatment const ignored(SIGTERM, SIG_IGN);
     handle(SysSignal::Terminate, handler.get());
 
     sendToSelf(SysSignal::Terminate);
@@ -180,7 +181,6 @@ TEST_F(SignalReceiver, WorksWhereTheSignalWasIgnored) {
     EXPECT_TRUE(awaitCalls(handler, 1));
     handle(SysSignal::Terminate, nullptr);
     EXPECT_EQ(treatmentOf(SIGTERM), "ignored");
-    signal(SIGTERM, SIG_DFL);
 }
 
 TEST_F(SignalReceiver, LetsTheThreadBlockWhatItDoesNotHandle) {

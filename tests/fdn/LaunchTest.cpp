@@ -1,5 +1,6 @@
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
+#include "support/SignalTreatment.h"
 #include "support/SilentFileSystem.h"
 #include "support/TemporaryFolder.h"
 #include "support/await.h"
@@ -99,8 +100,6 @@ std::vector<int> reapAll() {
     return states;
 }
 
-void passOver(int) {}
-
 class LaunchOnEveryLevel : public Launch, public testing::WithParamInterface<ForkExecLevel> {};
 
 TEST_P(LaunchOnEveryLevel, FailsInAFolderThatNeverAnswers) {
@@ -141,7 +140,7 @@ TEST_F(Launch, FailsWhereTheAccountStopsWhatItMay) {
 
 TEST_F(Launch, FailsInAFolderThatNeverAnswersWhereAProcessInBetweenWaits) {
     TemporaryFolder const folder;
-    signal(SIGCHLD, &passOver);
+    test::SignalTreatment const handled(SIGCHLD, [](int) {});
     fdn::StandardStreams streams = {fdn::useNothing(), fdn::useNothing(), fdn::useNothing()};
 
     CError const error = errorInSilence(folder, [&] {
@@ -151,7 +150,6 @@ TEST_F(Launch, FailsInAFolderThatNeverAnswersWhereAProcessInBetweenWaits) {
 
     EXPECT_THAT(error.what(), HasSubstr("chdir did not finish"));
     EXPECT_THAT(reapAll(), ElementsAre(SIGKILL));
-    signal(SIGCHLD, SIG_DFL);
 }
 
 } // namespace

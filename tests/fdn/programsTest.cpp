@@ -3,6 +3,7 @@
 #include "support/Obstacles.h"
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
+#include "support/SignalTreatment.h"
 #include "support/TemporaryFolder.h"
 #include "support/await.h"
 #include "support/errors.h"
@@ -53,6 +54,7 @@ using test::CurrentFolder;
 using test::errorOf;
 using test::linesOf;
 using test::reap;
+using test::SignalTreatment;
 using test::TemporaryFolder;
 using testing::Contains;
 using testing::HasSubstr;
@@ -132,22 +134,6 @@ private:
 bool hasJustStandardStreams(RunningProgram const& program) {
     return await([&] { return test::descriptorsOf(program.pid()) == std::set<int>{0, 1, 2}; });
 }
-
-// Sets how a signal is treated as long as the object lives.
-class Treatment {
-public:
-    Treatment(int signal, void (*treatment)(int))
-        : m_signal(signal), m_previous(::signal(signal, treatment)) {}
-
-    Treatment(Treatment const&) = delete;
-    Treatment& operator=(Treatment const&) = delete;
-
-    ~Treatment() { ::signal(m_signal, m_previous); }
-
-private:
-    int m_signal;
-    void (*m_previous)(int);
-};
 
 // Checks that whatever a start does, the process then has no new descriptors and no child.
 class LeavesNothingBehind : public testing::Test {
@@ -229,6 +215,7 @@ TEST_F(ExecSync, TakesTheStatusOneForANo) {
 
 TEST_F(ExecSync, ThrowsWhereChildrenBecomeForgottenMeanwhile) {
     TemporaryFolder const folder;
+    SignalTreatment const asUsual(SIGCHLD, SIG_DFL);
     std::thread other([&] {
         EXPECT_TRUE(await(&test::hasChild));
         signal(SIGCHLD, SIG_IGN);
@@ -241,7 +228,6 @@ TEST_F(ExecSync, ThrowsWhereChildrenBecomeForgottenMeanwhile) {
     EXPECT_THAT(message, testing::StartsWith(
                              "The program '/bin/sh' may have failed without its whole answer to '-c until"));
     other.join();
-    signal(SIGCHLD, SIG_DFL);
 }
 
 TEST_F(ExecSync, WaitsForNobodyElseWhoHoldsTheOutput) {
@@ -578,8 +564,8 @@ TEST_F(ForkAndExec, ConnectsStreamsWhereTheCallerHasClosedItsOwn) {
 
 TEST_F(ForkAndExec, StartsWithAllSignalsUnblockedAndTreatedAsUsual) {
     BlockedSignal const blocked(SIGTERM);
-    Treatment const ignored(SIGHUP, SIG_IGN);
-    Treatment const pipeIgnored(SIGPIPE, SIG_IGN);
+    SignalTreatment const ignored(SIGHUP, SIG_IGN);
+    SignalTreatment const pipeIgnored(SIGPIPE, SIG_IGN);
 
     for (ForkExecLevel level : {ForkExecLevel::Child, ForkExecLevel::Session, ForkExecLevel::Detached}) {
         RunningProgram const program(level);
@@ -692,7 +678,7 @@ TEST_F(ForkAndExec, ConnectsNothingWhenTheStartFails) {
 }
 
 TEST_F(ForkAndExec, WorksWhereTheCallerIgnoresItsChildren) {
-    Treatment const ignored(SIGCHLD, SIG_IGN);
+    SignalTreatment const ignored(SIGCHLD, SIG_IGN);
 
     EXPECT_GT(start(command("/bin/true"), ForkExecLevel::Detached), 0);
     EXPECT_THROW(start(command("/no/such/program"), ForkExecLevel::Detached), CError);
@@ -884,7 +870,7 @@ TEST(CIPCConnectionToSubProcess, ReportsThatTheProgramEndsInTheMiddleOfAWrite) {
 
 TEST(CIPCConnectionToSubProcess, KeepsAPipeSignalThatWasPending) {
     BlockedSignal const blocked(SIGPIPE);
-    Treatment const ignoredAtTheEnd(SIGPIPE, SIG_DFL);
+    SignalTreatment const ignoredAtTheEnd(SIGPIPE, SIG_DFL);
     raise(SIGPIPE);
     CIPCConnectionToSubProcess input;
     connectToAnEndedProgram(input);
