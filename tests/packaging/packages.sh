@@ -46,7 +46,7 @@ check_RemovedPackagesLeaveNothing() {
     expect_equal '' "$(find "$root/usr" "$root/etc" -regex '.*/\(lib\)?[df][mn]n[^/]*')"
 }
 
-# expect_whole_life FOLDER: of the example minimal in it, by the README's commands.
+# expect_whole_life FOLDER: the example minimal there must live its whole life by the README's commands.
 expect_whole_life() {
     local life
     mapfile -t life < <(from_page README.md './minimal install' './minimal uninstall')
@@ -66,7 +66,7 @@ daemon_runs() {
     in_root start-stop-daemon --status --pidfile /var/lib/minimal/minimal.pid
 }
 
-# readme_command FIRST: what README.md shows between backquotes and begins so.
+# readme_command FIRST: prints the command between backquotes in README.md that begins like this.
 readme_command() {
     local command
     command=$(tr '\n' ' ' <"$source/README.md" | grep -o "\`$1[^\`]*\`" | tr -d '`')
@@ -88,7 +88,7 @@ check_MinimalIsBuiltByTheCompilerAndPkgConfigAlone() {
     expect_whole_life /root/minimal
 }
 
-# The layer "builder" has pkg-config besides, for those who build without CMake.
+# The layer "builder" also has pkg-config, for those who build without CMake.
 check_TemplateIsBuiltWithWhatTheReadmeNames() {
     expect_equal "apt install $(sed -n 's/^builder //p' "$here/../packaging/root-packages" | grep -vx pkg-config | xargs)" \
         "$(readme_command 'apt install cmake')"
@@ -109,7 +109,7 @@ check_MinimalIsBuiltWithCMake() {
     {
         echo 'cmake_minimum_required(VERSION 3.25)'
         echo 'project(minimal LANGUAGES CXX)'
-        # shellcheck disable=SC2016 # These are Markdown.
+        # shellcheck disable=SC2016 # These backquotes are Markdown.
         sed -n '/^```cmake/,/^```/{/^```/!p}' "$source/README.md"
     } >"$root/root/minimal/CMakeLists.txt"
 
