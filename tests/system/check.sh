@@ -52,7 +52,7 @@ from_page() {
     echo "$lines"
 }
 
-# from_guide FIRST LAST: the same, from the page for administrators.
+# from_guide FIRST LAST: of the page for administrators.
 from_guide() {
     from_page docs/guide/administrators.md "$@"
 }
