@@ -17,8 +17,8 @@ public:
     BackgroundCall& operator=(BackgroundCall const&) = delete;
     ~BackgroundCall();
 
-    /// Waits until the call sleeps, on a mutex for example, or has returned. Returns whether it has not
-    /// returned.
+    /// Waits until the call sleeps, on a mutex for example, or has returned. Returns whether it is still
+    /// going on.
     bool getsBlocked() const;
 
 private:

@@ -98,7 +98,7 @@ void endAtSystemCall(long number) {
 
 void removeProc() {
     check(unshare(CLONE_NEWNS), "unshare");
-    // Every one of them: below that of the private root lies the machine's.
+    // Unmounts each of them: the machine's lies below that of the private root.
     while (umount2("/proc", MNT_DETACH) == 0)
         continue;
 }

@@ -62,8 +62,8 @@ constexpr long kChmodCall = SYS_fchmodat;
 /// undone, so use it only in children of a test.
 void refuseSystemCall(long number, int error);
 
-/// From now on, this system call ends the process with SIGSYS, which cannot be caught. For children of a
-/// test, again.
+/// From now on, this system call ends the process with SIGSYS, which cannot be caught. Use it only in
+/// children of a test.
 void endAtSystemCall(long number);
 
 /// Unmounts /proc for this process, a child of the test, and for those that it starts.

@@ -4,7 +4,7 @@
 
 namespace test {
 
-/// Two connected ends, each closed with the object that owns it and not inherited by programs.
+/// Two connected ends. Programs that the test starts do not inherit them; children that it forks do.
 struct Pipe {
     fdn::Descriptor reading;
     fdn::Descriptor writing;

@@ -13,7 +13,7 @@ namespace test {
         GTEST_SKIP() << (reason);                                                                            \
     } while (false)
 
-/// Whether a test that cannot run has failed: DMN_TEST_REQUIRE_ALL is 1.
+/// Whether a test that cannot run fails instead of being skipped (DMN_TEST_REQUIRE_ALL=1).
 bool everyTestIsRequired();
 
 /// Whether /etc, /run and /var/log are the test's own, so that it may change them.

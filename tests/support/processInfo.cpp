@@ -38,7 +38,7 @@ std::string statusOf(pid_t process, std::string const& field) {
 
 std::string startTimeOf(pid_t process) {
     std::string const stat = readFile(procFolderOf(process) + "/stat");
-    // The name of the process, the second field, may contain anything, parentheses included.
+    // The second field, the name of the process, may contain anything, parentheses included.
     std::istringstream fields(stat.substr(stat.rfind(')') + 1));
     std::string field;
     for (int i = 3; i <= 22; ++i)
