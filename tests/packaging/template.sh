@@ -159,4 +159,24 @@ check_InstallationThatFailsSaysWhyAndCanBePurged() {
     expect_absent "$root$folder"
 }
 
+check_InstallationWhereNoInitRunsStartsNothing() {
+    make_machine template runtime sysvinit
+
+    expect_success apt install "$package"
+
+    expect_in_output 'could not determine current runlevel'
+    expect_absent "$pid_file"
+    expect_success in_folder / "$(line_of_page examples/template/README.md $script)"
+    await "the daemon is up" in_root start-stop-daemon --status --pidfile $folder/weatherd.pid --user weatherd
+}
+
+check_NameThatNoPackageHasIsRefused() {
+    cp -r "$source/examples/template" "$TMPDIR"
+    sed -i s/mydaemon/Weatherd/ "$TMPDIR/template/CMakeLists.txt"
+
+    expect_status 1 cmake -S "$TMPDIR/template" -B "$TMPDIR/build"
+
+    expect_in_output "cannot be called 'Weatherd'"
+}
+
 run_check "$@"
