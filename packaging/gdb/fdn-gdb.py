@@ -1,7 +1,7 @@
-"""Lets gdb show texts, paths, pointers and buffers of libfdn as what they stand for.
+"""Makes gdb show texts, paths, pointers and buffers of libfdn as the values that they stand for.
 
-gdb loads it with the library, beside which it lies in the build tree, and in whose name it is installed. For a program
-that holds the library itself, load it by hand: source fdn-gdb.py
+gdb loads it with the library: in the build tree it lies beside the library, and it is installed under the library's
+name. For a program that is linked with the static library, load it by hand: source fdn-gdb.py
 """
 
 import gdb
@@ -9,16 +9,16 @@ import gdb.printing
 
 
 def is_known(value):
-    """Whether gdb knows what an object consists of.
+    """Whether gdb knows the fields of an object.
 
-    g++ describes a class of the library only in the library's own debugging information, unless told otherwise.
+    g++ describes the library's classes only in the library's own debugging information, unless told otherwise.
     """
     kind = value.type.strip_typedefs()
     return kind.code == gdb.TYPE_CODE_STRUCT and bool(kind.fields())
 
 
 class StringPrinter:
-    """wxString, and fdn::String, which derives from it."""
+    """Shows a wxString, and so an fdn::String, which derives from it."""
 
     def __init__(self, value):
         self.text = value["m_impl"]
@@ -40,7 +40,7 @@ class PathPrinter:
 
 
 class PPrinter:
-    """The object held, as what it really is."""
+    """Shows the object that the pointer holds, in its dynamic type."""
 
     def __init__(self, value):
         self.object = value["m_object"]
@@ -62,7 +62,7 @@ class PPrinter:
 
 
 class TBufferPrinter:
-    """The elements in use."""
+    """Shows the elements in use."""
 
     def __init__(self, value):
         self.data = value["m_data"]
@@ -81,7 +81,7 @@ class TBufferPrinter:
 
 
 class TCryptBufferPrinter(TBufferPrinter):
-    """Keeps the secret: what is on the screen is soon in a report."""
+    """Shows no elements: they are secret, and what a debugger prints soon ends up in a report."""
 
     def children(self):
         return iter(())

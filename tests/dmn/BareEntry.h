@@ -6,7 +6,7 @@
 
 namespace test {
 
-/// A front end whose operations are called one by one, without entry(). It shows its fields.
+/// A front end that shows its fields and whose operations the tests call one by one, without entry().
 class BareEntry : public dmn::CDaemonEntry {
 public:
     ~BareEntry() override { onDelete(); }

@@ -19,7 +19,8 @@ using testing::HasSubstr;
 
 class CDaemonController : public ControllerTest {
 protected:
-    /// A script that answers any verb with the text, and notes each call with a line in the file "calls".
+    /// Writes a script that answers every verb with the text and records each call as a line in the file
+    /// "calls".
     void writeAnsweringScript(std::string const& answer) const {
         writeInitScript("#!/bin/sh\necho \"$*\" >>" + m_folder.name("calls") + "\nprintf '" + answer + "'\n");
     }
@@ -30,7 +31,7 @@ protected:
         return Controller::getInitScriptPath(id).getText().toUTF8();
     }
 
-    /// IDs that can name no files.
+    /// IDs that cannot name files.
     static std::vector<fdn::String> badIDs() {
         fdn::String withNUL("app");
         withNUL.append(1, L'\0');
@@ -302,7 +303,7 @@ TEST_F(CDaemonController, ReadsRunsOfInnerBlanksAsOne) {
     EXPECT_EQ("a b", attribute("RunAs"));
 }
 
-TEST_F(CDaemonController, ReadsPathsWithoutNormalisingThem) {
+TEST_F(CDaemonController, ReadsPathsWithoutNormalizingThem) {
     writeAnsweringScript("/x/../y//z/\\n");
 
     EXPECT_EQ("/x/../y//z/", Controller::getControlFolder("app").getText().toUTF8());

@@ -39,7 +39,7 @@ protected:
 
     void signal() { m_entry->m_signalHandler->handleSystemSignal(fdn::SysSignal::Terminate); }
 
-    /// Whether the daemon has been asked to stop when its init() is called.
+    /// Runs the daemon and returns whether it had been asked to stop when its init() was called.
     bool runsIntoStop() {
         bool asked = false;
         m_daemon->onInit = [&] { asked = m_daemon->shouldStop(); };
@@ -47,7 +47,7 @@ protected:
         return asked;
     }
 
-    /// Whether the entry knows a manager while the action waits for the signal handler to have forwarded to
+    /// Whether the entry knows a manager while the action waits until the signal handler has forwarded to
     /// this one.
     bool knowsAManagerDuring(std::function<void()> const& action, ObservedManager& forwardedTo) {
         std::unique_lock<fdn::IMutex> forwarding(forwardedTo.mutex());
@@ -56,7 +56,7 @@ protected:
         test::BackgroundCall const acting(action);
         EXPECT_TRUE(acting.getsBlocked());
         bool const isKnown = static_cast<bool>(m_entry->getDaemonManager());
-        forwarding.unlock(); // before the calls are waited for
+        forwarding.unlock(); // before the destructors wait for the calls
         return isKnown;
     }
 
@@ -308,7 +308,7 @@ TEST_F(CDaemonEntryTest, HostDisposesOfItThroughTheInterface) {
     EXPECT_TRUE(deleted);
 }
 
-// The whole run, in a process of its own
+// The whole run, in its own process
 
 class EntryTest : public test::TestDaemonFixture<testing::Test> {
 protected:
@@ -394,7 +394,7 @@ TEST_F(EntryTest, SignalWhileTheCommandIsBeingPreparedStopsTheDaemonBeforeItsIni
 
 TEST_F(EntryTest, SignalFromOutsideBeforeTheManagerExistsStopsTheDaemon) {
     Program daemon = start(in({"run"}), "createDaemonInfo=pause");
-    ASSERT_TRUE(test::await([&] { return daemon.output() == "createDaemonInfo\n"; }));
+    ASSERT_TRUE(test::awaitOutput(daemon, "createDaemonInfo\n"));
 
     daemon.sendSignal(SIGTERM);
     go();
@@ -412,7 +412,7 @@ TEST_F(EntryTest, SignalDuringInitStopsTheDaemonInRun) {
 
 TEST_F(EntryTest, SeveralSignalsStopTheDaemonAsOneDoes) {
     Program daemon = start(in({"run"}), "daemon.run=pause");
-    ASSERT_TRUE(test::await([&] { return daemon.output() == "daemon.run\n"; }));
+    ASSERT_TRUE(test::awaitOutput(daemon, "daemon.run\n"));
 
     daemon.sendSignal(SIGTERM);
     daemon.sendSignal(SIGTERM);
@@ -425,7 +425,7 @@ TEST_F(EntryTest, SeveralSignalsStopTheDaemonAsOneDoes) {
 TEST_F(EntryTest, OtherSignalsAreLeftToTheSystem) {
     for (int const signal : {SIGHUP, SIGINT, SIGUSR1}) {
         Program daemon = start(in({"run"}), "daemon.run=say");
-        ASSERT_TRUE(test::await([&] { return daemon.output() == "daemon.run\n"; }));
+        ASSERT_TRUE(test::awaitOutput(daemon, "daemon.run\n"));
 
         daemon.sendSignal(signal);
 
@@ -468,7 +468,7 @@ TEST_F(EntryTest, SecondCallAsksForTheDaemonsDescriptionAgain) {
 
 TEST_F(EntryTest, SignalDuringTheApplicationsInitIsLeftToTheSystem) {
     Program daemon = start(in({"run"}), "init=pause");
-    ASSERT_TRUE(test::await([&] { return daemon.output() == "init\n"; }));
+    ASSERT_TRUE(test::awaitOutput(daemon, "init\n"));
 
     daemon.sendSignal(SIGTERM);
 
@@ -527,7 +527,7 @@ TEST_P(EntryHookTest, ErrorIsLoggedAndPrintedOnceAndGivesStatus2) {
     EXPECT_FALSE(std::filesystem::exists(pidFile()));
 }
 
-// The runtime's own words about an exception that nobody catches come after all that belongs to this program.
+// What the runtime says about an uncaught exception comes after everything that belongs to this program.
 TEST_P(EntryHookTest, OtherThrownTypesLeaveEntryUnreportedWithoutAPIDFile) {
     Outcome const outcome = run(in({"run"}), hook + "=throw-number");
 

@@ -32,11 +32,11 @@ class CDaemonManagerTest : public testing::Test {
 protected:
     bool hasPIDFile() const { return std::filesystem::exists(m_folder.name("app.pid")); }
 
-    /// Runs the daemon, whatever it throws.
+    /// Runs the daemon and swallows whatever it throws.
     void runDaemonAnyhow() {
         try {
             m_manager->runDaemon(m_daemon.get());
-        } catch (...) { // NOLINT(bugprone-empty-catch): the test is about what is left
+        } catch (...) { // NOLINT(bugprone-empty-catch): the test is about what it leaves behind
         }
     }
 
@@ -46,7 +46,7 @@ protected:
     fdn::P<ScriptedDaemon> m_daemon = fdn::newObj<ScriptedDaemon>(m_folder.path());
 };
 
-// What the status becomes, by what it is and what it is set to.
+// The status that results, by the current status (row) and the one that is set (column).
 constexpr Status kTransitions[4][4] = {
     {Status::Starting, Status::Running, Status::Stopping, Status::Stopped},
     {Status::Starting, Status::Running, Status::Stopping, Status::Stopped},
@@ -181,7 +181,7 @@ TEST_F(CDaemonManagerTest, StopRequestedDuringInitReachesTheDaemonAndKeepsTheSta
     EXPECT_EQ(Status::Stopped, m_manager->status());
 }
 
-// Were the daemon run with the manager's mutex held, the thread would never end.
+// If the daemon ran with the manager's mutex held, the thread would never end.
 TEST_F(CDaemonManagerTest, StopRequestIsNotHeldUpByTheRunningDaemon) {
     m_daemon->onRun = [&] { std::thread([this] { m_manager->signalStop(); }).join(); };
 

@@ -32,7 +32,7 @@ TEST(CDaemon, KeepsItsIdAndControlFolderAsTheyAreGiven) {
     EXPECT_FALSE(daemon.getControlFolder().isNormalized());
 }
 
-TEST(CDaemon, KeepsTheMarkOfANormalisedControlFolder) {
+TEST(CDaemon, KeepsTheMarkOfANormalizedControlFolder) {
     CIdleDaemon const daemon(fdn::Path("/folder", true, true));
 
     EXPECT_TRUE(daemon.getControlFolder().isNormalized());

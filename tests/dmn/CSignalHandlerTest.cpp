@@ -73,7 +73,7 @@ TEST_F(CSignalHandlerTest, SignalAfterTheManagerIsGoneDoesNotReachIt) {
     EXPECT_EQ(Status::Starting, m_manager->status());
 }
 
-// What the manager does with the second stop request shows in the daemon that it has by then.
+// Whether the second stop request reaches the manager shows in the daemon that is attached by then.
 TEST_F(CSignalHandlerTest, EverySignalReachesTheManagersDaemon) {
     auto const first = fdn::newObj<ScriptedDaemon>(fdn::Path());
     auto const second = fdn::newObj<ScriptedDaemon>(fdn::Path());

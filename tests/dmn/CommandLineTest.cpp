@@ -22,7 +22,7 @@ using testing::IsEmpty;
 
 class CommandLineOptionsTest : public testing::Test {
 protected:
-    /// Parses the arguments and stores the options.
+    /// Parses the arguments and stores the options in the entry.
     void store(std::vector<std::string> arguments) {
         std::vector<char*> pointers{const_cast<char*>("program")};
         for (std::string& argument : arguments)
@@ -35,7 +35,16 @@ protected:
         m_entry->handleCommandParams(parser);
     }
 
-    /// All text options, in the order of the table of options.
+    /// Expects that this timeout changes nothing and that one error entry gives the reason.
+    void expectRefusedTimeout(std::string const& timeout, std::string const& reason) {
+        store({"--timeout=" + timeout, "start"});
+
+        EXPECT_EQ(60000, m_entry->m_timeoutMs);
+        EXPECT_THAT(m_log.entries(),
+                    ElementsAre("error: Bad commandline: timeout '" + timeout + "' " + reason + "."));
+    }
+
+    /// All options with a text, in the order of the table of options.
     std::vector<std::string> texts() const {
         return {m_entry->m_controlFolder.getText().toUTF8(),
                 m_entry->m_idOption.toUTF8(),
@@ -132,11 +141,7 @@ class CommandLineNoTimeoutTest : public CommandLineOptionsTest,
                                  public testing::WithParamInterface<char const*> {};
 
 TEST_P(CommandLineNoTimeoutTest, TextThatIsNoNumberLeavesTheTimeoutAndMakesOneErrorEntry) {
-    store({std::string("--timeout=") + GetParam(), "start"});
-
-    EXPECT_EQ(60000, m_entry->m_timeoutMs);
-    EXPECT_THAT(m_log.entries(), ElementsAre(std::string("error: Bad commandline: timeout '") + GetParam() +
-                                             "' is not a number."));
+    expectRefusedTimeout(GetParam(), "is not a number");
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, CommandLineNoTimeoutTest,
@@ -146,24 +151,20 @@ class CommandLineLongTimeoutTest : public CommandLineOptionsTest,
                                    public testing::WithParamInterface<char const*> {};
 
 TEST_P(CommandLineLongTimeoutTest, NumberOutOfRangeLeavesTheTimeoutAndIsCalledSo) {
-    store({std::string("--timeout=") + GetParam(), "start"});
-
-    EXPECT_EQ(60000, m_entry->m_timeoutMs);
-    EXPECT_THAT(m_log.entries(), ElementsAre(std::string("error: Bad commandline: timeout '") + GetParam() +
-                                             "' is out of range."));
+    expectRefusedTimeout(GetParam(), "is out of range");
 }
 
 INSTANTIATE_TEST_SUITE_P(Numbers, CommandLineLongTimeoutTest,
                          testing::Values("9223372036854775808", "-9223372036854775809",
                                          "+99999999999999999999"));
 
-// What a bad command line is answered with
+// How a bad command line is answered
 
 using Arguments = std::vector<std::string>;
 
 class CommandLineTest : public test::TestDaemonFixture<testing::Test> {
 protected:
-    /// What the log says about a command line that the parser does not understand.
+    /// The log entry about a command line that the parser does not understand.
     std::string badCommandLine(int result, std::vector<std::string> const& arguments) const {
         std::string list = "\"" + program + "\"";
         for (std::string const& argument : arguments)
@@ -219,7 +220,7 @@ TEST_P(NamelessOptionTest, IsReportedLikeAnyOtherThatTheParserDoesNotKnow) {
     EXPECT_THAT(m_log.entries(), ElementsAre(badCommandLine(1, {GetParam(), "run"})));
 }
 
-TEST_P(NamelessOptionTest, IsNoneWhereItIsAnOptionsValue) {
+TEST_P(NamelessOptionTest, IsTakenForTheValueOfAnOption) {
     for (Arguments const& arguments :
          {Arguments{"-p", GetParam(), "nothing"}, Arguments{"--runas", GetParam(), "nothing"}}) {
         m_log.clear();
@@ -232,7 +233,7 @@ TEST_P(NamelessOptionTest, IsNoneWhereItIsAnOptionsValue) {
     }
 }
 
-TEST_P(NamelessOptionTest, IsNoneAfterTwoDashesAlone) {
+TEST_P(NamelessOptionTest, IsTakenForTheCommandAfterTwoDashes) {
     Outcome const outcome = run({"--", GetParam()});
 
     EXPECT_EQ(fatal(std::string("Unknown command: ") + GetParam()), outcome.output);
@@ -258,7 +259,7 @@ struct PasswordSpelling {
     Arguments shown;
 };
 
-/// How the cases of the tests below are called.
+/// Names the cases of the tests below.
 std::ostream& operator<<(std::ostream& stream, PasswordSpelling const& spelling) {
     for (std::string const& argument : spelling.given)
         stream << argument << ' ';
@@ -348,7 +349,7 @@ TEST_F(CommandLineTest, ApplicationsOwnMessageOutputToAFileIsKept) {
     EXPECT_EQ("", outcome.errors);
 }
 
-TEST_F(CommandLineTest, DefaultMessageOutputIsReplacedAlsoWhereItIsThereAlready) {
+TEST_F(CommandLineTest, DefaultMessageOutputIsReplacedEvenIfItAlreadyExists) {
     Outcome const outcome = run({}, "init=get-output");
 
     EXPECT_EQ(parserReport({}) + test::commandSummary, outcome.output);

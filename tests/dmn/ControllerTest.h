@@ -14,8 +14,8 @@
 
 namespace test {
 
-/// The base of tests of the controller. Each begins with empty folders for init scripts and run levels, an
-/// empty control folder and an empty log, and is about the daemon "app".
+/// The base of tests of the controller, all about the daemon "app". Each begins with empty folders for init
+/// scripts and run levels, an empty control folder and an empty log.
 template <class Base>
 class ControllerFixture : public InitLayoutFixture<Base> {
 protected:
@@ -26,7 +26,7 @@ protected:
                                         transientFolderGroup);
     }
 
-    /// Puts a script of the test's own in the place of the init script.
+    /// Writes a script of the test in place of the init script.
     static void writeInitScript(std::string const& text) {
         writeFile("/etc/init.d/app", text);
         setMode("/etc/init.d/app", 0755);

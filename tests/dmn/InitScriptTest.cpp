@@ -24,7 +24,7 @@ namespace {
 using dmn::CDaemonController;
 using testing::HasSubstr;
 
-/// What a script is made from; texts in UTF-8.
+/// The settings from which a script is made, as UTF-8.
 struct Settings {
     std::string id = "app";
     std::string runAs;
@@ -51,14 +51,14 @@ fdn::Path create(Settings const& settings) {
         text(settings.transientFolderAppID), text(settings.transientFolderGroup));
 }
 
-/// The words that the script assigns without quotes of its own.
+/// The values that the script assigns without quotes of its own, as it writes them.
 struct Words {
     std::string exePath;
     std::string runParams;
     std::string initFilePath = "/etc/init.d/app";
 };
 
-/// The lines after the values.
+/// The lines of the script that follow the values.
 constexpr char const* kVerbLines[] = {
     "",
     "case \"$1\" in",
@@ -127,7 +127,24 @@ std::string golden(Settings const& settings, Words const& words) {
     return script;
 }
 
-/// What the script answers to the verb in this shell and locale.
+/// Parameters, and the line that the script makes of them.
+struct ParameterLine {
+    std::vector<std::string> params;
+    std::string line;
+};
+
+void expectParameterLines(std::vector<ParameterLine> const& expected) {
+    for (auto const& [params, line] : expected) {
+        Settings settings;
+        settings.params = params;
+
+        create(settings);
+
+        EXPECT_EQ(golden(settings, {"", line}), readFile("/etc/init.d/app"));
+    }
+}
+
+/// Calls the script with the verb, in this shell and locale.
 Outcome ask(std::string const& shell, std::string const& verb, std::string const& locale = "C.UTF-8") {
     return run({shell, "/etc/init.d/app", verb}, {{"LC_ALL", locale}});
 }
@@ -136,7 +153,7 @@ constexpr char const* kShells[] = {"dash", "bash", "/bin/sh"};
 
 class InitScript : public ControllerTest {
 protected:
-    /// A program that writes its arguments in angle brackets, and another that stands in for sleep.
+    /// Makes a program that writes its arguments in angle brackets.
     std::string makeArgumentPrinter(std::string const& name) const {
         std::string const program = m_folder.name(name.c_str());
         writeFile(program, "#!/bin/sh\nprintf '<%s>' \"$@\"\necho\n");
@@ -182,7 +199,7 @@ TEST_F(InitScript, IsTheGoldenTextForEverySettings) {
     }
 }
 
-TEST_F(InitScript, NormalisesThePathsThatItHolds) {
+TEST_F(InitScript, NormalizesThePathsThatItHolds) {
     Settings settings;
     settings.controlFolder = "state/../control/";
     settings.exePath = "./bin//app";
@@ -195,22 +212,13 @@ TEST_F(InitScript, NormalisesThePathsThatItHolds) {
 }
 
 TEST_F(InitScript, KeepsNoTraceOfEmptyFirstParametersButTheBlankOfLaterOnes) {
-    struct Example {
-        std::vector<std::string> params;
-        std::string line;
-    };
-
-    Example const examples[] = {
-        {{""}, ""}, {{"", ""}, ""}, {{"", "", "a"}, "a"}, {{"a", "", "b"}, "\"a  b\""}, {{"a", ""}, "\"a \""},
-    };
-    for (Example const& example : examples) {
-        Settings settings;
-        settings.params = example.params;
-
-        create(settings);
-
-        EXPECT_EQ(golden(settings, {"", example.line}), readFile("/etc/init.d/app"));
-    }
+    expectParameterLines({
+        {{""}, ""},
+        {{"", ""}, ""},
+        {{"", "", "a"}, "a"},
+        {{"a", "", "b"}, "\"a  b\""},
+        {{"a", ""}, "\"a \""},
+    });
 }
 
 TEST_F(InitScript, QuotesAnExecutablePathOnlyWhereTheShellWouldNotReadItAsOneWord) {
@@ -381,23 +389,16 @@ TEST_F(InitScript, PrintsAnyParameterAsOneWord) {
 }
 
 TEST_F(InitScript, WritesOnlyAFirstParameterThatEchoWouldTakeInAnotherWay) {
-    struct Example {
-        std::vector<std::string> params;
-        std::string line;
-    };
-
-    Example const examples[] = {
-        {{"-n"}, "%2Dn"}, {{"-e", "-n"}, "\"%2De -n\""}, {{"-neE"}, "%2DneE"}, {{"", "-E"}, "%2DE"},
-        {{"-nx"}, "-nx"}, {{"a", "-n"}, "\"a -n\""},     {{"--"}, "--"},       {{"-"}, "-"},
-    };
-    for (Example const& example : examples) {
-        Settings settings;
-        settings.params = example.params;
-
-        create(settings);
-
-        EXPECT_EQ(golden(settings, {"", example.line}), readFile("/etc/init.d/app"));
-    }
+    expectParameterLines({
+        {{"-n"}, "%2Dn"},
+        {{"-e", "-n"}, "\"%2De -n\""},
+        {{"-neE"}, "%2DneE"},
+        {{"", "-E"}, "%2DE"},
+        {{"-nx"}, "-nx"},
+        {{"a", "-n"}, "\"a -n\""},
+        {{"--"}, "--"},
+        {{"-"}, "-"},
+    });
 }
 
 TEST_F(InitScript, StartsTheProgramWithItsAccountAndTransientFolder) {

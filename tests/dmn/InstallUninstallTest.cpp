@@ -32,7 +32,7 @@ bool isScriptThere() {
     return std::filesystem::exists("/etc/init.d/app");
 }
 
-/// The levels that have links of the daemon.
+/// The run levels that have a link of the daemon.
 std::string linkedLevels() {
     std::string levels;
     for (char level = '0'; level <= '6'; ++level) {
@@ -68,7 +68,7 @@ class RootPrivileges : public InstallationFixture<AccountsTest> {
 protected:
     void TearDown() override { EXPECT_EQ(0, seteuid(0)); }
 
-    /// What the guard program says when this user starts it from a file with this mode.
+    /// The output of the guard program when this user runs it from a file with this mode.
     std::string runGuard(unsigned mode) const {
         std::string const program = m_folder.name("root_guard");
         std::filesystem::copy_file(DMN_ROOT_GUARD, program);
@@ -318,12 +318,12 @@ TEST_F(Uninstall, AsksTheDaemonToStopWithoutWaitingForIt) {
     install();
     Program daemon({"sh", "-c", "trap 'echo asked' TERM; echo ready; while :; do sleep 0.01; done"});
     writePIDFile(daemon.pid());
-    ASSERT_TRUE(await([&] { return daemon.output() == "ready\n"; }));
+    ASSERT_TRUE(awaitOutput(daemon, "ready\n"));
 
     uninstall();
 
     EXPECT_FALSE(isScriptThere());
-    EXPECT_TRUE(await([&] { return daemon.output() == "ready\nasked\n"; }));
+    EXPECT_TRUE(awaitOutput(daemon, "ready\nasked\n"));
 }
 
 TEST_F(Uninstall, TakesTheControlFolderFromTheScript) {

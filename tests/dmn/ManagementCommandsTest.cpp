@@ -51,7 +51,7 @@ protected:
                 entries.end()};
     }
 
-    /// Ends the daemon that was started, and waits until it has ended.
+    /// Ends the daemon that was started and waits for its end.
     void stop() const {
         this->go();
         EXPECT_EQ(0, this->run(this->in({"stop"})).status);
@@ -74,13 +74,13 @@ protected:
         waitFor("testd");
     }
 
-    /// Has the commands manage, or wait for, the daemon of this ID.
+    /// Makes the commands manage, and wait for, the daemon with this ID.
     void waitFor(char const* id) {
         m_entry->m_controller = fdn::newObj<dmn::CDaemonController>(id, m_folder.path());
     }
 
-    /// Expects that the command, in a child, gives up when the time that the entry gives it has passed, and
-    /// not before.
+    /// Expects the command, in a child, to give up when the time that the entry grants has passed, and not
+    /// before.
     void expectToWaitInVain(std::function<void()> const& command) {
         std::chrono::milliseconds const shorter = waitInVain(command, 400);
         std::chrono::milliseconds const longer = waitInVain(command, 1600);
@@ -146,7 +146,7 @@ TEST_F(ManagementStepsTest, UninstallLogsItsSuccess) {
                             "waitUninstalled returned true. Daemon successfully uninstalled."));
 }
 
-// The script stays, because in the child the kernel deletes nothing and says that it has.
+// The script stays, because the kernel tells the child that it has deleted it without doing so.
 TEST_F(ManagementStepsTest, UninstallWithTimeout0LooksOnceAndFailsWithTheTimeoutTexts) {
     test::writeFile(kScript, "");
 
@@ -251,7 +251,7 @@ TEST_F(ManagementTest, StartDoesNotWaitUntilTheDaemonIsUp) {
     stop();
 }
 
-TEST_F(ManagementTest, StartSucceedsAlsoWhenTheDaemonThenFails) {
+TEST_F(ManagementTest, StartSucceedsEvenIfTheDaemonThenFails) {
     install();
 
     Outcome const outcome = run({"start"}, "daemon.run=throw");
@@ -296,7 +296,7 @@ TEST_F(ManagementTest, StopOfAStoppedDaemonHasStatus0) {
 TEST_F(ManagementTest, StopWithTimeout0OfADaemonThatTakesItsTimeFailsWithTheTimeoutTexts) {
     install();
     Program daemon = start(in({"run"}), "daemon.run=pause");
-    ASSERT_TRUE(test::await([&] { return daemon.output() == "daemon.run\n"; }));
+    ASSERT_TRUE(test::awaitOutput(daemon, "daemon.run\n"));
 
     Outcome const outcome = run(in({"--timeout=0", "stop"}));
 

@@ -7,7 +7,7 @@
 
 namespace test {
 
-/// A daemon "app" whose behaviour is given by the test.
+/// A daemon "app" that behaves as the test tells it to.
 class ScriptedDaemon : public dmn::CDaemon {
 public:
     explicit ScriptedDaemon(fdn::Path const& controlFolder) : CDaemon("app", controlFolder) {}
@@ -27,7 +27,7 @@ public:
     dmn::IDaemonOperationProgress* progress = nullptr;
 };
 
-/// A manager that shows what is going on in it.
+/// A manager that lets the test see and change what is going on in it.
 class ObservedManager : public dmn::CDaemonManager {
 public:
     ~ObservedManager() override { onDelete(); }
@@ -44,13 +44,13 @@ public:
         return m_daemon;
     }
 
-    /// Puts a daemon in the place of the attached one, as a run would.
+    /// Puts a daemon in place of the attached one, as a run would.
     void attach(fdn::P<dmn::CDaemon> daemon) {
         fdn::CMutexLock const lock(m_mutex);
         m_daemon = std::move(daemon);
     }
 
-    /// Stop requests wait for it.
+    /// The mutex that stop requests need; they wait as long as the test holds it.
     fdn::IMutex& mutex() { return m_mutex; }
 
     std::function<void()> onStep = [] {};

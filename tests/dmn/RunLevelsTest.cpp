@@ -28,7 +28,7 @@ std::string linkName(int level) {
     return CDaemonController::getRunLevelLinkName(level, "app").toUTF8();
 }
 
-/// The entries of all run levels' folders in /etc, such as "0/K10app 6/K10app".
+/// The entries of all run level folders in /etc, in the form "0/K10app 6/K10app".
 std::string allLinks() {
     std::string links;
     for (int level = 0; level <= 6; ++level) {
@@ -41,7 +41,7 @@ std::string allLinks() {
 constexpr char kKillLinks[] = "0/K10app 6/K10app";
 constexpr char kAllLinks[] = "0/K10app 2/S90app 3/S90app 4/S90app 5/S90app 6/K10app";
 
-/// Moves a folder of /etc to where the other layout has it.
+/// Moves a folder of /etc to its place in the other layout.
 void moveBelowRcD(std::string const& name) {
     std::filesystem::create_directories("/etc/rc.d");
     std::filesystem::rename("/etc/" + name, "/etc/rc.d/" + name);
@@ -74,7 +74,7 @@ TEST_F(RunLevels, AreBelowRcDWhereEtcHasNoFolderOfThatName) {
     std::filesystem::remove("/etc/rc3.d");
 }
 
-TEST_F(RunLevels, AreLookedUpAnewEachTimeAndForEachLevel) {
+TEST_F(RunLevels, AreLookedUpEachTimeAndForEachLevel) {
     EXPECT_EQ("/etc/rc3.d", runLevelDir(3));
 
     moveBelowRcD("rc3.d");

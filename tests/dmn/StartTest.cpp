@@ -39,7 +39,7 @@ constexpr char kBegun[] = "Starting daemon 'app'...";
 constexpr char kUnfinished[] = "/run/.folder.new";
 constexpr char kDone[] = "Done starting daemon 'app'.";
 
-/// The texts of a file in /proc that ends each with a zero.
+/// The texts of a file in /proc in which a zero ends each of them.
 Names zeroTerminated(std::string const& path) {
     std::ifstream file(path, std::ios::binary);
     Names texts;
@@ -48,7 +48,7 @@ Names zeroTerminated(std::string const& path) {
     return texts;
 }
 
-/// Starts the daemon "app", whose executable does nothing until a signal ends it.
+/// The base of tests that start the daemon "app", whose executable does nothing until a signal ends it.
 template <class Base>
 class StartFixture : public ControllerFixture<Base> {
 protected:
@@ -85,7 +85,7 @@ protected:
 
     CDaemonController controller() const { return CDaemonController("app", this->m_folder.path()); }
 
-    /// Installs and starts the daemon. Returns its process, which runs the executable by then.
+    /// Installs and starts the daemon. Returns its process, which already runs the executable.
     pid_t start(fdn::String const& runAs = "", fdn::String const& appID = "", fdn::String const& group = "") {
         this->install(runAs, appID, group);
         this->m_log.clear();
@@ -103,14 +103,14 @@ protected:
         return zeroTerminated("/proc/" + std::to_string(process) + "/cmdline");
     }
 
-    /// What the executable gets as arguments: the fixed ones, then its own.
+    /// The arguments that the executable gets: the fixed ones, then its own.
     Names daemonArguments(Names const& own) const {
         Names arguments{m_program, "--id=app", "--controlFolder=" + this->m_folder.name(), "daemon"};
         arguments.insert(arguments.end(), own.begin(), own.end());
         return arguments;
     }
 
-    /// Fails to start the daemon, which then does not run. Returns the error.
+    /// Expects that the start fails and the daemon does not run. Returns the error.
     fdn::CError failToStart(fdn::String const& runAs = "", fdn::String const& appID = "",
                             fdn::String const& group = "") {
         this->install(runAs, appID, group);
@@ -276,8 +276,7 @@ TEST_F(Start, RunsTheProgramInItsStartersFolderWithoutAControlFolder) {
 }
 
 TEST_F(Start, DetachesTheProgramFromItsStarter) {
-    int const leaked =
-        open("/dev/zero", O_RDONLY); // NOLINT(android-cloexec-open): what must not be inherited
+    int const leaked = open("/dev/zero", O_RDONLY); // NOLINT(android-cloexec-open): nobody may inherit it
 
     pid_t const process = start();
 

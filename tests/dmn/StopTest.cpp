@@ -25,9 +25,8 @@ using Names = std::vector<std::string>;
 
 volatile sig_atomic_t signalsSeen = 0;
 
-/// Performs the action in a process that the PID file of this ID names, and returns how often that process
-/// was sent SIGTERM. A signal that a process sends to itself arrives before the call returns, so each one
-/// counts.
+/// Performs the action in a process that the PID file of this ID names. Returns how often that process was
+/// sent SIGTERM: a signal that a process sends to itself arrives before the call returns, so each one counts.
 template <class Fixture>
 int countSignals(Fixture const& fixture, std::string const& id, std::function<void()> const& action) {
     Outcome const outcome = runInChild([&] {
@@ -154,7 +153,7 @@ TEST_F(Stop, SignalsNobodyWhenTheDaemonGivesItsFileUpMeanwhile) {
     performBefore(SYS_pidfd_open, stopping.pid(), [this] { unlink(m_folder.name("app.pid").c_str()); });
 
     EXPECT_EQ(0, stopping.wait().status);
-    process.sendSignal(SIGVTALRM); // which would only come after SIGTERM
+    process.sendSignal(SIGVTALRM); // SIGTERM, if it had been sent, would be delivered first
     EXPECT_EQ(SIGVTALRM, process.wait().signal);
 }
 

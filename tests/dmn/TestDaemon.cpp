@@ -8,7 +8,7 @@ namespace test {
 
 namespace {
 
-/// Keeps what the parser would print.
+/// Keeps the text that the parser would print.
 class CapturedMessages : public wxMessageOutput {
 public:
     CapturedMessages() : m_previous(wxMessageOutput::Set(this)) {}

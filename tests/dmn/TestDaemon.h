@@ -13,26 +13,26 @@
 
 namespace test {
 
-/// What a bad command line is answered with last, with the line feed that puts() adds.
+/// The last part of the answer to a bad command line, with the line feed that puts() adds.
 extern char const* const commandSummary;
 
-/// Declares the command word and the seven options, from a list of its own.
+/// Declares the command word and the seven options, from a list independent of the one in the library.
 void declareCommandLine(wxCmdLineParser& parser);
 
-/// What the parser alone prints about a command line that it cannot parse: usage and message.
+/// What the parser itself prints about a command line that it cannot parse: usage and message.
 std::string parserReportFor(std::vector<std::string> const& arguments);
 
-/// The parser's usage of the program.
+/// The usage of the program, as the parser prints it.
 std::string usageOf(std::string const& program);
 
-/// The base of tests that run the program test_daemon, which acts at its hooks as a script tells it; see
-/// there. Its control folder, which does not exist yet, and its log are the test's own.
+/// The base of tests that run the program test_daemon, which acts at its hooks as `script` tells it to (see
+/// test_daemon.cpp). Its control folder, which does not exist at first, and its log belong to the test.
 template <class Base>
 class TestDaemonFixture : public Base {
 protected:
     std::string const program = DMN_TEST_DAEMON;
 
-    /// Arguments that name the control folder, before others.
+    /// Returns the arguments with one in front that names the control folder.
     std::vector<std::string> in(std::vector<std::string> const& others) const {
         std::vector<std::string> arguments{"--controlFolder=" + controlFolder()};
         arguments.insert(arguments.end(), others.begin(), others.end());
@@ -60,7 +60,7 @@ protected:
     /// Ends the action "pause".
     void go() const { writeFile(m_folder.name("go"), ""); }
 
-    /// The log's entry about a command that begins.
+    /// The log entry about the beginning of a command.
     std::string performing(std::string const& command, std::string const& folder) const {
         return "Performing command '" + command + "', controlFolder='" + folder + "', exePath='" + program +
                "'.";
@@ -68,7 +68,7 @@ protected:
 
     std::string performing(std::string const& command) const { return performing(command, controlFolder()); }
 
-    /// The entries about a CError that ends the program.
+    /// The log entry about a CError that ends the program.
     static std::string escaped(std::string const& message) {
         return "error: <text>exception in entry function</text><where>CDaemonEntry::entry</where><what>" +
                message + "</what><code>-1</code>";

@@ -29,7 +29,7 @@ milliseconds durationOf(std::function<void()> const& action) {
     return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);
 }
 
-/// The shortest of several durations: what the action takes when nothing else holds the process up.
+/// The shortest of several durations, which is how long the action takes when nothing delays the process.
 milliseconds shortestDurationOf(std::function<void()> const& action) {
     milliseconds shortest = durationOf(action);
     for (int i = 0; i < 10; ++i)
@@ -37,7 +37,7 @@ milliseconds shortestDurationOf(std::function<void()> const& action) {
     return shortest;
 }
 
-/// Counts how often a status is asked for, and gives the answer "no" a number of times before "yes".
+/// Counts how often it is asked for its status, and answers "no" this many times before "yes".
 class CountingController : public CDaemonController {
 public:
     explicit CountingController(int noes) : CDaemonController("app", fdn::Path()), m_noes(noes) {}
@@ -122,7 +122,7 @@ TEST_F(WaitForStatus, AsksAboutTwentyTimesASecond) {
 
     EXPECT_GE(duration, milliseconds(1000));
     EXPECT_LE(controller.calls(), 21);
-    EXPECT_GT(controller.calls(), 1); // a busy machine prolongs the sleeps
+    EXPECT_GT(controller.calls(), 1); // not more, because a busy machine prolongs the sleeps
 }
 
 TEST_F(WaitForStatus, SleepsFiftyMillisecondsBeforeItAsksAgain) {

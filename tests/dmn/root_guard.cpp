@@ -1,5 +1,5 @@
-// Makes itself root, twice over, and leaves that by an exception; then again after giving its effective user
-// up. Says at each step which its real, effective and saved users are.
+// Takes root privileges twice, one inside the other, and leaves both by an exception; then does the same
+// after giving up its effective user. At each step it prints its real, effective and saved user.
 
 #include <dmn/CDaemonController.h>
 

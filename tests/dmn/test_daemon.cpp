@@ -1,12 +1,12 @@
-// A daemon that does what the environment tells it:
+// A daemon that does what the environment tells it to:
 //
-//   TEST_DAEMON        "HOOK=ACTION HOOK=ACTION...", see CHooks::perform
+//   TEST_DAEMON        "HOOK=ACTION HOOK=ACTION..."; CHooks::perform knows the actions
 //   TEST_DAEMON_GO     the file that ends the action "pause"
 //   TEST_DAEMON_CALL   how main() calls entry(): "twice", "without-arguments", "with-null-argument",
 //                      "with-nameless-program"
 //
-// The hooks are those of the front end, daemon.init and daemon.run, and "afterwards" when entry() has
-// returned. The command "nothing" does nothing.
+// The hooks are those of the front end, daemon.init, daemon.run, and "afterwards", when entry() has returned.
+// The command "nothing" does nothing.
 
 #include <dmn/dmn.h>
 
@@ -42,7 +42,7 @@ void say(std::string const& text) {
     std::fflush(stdout);
 }
 
-/// Tells how often it was called.
+/// Counts its calls.
 class CCountingHandler : public fdn::CBase, public virtual fdn::ISystemSignalHandler {
 public:
     explicit CCountingHandler(fdn::P<fdn::ISystemSignalHandler> const& next) : m_next(next) {}
@@ -59,7 +59,7 @@ private:
     std::atomic<int> m_calls{0};
 };
 
-/// Where an application may have wxWidgets print.
+/// An output of its own, through which an application may have wxWidgets print.
 class COwnOutput : public wxMessageOutput {
 public:
     void Output(wxString const&) override { say("printed by the application"); }
@@ -109,7 +109,7 @@ private:
         return "";
     }
 
-    // wxWidgets deletes its output in the end.
+    // Never deleted here: wxWidgets deletes its output in the end.
     static void setOwnOutput() {
         static wxMessageOutput* const output = new COwnOutput;
         wxMessageOutput::Set(output);
@@ -125,7 +125,7 @@ private:
             fdn::CThread::sleep(kPollIntervalMs);
     }
 
-    // Returns when the signal has been handled.
+    // Returns once the signal has been handled.
     static void terminate() {
         auto const handler = fdn::newObj<CCountingHandler>(signalHandler);
         fdn::CSystemSignalReceiver::get().setHandler(fdn::SysSignal::Terminate, handler.get());

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Counts its deletions at the given place.
+/// Counts its deletions in the given variable.
 class Counted : public fdn::CBase {
 public:
     explicit Counted(int& deletions) : m_deletions(&deletions) {}
@@ -39,7 +39,7 @@ private:
     std::function<void(Dying const&)> m_action;
 };
 
-/// Fails after its end.
+/// Throws after deleting itself.
 class Failing : public fdn::CBase {
 public:
     void deleteThis() override {
@@ -191,7 +191,7 @@ namespace {
 constexpr int threadCount = 4;
 constexpr int callsPerThread = 2'000'000;
 
-/// Has several threads call it often, all at the same time.
+/// Makes the call many times on each of several threads, which all begin at once.
 void performAtOnce(std::function<void()> const& call) {
     std::atomic<int> missing{threadCount};
     std::vector<std::thread> threads;

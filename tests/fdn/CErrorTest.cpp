@@ -1,3 +1,4 @@
+#include "support/cases.h"
 #include "support/errors.h"
 
 #include <fdn/CError.h>
@@ -25,7 +26,7 @@ void expectNothingBesideTheMessage(CError const& error) {
     EXPECT_FALSE(error.getCause());
 }
 
-/// An error that tells when it goes.
+/// An error that sets a flag when it goes.
 class WatchedError : public CError {
 public:
     explicit WatchedError(bool& isGone) : CError("watched"), m_isGone(isGone) {}
@@ -157,8 +158,8 @@ TEST(CError, CloneHasOneReferenceOfItsOwn) {
 
 namespace {
 
-/// A class of errors: one of it, what its message is, and whether its own handler catches what an action
-/// throws.
+/// A class of errors: an instance, its message, and a check that a handler for this very class catches what
+/// an action throws.
 struct ErrorClass {
     char const* name;
     P<CError> error;
@@ -177,7 +178,7 @@ bool isCaughtAs(std::function<void()> const& action) {
     } catch (Error const& error) {
         return typeid(error) == typeid(Error);
     } catch (...) {
-        // Of another class.
+        // The error is of another class.
     }
     return false;
 }
@@ -228,7 +229,7 @@ INSTANTIATE_TEST_SUITE_P(
         makeErrorClass<fdn::CNotImplementedError>(
             "CNotImplementedError", "The function 'CDaemonController::disable' is not implemented.",
             "CDaemonController::disable")),
-    [](auto const& test) { return std::string(test.param.name); });
+    test::nameOfCase);
 
 TEST(CProps, AreOrderedByNameWithOneValueEach) {
     fdn::CProps props{{"path", "/a"}, {"func", "open"}};

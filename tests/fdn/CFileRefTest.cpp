@@ -115,7 +115,7 @@ TEST(COnDemandFileInfo, FollowsALinkIfToldTo) {
     EXPECT_EQ(COnDemandFileInfo(folder / "link", false).getUnixMode(), 0777U);
 }
 
-TEST(COnDemandFileInfo, ReadsTheModeAnewEachTime) {
+TEST(COnDemandFileInfo, ReadsTheModeEachTime) {
     TemporaryFolder const folder;
     COnDemandFileInfo const info(folder.path(), false);
     CFileRef(folder.path()).setUnixMode(0700);

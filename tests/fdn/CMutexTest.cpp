@@ -1,3 +1,4 @@
+#include "support/BackgroundCall.h"
 #include "support/await.h"
 
 #include <fdn/CMutex.h>
@@ -10,44 +11,32 @@
 #include <thread>
 #include <vector>
 
-#include <unistd.h>
-
 using fdn::CMutex;
 using fdn::CMutexLock;
 
 namespace {
 
-/// A thread that waits for the mutex and then notes the value that it finds.
+/// A thread that waits for the mutex, then notes the value that it finds.
 class Waiter {
 public:
-    Waiter(fdn::IMutex& mutex, int const& value) : m_thread([&] { run(mutex, value); }) {}
+    Waiter(fdn::IMutex& mutex, int const& value)
+        : m_wait([&] {
+              CMutexLock const lock(mutex);
+              m_found = value;
+          }) {}
 
-    Waiter(Waiter const&) = delete;
-    Waiter& operator=(Waiter const&) = delete;
-
-    ~Waiter() { m_thread.join(); }
-
-    bool awaitSleep() const {
-        return test::await([this] { return m_id != 0; }) && test::awaitSleep(m_id);
-    }
+    bool awaitSleep() const { return m_wait.getsBlocked(); }
 
     bool awaitValue(int expected) const {
         return test::await([&] { return m_found != -1; }) && m_found == expected;
     }
 
 private:
-    void run(fdn::IMutex& mutex, int const& value) {
-        m_id = gettid();
-        CMutexLock const lock(mutex);
-        m_found = value;
-    }
-
-    std::atomic<pid_t> m_id{0};
     std::atomic<int> m_found{-1};
-    std::thread m_thread;
+    test::BackgroundCall m_wait;
 };
 
-/// Writes down what happens to it.
+/// Records the calls that it gets.
 class RecordingMutex : public fdn::CBase, public virtual fdn::IMutex {
 public:
     void addRef() const override { m_record += "addRef "; }

@@ -25,8 +25,6 @@
 #include <iostream>
 #include <memory>
 #include <set>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -51,33 +49,25 @@ using fdn::Descriptor;
 using fdn::Path;
 using fdn::String;
 using test::await;
+using test::awaitOutput;
 using test::entriesOf;
 using test::errorOf;
 using test::Gate;
 using test::kUser;
 using test::readFile;
+using test::require;
 using test::TemporaryFolder;
 using test::writeFile;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr unsigned kOther = 61002;
 constexpr char kNoBoot[] = "00000000-0000-0000-0000-000000000000";
 
 std::string numberOf(pid_t process) {
     return std::to_string(process);
 }
 
-void require(bool succeeded, char const* what) {
-    if (!succeeded)
-        throw std::runtime_error(what);
-}
-
-void become(unsigned user) {
-    require(setresgid(user, user, user) == 0 && setresuid(user, user, user) == 0, "setresuid");
-}
-
-// A process that has ended, but not been reaped, for as long as the object lives.
+// A process that has ended and is not reaped as long as the object lives.
 class Zombie {
 public:
     Zombie() : m_pid(fork()) {
@@ -98,7 +88,7 @@ private:
     pid_t m_pid;
 };
 
-// A thread of this process other than the first, for as long as the object lives.
+// A second thread of this process, as long as the object lives.
 class SecondThread {
 public:
     SecondThread()
@@ -127,23 +117,6 @@ pid_t processThatIsGone() {
     return Zombie().pid();
 }
 
-// Field 22 of proc_pid_stat(5), when the second one is this name.
-std::string startTimeOf(pid_t process, std::string const& processName) {
-    std::string const start = numberOf(process) + " (" + processName + ") ";
-    std::string const stat = readFile("/proc/" + numberOf(process) + "/stat");
-    EXPECT_EQ(stat.substr(0, start.size()), start);
-    std::istringstream fields(stat.substr(start.size()));
-    std::string field;
-    for (int i = 3; i <= 22; ++i)
-        fields >> field;
-    return field;
-}
-
-// Waits for the line that the process is about to write.
-void awaitOutput(test::Program const& process, std::string const& line) {
-    ASSERT_TRUE(await([&] { return process.output() == line; })) << process.errors();
-}
-
 class CPIDFile : public testing::Test {
 protected:
     void TearDown() override { EXPECT_EQ(test::descriptorsOf(getpid()), m_descriptors); }
@@ -165,7 +138,7 @@ private:
 
 class ActivePID : public CPIDFile {
 protected:
-    // What the content says when it stands in a file of root's.
+    // What the file says with this content when it belongs to root.
     int activeFor(std::string const& content) const {
         writeFile(name, content);
         return fdn::CPIDFile::getActivePID(path);
@@ -276,7 +249,7 @@ TEST_F(CPIDFile, ClaimNamesTheOtherProcessThatHoldsTheFile) {
         std::cout << "claimed" << std::flush;
         end.pass();
     });
-    awaitOutput(holder, "claimed");
+    ASSERT_TRUE(awaitOutput(holder, "claimed"));
 
     CError const error = errorOf([&] { fdn::CPIDFile second(path); });
 
@@ -318,7 +291,7 @@ TEST_F(CPIDFile, GoesToOneOfFiftyProcessesThatClaimItAtOnce) {
 
 TEST_F(CPIDFile, ReplacesOneThatADeadProcessHasLeft) {
     test::runInChild([&] {
-        // Not destroyed, as when the process is killed.
+        // Leaks it on purpose, as a killed process does.
         new fdn::CPIDFile(path); // NOLINT
     });
     ASSERT_THAT(entries(), ElementsAre("daemon.pid"));
@@ -533,14 +506,14 @@ TEST_F(CPIDFile, IsStaleOnceItsProcessHasForkedAndEnded) {
     EXPECT_NO_THROW(fdn::CPIDFile{path});
 }
 
-TEST_F(ActivePID, IsNoneWithoutAFile) {
+TEST_F(ActivePID, IsZeroWithoutAFile) {
     EXPECT_EQ(active(), 0);
     EXPECT_EQ(fdn::CPIDFile::getActivePID(folder / "missing/daemon.pid"), 0);
     EXPECT_EQ(fdn::CPIDFile::getActivePID(Path("/dev/null/daemon.pid")), 0);
     EXPECT_EQ(fdn::CPIDFile::getActivePID(Path()), 0);
 }
 
-TEST_F(ActivePID, IsNoneWithoutAFolderWhereTheWholePathIsTooLong) {
+TEST_F(ActivePID, IsZeroWithoutAFolderWhereTheWholePathIsTooLong) {
     std::string missingFolder = folder.name();
     while (missingFolder.size() < PATH_MAX - 100)
         missingFolder += "/missing";
@@ -562,7 +535,7 @@ TEST_F(ActivePID, IsTheNumberThatStandsAlone) {
         EXPECT_EQ(activeFor(number + end), getpid()) << testing::PrintToString(end);
 }
 
-TEST_F(ActivePID, IsNoneForWhatIsNoNumberOfAProcess) {
+TEST_F(ActivePID, IsZeroForWhatIsNotAProcessNumber) {
     std::string const number = numberOf(getpid());
     std::vector<std::string> const lines = {"",
                                             "text",
@@ -590,11 +563,11 @@ TEST_F(ActivePID, IsNoneForWhatIsNoNumberOfAProcess) {
         EXPECT_EQ(activeFor(line + "\n"), 0) << testing::PrintToString(line);
 }
 
-TEST_F(ActivePID, IsNoneForANumberOnTheSecondLine) {
+TEST_F(ActivePID, IsZeroForANumberOnTheSecondLine) {
     EXPECT_EQ(activeFor("\n" + numberOf(getpid()) + "\n"), 0);
 }
 
-TEST_F(ActivePID, IsNoneForARandomFile) {
+TEST_F(ActivePID, IsZeroForARandomFile) {
     std::string content(4096, '\0');
     std::generate(content.begin(), content.end(), [state = 1U]() mutable {
         state = state * 1103515245U + 12345U;
@@ -604,14 +577,14 @@ TEST_F(ActivePID, IsNoneForARandomFile) {
     EXPECT_EQ(activeFor(content), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAnEnormousFile) {
+TEST_F(ActivePID, IsZeroForAnEnormousFile) {
     writeFile(name, numberOf(getpid()) + "\n");
     ASSERT_EQ(truncate(name.c_str(), off_t{1} << 40), 0);
 
     EXPECT_EQ(active(), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAFileThatIsLongerThanAPIDFileCanBe) {
+TEST_F(ActivePID, IsZeroForAFileThatIsLongerThanAPIDFileCanBe) {
     std::string const content = ownContent();
 
     writeFile(name, content + std::string(4096 - content.size(), '\n'));
@@ -622,7 +595,7 @@ TEST_F(ActivePID, IsNoneForAFileThatIsLongerThanAPIDFileCanBe) {
     EXPECT_EQ(active(), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAFileThatWasCutInItsSecondLine) {
+TEST_F(ActivePID, IsZeroForAFileThatWasCutInItsSecondLine) {
     std::string const content = ownContent();
     std::size_t const secondLine = content.find('\n') + 1;
 
@@ -630,7 +603,7 @@ TEST_F(ActivePID, IsNoneForAFileThatWasCutInItsSecondLine) {
         EXPECT_EQ(activeFor(content.substr(0, size)), 0) << size;
 }
 
-TEST_F(ActivePID, IsNoneForAnotherStartTime) {
+TEST_F(ActivePID, IsZeroForAnotherStartTime) {
     std::string content = ownContent();
 
     content.insert(content.find('\n') + 1, "1");
@@ -638,25 +611,25 @@ TEST_F(ActivePID, IsNoneForAnotherStartTime) {
     EXPECT_EQ(activeFor(content), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAnotherBoot) {
+TEST_F(ActivePID, IsZeroForAnotherBoot) {
     std::string const content = ownContent();
 
     EXPECT_EQ(activeFor(content.substr(0, content.find(' ')) + " " + kNoBoot + "\n"), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAFolder) {
+TEST_F(ActivePID, IsZeroForAFolder) {
     std::filesystem::create_directory(name);
 
     EXPECT_EQ(active(), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAFIFO) {
+TEST_F(ActivePID, IsZeroForAFIFO) {
     ASSERT_EQ(mkfifo(name.c_str(), 0666), 0);
 
     EXPECT_EQ(active(), 0);
 }
 
-TEST_F(ActivePID, IsNoneForASocket) {
+TEST_F(ActivePID, IsZeroForASocket) {
     Descriptor const server(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -666,12 +639,12 @@ TEST_F(ActivePID, IsNoneForASocket) {
     EXPECT_EQ(active(), 0);
 }
 
-TEST_F(ActivePID, IsNoneForADevice) {
+TEST_F(ActivePID, IsZeroForADevice) {
     EXPECT_EQ(fdn::CPIDFile::getActivePID(Path("/dev/zero")), 0);
     EXPECT_EQ(fdn::CPIDFile::getActivePID(Path("/dev/tty")), 0);
 }
 
-TEST_F(ActivePID, IsNoneForALink) {
+TEST_F(ActivePID, IsZeroForALink) {
     fdn::CPIDFile const file(folder / "real.pid");
     std::filesystem::create_symlink("real.pid", name);
     std::filesystem::create_symlink("nothing", folder.name("dangling.pid"));
@@ -682,17 +655,17 @@ TEST_F(ActivePID, IsNoneForALink) {
     EXPECT_EQ(fdn::CPIDFile::getActivePID(folder / "loop.pid"), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAProcessThatIsGone) {
+TEST_F(ActivePID, IsZeroForAProcessThatIsGone) {
     EXPECT_EQ(activeFor(numberOf(processThatIsGone()) + "\n"), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAZombie) {
+TEST_F(ActivePID, IsZeroForAZombie) {
     Zombie const zombie;
 
     EXPECT_EQ(activeFor(numberOf(zombie.pid()) + "\n"), 0);
 }
 
-TEST_F(ActivePID, IsNoneForAThread) {
+TEST_F(ActivePID, IsZeroForAThread) {
     SecondThread thread;
 
     EXPECT_EQ(activeFor(numberOf(thread.id()) + "\n"), 0);
@@ -707,11 +680,12 @@ TEST_F(ActivePID, IsAProcessWhateverItIsCalled) {
         std::cout << "claimed" << std::flush;
         end.pass();
     });
-    awaitOutput(holder, "claimed");
+    ASSERT_TRUE(awaitOutput(holder, "claimed"));
+    ASSERT_EQ(readFile("/proc/" + numberOf(holder.pid()) + "/comm"), processName + "\n");
 
     EXPECT_EQ(active(), holder.pid());
-    EXPECT_EQ(readFile(name), numberOf(holder.pid()) + "\n" + startTimeOf(holder.pid(), processName) + " " +
-                                  readFile("/proc/sys/kernel/random/boot_id"));
+    EXPECT_EQ(readFile(name), numberOf(holder.pid()) + "\n" + test::startTimeOf(holder.pid()) + " " +
+                                  test::bootIdentifier() + "\n");
 }
 
 class OldKernel : public ActivePID, public testing::WithParamInterface<int> {};
@@ -733,21 +707,13 @@ TEST_P(OldKernel, TellsTheLivingFromTheDead) {
 
 INSTANTIATE_TEST_SUITE_P(UnknownOrForbidden, OldKernel, testing::Values(ENOSYS, EPERM));
 
-class WithoutProc : public test::PrivateRootTest {
-protected:
-    // All of them: below the private root's own lies the machine's.
-    static void removeProc() {
-        require(unshare(CLONE_NEWNS) == 0, "unshare");
-        while (umount2("/proc", MNT_DETACH) == 0)
-            continue;
-    }
-};
+class WithoutProc : public test::PrivateRootTest {};
 
 TEST_F(WithoutProc, APIDFileHasTheFirstLineAlone) {
     TemporaryFolder const folder;
 
     test::Outcome const outcome = test::runInChild([&] {
-        removeProc();
+        test::removeProc();
         fdn::CPIDFile const file(folder / "daemon.pid");
         std::cout << (readFile(folder.name("daemon.pid")) == numberOf(getpid()) + "\n")
                   << (fdn::CPIDFile::getActivePID(folder / "daemon.pid") == getpid());
@@ -771,7 +737,8 @@ TEST_F(WithoutProc, AThreadIsNoProcess) {
 
 class UnreadableProc : public test::PrivateRootTest {
 protected:
-    // The memory of a process cannot be read from its beginning.
+    // Puts a file that cannot be read in place of the boot identifier: a process's memory has nothing at
+    // address 0.
     UnreadableProc() { require(mount("/proc/self/mem", kBoot, nullptr, MS_BIND, nullptr) == 0, "mount"); }
 
     ~UnreadableProc() override { umount(kBoot); }
@@ -824,14 +791,15 @@ TEST_F(PIDFilesOfAccounts, NameProcessesOfTheSameAccountAlone) {
     EXPECT_EQ(activeFor(1, kUser), 0);
 }
 
-// As servers do that open a user's files: the user cannot signal such a process, and root must not either.
+// A server that opens files for a user takes on the user's rights for a while. The user may not signal it, so
+// root must not do so either.
 TEST_F(PIDFilesOfAccounts, DoNotNameAProcessThatHasTheirRightsForAWhile) {
     test::Program const server([] {
         if (seteuid(kUser) == 0)
             std::cout << "lent" << std::flush;
         pause();
     });
-    awaitOutput(server, "lent");
+    ASSERT_TRUE(awaitOutput(server, "lent"));
 
     EXPECT_EQ(activeFor(server.pid(), kUser), 0);
 }
@@ -847,7 +815,7 @@ TEST_F(PIDFilesOfAccounts, CountAProcessAliveThatMayNotBeSignalled) {
 
     for (bool hasOldKernel : {false, true}) {
         test::Outcome const outcome = test::runInChild([&] {
-            become(kUser);
+            test::becomeUser();
             if (hasOldKernel)
                 test::refuseSystemCall(SYS_pidfd_open, ENOSYS);
             std::cout << fdn::CPIDFile::getActivePID(path);
@@ -862,7 +830,7 @@ TEST_F(PIDFilesOfAccounts, AreAnErrorWhenTheyMayNotBeRead) {
     test::setMode(name, 0600);
 
     test::Outcome const outcome = test::runInChild([&] {
-        become(kOther);
+        test::becomeOther();
         fdn::CPIDFile::getActivePID(path);
     });
 
@@ -874,7 +842,7 @@ TEST_F(PIDFilesOfAccounts, AreAnErrorInAFolderThatMayNotBeEntered) {
     test::setMode(folder.name(), 0700);
 
     test::Outcome const outcome = test::runInChild([&] {
-        become(kOther);
+        test::becomeOther();
         fdn::CPIDFile::getActivePID(path);
     });
 
@@ -884,12 +852,12 @@ TEST_F(PIDFilesOfAccounts, AreAnErrorInAFolderThatMayNotBeEntered) {
 TEST_F(PIDFilesOfAccounts, CanBeClaimedByTheAccount) {
     Gate end;
     test::Program const holder([&] {
-        become(kUser);
+        test::becomeUser();
         fdn::CPIDFile const file(path);
         std::cout << "claimed" << std::flush;
         end.pass();
     });
-    awaitOutput(holder, "claimed");
+    ASSERT_TRUE(awaitOutput(holder, "claimed"));
 
     EXPECT_EQ(test::ownerOf(name), kUser);
     EXPECT_EQ(fdn::CPIDFile::getActivePID(path), holder.pid());
@@ -901,7 +869,7 @@ TEST_F(PIDFilesOfAccounts, AreNamedInTheLogWhereTheRightsToDeleteThemAreGone) {
     test::Outcome const outcome = test::runInChild([&] {
         test::setMode(folder.name(), 0755);
         auto file = std::make_unique<fdn::CPIDFile>(path);
-        become(kUser);
+        test::becomeUser();
         file.reset();
     });
 

@@ -1,6 +1,7 @@
 #include "support/BlockedSignal.h"
 #include "support/CapturedLog.h"
 #include "support/Program.h"
+#include "support/SignalTreatment.h"
 #include "support/await.h"
 #include "support/errors.h"
 #include "support/fileInfo.h"
@@ -37,7 +38,7 @@ using test::errorOf;
 
 constexpr SysSignal kSignals[] = {SysSignal::Terminate, SysSignal::User1, SysSignal::User2};
 
-// Counts what it is called for, and does more if it is told to.
+// Counts its calls and performs an action, if it was given one.
 class CHandler : public fdn::CBase, public virtual fdn::ISystemSignalHandler {
 public:
     explicit CHandler(std::function<void()> action = [] {}) : m_action(std::move(action)) {}
@@ -80,7 +81,7 @@ std::string treatmentOf(int signal) {
     return action.sa_handler == SIG_IGN ? "ignored" : "handled";
 }
 
-// Whether all threads but the main one block the signals that the tests use.
+// Whether every thread but the main one blocks the signals that the tests use.
 bool otherThreadsBlockSignals() {
     for (std::string const& thread : test::entriesOf("/proc/self/task")) {
         unsigned long long const mask = std::stoull(test::statusOf(std::stoi(thread), "SigBlk"), nullptr, 16);
@@ -93,7 +94,7 @@ bool otherThreadsBlockSignals() {
 
 class SignalReceiver : public testing::Test {
 protected:
-    // Waits until the receiver's thread has taken notice, so that each test finds it as the first one did.
+    // Waits until the receiver's thread has noticed, so that each test finds it as the first test did.
     void TearDown() override {
         for (SysSignal signal : kSignals)
             handle(signal, nullptr);
@@ -172,7 +173,7 @@ TEST_F(SignalReceiver, WorksForASignalThatWasPendingAlready) {
 }
 
 TEST_F(SignalReceiver, WorksWhereTheSignalWasIgnored) {
-    signal(SIGTERM, SIG_IGN);
+    test::SignalTreatment const ignored(SIGTERM, SIG_IGN);
     handle(SysSignal::Terminate, handler.get());
 
     sendToSelf(SysSignal::Terminate);
@@ -180,7 +181,6 @@ TEST_F(SignalReceiver, WorksWhereTheSignalWasIgnored) {
     EXPECT_TRUE(awaitCalls(handler, 1));
     handle(SysSignal::Terminate, nullptr);
     EXPECT_EQ(treatmentOf(SIGTERM), "ignored");
-    signal(SIGTERM, SIG_DFL);
 }
 
 TEST_F(SignalReceiver, LetsTheThreadBlockWhatItDoesNotHandle) {
@@ -290,7 +290,7 @@ TEST_F(SignalReceiver, LeavesErrnoAlone) {
 TEST_F(SignalReceiver, LetsASignalEndAForkedProcessAlone) {
     if (test::kHasThreadSanitizer)
         GTEST_SKIP()
-            << "ThreadSanitizer holds signals back from processes that are forked from several threads";
+            << "ThreadSanitizer holds back signals in a process that was forked from several threads";
     handle(SysSignal::Terminate, handler.get());
     handle(SysSignal::User1, handler.get());
     test::Program child([] {
@@ -362,32 +362,23 @@ TEST_F(SignalReceiver, ForgetsSignalsThatItsHandlerWasRemovedFor) {
 }
 
 TEST(SignalReceiverAtExit, KeepsASignalFromChangingTheExitStatus) {
-    test::Outcome const outcome = test::run({FDN_TESTS_END_WITH_SIGNALS, "signalled-at-exit"});
-
-    EXPECT_EQ(outcome.signal, 0);
-    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(test::run({DMN_END_WITH_SIGNALS, "signalled-at-exit"}).status, 0);
 }
 
 TEST(SignalReceiverAtExit, LetsAHandlerEndTheProcess) {
-    EXPECT_EQ(test::run({FDN_TESTS_END_WITH_SIGNALS, "exit-in-handler"}).status, 0);
+    EXPECT_EQ(test::run({DMN_END_WITH_SIGNALS, "exit-in-handler"}).status, 0);
 }
 
 TEST(SignalReceiverAtExit, MayBeAskedForByADestructorThatRunsAfterItsOwn) {
-    test::Outcome const outcome = test::run({FDN_TESTS_END_WITH_SIGNALS, "used-at-exit"});
-
-    EXPECT_EQ(outcome.signal, 0);
-    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(test::run({DMN_END_WITH_SIGNALS, "used-at-exit"}).status, 0);
 }
 
 TEST(SignalReceiverWithoutDescriptors, HearsSignalsAndLeavesTheProgramsFilesAlone) {
-    test::Outcome const outcome = test::run({FDN_TESTS_END_WITH_SIGNALS, "without-descriptors"});
-
-    EXPECT_EQ(outcome.signal, 0);
-    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(test::run({DMN_END_WITH_SIGNALS, "without-descriptors"}).status, 0);
 }
 
 TEST(SignalReceiverAtExit, LetsAForkedProcessEndByItself) {
-    EXPECT_EQ(test::run({FDN_TESTS_END_WITH_SIGNALS, "exit-in-fork"}).status, 0);
+    EXPECT_EQ(test::run({DMN_END_WITH_SIGNALS, "exit-in-fork"}).status, 0);
 }
 
 } // namespace

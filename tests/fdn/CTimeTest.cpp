@@ -1,3 +1,5 @@
+#include "support/SignalTreatment.h"
+
 #include <fdn/CThread.h>
 #include <fdn/CTime.h>
 
@@ -89,12 +91,7 @@ TEST(CThread, SleepsForAtLeastTheGivenMilliseconds) {
 }
 
 TEST(CThread, SleepIsNotShortenedByASignal) {
-    struct sigaction action {};
-
-    struct sigaction previous {};
-
-    action.sa_handler = [](int) {};
-    sigaction(SIGUSR1, &action, &previous);
+    test::SignalTreatment const handled(SIGUSR1, [](int) {});
     auto const before = std::chrono::steady_clock::now();
     pthread_t const sleeper = pthread_self();
     std::thread disturber([sleeper] {
@@ -108,18 +105,12 @@ TEST(CThread, SleepIsNotShortenedByASignal) {
 
     EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(60));
     disturber.join();
-    sigaction(SIGUSR1, &previous, nullptr);
 }
 
-// A sleep that goes on after each signal for what is left of it grows by the slack of its timer each time.
-// Here that is large, so that few signals do what it takes many otherwise.
+// A sleep that resumes after every signal for the time that remains is prolonged each time by its timer's
+// slack. The slack is large here, so that few signals have the effect of many.
 TEST(CThread, SleepIsNotProlongedByAStormOfSignals) {
-    struct sigaction action {};
-
-    struct sigaction previous {};
-
-    action.sa_handler = [](int) {};
-    sigaction(SIGUSR1, &action, &previous);
+    test::SignalTreatment const handled(SIGUSR1, [](int) {});
     std::atomic<bool> hasSlept{false};
     std::thread sleeper([&hasSlept] {
         prctl(PR_SET_TIMERSLACK, 20'000'000UL);
@@ -134,7 +125,6 @@ TEST(CThread, SleepIsNotProlongedByAStormOfSignals) {
 
     EXPECT_TRUE(hasSlept);
     sleeper.join();
-    sigaction(SIGUSR1, &previous, nullptr);
 }
 
 TEST(CThread, YieldReturns) {

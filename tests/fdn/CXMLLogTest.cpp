@@ -1,4 +1,7 @@
+#include "support/CapturedLog.h"
+#include "support/Gate.h"
 #include "support/Obstacles.h"
+#include "support/Pipe.h"
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
 #include "support/SystemLog.h"
@@ -25,7 +28,6 @@
 #include <optional>
 #include <regex>
 #include <set>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -51,7 +53,9 @@ using fdn::Descriptor;
 using fdn::logError;
 using fdn::logInfo;
 using fdn::String;
+using test::closeLog;
 using test::entriesOf;
+using test::linesOf;
 using test::modeOf;
 using test::Outcome;
 using test::readFile;
@@ -66,15 +70,7 @@ using testing::SizeIs;
 
 constexpr std::uintmax_t kMaximumSize = 10 * 1024 * 1024;
 
-std::vector<std::string> splitIntoLines(std::string const& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
-
-// What stands between the tags of an entry. Fails the running test when the line is no entry.
+// Returns what stands between the tags of an entry. Fails the running test when the line is not an entry.
 std::string contentOf(std::string const& line) {
     static std::regex const startTag(
         "<entry time=\"[0-9-]{10}T[0-9:]{8}\\.[0-9]{6}Z\" level=\"(info|error)\" "
@@ -90,16 +86,12 @@ std::string contentOf(std::string const& line) {
 
 std::vector<std::string> contentsOf(std::string const& path) {
     std::vector<std::string> contents;
-    for (std::string const& line : splitIntoLines(readFile(path)))
+    for (std::string const& line : linesOf(readFile(path)))
         contents.push_back(contentOf(line));
     return contents;
 }
 
-void closeLog() {
-    CXMLLog::CGlobalLogCloser const closer;
-}
-
-// The process's log goes to a file of the test's.
+// Sends the log of the process to a file of the test.
 class CXMLLogTest : public testing::Test {
 protected:
     CXMLLogTest() {
@@ -116,9 +108,9 @@ protected:
 
     std::vector<std::string> contents() const { return contentsOf(path()); }
 
-    std::string line() const { return splitIntoLines(readFile(path())).at(0); }
+    std::string line() const { return linesOf(readFile(path())).at(0); }
 
-    // The content of the one entry that logging this text makes.
+    // Logs the text and returns the content of the first entry.
     std::string contentAfterLogging(String const& text) const {
         logInfo(text);
         return contents().at(0);
@@ -141,7 +133,7 @@ TEST_F(CXMLLogTest, TellsInformationFromErrors) {
     logError("second");
     logError(std::runtime_error("third"), "", "");
 
-    std::vector<std::string> const lines = splitIntoLines(readFile(path()));
+    std::vector<std::string> const lines = linesOf(readFile(path()));
     EXPECT_THAT(lines, ElementsAre(HasSubstr(" level=\"info\" "), HasSubstr(" level=\"error\" "),
                                    HasSubstr(" level=\"error\" ")));
 }
@@ -176,8 +168,7 @@ TEST_F(CXMLLogTest, HasTheNumberOfAForkedChild) {
     pid_t const pid = child.pid();
     child.wait();
 
-    EXPECT_THAT(splitIntoLines(readFile(path())).at(1),
-                HasSubstr(" process=\"" + std::to_string(pid) + "\""));
+    EXPECT_THAT(linesOf(readFile(path())).at(1), HasSubstr(" process=\"" + std::to_string(pid) + "\""));
 }
 
 TEST_F(CXMLLogTest, EscapesWhatIsMarkupAndKeepsQuotes) {
@@ -341,22 +332,17 @@ std::string makeText(int child, int number, std::size_t length) {
     return text;
 }
 
-// Children that write `count` entries each, of this length, and that all begin at once.
+// Has children, which all begin at once, write `count` entries of this length each.
 void writeFromChildren(int children, int count, std::size_t length) {
-    int ends[2];
-    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    Descriptor const start(ends[0]);
-    Descriptor startsWhenClosed(ends[1]);
+    test::Gate start;
     std::vector<std::unique_ptr<test::Program>> programs;
     for (int child = 0; child < children; ++child)
         programs.push_back(std::make_unique<test::Program>([&, child] {
-            startsWhenClosed.reset();
-            char none = 0;
-            static_cast<void>(read(start.get(), &none, 1) + 1);
+            start.pass();
             for (int number = 0; number < count; ++number)
                 logInfo(makeText(child, number, length).c_str());
         }));
-    startsWhenClosed.reset();
+    start.open();
     for (auto const& program : programs)
         EXPECT_EQ(program->wait().status, 0);
 }
@@ -387,7 +373,8 @@ TEST_F(CXMLLogTest, CanBeWrittenByAChildThatWasForkedDuringAnEntry) {
     EXPECT_EQ(std::count(entries.begin(), entries.end(), "child"), 100);
 }
 
-// The C library keeps a lock while it looks at the time zone, and leaves it locked in the child.
+// The C library holds a lock while it examines the time zone. A child that is forked meanwhile finds it
+// locked for ever.
 TEST_F(CXMLLogTest, CanBeWrittenByAChildThatWasForkedDuringAThreadsLookAtTheTimeZone) {
     std::atomic<bool> hasEnded{false};
     std::thread looker([&] {
@@ -409,7 +396,7 @@ TEST_F(CXMLLogTest, CanBeWrittenByAChildThatWasForkedDuringAThreadsLookAtTheTime
     EXPECT_THAT(contents(), SizeIs(100));
 }
 
-// A log of this size, without an entry in it.
+// Makes a log of this size that holds no entry.
 void makeLog(std::string const& path, std::uintmax_t size) {
     writeFile(path, "");
     fs::resize_file(path, size);
@@ -528,7 +515,7 @@ TEST_F(CXMLLogTest, FollowsALinkThatTheUserNamesAndDoesNotRotateIt) {
     EXPECT_THAT(entriesOf(m_folder.name()), ElementsAre("log", "target"));
 }
 
-// A message to syslog about an entry with this content.
+// Matches a message to syslog that holds an entry with this content.
 testing::Matcher<std::string> isSyslogMessage(int priority, std::string const& content) {
     return MatchesRegex("<" + std::to_string(priority) + ">fdn_tests\\[[0-9]+\\]: <entry .*>" + content +
                         "</entry>");
@@ -538,8 +525,8 @@ testing::Matcher<std::string> isSyslogInfo(std::string const& content) {
     return isSyslogMessage(LOG_DAEMON | LOG_INFO, content);
 }
 
-// The process's log goes to a file of the test's, and what cannot be written to it, to a syslog of the
-// test's.
+// Sends the log of the process to a file of the test, and what cannot be written there to a syslog of the
+// test.
 class SyslogTest : public CXMLLogTest {
 protected:
     void SetUp() override {
@@ -580,9 +567,9 @@ TEST_F(SyslogTest, IsSyslogThatTakesStreams) {
     EXPECT_EQ(received[0].back(), '\0');
 }
 
-// Logs until syslog, of which nobody reads, has long been full; a child is forked meanwhile.
+// Logs until syslog, which nobody reads, has long been full, and forks a child meanwhile.
 void fillSyslog() {
-    alarm(10); // where somebody would wait
+    alarm(10); // ends the process if anybody waits
     for (int i = 0; i < 1000; ++i)
         logInfo("text");
     EXPECT_EQ(runInChild([] { logInfo("child"); }).status, 0);
@@ -701,13 +688,13 @@ TEST_F(SyslogTest, SurvivesTheLimitForTheSizeOfFiles) {
 
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(messages(), ElementsAre(isSyslogInfo("second"), isSyslogInfo("third")));
-    std::vector<std::string> const lines = splitIntoLines(readFile(path()));
+    std::vector<std::string> const lines = linesOf(readFile(path()));
     ASSERT_THAT(lines, SizeIs(3));
     EXPECT_EQ(contentOf(lines[0]), "first");
     EXPECT_EQ(contentOf(lines[2]), "fourth");
 }
 
-// Lets a child write a part of an entry, as at the end of a full disk.
+// Has a child write only part of an entry, as when the disk is full.
 void tearEntry(std::string const& path) {
     runInChild([&] {
         logInfo("first");
@@ -718,7 +705,7 @@ void tearEntry(std::string const& path) {
 }
 
 std::string lastLineOf(std::string const& path) {
-    return splitIntoLines(readFile(path)).back();
+    return linesOf(readFile(path)).back();
 }
 
 TEST_F(SyslogTest, EndsALineThatAnEarlierProcessHasTorn) {
@@ -757,13 +744,13 @@ TEST_F(SyslogTest, EndsATornLineOnce) {
     logInfo("second");
     logInfo("third");
 
-    std::vector<std::string> const lines = splitIntoLines(readFile(path()));
+    std::vector<std::string> const lines = linesOf(readFile(path()));
     ASSERT_THAT(lines, SizeIs(4));
     EXPECT_EQ(contentOf(lines[2]), "second");
     EXPECT_EQ(contentOf(lines[3]), "third");
 }
 
-TEST_F(SyslogTest, BeginsAnOtherFileWithoutAnEmptyLineAfterATornOne) {
+TEST_F(SyslogTest, BeginsAnotherFileWithoutAnEmptyLineAfterATornOne) {
     Outcome const outcome = runInChild([&] {
         logInfo("first");
         rlimit limit = {fs::file_size(path()) + 10, RLIM_INFINITY};
@@ -779,7 +766,7 @@ TEST_F(SyslogTest, BeginsAnOtherFileWithoutAnEmptyLineAfterATornOne) {
     EXPECT_THAT(contents(), ElementsAre("second"));
 }
 
-// The standard error stream of the child is this end of a pair.
+// Logs in a child whose standard error stream is this end of a pair.
 Outcome logToStandardError(Descriptor const& end, std::function<void()> const& log) {
     return runInChild([&] {
         dup2(end.get(), STDERR_FILENO);
@@ -795,49 +782,43 @@ std::string receiveFrom(Descriptor const& end) {
 
 TEST_F(SyslogTest, MayBeASocketThatIsTheStandardErrorStream) {
     setenv("FDN_LOG_FILE", "/dev/stderr", 1);
-    int ends[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
-    Descriptor const reader(ends[0]);
-    Descriptor const writer(ends[1]);
+    test::Pipe const sockets = test::makeSocketPair();
 
-    logToStandardError(writer, [] { logInfo("text"); });
+    logToStandardError(sockets.writing, [] { logInfo("text"); });
 
-    EXPECT_THAT(receiveFrom(reader), MatchesRegex("<entry [^\n]*>text</entry>\n"));
+    EXPECT_THAT(receiveFrom(sockets.reading), MatchesRegex("<entry [^\n]*>text</entry>\n"));
 }
 
 TEST_F(SyslogTest, DoesNotWaitForTheReaderOfASocketAndLeavesItsFlagsAlone) {
     setenv("FDN_LOG_FILE", "/proc/self/fd/2", 1);
-    int ends[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
-    Descriptor const reader(ends[0]);
-    Descriptor const writer(ends[1]);
+    test::Pipe const sockets = test::makeSocketPair();
 
-    Outcome const outcome = logToStandardError(writer, [] {
+    Outcome const outcome = logToStandardError(sockets.writing, [] {
         alarm(10);
         for (int i = 0; i < 1000; ++i)
             logInfo(std::string(4000, 'x').c_str());
     });
 
     EXPECT_EQ(outcome.signal, 0);
-    EXPECT_EQ(fcntl(writer.get(), F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_EQ(fcntl(sockets.writing.get(), F_GETFL) & O_NONBLOCK, 0);
 }
 
 TEST_F(CXMLLogTest, MayBeTheStandardErrorStream) {
-    Outcome const outcome = test::run({FDN_TESTS_LOGGER}, {{"FDN_LOG_FILE", "/dev/stderr"}});
+    Outcome const outcome = test::run({DMN_LOGGER}, {{"FDN_LOG_FILE", "/dev/stderr"}});
 
-    EXPECT_EQ(contentOf(splitIntoLines(outcome.errors).at(0)), "one entry");
+    EXPECT_EQ(contentOf(linesOf(outcome.errors).at(0)), "one entry");
     EXPECT_EQ(outcome.output, "");
 }
 
 TEST_F(CXMLLogTest, MayBeAPipeThatIsTheStandardErrorStream) {
     Outcome const outcome =
-        test::run({"sh", "-c", FDN_TESTS_LOGGER " 2>&1 >/dev/null | cat"}, {{"FDN_LOG_FILE", "/dev/stderr"}});
+        test::run({"sh", "-c", DMN_LOGGER " 2>&1 >/dev/null | cat"}, {{"FDN_LOG_FILE", "/dev/stderr"}});
 
-    EXPECT_EQ(contentOf(splitIntoLines(outcome.output).at(0)), "one entry");
+    EXPECT_EQ(contentOf(linesOf(outcome.output).at(0)), "one entry");
 }
 
 TEST_F(CXMLLogTest, CanBeWrittenByDestructorsAtTheEndOfTheProcess) {
-    Outcome const outcome = test::run({FDN_TESTS_LOGGER, "late"});
+    Outcome const outcome = test::run({DMN_LOGGER, "late"});
 
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(contents(), ElementsAre("one entry", "late entry"));
@@ -847,7 +828,7 @@ std::string ownName() {
     return fs::read_symlink("/proc/self/exe").filename();
 }
 
-// A private root in which the variables for the log's place are not set.
+// A private root in which no variable says where the log goes.
 class UsualLogPlaceTest : public test::AccountsTest {
 protected:
     void SetUp() override {
@@ -980,18 +961,15 @@ TEST_F(UsualLogPlaceTest, MayBeAFileThatCannotBeRead) {
     EXPECT_THAT(contentsOf(m_folder.name("log")), ElementsAre("text"));
 }
 
-// The pipe's file belongs to root, so that the user cannot open it anew.
+// The pipe's file belongs to root, so that the user cannot open it again.
 TEST_F(UsualLogPlaceTest, MayBeAPipeOfAnotherUserAndKeepsNobodyWaiting) {
     setenv("FDN_LOG_FILE", "/dev/stderr", 1);
-    int ends[2];
-    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    Descriptor const reader(ends[0]);
-    Descriptor const writer(ends[1]);
-    fcntl(reader.get(), F_SETFL, O_NONBLOCK);
+    test::Pipe const pipe = test::makePipe();
+    fcntl(pipe.reading.get(), F_SETFL, O_NONBLOCK);
 
     Outcome const outcome = runInChild([&] {
         alarm(10);
-        dup2(writer.get(), STDERR_FILENO);
+        dup2(pipe.writing.get(), STDERR_FILENO);
         test::becomeUser();
         for (int i = 0; i < 1000; ++i)
             logInfo(std::string(500, 'x').c_str());
@@ -999,16 +977,16 @@ TEST_F(UsualLogPlaceTest, MayBeAPipeOfAnotherUserAndKeepsNobodyWaiting) {
 
     EXPECT_EQ(outcome.signal, 0);
     char received[1000];
-    ssize_t const size = read(reader.get(), received, sizeof received);
+    ssize_t const size = read(pipe.reading.get(), received, sizeof received);
     ASSERT_GT(size, 600);
-    EXPECT_EQ(contentOf(splitIntoLines(std::string(received, static_cast<std::size_t>(size))).at(0)),
+    EXPECT_EQ(contentOf(linesOf(std::string(received, static_cast<std::size_t>(size))).at(0)),
               std::string(500, 'x'));
-    EXPECT_EQ(fcntl(writer.get(), F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_EQ(fcntl(pipe.writing.get(), F_GETFL) & O_NONBLOCK, 0);
 }
 
 TEST_F(UsualLogPlaceTest, OfASetUserIDProgramIsNotTheUsersChoice) {
     std::string const program = m_folder.name("logger");
-    fs::copy(FDN_TESTS_LOGGER, program);
+    fs::copy(DMN_LOGGER, program);
     test::setMode(program, 04755);
 
     Outcome const outcome =
@@ -1022,7 +1000,7 @@ TEST_F(UsualLogPlaceTest, OfASetUserIDProgramIsNotTheUsersChoice) {
 
 TEST_F(UsualLogPlaceTest, IsNamedAfterAProgramThatWasReplacedMeanwhile) {
     std::string const program = m_folder.name("logger");
-    fs::copy(FDN_TESTS_LOGGER, program);
+    fs::copy(DMN_LOGGER, program);
 
     EXPECT_EQ(test::run({program, "deleted"}).status, 0);
 

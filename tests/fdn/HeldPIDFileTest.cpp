@@ -1,5 +1,6 @@
 #include "support/LyingFileSystem.h"
 #include "support/Obstacles.h"
+#include "support/Pipe.h"
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
 #include "support/SilentFileSystem.h"
@@ -22,8 +23,6 @@
 #include <iostream>
 #include <memory>
 #include <set>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 
 #include <fcntl.h>
@@ -36,17 +35,20 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Whoever lives and holds a PID file is known, however little can be seen of it; and nobody else can keep the
-// file from those who may have it.
+// A live process that holds a PID file is recognized, however little can be seen of it, and nobody can keep
+// the file from a process that is entitled to it.
 
 namespace {
 
 using fdn::Descriptor;
 using fdn::Path;
 using test::await;
+using test::awaitOutput;
 using test::kUser;
 using test::Outcome;
 using test::Program;
+using test::removeProc;
+using test::require;
 using test::runInChild;
 using test::TemporaryFolder;
 using testing::ElementsAre;
@@ -58,29 +60,14 @@ constexpr int CLONE_NEWTIME = 0x80;
 #endif
 
 constexpr unsigned kNobody = 65534;
-constexpr unsigned kOther = 61002;
-
-void require(bool succeeded, char const* what) {
-    if (!succeeded)
-        throw std::runtime_error(what);
-}
-
-void become(unsigned user) {
-    require(setresgid(user, user, user) == 0 && setresuid(user, user, user) == 0, "setresuid");
-}
-
-void hideProc() {
-    require(unshare(CLONE_NEWNS) == 0, "unshare");
-    while (umount2("/proc", MNT_DETACH) == 0)
-        continue;
-}
 
 void mountProc(char const* options) {
-    hideProc();
+    removeProc();
     require(mount("proc", "/proc", "proc", 0, options) == 0, "mount");
 }
 
-// Performs the action in a forked process, which enters the name spaces that were unshared for children.
+// Performs the action in a forked process, which enters the namespaces that this process has unshared for its
+// children.
 void performInFork(std::function<void()> const& action) {
     pid_t const child = fork();
     if (child == 0) {
@@ -100,11 +87,7 @@ void enterAnotherClock() {
     test::writeFile("/proc/self/timens_offsets", "boottime 100000 0\n");
 }
 
-std::string bootIdentifier() {
-    return test::readFile("/proc/sys/kernel/random/boot_id");
-}
-
-/// Whether another process keeps a write lock on the file.
+/// Whether some process keeps a write lock on the file.
 bool isLocked(std::string const& name) {
     Outcome const outcome = runInChild([&] {
         Descriptor const file(open(name.c_str(), O_RDONLY | O_CLOEXEC));
@@ -116,12 +99,22 @@ bool isLocked(std::string const& name) {
     return outcome.output == "1";
 }
 
+/// Locks the whole file by this command of fcntl(2), says so, and keeps the lock as long as the process
+/// lives.
+void keepLocked(Descriptor const& file, int command, short type) {
+    struct flock lock = {};
+    lock.l_type = type;
+    require(fcntl(file.get(), command, &lock) == 0, "fcntl");
+    std::cout << "locked" << std::flush;
+    pause();
+}
+
 class HeldPIDFile : public test::PrivateRootTest {
 protected:
     HeldPIDFile() { test::setMode(folder.name(), 0755); }
 
-    /// A process that holds the file from now on, having performed the preparation first and the action
-    /// afterwards.
+    /// Starts a process that holds the file from now on. It performs the preparation before it claims the
+    /// file and the action afterwards.
     std::unique_ptr<Program> startHolder(
         std::function<void()> const& prepare = [] {}, std::function<void()> const& act = [] {}) {
         auto holder = std::make_unique<Program>([=] {
@@ -132,11 +125,11 @@ protected:
             while (true)
                 pause();
         });
-        EXPECT_TRUE(await([&] { return holder->output() == "claimed"; })) << holder->errors();
+        EXPECT_TRUE(awaitOutput(*holder, "claimed"));
         return holder;
     }
 
-    /// What a process answers that looks at the file, or why it does not.
+    /// Has another process look at the file, and returns its answer or its error.
     std::string answer(std::function<void()> const& prepare = [] {}) const {
         Outcome const outcome = runInChild([&] {
             prepare();
@@ -145,7 +138,7 @@ protected:
         return outcome.output + outcome.errors;
     }
 
-    /// What comes of the claim of another process.
+    /// Has another process claim the file, and returns "claimed" or its error.
     std::string claim(std::function<void()> const& prepare = [] {}) const {
         Outcome const outcome = runInChild([&] {
             prepare();
@@ -226,7 +219,7 @@ TEST_F(HeldPIDFile, StaysLockedWhenAProcessEndsThatItsHolderHasForked) {
 TEST_F(HeldPIDFile, IsKnownWithoutProc) {
     auto const holder = startHolder();
 
-    expectKnown(holder->pid(), &hideProc);
+    expectKnown(holder->pid(), &removeProc);
 }
 
 TEST_F(HeldPIDFile, IsKnownWhereProcHasProcessesAlone) {
@@ -241,7 +234,7 @@ TEST_F(HeldPIDFileOfAccounts, IsKnownWhereProcHidesTheHolder) {
 
     expectKnown(holder->pid(), [] {
         mountProc("hidepid=2");
-        become(kOther);
+        test::becomeOther();
     });
 }
 
@@ -284,7 +277,7 @@ TEST_F(HeldPIDFile, OfAContainerIsKnownOutsideByTheNumberThatTheHolderHasThere) 
             pause();
         });
     });
-    ASSERT_TRUE(await([&] { return container.output() == "claimed"; })) << container.output();
+    ASSERT_TRUE(awaitOutput(container, "claimed"));
     ASSERT_THAT(test::readFile(name), testing::StartsWith("1\n"));
 
     pid_t const holder = fdn::CPIDFile::getActivePID(path);
@@ -316,7 +309,7 @@ TEST_F(HeldPIDFileOfAccounts, OfAnotherUserIsNeitherFreeNorToBeSignalledBy) {
     expectRefused("belongs to user 65534, who may not signal process " + std::to_string(holder->pid()));
 }
 
-TEST_F(HeldPIDFileOfAccounts, OfAnotherUserIsNotFreeAlsoWhenTheLockIsLost) {
+TEST_F(HeldPIDFileOfAccounts, OfAnotherUserIsNotFreeEvenWhenTheLockIsLost) {
     auto const holder = startHolder([] {}, &closeAll);
     test::setOwner(name, kNobody, kNobody);
 
@@ -325,7 +318,7 @@ TEST_F(HeldPIDFileOfAccounts, OfAnotherUserIsNotFreeAlsoWhenTheLockIsLost) {
 
 TEST_F(HeldPIDFileOfAccounts, OfTheAccountWithASecondNameIsKnown) {
     test::setOwner(folder.name(), kUser, kUser);
-    auto const holder = startHolder([] { become(kUser); });
+    auto const holder = startHolder([] { test::becomeUser(); });
     std::filesystem::create_hard_link(name, folder.name("backup"));
 
     expectKnown(holder->pid());
@@ -334,7 +327,7 @@ TEST_F(HeldPIDFileOfAccounts, OfTheAccountWithASecondNameIsKnown) {
 TEST_F(HeldPIDFileOfAccounts, OfTheAccountIsKnownWhomeverItHasOpenedItsFolderTo) {
     test::setOwner(folder.name(), kUser, kUser);
     test::setMode(folder.name(), 0777);
-    auto const holder = startHolder([] { become(kUser); });
+    auto const holder = startHolder([] { test::becomeUser(); });
     std::filesystem::create_hard_link(name, folder.name("backup"));
 
     expectKnown(holder->pid());
@@ -350,17 +343,17 @@ TEST_F(HeldPIDFile, IsKnownByStartTimeAndBootWhenItsHolderHasClosedAllDescriptor
 TEST_F(HeldPIDFile, IsNotFreeWhereNeitherLockNorProcTellsOfItsHolder) {
     auto const holder = startHolder([] {}, &closeAll);
 
-    expectRefused("names process " + std::to_string(holder->pid()) + ", which lives", &hideProc);
+    expectRefused("names process " + std::to_string(holder->pid()) + ", which lives", &removeProc);
 }
 
 TEST_F(HeldPIDFile, IsFreeForAProcessThatHasHeldItAndBecomesAnotherProgram) {
-    Outcome const outcome = test::run({FDN_TESTS_CLAIMANT, name, "again"});
+    Outcome const outcome = test::run({DMN_CLAIMANT, name, "again"});
 
     EXPECT_EQ(outcome.output, "claimed, claimed");
     EXPECT_FALSE(std::filesystem::exists(name));
 }
 
-TEST_F(HeldPIDFile, IsDeletedAlsoByAHolderThatHasClosedAllDescriptors) {
+TEST_F(HeldPIDFile, IsDeletedEvenByAHolderThatHasClosedAllDescriptors) {
     Outcome const outcome = runInChild([this] {
         auto file = std::make_unique<fdn::CPIDFile>(path);
         closeAll();
@@ -378,15 +371,10 @@ TEST_F(HeldPIDFile, IsDeletedAlsoByAHolderThatHasClosedAllDescriptors) {
 TEST_F(HeldPIDFileOfAccounts, LeftBehindIsFreeThoughEveryoneWhoMayReadItLocksIt) {
     test::writeFile(name, "1000000000\n");
     Program const reader([this] {
-        become(kOther);
-        Descriptor const file(open(name.c_str(), O_RDONLY | O_CLOEXEC));
-        struct flock lock = {};
-        lock.l_type = F_RDLCK;
-        require(fcntl(file.get(), F_SETLK, &lock) == 0, "fcntl");
-        std::cout << "locked" << std::flush;
-        pause();
+        test::becomeOther();
+        keepLocked(Descriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC)), F_SETLK, F_RDLCK);
     });
-    ASSERT_TRUE(await([&] { return reader.output() == "locked"; })) << reader.errors();
+    ASSERT_TRUE(awaitOutput(reader, "locked"));
 
     EXPECT_EQ(claim(), "claimed");
 }
@@ -394,7 +382,7 @@ TEST_F(HeldPIDFileOfAccounts, LeftBehindIsFreeThoughEveryoneWhoMayReadItLocksIt)
 TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountWithALease) {
     test::setOwner(folder.name(), kUser, kUser);
     Program const account([this] {
-        become(kUser);
+        test::becomeUser();
         test::writeFile(name, std::to_string(getpid()) + "\n");
         Descriptor const file(open(name.c_str(), O_RDWR | O_CLOEXEC));
         signal(SIGIO, SIG_IGN);
@@ -403,7 +391,7 @@ TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountWithALease) {
         while (true)
             pause();
     });
-    ASSERT_TRUE(await([&] { return account.output() == "leased"; })) << account.errors();
+    ASSERT_TRUE(awaitOutput(account, "leased"));
 
     EXPECT_EQ(answer(), "0");
     EXPECT_THAT(claim(), HasSubstr("Resource temporarily unavailable"));
@@ -412,16 +400,11 @@ TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountWithALease) {
 TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountWithALockOfAnotherKind) {
     test::setOwner(folder.name(), kUser, kUser);
     Program const account([this] {
-        become(kUser);
+        test::becomeUser();
         test::writeFile(name, "1000000000\n");
-        Descriptor const file(open(name.c_str(), O_RDWR | O_CLOEXEC));
-        struct flock lock = {};
-        lock.l_type = F_WRLCK;
-        require(fcntl(file.get(), F_OFD_SETLK, &lock) == 0, "fcntl");
-        std::cout << "locked" << std::flush;
-        pause();
+        keepLocked(Descriptor(open(name.c_str(), O_RDWR | O_CLOEXEC)), F_OFD_SETLK, F_WRLCK);
     });
-    ASSERT_TRUE(await([&] { return account.output() == "locked"; })) << account.errors();
+    ASSERT_TRUE(awaitOutput(account, "locked"));
 
     EXPECT_EQ(answer(), "0");
 }
@@ -461,7 +444,7 @@ TEST_F(HeldPIDFile, IsClaimedThoughAnotherClaimWasKilledBeforeItsEnd) {
 TEST_F(HeldPIDFileOfAccounts, IsClaimedThoughAnotherAccountHasAnUnfinishedOne) {
     std::string const unfinished = folder.name(".pid-file.new");
     test::writeFile(unfinished, "");
-    test::setOwner(unfinished, kOther, kOther);
+    test::setOwner(unfinished, test::kOther, test::kOther);
 
     EXPECT_EQ(claim(), "claimed");
     EXPECT_THAT(test::entriesOf(folder.name()), IsEmpty());
@@ -484,15 +467,10 @@ protected:
         return file;
     }
 
-    /// What that process's own PID file holds.
+    /// The content that the PID file of this process would have.
     static std::string contentOf(pid_t process) {
-        std::string const stat = test::readFile("/proc/" + std::to_string(process) + "/stat");
-        std::istringstream fields(stat.substr(stat.rfind(')') + 1));
-        std::string startTime;
-        for (int i = 3; i <= 22; ++i)
-            fields >> startTime;
-        return std::to_string(process) + "\n" + startTime + " " +
-               test::readFile("/proc/sys/kernel/random/boot_id");
+        return std::to_string(process) + "\n" + test::startTimeOf(process) + " " + test::bootIdentifier() +
+               "\n";
     }
 };
 
@@ -531,23 +509,20 @@ TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingLongerForAStormOfSig
     EXPECT_EQ(outcome.output, "0") << outcome.errors;
 }
 
-TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingThatNeverAnswers) {
+TEST_F(PIDFileOnAFileSystemOfTheAccounts, ThatNeverAnswersKeepsNobodyWaiting) {
     test::SilentFileSystem const files(folder.name(), kUser);
 
-    // Nor whoever reads what the one who looks prints.
-    int ends[2] = {-1, -1};
-    require(pipe2(ends, O_CLOEXEC) == 0, "pipe2");
-    Descriptor const reading(ends[0]);
-    Program const looking([&] {
-        Descriptor const writing(ends[1]);
-        EXPECT_EQ(fdn::CPIDFile::getActivePID(path), 0);
-    });
-    close(ends[1]);
+    // Those who read the output of the process that looks must not wait either, so nothing that hangs may
+    // keep the pipe open.
+    test::Pipe pipe = test::makePipe();
+    Program looking([&] { require(fdn::CPIDFile::getActivePID(path) == 0, "an answer"); });
+    pipe.writing.reset();
     char byte = 0;
-    EXPECT_EQ(fdn::uninterrupted([&] { return read(reading.get(), &byte, 1); }), 0);
+    EXPECT_EQ(fdn::uninterrupted([&] { return read(pipe.reading.get(), &byte, 1); }), 0);
+    EXPECT_EQ(looking.wait().errors, "");
 }
 
-TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingThatIsNeverOpened) {
+TEST_F(PIDFileOnAFileSystemOfTheAccounts, ThatIsNeverOpenedKeepsNobodyWaiting) {
     test::ToldFile file = fileOfRootAbout(getpid());
     file.canBeOpened = false;
     test::LyingFileSystem const files(folder.name(), kUser, file);
@@ -555,7 +530,7 @@ TEST_F(PIDFileOnAFileSystemOfTheAccounts, KeepsNobodyWaitingThatIsNeverOpened) {
     EXPECT_EQ(answer(), "0");
 }
 
-TEST_F(PIDFileOnAFileSystemOfTheAccounts, VetoesNothingWithAnErrorForAnAnswer) {
+TEST_F(PIDFileOnAFileSystemOfTheAccounts, ThatAnswersWithAnErrorVetoesNothing) {
     test::FuseServer const files(folder.name(), kUser, [](fuse_in_header const&, std::string const&) {
         return std::optional<test::FuseAnswer>({EIO, ""});
     });
@@ -566,10 +541,10 @@ TEST_F(PIDFileOnAFileSystemOfTheAccounts, VetoesNothingWithAnErrorForAnAnswer) {
 TEST_F(PIDFileOnAFileSystemOfTheAccounts, IsNeitherFreeNorBelievedWhereItCannotBeToldWhoProvidesIt) {
     test::LyingFileSystem const files(folder.name(), 0, fileOfRootAbout(getpid()));
 
-    EXPECT_THAT(answer(&hideProc), HasSubstr("it cannot be told whose that is"));
+    EXPECT_THAT(answer(&removeProc), HasSubstr("it cannot be told whose that is"));
 }
 
-// In a mount name space of its own, the account mounts a file of root's over the PID file's name.
+// In a mount namespace of its own, the account mounts a file of root over the PID file.
 TEST_F(HeldPIDFileOfAccounts, IsNotLookedForThroughAProcessOfTheAccounts) {
     test::setOwner(folder.name(), kUser, kUser);
     std::string const rootsFile = folder.name("root.pid");
@@ -579,7 +554,7 @@ TEST_F(HeldPIDFileOfAccounts, IsNotLookedForThroughAProcessOfTheAccounts) {
                     "mkdir $0/ns && touch $0/ns/daemon.pid && mount --bind $0/root.pid $0/ns/daemon.pid && "
                     "echo mounted && exec sleep 1000",
                     folder.name()}));
-    ASSERT_TRUE(await([&] { return account.output() == "mounted\n"; })) << account.errors();
+    ASSERT_TRUE(awaitOutput(account, "mounted\n"));
     pid_t const process = account.pid();
     std::string const inside = "/proc/" + std::to_string(process) + "/root" + folder.name() + "/ns";
     ASSERT_EQ(test::readFile(inside + "/daemon.pid"), test::readFile(rootsFile));
@@ -593,8 +568,8 @@ TEST_F(HeldPIDFileOfAccounts, CannotBeVetoedByTheAccountFromAnotherClock) {
     Program const account([this] {
         enterAnotherClock();
         performInFork([this] {
-            become(kUser);
-            test::writeFile(name, std::to_string(getpid()) + "\n1 " + bootIdentifier());
+            test::becomeUser();
+            test::writeFile(name, std::to_string(getpid()) + "\n1 " + test::bootIdentifier() + "\n");
             std::cout << getpid() << std::flush;
             pause();
         });

@@ -1,5 +1,6 @@
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
+#include "support/SignalTreatment.h"
 #include "support/SilentFileSystem.h"
 #include "support/TemporaryFolder.h"
 #include "support/await.h"
@@ -26,7 +27,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// What no application can change: how long a start may take.
+// These tests reach what no application can change: how long a start may take.
 
 namespace {
 
@@ -54,7 +55,7 @@ protected:
             DMN_SKIP_TEST("needs /dev/fuse");
     }
 
-    // Inherits orphans, so that nothing is left unseen.
+    // Adopts orphans, so that no process that is left behind goes unnoticed.
     Launch() { prctl(PR_SET_CHILD_SUBREAPER, 1); }
 
     ~Launch() override { prctl(PR_SET_CHILD_SUBREAPER, 0); }
@@ -65,7 +66,7 @@ protected:
         return fdn::launch({program(), user.get(), level, folder, nullptr, kShort}, streams);
     }
 
-    // Whether the account has been quick enough to stop a process that is about to be its program.
+    // Whether the account was quick enough to stop a process before it became the program.
     static bool isStoppedOnTheWay() {
         try {
             kill(launchAsUser(ForkExecLevel::Detached, Path("/")), SIGKILL);
@@ -77,7 +78,8 @@ protected:
     }
 };
 
-// The error of an action while the folder does not answer; what hangs is released then.
+// Performs the action while the folder does not answer and returns its error. Whatever hangs is released in
+// the end.
 CError errorInSilence(TemporaryFolder const& folder, std::function<void()> const& action) {
     SilentFileSystem const silent(folder.name(), test::kUser);
     return test::errorOf(action);
@@ -89,7 +91,7 @@ void stopAllOthers() {
         kill(-1, SIGSTOP);
 }
 
-// How the children of the test have ended.
+// Reaps all children of the test and returns how they ended.
 std::vector<int> reapAll() {
     std::vector<int> states;
     int state = 0;
@@ -97,8 +99,6 @@ std::vector<int> reapAll() {
         states.push_back(state);
     return states;
 }
-
-void passOver(int) {}
 
 class LaunchOnEveryLevel : public Launch, public testing::WithParamInterface<ForkExecLevel> {};
 
@@ -113,7 +113,7 @@ TEST_P(LaunchOnEveryLevel, FailsInAFolderThatNeverAnswers) {
     EXPECT_THAT(reapAll(), ElementsAre(SIGKILL));
 }
 
-TEST_P(LaunchOnEveryLevel, KeepsNothingOfTheStartersOpenThatHangs) {
+TEST_P(LaunchOnEveryLevel, ThatHangsKeepsNothingOfTheStarterOpen) {
     TemporaryFolder const folder;
     SilentFileSystem const silent(folder.name(), test::kUser);
     fdn::Pipe pipe = fdn::makePipe();
@@ -140,7 +140,7 @@ TEST_F(Launch, FailsWhereTheAccountStopsWhatItMay) {
 
 TEST_F(Launch, FailsInAFolderThatNeverAnswersWhereAProcessInBetweenWaits) {
     TemporaryFolder const folder;
-    signal(SIGCHLD, &passOver);
+    test::SignalTreatment const handled(SIGCHLD, [](int) {});
     fdn::StandardStreams streams = {fdn::useNothing(), fdn::useNothing(), fdn::useNothing()};
 
     CError const error = errorInSilence(folder, [&] {
@@ -150,7 +150,6 @@ TEST_F(Launch, FailsInAFolderThatNeverAnswersWhereAProcessInBetweenWaits) {
 
     EXPECT_THAT(error.what(), HasSubstr("chdir did not finish"));
     EXPECT_THAT(reapAll(), ElementsAre(SIGKILL));
-    signal(SIGCHLD, SIG_DFL);
 }
 
 } // namespace

@@ -12,7 +12,7 @@ using fdn::P;
 
 namespace {
 
-/// An object whose count can be seen. It belongs to the test and is never deleted.
+/// An object that shows its count. It belongs to the test and is never deleted.
 struct Seen {
     void addRef() const { ++references; }
 
@@ -23,7 +23,7 @@ struct Seen {
 
 struct SeenMore : Seen {};
 
-/// Tells through flags when it goes.
+/// Sets a flag when it goes.
 class Guest : public fdn::CBase {
 public:
     explicit Guest(bool& isGone) : m_isGone(isGone) {}
@@ -34,7 +34,7 @@ private:
     bool& m_isGone;
 };
 
-/// What it was made from.
+/// Remembers what it was made from.
 class Made : public fdn::CBase {
 public:
     Made() = default;
@@ -52,7 +52,7 @@ private:
     int m_number = 0;
 };
 
-/// Looks at the P that held it while it goes, and throws.
+/// Checks, as it goes, that the P that held it is empty, and then throws.
 class Troublemaker : public fdn::CBase {
 public:
     explicit Troublemaker(P<Troublemaker> const& holder) : m_holder(holder) {}
@@ -115,7 +115,7 @@ TEST(P, MoveHandsTheReferenceOver) {
 
     EXPECT_EQ(object.references, 2);
     EXPECT_EQ(moved.get(), &object);
-    EXPECT_EQ(original, nullptr); // NOLINT(bugprone-use-after-move): what a move leaves is the point
+    EXPECT_EQ(original, nullptr); // NOLINT(bugprone-use-after-move): the test is about what a move leaves
 }
 
 TEST(P, AssignmentDropsTheOldReferenceAndAddsTheNew) {
@@ -191,7 +191,7 @@ TEST(P, OfADerivedClassConvertsToOneOfItsBase) {
 
     EXPECT_EQ(object.references, 3);
     EXPECT_EQ(copy, moved);
-    EXPECT_FALSE(derived); // NOLINT(bugprone-use-after-move): what a move leaves is the point
+    EXPECT_FALSE(derived); // NOLINT(bugprone-use-after-move): the test is about what a move leaves
 }
 
 TEST(P, IsEqualToOneThatHoldsTheSameObject) {

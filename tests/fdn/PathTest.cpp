@@ -1,5 +1,6 @@
 #include "support/CurrentFolder.h"
 #include "support/TemporaryFolder.h"
+#include "support/cases.h"
 #include "support/errors.h"
 
 #include <fdn/CError.h>
@@ -36,8 +37,8 @@ String repeated(char const* text, int count) {
 }
 
 template <class Case>
-std::string nameOf(testing::TestParamInfo<Case> const& info) {
-    return info.param.name;
+auto operator<<(std::ostream& stream, Case const& testCase) -> decltype(stream << testCase.name) {
+    return stream << testCase.name;
 }
 
 } // namespace
@@ -85,10 +86,6 @@ struct SepCase {
     char const* expected;
 };
 
-std::ostream& operator<<(std::ostream& stream, SepCase const& sepCase) {
-    return stream << sepCase.name;
-}
-
 class PathWithSep : public testing::TestWithParam<SepCase> {};
 
 } // namespace
@@ -101,7 +98,7 @@ INSTANTIATE_TEST_SUITE_P(Path, PathWithSep,
                          testing::Values(SepCase{"Name", "a", "a/"}, SepCase{"Folder", "/a", "/a/"},
                                          SepCase{"WithOne", "/a/", "/a/"}, SepCase{"WithTwo", "/a//", "/a//"},
                                          SepCase{"Root", "/", "/"}, SepCase{"Empty", "", ""}),
-                         nameOf<SepCase>);
+                         test::nameOfCase);
 
 namespace {
 
@@ -111,10 +108,6 @@ struct RootCase {
     int rootLength;
     int rootTextLength;
 };
-
-std::ostream& operator<<(std::ostream& stream, RootCase const& rootCase) {
-    return stream << rootCase.name;
-}
 
 class PathRoot : public testing::TestWithParam<RootCase> {};
 
@@ -135,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(Path, PathRoot,
                                          RootCase{"SlashesAlone", "///", 3, 1},
                                          RootCase{"Relative", "a/b", -1, 0},
                                          RootCase{"Parent", "../a", -1, 0}, RootCase{"Empty", "", -1, 0}),
-                         nameOf<RootCase>);
+                         test::nameOfCase);
 
 TEST(Path, SeparatorsAreTheSlash) {
     EXPECT_EQ(CUnixPathTraits::getSep(), "/");
@@ -166,10 +159,6 @@ struct JoinCase {
     char const* expected;
     bool expectedMark;
 };
-
-std::ostream& operator<<(std::ostream& stream, JoinCase const& joinCase) {
-    return stream << joinCase.name;
-}
 
 class PathJoin : public testing::TestWithParam<JoinCase> {};
 
@@ -211,7 +200,7 @@ INSTANTIATE_TEST_SUITE_P(
         JoinCase{"TrailingSeparatorLosesMark", "/a", marked, "b/", unmarked, "/a/b/", unmarked},
         JoinCase{"ParentIsNotResolved", "/a", unmarked, "../b", unmarked, "/a/../b", unmarked},
         JoinCase{"SeparatorsInsideStay", "/a", unmarked, "b//./c", unmarked, "/a/b//./c", unmarked}),
-    nameOf<JoinCase>);
+    test::nameOfCase);
 
 namespace {
 
@@ -223,10 +212,6 @@ struct NormalCase {
     char const* expected;
     bool expectedMark;
 };
-
-std::ostream& operator<<(std::ostream& stream, NormalCase const& normalCase) {
-    return stream << normalCase.name;
-}
 
 class PathNormalized : public testing::TestWithParam<NormalCase> {};
 
@@ -286,7 +271,7 @@ INSTANTIATE_TEST_SUITE_P(
                     NormalCase{"DotInBase", ".", makeAbsolute, "/srv", "/srv", marked},
                     NormalCase{"RelativeBase", "x", makeAbsolute, "srv", "srv/x", marked},
                     NormalCase{"AboveRelativeBase", "../../x", makeAbsolute, "srv", "../x", marked}),
-    nameOf<NormalCase>);
+    test::nameOfCase);
 
 TEST(Path, MarkedIsReturnedAsItIsWhenNormalized) {
     Path const path = pathOf("a/../..//b/", marked);
@@ -355,10 +340,6 @@ struct BadCase {
     char const* base;
 };
 
-std::ostream& operator<<(std::ostream& stream, BadCase const& badCase) {
-    return stream << badCase.name;
-}
-
 class BadPath : public testing::TestWithParam<BadCase> {};
 
 } // namespace
@@ -380,7 +361,7 @@ INSTANTIATE_TEST_SUITE_P(Path, BadPath,
                                          BadCase{"AboveTheRootAsBase", "..", makeAbsolute, "/"},
                                          BadCase{"InTheMiddle", "/a/./../../b/c", makeAbsolute, "/srv"},
                                          BadCase{"Umlaut", "/gr\xFCn/../..", leave, ""}),
-                         nameOf<BadCase>);
+                         test::nameOfCase);
 
 TEST(Path, ThatClimbsAboveTheCurrentFolderIsAnErrorWithItsOwnText) {
     Path const path(repeated("../", 5000) + "x");

@@ -1,6 +1,7 @@
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
 #include "support/TemporaryFolder.h"
+#include "support/cases.h"
 
 #include <fdn/CError.h>
 #include <fdn/P.h>
@@ -32,7 +33,7 @@ std::string bytesOf(wxCharBuffer const& buffer) {
 
 wchar_t const noCharacter = static_cast<wchar_t>(0x110000);
 
-/// Texts that no encoding has.
+/// Texts that no encoding can represent.
 String const impossibleTexts[] = {L"a\xD800", L"a\xDFFF", wxString(&noCharacter, 1)};
 
 /// The text "a", the character NUL, "b".
@@ -40,7 +41,7 @@ String textWithNul() {
     return wxString(L"a\0b", 3);
 }
 
-/// Sets the locale's encoding while it lives.
+/// Sets the encoding of the locale as long as it lives.
 class EncodingLocale {
 public:
     explicit EncodingLocale(char const* name) : m_previous(std::setlocale(LC_CTYPE, nullptr)) {
@@ -407,8 +408,8 @@ TEST(String, ToEncodingRefusesWhatNoEncodingHas) {
 
 namespace {
 
-/// An encoding of one byte for each character, which needs one more at first, as one with a byte-order mark
-/// does; or which fails after that.
+/// An encoding with one byte per character. When asked for the size, it counts one byte more, as an encoding
+/// with a byte-order mark does. If told to, it then fails to encode.
 class ForgetfulEncoding : public wxMBConv {
 public:
     explicit ForgetfulEncoding(bool fails) : m_fails(fails) {}
@@ -510,13 +511,13 @@ INSTANTIATE_TEST_SUITE_P(
                     BytesCase{"Surrogate", "\xED\xA0\x80", "\xED\xA0\x80"},
                     BytesCase{"BeyondUnicode", "\xF4\x90\x80\x80", "\xF4\x90\x80\x80"},
                     BytesCase{"FiveByteForm", "\xF8\x88\x80\x80\x80", "\xF8\x88\x80\x80\x80"}),
-    [](auto const& test) { return std::string(test.param.name); });
+    test::nameOfCase);
 
 namespace {
 
-/// The lines that the encoding program writes.
+/// Runs the encoding program and returns the lines that it writes.
 std::string encodings(test::Environment const& environment, bool startsFoundation) {
-    std::vector<std::string> command{FDN_TESTS_ENCODINGS};
+    std::vector<std::string> command{DMN_ENCODINGS};
     if (startsFoundation)
         command.emplace_back("start");
     test::Outcome const outcome = test::run(command, environment);
@@ -527,7 +528,8 @@ std::string encodings(test::Environment const& environment, bool startsFoundatio
 /// Runs the encoding program in locales that the test makes.
 class MadeLocale : public testing::Test {
 protected:
-    /// The environment of a locale of this character set; an empty one where it cannot be made.
+    /// Makes a locale of this character set and returns the environment that selects it; an empty one if it
+    /// cannot be made.
     test::Environment make(char const* characterSet) const {
         std::string const place = m_folder.name("made");
         test::run({"localedef", "--no-archive", "--force", "--quiet", "--inputfile=POSIX",
@@ -578,9 +580,9 @@ std::string toHexadecimal(std::string const& bytes) {
     return digits;
 }
 
-/// The lines that the encoding program writes in a folder.
+/// Runs the encoding program in a folder and returns the lines that it writes.
 std::string pathsIn(std::string const& folder, test::Environment const& environment) {
-    test::Outcome const outcome = test::run({FDN_TESTS_ENCODINGS, "start", folder}, environment);
+    test::Outcome const outcome = test::run({DMN_ENCODINGS, "start", folder}, environment);
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     return outcome.output;
 }

@@ -1,3 +1,5 @@
+#include "support/cases.h"
+
 #include <fdn/P.h>
 #include <fdn/TBuffer.h>
 
@@ -16,7 +18,7 @@ namespace {
 
 using Buffer = fdn::TBuffer<wchar_t>;
 
-/// Writes down the storage count of every storage that it gives up before it goes itself.
+/// Records the storage count of every storage that it gives up before its own end.
 class WatchedBuffer : public Buffer {
 public:
     using Buffer::Buffer;
@@ -41,7 +43,7 @@ std::wstring textOf(Buffer const& buffer) {
     return std::wstring(buffer.getData(), static_cast<std::size_t>(buffer.getUsed()));
 }
 
-/// What its data's address lacks to a multiple of the alignment.
+/// How far the address of its data lies beyond a multiple of the alignment.
 std::uintptr_t misalignment(Buffer const& buffer, int alignment) {
     return reinterpret_cast<std::uintptr_t>(buffer.getData()) % static_cast<std::uintptr_t>(alignment);
 }
@@ -381,7 +383,7 @@ INSTANTIATE_TEST_SUITE_P(TBuffer, TBufferGrowth,
                                          GrowthCase{"ToTwice", 10, 2.0, 11, 20},
                                          GrowthCase{"NotWithRoomLeft", 10, 2.0, 10, 10},
                                          GrowthCase{"NotForNothing", 0, 2.0, 0, 0}),
-                         [](auto const& test) { return std::string(test.param.name); });
+                         test::nameOfCase);
 
 TEST(TBuffer, CountsWhatIsNeededFromTheUsedElementsOn) {
     Buffer buffer = bufferOf(L"abc");
@@ -466,7 +468,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ExcessCase{"Factor", [](Buffer& buffer) { growByFactor(buffer, 1e9); }},
                     ExcessCase{"FactorOfOneTooMany", [](Buffer& buffer) { growByFactor(buffer, 0x1p29); }},
                     ExcessCase{"InfiniteFactor", [](Buffer& buffer) { growByFactor(buffer, HUGE_VAL); }}),
-    [](auto const& test) { return std::string(test.param.name); });
+    test::nameOfCase);
 
 TEST(TBuffer, GrowsToWhatIsNeededUnderAFactorBelowEverythingOrThatIsNoNumber) {
     for (double const factor : {-1e300, -HUGE_VAL, noNumber}) {

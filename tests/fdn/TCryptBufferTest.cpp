@@ -1,3 +1,5 @@
+#include "support/cases.h"
+
 #include <fdn/TBuffer.h>
 
 #include <gtest/gtest.h>
@@ -15,11 +17,11 @@ namespace {
 
 constexpr int elementCount = 8;
 
-// What was obtained last.
+// The storage that was allocated last.
 void* lastStorage = nullptr;
 std::size_t lastSize = 0;
 
-// The storage that is looked at when it is freed, and what it held then.
+// The storage that is examined when it is freed, and what it held then.
 void* watchedStorage = nullptr;
 std::size_t watchedSize = 0;
 unsigned char contentWhenFreed[1024];
@@ -27,8 +29,7 @@ bool wasFreed = false;
 
 bool mayAllocate = true;
 
-/// A plain value whose arrays come from here, so that tests see what is freed and can refuse what is asked
-/// for.
+/// A plain value whose arrays are allocated here, so that tests can see what is freed and refuse to allocate.
 template <class Value>
 struct Element {
     Value value;
@@ -57,7 +58,7 @@ using Wide = Element<wchar_t>;
 
 static_assert(sizeof(Byte) == 1 && sizeof(Wide) == sizeof(wchar_t));
 
-/// Fills the storage that was obtained last with the byte 0xAA and watches it.
+/// Fills the storage that was allocated last with the byte 0xAA and watches it.
 void watchLastStorage() {
     std::memset(lastStorage, 0xAA, lastSize);
     watchedStorage = lastStorage;
@@ -73,8 +74,8 @@ std::unique_ptr<AnyBuffer> makeWatched() {
     return buffer;
 }
 
-/// How many bytes at the front of the watched storage were zero when it was freed; -1 unless all that
-/// followed were as written, or when it was not freed.
+/// How many bytes at the front of the watched storage were zero when it was freed; -1 if it was not freed or
+/// if a byte behind them had changed.
 int wipedBytes() {
     unsigned char const* const begin = contentWhenFreed;
     unsigned char const* const end = begin + watchedSize;
@@ -83,7 +84,7 @@ int wipedBytes() {
     return wasFreed && isUntouched ? static_cast<int>(rest - begin) : -1;
 }
 
-/// A way to have a buffer give its storage up.
+/// A way to make a buffer give up its storage.
 template <class T>
 struct GivingUp {
     using Buffer = fdn::TCryptBuffer<T>;
@@ -120,8 +121,6 @@ class TCryptBufferOfWideText : public testing::TestWithParam<GivingUp<Wide>> {};
 
 class TCryptBufferOfBytes : public testing::TestWithParam<GivingUp<Byte>> {};
 
-auto const nameOfWay = [](auto const& test) { return std::string(test.param.name); };
-
 } // namespace
 
 TEST_P(TCryptBufferOfWideText, WipesAsManyBytesAsItHasElements) {
@@ -132,7 +131,7 @@ TEST_P(TCryptBufferOfWideText, WipesAsManyBytesAsItHasElements) {
     EXPECT_EQ(wipedBytes(), elementCount);
 }
 
-INSTANTIATE_TEST_SUITE_P(On, TCryptBufferOfWideText, waysOfGivingUp<Wide>(), nameOfWay);
+INSTANTIATE_TEST_SUITE_P(On, TCryptBufferOfWideText, waysOfGivingUp<Wide>(), test::nameOfCase);
 
 TEST_P(TCryptBufferOfBytes, WipesItsWholeStorage) {
     auto buffer = makeWatched<fdn::TCryptBuffer<Byte>>();
@@ -142,7 +141,7 @@ TEST_P(TCryptBufferOfBytes, WipesItsWholeStorage) {
     EXPECT_EQ(wipedBytes(), elementCount);
 }
 
-INSTANTIATE_TEST_SUITE_P(On, TCryptBufferOfBytes, waysOfGivingUp<Byte>(), nameOfWay);
+INSTANTIATE_TEST_SUITE_P(On, TCryptBufferOfBytes, waysOfGivingUp<Byte>(), test::nameOfCase);
 
 TEST(TCryptBuffer, WipesFromTheStartOfItsStorageWhereTheDataIsAligned) {
     constexpr int alignment = 64;
@@ -245,4 +244,4 @@ INSTANTIATE_TEST_SUITE_P(
                     Need{"Insert", [](Buffer& buffer) { buffer.insert(1, letters, 2); }},
                     Need{"GetFreePtr", [](Buffer& buffer) { buffer.getFreePtr(2); }},
                     Need{"Alignment", [](Buffer& buffer) { buffer.setAllocAlignBytes(64); }}),
-    [](auto const& test) { return std::string(test.param.name); });
+    test::nameOfCase);

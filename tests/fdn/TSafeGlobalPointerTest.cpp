@@ -1,3 +1,4 @@
+#include "support/BackgroundCall.h"
 #include "support/Program.h"
 #include "support/TemporaryFolder.h"
 #include "support/await.h"
@@ -10,12 +11,11 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <unistd.h>
 
 using fdn::P;
 
@@ -56,7 +56,7 @@ P<Thing> create() {
     return creation();
 }
 
-/// What the use of the global throws, as text; empty when it throws nothing.
+/// Uses the global and returns what that throws, as text; empty when it throws nothing.
 std::string failureOf(Global& global) {
     try {
         *global;
@@ -72,7 +72,7 @@ std::string failureOf(Global& global) {
 
 constexpr char laterFailure[] = "Construction of static object has failed.";
 
-/// Each test has a global of its own, which it makes from the guard and the create function above.
+/// Gives each test a global of its own, made from the guard and the create function above.
 class TSafeGlobalPointer : public testing::Test {
 protected:
     TSafeGlobalPointer() {
@@ -87,20 +87,17 @@ protected:
     Global m_global{&guard, &create};
 };
 
-/// A thread that uses the global, and what came of it.
+/// A thread that uses the global and remembers what came of it.
 class User {
 public:
-    explicit User(Global& global) : m_thread([this, &global] { run(global); }) {}
+    explicit User(Global& global)
+        : m_use([this, &global] {
+              m_failure = failureOf(global);
+              m_hasEnded = true;
+          }) {}
 
-    User(User const&) = delete;
-    User& operator=(User const&) = delete;
-
-    ~User() { m_thread.join(); }
-
-    /// Whether the user came to wait in the middle of the use.
-    bool awaitWaiting() const {
-        return test::await([this] { return m_id != 0; }) && test::awaitSleep(m_id) && !m_hasEnded;
-    }
+    /// Whether the user began to wait in the middle of the use.
+    bool awaitWaiting() const { return m_use.getsBlocked(); }
 
     std::string failure() const {
         EXPECT_TRUE(test::await([this] { return m_hasEnded.load(); }));
@@ -108,16 +105,9 @@ public:
     }
 
 private:
-    void run(Global& global) {
-        m_id = gettid();
-        m_failure = failureOf(global);
-        m_hasEnded = true;
-    }
-
     std::string m_failure;
-    std::atomic<pid_t> m_id{0};
     std::atomic<bool> m_hasEnded{false};
-    std::thread m_thread;
+    test::BackgroundCall m_use;
 };
 
 } // namespace
@@ -248,22 +238,18 @@ TEST_F(TSafeGlobalPointer, ThreadThatWaitsForAConstructionThatFailsIsALaterUser)
 }
 
 TEST_F(TSafeGlobalPointer, IsConstructedUnderTheGlobalMutex) {
-    std::thread other;
+    std::optional<test::BackgroundCall> other;
     creation = [&other] {
-        std::atomic<pid_t> id{0};
-        other = std::thread([&id] {
-            id = gettid();
+        other.emplace([] {
             fdn::CMutexLock const lock(fdn::getGlobalMutex());
             EXPECT_EQ(creations, 2);
         });
-        EXPECT_TRUE(test::await([&id] { return id != 0; }));
-        EXPECT_TRUE(test::awaitSleep(id));
+        EXPECT_TRUE(other->getsBlocked());
         creations = 2;
         return fdn::newObj<Thing>();
     };
 
     *m_global;
-    other.join();
 }
 
 TEST_F(TSafeGlobalPointer, MayUseAnotherGlobalInItsConstruction) {
@@ -325,25 +311,19 @@ TEST_F(TSafeGlobalPointer, LeavesAnObjectThatOthersHoldAliveWhenItGoes) {
 }
 
 TEST(SafeGlobalObjects, MayJoinPathsInTheirConstruction) {
-    test::Outcome const outcome = test::run({FDN_TESTS_USE_GLOBALS, "join-in-construction"});
-
-    EXPECT_EQ(outcome.signal, 0);
-    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(test::run({DMN_USE_GLOBALS, "join-in-construction"}).status, 0);
 }
 
 TEST(SafeGlobalObjects, KeepNobodyFromLoggingWhileTheyAreConstructed) {
     test::TemporaryFolder const folder;
 
     test::Outcome const outcome =
-        test::run({FDN_TESTS_USE_GLOBALS, "log-in-construction"}, {{"XDG_STATE_HOME", folder.name("state")}});
+        test::run({DMN_USE_GLOBALS, "log-in-construction"}, {{"XDG_STATE_HOME", folder.name("state")}});
 
     EXPECT_EQ(outcome.signal, 0);
     EXPECT_EQ(outcome.status, 0);
 }
 
 TEST(SafeGlobalObjects, AreAnErrorOnceTheyAreDestroyed) {
-    test::Outcome const outcome = test::run({FDN_TESTS_USE_GLOBALS, "use-destroyed"});
-
-    EXPECT_EQ(outcome.signal, 0);
-    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(test::run({DMN_USE_GLOBALS, "use-destroyed"}).status, 0);
 }

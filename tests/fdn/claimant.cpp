@@ -1,5 +1,5 @@
-// Claims the PID file that the first argument names, says so, and gives it up. With a second argument it
-// becomes the same program once more before that, without it.
+// Claims the PID file that the first argument names, says so, and gives it up. If there is a second argument,
+// it first executes itself once more without that argument.
 
 #include <fdn/CFdnInit.h>
 #include <fdn/CPIDFile.h>

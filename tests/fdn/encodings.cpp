@@ -1,6 +1,6 @@
-// Writes, as hexadecimal lines, "é" and "€" in the encoding of the locale, and the what() of an error that
-// has "€" as its message. With an argument, it starts the foundation first. With a folder as a second one, it
-// enters that and writes the path of "x" there and those of the folder's entries, as the system gets them.
+// Writes, as hexadecimal lines, "é" and "€" in the encoding of the locale, and what() of an error with the
+// message "€". With an argument, it starts the foundation first. With a folder as the second argument, it
+// enters that folder and instead writes the paths of "x" and of all entries there, as the system gets them.
 
 #include <fdn/CError.h>
 #include <fdn/CFdnInit.h>

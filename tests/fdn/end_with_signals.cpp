@@ -1,11 +1,11 @@
-// Ends in one of the ways that matter to the signal receiver, with the exit status 0 when all goes well. The
-// only argument says how:
+// Ends in one of the ways that matter to the signal receiver, with status 0 if all goes well. The only
+// argument says how:
 //
-//   signalled-at-exit   gets SIGTERM, which must be ignored by then, after the receiver is gone
-//   exit-in-handler     its handler calls exit()
-//   exit-in-fork        a forked process calls exit(), and this one still receives signals afterwards
-//   used-at-exit        asks for the receiver and the account manager when both have been destroyed
-//   without-descriptors closes all descriptors and opens a file of its own, which no signal may change
+//   signalled-at-exit   gets SIGTERM after the receiver is gone, when it must be ignored
+//   exit-in-handler     has a handler that calls exit()
+//   exit-in-fork        has a forked process call exit(), and still receives signals afterwards
+//   used-at-exit        uses the receiver and the account manager after their destruction
+//   without-descriptors closes all descriptors and opens files of its own, which no signal may change
 
 #include <fdn/CError.h>
 #include <fdn/CFdnInit.h>
@@ -62,7 +62,7 @@ public:
 };
 
 int beSignalledAtExit() {
-    // Made before the receiver, and so destroyed after it.
+    // Made before the receiver, so it is destroyed after it.
     static SignalledInTheEnd const last;
     handleTermination([] {});
     return 0;
@@ -100,13 +100,13 @@ public:
             handleTermination([] {});
             _exit(kFailure);
         } catch (fdn::CError const&) {
-            // Nobody would call the handler any more.
+            // The handler is refused, because nobody would call it any more.
         }
     }
 };
 
 int useGlobalsAtExit() {
-    // Made before the globals, and so destroyed after them.
+    // Made before the globals, so it is destroyed after them.
     static UsesGlobalsInTheEnd const last;
     handleTermination([] {});
     fdn::CSystemAccountManager::get();
@@ -142,7 +142,7 @@ int main(int argc, char** argv) {
                                                    {"exit-in-fork", &exitInFork},
                                                    {"used-at-exit", &useGlobalsAtExit},
                                                    {"without-descriptors", &receiveWithoutDescriptors}};
-    alarm(20); // where the process would hang
+    alarm(20); // ends a process that hangs
     fdn::CFdnInit const init(true);
     auto const way = ways.find(argc == 2 ? argv[1] : "");
     return way == ways.end() ? kUsage : way->second();

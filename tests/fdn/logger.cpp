@@ -9,7 +9,7 @@
 
 namespace {
 
-// Made before and so destroyed after everything that the library makes when it is used.
+// Made before everything that the library makes when it is used, so it is destroyed after that.
 struct LateEntry {
     ~LateEntry() {
         if (isWanted)

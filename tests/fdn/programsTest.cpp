@@ -3,6 +3,7 @@
 #include "support/Obstacles.h"
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
+#include "support/SignalTreatment.h"
 #include "support/TemporaryFolder.h"
 #include "support/await.h"
 #include "support/errors.h"
@@ -23,8 +24,6 @@
 #include <iostream>
 #include <new>
 #include <set>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -53,7 +52,9 @@ using test::await;
 using test::BlockedSignal;
 using test::CurrentFolder;
 using test::errorOf;
+using test::linesOf;
 using test::reap;
+using test::SignalTreatment;
 using test::TemporaryFolder;
 using testing::Contains;
 using testing::HasSubstr;
@@ -99,20 +100,12 @@ std::string readAll(CIPCConnectionToSubProcess& connection) {
     return content;
 }
 
-std::vector<std::string> linesOf(std::string const& text) {
-    std::istringstream stream(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
-
 String propertyOf(CError const& error, char const* name) {
     auto const found = error.getProps().find(name);
     return found == error.getProps().end() ? String("(missing)") : found->second;
 }
 
-// A program that runs for as long as the object lives.
+// A program that runs as long as the object lives.
 class RunningProgram {
 public:
     explicit RunningProgram(ForkExecLevel level, Path const& folder = Path(),
@@ -137,28 +130,12 @@ private:
     int m_pid;
 };
 
-// Waits for it, because a program opens its libraries first.
+// Awaits this state, because a program opens its libraries first.
 bool hasJustStandardStreams(RunningProgram const& program) {
     return await([&] { return test::descriptorsOf(program.pid()) == std::set<int>{0, 1, 2}; });
 }
 
-// Treats a signal in a certain way for as long as the object lives.
-class Treatment {
-public:
-    Treatment(int signal, void (*treatment)(int))
-        : m_signal(signal), m_previous(::signal(signal, treatment)) {}
-
-    Treatment(Treatment const&) = delete;
-    Treatment& operator=(Treatment const&) = delete;
-
-    ~Treatment() { ::signal(m_signal, m_previous); }
-
-private:
-    int m_signal;
-    void (*m_previous)(int);
-};
-
-// Whatever a start does: afterwards the process has no other descriptors and no child.
+// Checks that whatever a start does, the process then has no new descriptors and no child.
 class LeavesNothingBehind : public testing::Test {
 protected:
     void TearDown() override {
@@ -238,6 +215,7 @@ TEST_F(ExecSync, TakesTheStatusOneForANo) {
 
 TEST_F(ExecSync, ThrowsWhereChildrenBecomeForgottenMeanwhile) {
     TemporaryFolder const folder;
+    SignalTreatment const asUsual(SIGCHLD, SIG_DFL);
     std::thread other([&] {
         EXPECT_TRUE(await(&test::hasChild));
         signal(SIGCHLD, SIG_IGN);
@@ -250,7 +228,6 @@ TEST_F(ExecSync, ThrowsWhereChildrenBecomeForgottenMeanwhile) {
     EXPECT_THAT(message, testing::StartsWith(
                              "The program '/bin/sh' may have failed without its whole answer to '-c until"));
     other.join();
-    signal(SIGCHLD, SIG_DFL);
 }
 
 TEST_F(ExecSync, WaitsForNobodyElseWhoHoldsTheOutput) {
@@ -393,7 +370,7 @@ std::ostream& operator<<(std::ostream& stream, Forgetting const& forgetting) {
     return stream << forgetting.name;
 }
 
-// The system, or a handler, forgets how children have ended.
+// The system or a handler discards how children end.
 class ForgottenChildren : public LeavesNothingBehind, public testing::WithParamInterface<Forgetting> {
 protected:
     void SetUp() override { forget(); }
@@ -410,7 +387,7 @@ protected:
         sigaction(SIGCHLD, &treatment, nullptr);
     }
 
-    // For what the test itself does.
+    // Restores the usual treatment, for what the test itself does.
     static void remember() { signal(SIGCHLD, SIG_DFL); }
 };
 
@@ -587,8 +564,8 @@ TEST_F(ForkAndExec, ConnectsStreamsWhereTheCallerHasClosedItsOwn) {
 
 TEST_F(ForkAndExec, StartsWithAllSignalsUnblockedAndTreatedAsUsual) {
     BlockedSignal const blocked(SIGTERM);
-    Treatment const ignored(SIGHUP, SIG_IGN);
-    Treatment const pipeIgnored(SIGPIPE, SIG_IGN);
+    SignalTreatment const ignored(SIGHUP, SIG_IGN);
+    SignalTreatment const pipeIgnored(SIGPIPE, SIG_IGN);
 
     for (ForkExecLevel level : {ForkExecLevel::Child, ForkExecLevel::Session, ForkExecLevel::Detached}) {
         RunningProgram const program(level);
@@ -598,7 +575,7 @@ TEST_F(ForkAndExec, StartsWithAllSignalsUnblockedAndTreatedAsUsual) {
     }
 }
 
-// Where handlers note, for all processes, that they have run in another one than they are meant for.
+// Shared by all processes: a handler sets the flag when it runs in another process than it is meant for.
 std::atomic<pid_t> handlingProcess{0};
 std::atomic<bool>* strayCalls = nullptr;
 
@@ -701,13 +678,13 @@ TEST_F(ForkAndExec, ConnectsNothingWhenTheStartFails) {
 }
 
 TEST_F(ForkAndExec, WorksWhereTheCallerIgnoresItsChildren) {
-    Treatment const ignored(SIGCHLD, SIG_IGN);
+    SignalTreatment const ignored(SIGCHLD, SIG_IGN);
 
     EXPECT_GT(start(command("/bin/true"), ForkExecLevel::Detached), 0);
     EXPECT_THROW(start(command("/no/such/program"), ForkExecLevel::Detached), CError);
 }
 
-// Another thread makes processes that inherit every pipe of a start, and live on.
+// A thread that makes processes, which inherit every pipe of a start and live on.
 class ForkingThread {
 public:
     ForkingThread() : m_thread([this] { forkOn(); }) {}
@@ -816,7 +793,7 @@ TEST_P(FailingStart, SaysThatNoProcessCanBeMade) {
     EXPECT_EQ(outcome.errors, "vfork failed for '/bin/true': Resource temporarily unavailable.");
 }
 
-// At setsid(), where there is a process in between, that one is.
+// Where there is a process in between, setsid() ends that one.
 TEST_P(FailingStart, SaysThatTheProcessWasEndedOnTheWay) {
     for (long call : {SYS_setsid, SYS_chdir}) {
         if (call == SYS_setsid && GetParam() == ForkExecLevel::Child)
@@ -876,7 +853,7 @@ TEST(CIPCConnectionToSubProcess, LeavesNoPipeSignalToACallerThatHoldsItBack) {
     EXPECT_FALSE(isPipeSignalPending());
 }
 
-// The write that waits for room has written something by then, and gets the signal all the same.
+// A write that waits for room has written something by then, but gets the signal all the same.
 TEST(CIPCConnectionToSubProcess, ReportsThatTheProgramEndsInTheMiddleOfAWrite) {
     CIPCConnectionToSubProcess input;
     CIPCConnectionToSubProcess output;
@@ -893,7 +870,7 @@ TEST(CIPCConnectionToSubProcess, ReportsThatTheProgramEndsInTheMiddleOfAWrite) {
 
 TEST(CIPCConnectionToSubProcess, KeepsAPipeSignalThatWasPending) {
     BlockedSignal const blocked(SIGPIPE);
-    Treatment const ignoredAtTheEnd(SIGPIPE, SIG_DFL);
+    SignalTreatment const ignoredAtTheEnd(SIGPIPE, SIG_DFL);
     raise(SIGPIPE);
     CIPCConnectionToSubProcess input;
     connectToAnEndedProgram(input);
@@ -1052,8 +1029,7 @@ TEST_F(Impersonation, RunsUnderRootWhenAskedTo) {
 
 TEST_F(Impersonation, TakesBothIdentitiesOfAProcessThatHasRaisedItself) {
     test::Outcome const outcome = test::runInChild([] {
-        if (setresuid(61002, 0, 61002) == -1)
-            throw std::runtime_error("setresuid");
+        test::require(setresuid(test::kOther, 0, test::kOther) == 0, "setresuid");
         RunningProgram const program(ForkExecLevel::Child, Path("/"), user().get());
         std::cout << test::statusOf(program.pid(), "Uid");
     });
@@ -1063,8 +1039,7 @@ TEST_F(Impersonation, TakesBothIdentitiesOfAProcessThatHasRaisedItself) {
 
 TEST_F(Impersonation, IsNotForOrdinaryUsers) {
     test::Outcome const outcome = test::runInChild([] {
-        if (setresuid(61002, 61002, 61002) == -1)
-            throw std::runtime_error("setresuid");
+        test::require(setresuid(test::kOther, test::kOther, test::kOther) == 0, "setresuid");
         startAsUser(command("/bin/true"));
     });
 
@@ -1080,7 +1055,7 @@ TEST_F(Impersonation, NamesAnAccountThatDoesNotExist) {
 }
 
 TEST_F(Impersonation, RefusesAnAccountWithAnotherNumber) {
-    auto const wrong = fdn::newObj<CImpersonateInfo>(fdn::CSystemUserID(61002, "dmnuser"));
+    auto const wrong = fdn::newObj<CImpersonateInfo>(fdn::CSystemUserID(test::kOther, "dmnuser"));
 
     CError const error = errorOf([&] { RunningProgram(ForkExecLevel::Child, Path("/"), wrong.get()); });
 

@@ -1,5 +1,6 @@
-// Every expression that mixes a String with another text means the same: joined they are a String, compared a
-// bool. It is compiled as C++20 besides, whose compilers try comparisons from both sides.
+// Every expression that mixes a String with another text has the same type: a String when it joins them, a
+// bool when it compares them. It is compiled as C++20 as well, where compilers try comparisons from both
+// sides.
 
 #include <fdn/String.h>
 
@@ -59,10 +60,10 @@ static_assert(canBeJoined<String const&, char>() && canBeCompared<String const&,
 static_assert(canBeJoined<String, char const&>() && canBeCompared<char&, String&>());
 static_assert(canBeAppended<char>() && canBeAppended<wchar_t>() && canBeAppended<int>());
 
-// Other narrow texts than literals become Strings where that is asked for, and nowhere else.
+// Narrow texts other than literals become Strings only where that is asked for.
 static_assert(!std::is_convertible_v<std::string, String> && !std::is_convertible_v<char, String>);
 
-// Inside the name space, expressions without a String are left alone.
+// Inside the namespace, expressions without a String keep their meaning.
 [[maybe_unused]] bool compareOthers(std::string const& bytes, wxString const& wide) {
     using namespace fdn;
     return bytes + "x" == bytes && bytes + wide == wide && wide + "x" == wide + L"x" && bytes == wide;

@@ -1,3 +1,5 @@
+#include "support/cases.h"
+
 #include <fdn/CError.h>
 #include <fdn/uri.h>
 
@@ -33,10 +35,6 @@ std::ostream& operator<<(std::ostream& stream, UriCase const& uriCase) {
     return stream << uriCase.name;
 }
 
-std::string nameOf(testing::TestParamInfo<UriCase> const& info) {
-    return info.param.name;
-}
-
 class UriEscape : public testing::TestWithParam<UriCase> {};
 
 class UriUnescape : public testing::TestWithParam<UriCase> {};
@@ -61,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(
                     UriCase{"LastCodePoint", L"\U0010FFFF", "%F4%8F%BF%BF"},
                     UriCase{"Nul", wxString(L"a\0b", 3), "a%00b"},
                     UriCase{"ByteOrderMark", L"\xFEFF", "%EF%BB%BF"}),
-    nameOf);
+    test::nameOfCase);
 
 TEST_P(UriUnescape, ReadsWhatIsNoEscapeToo) {
     EXPECT_EQ(uriUnescape(GetParam().text), GetParam().expected);
@@ -79,7 +77,7 @@ INSTANTIATE_TEST_SUITE_P(
                     UriCase{"PlusIsNoBlank", "a+b", "a+b"},
                     UriCase{"UnescapedCharacters", L"\x20AC ~", L"\x20AC ~"},
                     UriCase{"NoUTF8", "%FC%FF", "\xFC\xFF"}, UriCase{"OverlongUTF8", "%C0%AF", "\xC0\xAF"}),
-    nameOf);
+    test::nameOfCase);
 
 TEST(uri, EveryByteValueComesBack) {
     String const text = textOf(0, 255);

@@ -1,9 +1,7 @@
-// Uses global objects in a way that once made somebody wait for ever, with the exit status 0 when nobody
-// does. The only argument says how:
+// Uses global objects in ways that could make a thread wait for ever, and ends with status 0 when none does.
+// The only argument says how:
 //
-//   join-in-construction  joins paths while a global object is constructed, and another thread does so for
-//   the
-//                         first time
+//   join-in-construction  joins paths while a global object is constructed and another thread joins its first
 //   log-in-construction   logs for the first time while another thread constructs a global object
 //   use-destroyed         uses a global object after its destruction
 
@@ -35,7 +33,7 @@ Path join() {
     return Path(fdn::CUnixPathTraits::getSep()) << Path("b");
 }
 
-// Whether the thread waits for something or has ended.
+// Whether the thread sleeps or has ended.
 bool isAtRest(pid_t thread) {
     std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
     std::string line;
@@ -79,7 +77,7 @@ int joinInConstruction() {
 
 int logInConstruction() {
     fdn::CXMLLog::getGlobal();
-    // What a create function holds.
+    // A create function runs with this mutex held.
     fdn::CMutexLock const lock(fdn::getGlobalMutex());
     std::thread([] {
         fdn::logInfo("one entry");
@@ -105,7 +103,7 @@ public:
 };
 
 int useDestroyed() {
-    // Made before the global, and so destroyed after it.
+    // Made before the global, so it is destroyed after it.
     static UserInTheEnd const last;
     globalPath(&UserInTheEnd::create);
     return kFailure;
@@ -117,7 +115,7 @@ int main(int argc, char** argv) {
     std::map<std::string, int (*)()> const ways = {{"join-in-construction", &joinInConstruction},
                                                    {"log-in-construction", &logInConstruction},
                                                    {"use-destroyed", &useDestroyed}};
-    alarm(20); // where somebody waits for ever
+    alarm(20); // ends a process that hangs
     fdn::CFdnInit const init(true);
     auto const way = ways.find(argc == 2 ? argv[1] : "");
     return way == ways.end() ? kUsage : way->second();

@@ -17,7 +17,7 @@ namespace {
 class OwnFolder {
 public:
     OwnFolder() : m_path(std::filesystem::temp_directory_path() / "dmn-fuzz-XXXXXX") {
-        require(mkdtemp(m_path.data()) != nullptr, "there is a folder for the fuzzer's files");
+        require(mkdtemp(m_path.data()) != nullptr, "a folder for the fuzzer's files can be made");
     }
 
     OwnFolder(OwnFolder const&) = delete;
@@ -36,7 +36,7 @@ private:
 
 void onAssertion(wxString const& file, int, wxString const&, wxString const& condition, wxString const&) {
     std::fprintf(stderr, "%s: %s\n", file.utf8_str().data(), condition.utf8_str().data());
-    require(false, "wxWidgets is used as it wants to be");
+    require(false, "wxWidgets finds no misuse");
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-// The command line: any arguments are either refused or understood, and the one with which a daemon is
-// launched is understood as it was meant. The command itself is not carried out.
+// Command lines: any arguments are either refused or understood, and those with which a daemon is launched
+// are understood as they were meant. The command itself is not carried out.
 
 #include "FuzzSupport.h"
 
@@ -23,7 +23,7 @@ public:
 
     fdn::P<dmn::CDaemon> createDaemon(fdn::String const&, fdn::Path const&) override { return nullptr; }
 
-    // The folder would be made.
+    // Hides the control folder, which would be created otherwise.
     void handleCommandParams(wxCmdLineParser& parser) override {
         CDaemonEntry::handleCommandParams(parser);
         givenFolder = m_controlFolder;
@@ -59,7 +59,7 @@ void checkAnyArguments(std::string const& input) {
     require(status != 0 || entry->m_daemonId != "", "there is an ID for every command");
 }
 
-// The input is an ID and a control folder; neither can be empty when a daemon is launched, and both are text.
+// The input is an ID and a control folder. When a daemon is launched, both are text and neither is empty.
 void checkLaunch(std::string const& input) {
     std::vector<std::string> const pieces = fuzz::split(input, 2);
     if (pieces[0].empty() || pieces[1].empty() || pieces[1].find('\0') != std::string::npos)

@@ -1,5 +1,5 @@
-// Paths: joining and normalising three of them. Another implementation of the same rules, the C++ library's,
-// says what comes out.
+// Paths: joins and normalizes three of them. An independent implementation of the same rules, that of the C++
+// library, provides the expected results.
 
 #include "FuzzSupport.h"
 
@@ -18,7 +18,7 @@ bool isAbsolute(Path const& path) {
     return fdn::CUnixPathTraits::isAbsolute(path.getText());
 }
 
-std::optional<Path> normalise(Path const& path, bool makeAbsolute, Path const& base) {
+std::optional<Path> normalize(Path const& path, bool makeAbsolute, Path const& base) {
     try {
         return path.toNormalized(makeAbsolute, base);
     } catch (fdn::CBadPathError const&) {
@@ -26,9 +26,9 @@ std::optional<Path> normalise(Path const& path, bool makeAbsolute, Path const& b
     }
 }
 
-// As the C++ library has it, but without the slash that it keeps to mark a folder, or all of them in a path
-// of nothing else.
-std::string normaliseOtherwise(std::string const& text) {
+// Normalizes as the C++ library does, but without the slash that it keeps at the end of a folder, and with
+// the empty path for the current folder.
+std::string normalizeOtherwise(std::string const& text) {
     std::string normal = std::filesystem::path(text).lexically_normal().string();
     while (normal.size() > 1 && normal.back() == '/')
         normal.pop_back();
@@ -36,25 +36,27 @@ std::string normaliseOtherwise(std::string const& text) {
 }
 
 void checkNormalForm(Path const& path) {
-    std::optional<Path> const normal = normalise(path, false, Path());
+    std::optional<Path> const normal = normalize(path, false, Path());
     if (!normal) {
         require(isAbsolute(path), "only an absolute path can climb above the root");
         return;
     }
     std::string const text = normal->getText().toUTF8();
-    require(text == normaliseOtherwise(path.getText().toUTF8()), "the normal form is the one known");
-    require(normal->isNormalized() == isAbsolute(path), "exactly an absolute normal form is marked");
-    require(normalise(Path(normal->getText()), false, Path())->getText() == normal->getText(),
+    require(text == normalizeOtherwise(path.getText().toUTF8()),
+            "the normal form is that of the C++ library");
+    require(normal->isNormalized() == isAbsolute(path),
+            "a normal form is marked if and only if it is absolute");
+    require(normalize(Path(normal->getText()), false, Path())->getText() == normal->getText(),
             "a normal form is its own normal form");
 }
 
 void checkAbsoluteForm(Path const& path, Path const& base) {
-    std::optional<Path> const absolute = normalise(path, true, base);
+    std::optional<Path> const absolute = normalize(path, true, base);
     if (!absolute)
         return;
     require(absolute->isNormalized(), "an absolute form is marked");
     if (isAbsolute(base) && !path.getText().empty())
-        require(absolute->getText() == normalise(base << path, false, Path())->getText(),
+        require(absolute->getText() == normalize(base << path, false, Path())->getText(),
                 "the absolute form is that of the path joined to its base");
 }
 

@@ -1,4 +1,4 @@
-// PID files: whatever stands in one, the answer is the process that it names in full, or none; and a claim
+// PID files: whatever a file holds, the answer is the process that it names in full, or none; and a claim
 // either gets the file or leaves it alone. In the input, "@" stands for the number of this process and "#"
 // for what tells it from others.
 
@@ -39,7 +39,7 @@ std::string expand(std::string const& input) {
     return content;
 }
 
-// The number on the first line, by rules of its own; empty when the line is no number.
+// The number on the first line, by independent rules; empty when the line is not a number.
 std::string getFirstNumber(std::string const& content) {
     static std::regex const line("0*([1-9][0-9]*)[ \t\r]*");
     std::smatch parts;
@@ -55,13 +55,13 @@ std::string getSecondLine(std::string const& content) {
 }
 
 void checkAnswer(int answer, std::string const& content) {
-    require(answer >= 0, "the answer is no negative number");
+    require(answer >= 0, "the answer is not negative");
     std::string const number = content.size() <= 4096 ? getFirstNumber(content) : std::string();
     std::string const identity = getSecondLine(content);
     if (answer != 0) {
         require(std::to_string(answer) == number, "the answer is the number on the first line");
         require(identity.empty() || identity == fdn::getProcessIdentity(answer),
-                "the answer is the process that the second line tells of");
+                "the answer is the process that the second line describes");
     } else if (number == std::to_string(getpid())) {
         require(!identity.empty() && identity != fdn::getProcessIdentity(getpid()),
                 "a process that the file names in full holds it");
@@ -72,7 +72,7 @@ void checkClaim(fdn::Path const& path, int holder, std::string const& content) {
     std::string const name = path.getText().toUTF8();
     try {
         fdn::CPIDFile const claim(path);
-        require(holder == 0 || holder == getpid(), "nobody's file is taken away");
+        require(holder == 0 || holder == getpid(), "a file that another process holds is not taken away");
         require(fdn::CPIDFile::getActivePID(path) == getpid(), "the claim holds");
     } catch (fdn::CError const& error) {
         require(holder != 0, "a stale file does not keep a claim from succeeding");

@@ -1,5 +1,5 @@
-// Settings in the init script: a real /bin/sh reads back what was stored, and whatever is stored, the script
-// writes nothing else and fails in nothing.
+// Settings in the init script: a real /bin/sh reads back what was stored and, whatever is stored, the script
+// neither writes anything else nor fails.
 
 #include "FuzzSupport.h"
 
@@ -17,7 +17,7 @@ using fuzz::require;
 
 constexpr std::size_t kParams = 4;
 
-// The script does not promise it for every path: see CDaemonInfo::exePath.
+// The script does not promise this for every path; CDaemonInfo::exePath says for which.
 bool isReadBack(std::string const& path) {
     return path.find_first_of("\\*?[\t\n") == std::string::npos && path.find("  ") == std::string::npos &&
            path.find('\0') == std::string::npos;

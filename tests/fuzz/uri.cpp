@@ -1,4 +1,4 @@
-// URI escaping: what was escaped comes back, and consists of nothing that a shell acts on.
+// URI escaping: an escaped text contains nothing that a shell acts on, and unescaping returns the original.
 
 #include "FuzzSupport.h"
 
@@ -11,7 +11,7 @@ constexpr char kHarmless[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWX
 void checkRoundTrip(fdn::String const& text) {
     fdn::String const escaped = fdn::uriEscape(text);
     fuzz::require(escaped.toUTF8().find_first_not_of(kHarmless) == std::string::npos,
-                  "an escaped text has harmless characters alone");
+                  "an escaped text contains only harmless characters");
     fuzz::require(fdn::uriUnescape(escaped) == text, "an escaped text comes back unchanged");
 }
 

@@ -1,5 +1,5 @@
-// The log's entries: each is one line of XML in which a parser finds what was put in, but for characters that
-// XML does not allow.
+// Log entries: each is one line of XML in which a parser finds the text that was put in, except for
+// characters that XML forbids.
 
 #include "FuzzSupport.h"
 
@@ -24,7 +24,7 @@ fdn::String replaceForbidden(fdn::String const& text) {
     return result;
 }
 
-// The first element of this name among the children.
+// Returns the first child element of this name, or null.
 wxXmlNode const* find(wxXmlNode const& parent, char const* name) {
     wxXmlNode const* child = parent.GetChildren();
     while (child != nullptr && child->GetName() != name)
@@ -34,7 +34,8 @@ wxXmlNode const* find(wxXmlNode const& parent, char const* name) {
 
 void checkText(wxXmlNode const& parent, char const* name, fdn::String const& text) {
     wxXmlNode const* const element = find(parent, name);
-    require((element != nullptr) == !text.empty(), "exactly an empty text has no element");
+    require((element != nullptr) == !text.empty(),
+            "there is an element if and only if the text is not empty");
     if (element != nullptr)
         require(element->GetNodeContent() == replaceForbidden(text), "the text is what was written");
 }

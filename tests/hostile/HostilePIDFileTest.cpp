@@ -1,6 +1,7 @@
 #include "life_cycle/LifeCycle.h"
 
 #include "support/SilentFileSystem.h"
+#include "support/cases.h"
 #include "support/processInfo.h"
 
 #include <filesystem>
@@ -19,7 +20,7 @@ using test::await;
 using test::Outcome;
 using test::Words;
 
-/// A process that no command may signal, and which tells whether one did.
+/// A process that no command may signal. It knows whether one did.
 class Stranger {
 public:
     explicit Stranger(std::string const& account = "root")
@@ -32,7 +33,7 @@ public:
 
     pid_t thread() const { return m_thread; }
 
-    /// The signals that it got, each on a line. Ends it.
+    /// Ends the process and returns the signals that it got, each on a line.
     std::string signals() {
         m_program.sendSignal(SIGRTMAX);
         std::string const output = m_program.wait().output;
@@ -45,35 +46,13 @@ private:
     pid_t m_thread = 0;
 };
 
-/// What tells the process from others with its number: when it was started, and at which boot.
-std::string startTimeOf(pid_t process) {
-    std::string const stat = test::readFile("/proc/" + std::to_string(process) + "/stat");
-    std::istringstream fields(stat.substr(stat.rfind(')') + 1));
-    std::string field;
-    for (int i = 0; i < 20; ++i)
-        fields >> field;
-    return field;
-}
-
-std::string bootIdentifier() {
-    std::istringstream file(test::readFile("/proc/sys/kernel/random/boot_id"));
-    std::string boot;
-    file >> boot;
-    return boot;
-}
-
-/// How the cases of the tests below are called.
+/// Names the cases of the tests below.
 template <class Case>
 auto operator<<(std::ostream& stream, Case const& testCase) -> decltype(stream << testCase.name) {
     return stream << testCase.name;
 }
 
-template <class Case>
-std::string nameOf(testing::TestParamInfo<Case> const& info) {
-    return info.param.name;
-}
-
-/// The daemon is installed for an account that owns the control folder.
+/// Installs the daemon for an account that owns the control folder.
 class HostilePIDFileTest : public test::LifeCycleFixture<test::AccountsTest> {
 protected:
     void SetUp() override {
@@ -90,7 +69,7 @@ protected:
         test::setOwner(pidFile(), owner, owner);
     }
 
-    /// The daemon is taken for stopped, and can be started and stopped again.
+    /// Expects that the daemon counts as stopped and can be started and stopped again.
     void expectDaemonCanBeManaged() const {
         EXPECT_EQ(0, runHeartbeat({"--timeout=5", "stop"}).status);
         EXPECT_NE(0, status());
@@ -100,7 +79,8 @@ protected:
         EXPECT_EQ(3, status());
     }
 
-    /// The daemon has crashed, and a stranger of this account has its number: as a process, or as a thread.
+    /// Makes the daemon crash and gives its number to a stranger of this account, as its process or its
+    /// thread.
     std::unique_ptr<Stranger> replaceDaemonByStranger(std::string const& account, bool asThread) const {
         start();
         pid_t const number = daemonPID();
@@ -127,7 +107,7 @@ TEST_F(HostilePIDFileTest, StrangerNoticesASignal) {
 
 struct Content {
     char const* name;
-    std::string text; // {process} and so on stand for what the stranger is
+    std::string text; // words in braces stand for facts about the stranger
     unsigned owner;
 };
 
@@ -141,8 +121,8 @@ std::string describe(std::string text, Stranger const& stranger) {
     text = replace(text, "{wrapped}", std::to_string(twoTo32 + stranger.process()));
     text = replace(text, "{process}", std::to_string(stranger.process()));
     text = replace(text, "{thread}", std::to_string(stranger.thread()));
-    text = replace(text, "{start}", startTimeOf(stranger.process()));
-    return replace(text, "{boot}", bootIdentifier());
+    text = replace(text, "{start}", test::startTimeOf(stranger.process()));
+    return replace(text, "{boot}", test::bootIdentifier());
 }
 
 class HostileContentTest : public HostilePIDFileTest, public testing::WithParamInterface<Content> {};
@@ -172,7 +152,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Content{"EarlierProcess", "{process}\n1 {boot}\n", 0},
                     Content{"EarlierBoot", "{process}\n{start} 00000000-0000-4000-8000-000000000000\n", 0},
                     Content{"CutSecondLine", "{process}\n{start}\n", 0}),
-    &nameOf<Content>);
+    test::nameOfCase);
 
 INSTANTIATE_TEST_SUITE_P(OfTheAccount, HostileContentTest,
                          testing::Values(Content{"RootsProcess", "{process}\n", test::kUser},
@@ -180,7 +160,7 @@ INSTANTIATE_TEST_SUITE_P(OfTheAccount, HostileContentTest,
                                                  test::kUser},
                                          Content{"LineOfDOS", "{process}\r\n", test::kUser},
                                          Content{"FirstProcess", "1\n", test::kUser}),
-                         &nameOf<Content>);
+                         test::nameOfCase);
 
 TEST_F(HostilePIDFileTest, ThatNamesAnotherAccountsProcessHasNobodySignalled) {
     Stranger stranger("dmnother");
@@ -202,7 +182,7 @@ TEST_F(HostilePIDFileTest, OfTheAccountHasTheSystemsFirstProcessLeftAlone) {
     EXPECT_EQ("1 1\n", outcome.output);
 }
 
-/// Something else than a file of its own stands where the PID file should be.
+/// Something that is not a file of the daemon, in the place of its PID file.
 struct Obstacle {
     char const* name;
     void (*make)(std::string const& path, std::string const& strangersFile);
@@ -253,7 +233,7 @@ INSTANTIATE_TEST_SUITE_P(
         Obstacle{"Socket", [](auto const& path, auto const&) { makeSocket(path); }},
         Obstacle{"SparseFile",
                  [](auto const& path, auto const& file) { makeSparse(path, test::readFile(file)); }}),
-    &nameOf<Obstacle>);
+    test::nameOfCase);
 
 TEST_F(HostilePIDFileTest, ThatIsAFolderKeepsTheDaemonFromComingUp) {
     std::filesystem::create_directory(pidFile());
@@ -337,6 +317,6 @@ INSTANTIATE_TEST_SUITE_P(By, ReusedNumberTest,
                                          Reuse{"TheAccountsProcess", "dmnuser", false},
                                          Reuse{"AnotherAccountsProcess", "dmnother", false},
                                          Reuse{"Thread", "root", true}),
-                         &nameOf<Reuse>);
+                         test::nameOfCase);
 
 } // namespace

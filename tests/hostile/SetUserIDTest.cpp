@@ -14,7 +14,7 @@ using test::Outcome;
 
 constexpr char kRootsLog[] = "/var/log/heartbeat/heartbeat.log";
 
-/// An ordinary user calls a set-user-ID copy of heartbeat with variables that are to mislead it.
+/// An ordinary user calls a set-user-ID copy of heartbeat with variables that try to mislead it.
 class SetUserIDTest : public test::LifeCycleFixture<test::AccountsTest> {
 protected:
     void SetUp() override {
@@ -32,10 +32,10 @@ protected:
         m_traps = test::entriesOf(trap());
     }
 
-    /// The user's folder, which holds nothing but traps.
+    /// The user's folder, which contains nothing but traps.
     std::string trap() const { return m_folder.name("trap"); }
 
-    /// Exists as soon as somebody has walked into one.
+    /// A file that exists as soon as somebody has walked into a trap.
     std::string mark() const { return m_folder.name("mark"); }
 
     std::string executable() const { return m_folder.name("heartbeat"); }
@@ -86,11 +86,11 @@ protected:
             {"EXEPATH", folder + "/sh"},
             {"CONTROLFOLDER", folder},
             {"RUNPARAMS", "--message=misled"},
-            {"ASAN_OPTIONS", "detect_leaks=0"}, // it cannot look into a set-user-ID program
+            {"ASAN_OPTIONS", "detect_leaks=0"}, // the leak check cannot look into a set-user-ID program
         };
     }
 
-    /// The command line that runs another one with nothing but these variables.
+    /// Returns the command line that runs another one with these variables and no others.
     static test::Words with(Environment const& environment, test::Words const& words) {
         test::Words command{"/usr/bin/env", "-i"};
         for (auto const& [name, value] : environment)
@@ -125,7 +125,7 @@ TEST_F(SetUserIDTest, TrapsCatchProgramsThatAreNotOnTheirGuard) {
     }
 }
 
-/// With this program as /bin/sh.
+/// Runs the tests with this program as /bin/sh.
 class MisledSetUserIDTest : public SetUserIDTest, public testing::WithParamInterface<char const*> {
 protected:
     void SetUp() override {

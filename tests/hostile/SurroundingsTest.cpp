@@ -25,7 +25,7 @@ using testing::IsEmpty;
 
 class SurroundingsTest : public test::LifeCycleFixture<test::PrivateRootTest> {
 protected:
-    /// The command line that runs heartbeat after a shell has prepared its own surroundings.
+    /// Returns the command line that runs heartbeat in a shell that has prepared its own surroundings first.
     Words after(std::string const& preparation, Words const& words) const {
         Words command{"/bin/bash", "-c", preparation + "\nexec \"$@\"", "bash"};
         Words const call = heartbeat(words);
@@ -33,7 +33,7 @@ protected:
         return command;
     }
 
-    /// The same, without a control folder.
+    /// Runs heartbeat in the same way, but without naming a control folder.
     static Outcome callAfter(std::string const& preparation, char const* word) {
         return test::run({"/bin/bash", "-c", preparation + "\nexec \"$@\"", "bash", DMN_HEARTBEAT, word});
     }
@@ -64,15 +64,15 @@ protected:
         EXPECT_THAT(outcome.output, HasSubstr(culprit));
     }
 
-    /// The command has either succeeded or failed with a reason, of its own or of the loader.
+    /// Expects that the command succeeded, or failed with a reason that it or the loader gave.
     void expectClearOutcome(Outcome const& outcome) const {
         EXPECT_THAT(outcome.status, AnyOf(0, 2, 127));
         EXPECT_EQ(outcome.status == 0, (outcome.output + outcome.errors).empty())
             << outcome.output << outcome.errors;
     }
 
-    /// Whatever the preparation allows: each command says truly how it ended, nothing half done is left, and
-    /// the next ones succeed.
+    /// Expects that, whatever the preparation allows, each command reports truly how it ended and leaves
+    /// nothing half done, and that the next commands succeed.
     void expectTrueAnswers(std::string const& preparation) const {
         SCOPED_TRACE(preparation);
         Outcome const installing = runAfter(preparation, {"install"});
@@ -110,7 +110,7 @@ protected:
         EXPECT_EQ(stopping == 0 ? 3 : 0, status());
     }
 
-    /// An absolute path of exactly this length, in a folder of this test's.
+    /// An absolute path of exactly this length, in a folder of the test.
     std::string longPath(std::size_t length) const {
         std::string path = m_folder.name();
         while (path.size() < length)
@@ -280,7 +280,7 @@ TEST_F(SurroundingsTest, SignalsThatTheCallerBlocksStopTheForegroundRunAllTheSam
     EXPECT_EQ("stopped", beats().back());
 }
 
-// As large as this machine allows: more than a thousand million where fs.nr_open says so.
+// The limit is as high as this machine allows: more than a thousand million where fs.nr_open says so.
 TEST_F(SurroundingsTest, HighestLimitOnDescriptorsWorks) {
     expectLife("ulimit -n \"$(cat /proc/sys/fs/nr_open)\" 2>/dev/null || ulimit -n \"$(ulimit -Hn)\"");
 }
@@ -298,7 +298,7 @@ TEST_F(SurroundingsTest, WithLittleMemoryEachCommandSaysTrulyHowItEnded) {
 }
 
 TEST_F(SurroundingsTest, LimitOnTheSizeOfFilesLeavesNothingHalfWritten) {
-    // The limit must not be that of what the test reads.
+    // The limit must not apply to the file in which the test collects the output.
     std::string const limited = "set -o pipefail; (ulimit -f 0; \"$@\") | cat; exit $?; ";
 
     expectFailure(runAfter(limited, {"install"}), "File too large");
@@ -318,7 +318,7 @@ TEST_F(SurroundingsTest, ReadOnlyAndFullLogFoldersKeepNobodyFromWorking) {
 }
 
 TEST_F(SurroundingsTest, RunLevelWithoutRoomForALinkLeavesNothingInstalled) {
-    // The folder itself is the one file that there may be.
+    // The folder itself uses the only inode that this file system has.
     ASSERT_EQ(0, mount("full", "/etc/rc4.d", "tmpfs", 0, "nr_inodes=1"));
 
     expectFailure(runHeartbeat({"install"}), "/etc/rc4.d/S90heartbeat");

@@ -1,4 +1,5 @@
-// What a user wants others' programs to load: leaves a mark where DMN_INTRUDERS_MARK says.
+// A library that a malicious user wants the programs of others to load. It leaves a mark at the path that
+// DMN_INTRUDERS_MARK holds.
 
 #include <cstdlib>
 

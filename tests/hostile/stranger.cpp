@@ -1,8 +1,9 @@
-// A process that has nothing to do with any daemon. It says its number and that of its second thread, then
-// each signal that it gets, until SIGRTMAX, which comes after all others that are waiting, ends it. Usage:
-// stranger [COMMAND...]
+// A process that has nothing to do with any daemon. It prints its number and that of its second thread, then
+// each signal that it gets. SIGRTMAX, which is delivered after all others that are pending, ends it.
 //
-// With a command it runs that and ends when it has ended, with its status.
+// Usage: stranger [COMMAND...]
+//
+// With a command, it runs that as well, and ends with it and with its status.
 
 #include <csignal>
 #include <cstdio>
@@ -57,7 +58,7 @@ int runCommand(char** command) {
 
 int main(int, char** argv) {
     blockAllSignals();
-    // A negative number in a PID file would mean its group.
+    // Leads a group of its own, which a negative number in a PID file would stand for.
     setpgid(0, 0);
     if (argv[1] != nullptr) {
         introduceItself();

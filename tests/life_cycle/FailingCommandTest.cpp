@@ -15,7 +15,8 @@ using testing::IsEmpty;
 
 class FailingCommandTest : public test::LifeCycleFixture<test::PrivateRootTest> {
 protected:
-    /// The command fails, and standard output and the log say why, naming the culprit.
+    /// Expects that the command failed, and that standard output and the log give a reason that names the
+    /// culprit.
     void expectFailure(Outcome const& outcome, std::string const& culprit) const {
         EXPECT_EQ(2, outcome.status);
         EXPECT_THAT(outcome.output, AllOf(HasSubstr("\n\nFATAL ERROR: "), HasSubstr(culprit)));

@@ -264,7 +264,7 @@ TEST_F(HeartbeatTest, SecondStartLeavesTheRunningDaemonAlone) {
     EXPECT_TRUE(test::await([&] { return beats().size() > before; }));
 }
 
-TEST_F(HeartbeatTest, StopIsPromptAlsoWithALongInterval) {
+TEST_F(HeartbeatTest, StopIsPromptEvenWithALongInterval) {
     install({"--interval=3600"});
     start();
 
@@ -296,14 +296,14 @@ TEST_F(HeartbeatTest, StartedDaemonIsDetached) {
     for (int const stream : {0, 1, 2})
         EXPECT_EQ("/dev/null", test::openFileOf(daemon, stream));
     EXPECT_NE(getsid(0), getsid(daemon));
-    EXPECT_NE(daemon, getsid(daemon)) << "could get a terminal";
+    EXPECT_NE(daemon, getsid(daemon)) << "A session leader could get a terminal.";
     EXPECT_EQ(controlFolder(), test::currentFolderOf(daemon));
 }
 
 TEST_F(HeartbeatTest, RunningDaemonListensNowhere) {
     install({"--interval=3600"});
     start();
-    ASSERT_TRUE(test::await([this] { return beats().size() == 2; })); // From here on it opens nothing.
+    ASSERT_TRUE(test::await([this] { return beats().size() == 2; })); // It opens nothing after that.
 
     pid_t const daemon = daemonPID();
 
@@ -358,7 +358,7 @@ TEST_F(HeartbeatTest, ControlFolderWithABlankIsStartedByTheCommandAndStoppedByTh
     EXPECT_EQ(3, status());
 }
 
-// The script hands the folder on without quotes there.
+// At start, the script passes the folder without quotes.
 TEST_F(HeartbeatTest, ControlFolderWithABlankIsNotStartedByTheScript) {
     m_controlFolder = m_folder.name("a b");
     install();

@@ -21,8 +21,8 @@ using Words = std::vector<std::string>;
 /// The environment of a program that the system starts at boot.
 inline Environment const bootEnvironment{{"LC_ALL", ""}, {"LANG", ""}};
 
-/// The base of tests that use the example "heartbeat" as an administrator does. Each begins with an init
-/// layout without a daemon and with an empty log; the daemon that it leaves behind is uninstalled.
+/// The base of tests that use the example "heartbeat" as an administrator does. Each begins with an empty
+/// init layout and an empty log. A daemon that it leaves behind is uninstalled in the end.
 template <class Base>
 class LifeCycleFixture : public InitLayoutFixture<Base> {
 protected:
@@ -90,7 +90,7 @@ protected:
         return pid;
     }
 
-    /// What the daemon has written, without the times.
+    /// The lines that the daemon has written, without their times.
     Words beats() const {
         Words texts;
         std::ifstream file(controlFolder() + "/heartbeat.txt");

@@ -8,7 +8,8 @@
 
 namespace test {
 
-/// A call on a thread of its own, to see whether it waits for something. The destructor waits for its end.
+/// Makes a call on a thread of its own, so that a test can see whether the call blocks. The destructor joins
+/// the thread, so let the call return before it runs.
 class BackgroundCall {
 public:
     explicit BackgroundCall(std::function<void()> const& action);
@@ -16,8 +17,8 @@ public:
     BackgroundCall& operator=(BackgroundCall const&) = delete;
     ~BackgroundCall();
 
-    /// Waits until the call either is waiting for something, such as a mutex, or has returned. Returns
-    /// whether it is waiting.
+    /// Waits until the call sleeps, on a mutex for example, or has returned. Returns whether it is still
+    /// going on.
     bool getsBlocked() const;
 
 private:

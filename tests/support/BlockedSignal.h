@@ -4,7 +4,7 @@
 
 namespace test {
 
-/// Blocks a signal in the calling thread, until the object goes.
+/// Blocks a signal in the thread that makes the object, until the object goes in that same thread.
 class BlockedSignal {
 public:
     explicit BlockedSignal(int signal) {

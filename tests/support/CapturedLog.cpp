@@ -15,11 +15,6 @@ namespace test {
 
 namespace {
 
-// The log opens its file with its first entry, so closing it makes it look where it is to write.
-void closeLog() {
-    fdn::CXMLLog::CGlobalLogCloser const closer;
-}
-
 std::string unescape(std::string text) {
     for (auto const& [escape, character] :
          {std::pair("&lt;", "<"), std::pair("&gt;", ">"), std::pair("&amp;", "&")})
@@ -39,6 +34,10 @@ std::vector<std::string> readLog(std::string const& path) {
         entries.push_back((parts[1] == "error" ? "error: " : "") + unescape(parts[2]));
     }
     return entries;
+}
+
+void closeLog() {
+    fdn::CXMLLog::CGlobalLogCloser const closer;
 }
 
 CapturedLog::CapturedLog() {

@@ -7,11 +7,16 @@
 
 namespace test {
 
-/// The entries of a log file: the text of each one, unescaped. Those of errors begin with "error: ".
+/// Returns the unescaped text of each entry of a log file, in order; that of an error begins with "error: ".
+/// A missing file has no entries. Fails the running test at a line that is not an entry.
 std::vector<std::string> readLog(std::string const& path);
 
-/// While it lives, this process's log, and that of programs which it starts, goes to a fresh file that every
-/// account can write to.
+/// Closes this process's log, which opens its file at the next entry, where FDN_LOG_FILE says by then.
+void closeLog();
+
+/// While it lives, the log of this process and of the programs that it starts goes to a fresh file that every
+/// account can write to. It sets the variable FDN_LOG_FILE and removes it in the end, so there can be only
+/// one at a time.
 class CapturedLog {
 public:
     CapturedLog();
@@ -23,7 +28,7 @@ public:
 
     std::vector<std::string> entries() const { return readLog(path()); }
 
-    /// Makes the log empty again.
+    /// Empties the log.
     void clear() const;
 
 private:

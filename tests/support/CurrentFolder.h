@@ -5,7 +5,7 @@
 
 namespace test {
 
-/// Makes the folder the process's current one, until the object goes.
+/// Makes a folder the process's current one, for all its threads, until the object goes.
 class CurrentFolder {
 public:
     explicit CurrentFolder(std::string const& folder) : m_previous(std::filesystem::current_path()) {

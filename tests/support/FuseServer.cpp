@@ -39,7 +39,8 @@ FuseServer::FuseServer(std::string const& folder, uid_t mounter, Answer const& a
     m_thread = std::thread([this, answer] { serve(answer); });
 }
 
-// By force, so that the kernel gives up all that waits, whoever else has inherited the device.
+// Unmounts by force, so that the kernel gives up all waiting requests even if another process has inherited
+// the device.
 FuseServer::~FuseServer() {
     umount2(m_folder.c_str(), MNT_FORCE | MNT_DETACH);
     m_thread.join();
@@ -68,7 +69,7 @@ void FuseServer::send(fuse_in_header const& request, FuseAnswer const& answer) c
     header.unique = request.unique;
     std::string const message =
         std::string(reinterpret_cast<char const*>(&header), sizeof header) + answer.content;
-    // Fails where the one who asked has been killed meanwhile, which is for the test to want.
+    // Fails if whoever asked has been killed meanwhile, which the test may intend.
     [[maybe_unused]] ssize_t const written = write(m_device.get(), message.data(), message.size());
 }
 

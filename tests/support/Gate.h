@@ -1,23 +1,21 @@
 #pragma once
 
-#include <fdn/system/Descriptor.h>
+#include "support/Pipe.h"
 
 namespace test {
 
-/// Something that several processes wait for: the one that made it, and those that it forks.
+/// A gate at which several processes wait: the one that made it and those that it forks. Each of them keeps
+/// the gate closed for the others until it has passed, opened the gate or ended.
 class Gate {
 public:
-    Gate();
+    /// Lets everybody pass. For the process that made the gate.
+    void open() { m_pipe.writing.reset(); }
 
-    /// Lets all pass. For the process that made the gate.
-    void open() { m_writing.reset(); }
-
-    /// Waits until the gate is open, or the process that made it has ended.
+    /// Waits until the gate is open or the process that made it has ended.
     void pass();
 
 private:
-    fdn::Descriptor m_reading;
-    fdn::Descriptor m_writing;
+    Pipe m_pipe = makePipe();
 };
 
 } // namespace test

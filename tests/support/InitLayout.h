@@ -4,11 +4,11 @@
 
 namespace test {
 
-/// Makes the private root's folders for init scripts and run levels as they are after its making: /etc/init.d
-/// and /etc/rc0.d to /etc/rc6.d, all empty, and no /etc/rc.d. Throws outside a private root.
+/// Resets the private root's folders for init scripts and run levels: /etc/init.d and /etc/rc0.d to
+/// /etc/rc6.d, all empty, and no /etc/rc.d. Throws std::logic_error outside a private root.
 void resetInitLayout();
 
-/// The base of tests that begin with such folders. `Base` asks for a private root.
+/// The base of tests that begin with such folders. `Base` must skip the test outside a private root.
 template <class Base>
 class InitLayoutFixture : public Base {
 protected:

@@ -4,18 +4,18 @@
 
 namespace test {
 
-/// A file as a LyingFileSystem describes it.
+/// The file that a LyingFileSystem pretends to have.
 struct ToldFile {
     std::string name;
     std::string content;
-    uid_t owner = 0; ///< of the folder, too
+    uid_t owner = 0; ///< of the file and the folder; its group has the same number
     mode_t mode = 0644;
-    bool canBeOpened = true; ///< otherwise whoever opens it waits, and cannot even be killed
+    bool canBeOpened = true; ///< if not, whoever opens it waits and cannot even be killed
 };
 
-/// A file system that says of itself what it likes, mounted over a folder while the object lives. There is
-/// one file in it, which can be looked at, opened and read; it cannot be listed. Everything else is refused.
-/// Needs canMountFuse() and a private root.
+/// A file system that says of itself whatever the test wants, mounted over a folder while the object lives.
+/// It has one file, which can be examined, opened and read. The folder cannot be listed, and everything else
+/// is refused. Needs canMountFuse() and a private root.
 class LyingFileSystem {
 public:
     LyingFileSystem(std::string const& folder, uid_t mounter, ToldFile const& file);

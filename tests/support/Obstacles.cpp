@@ -10,6 +10,7 @@
 
 #include <linux/filter.h>
 #include <linux/seccomp.h>
+#include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
@@ -35,13 +36,14 @@ void answerSystemCall(long number, unsigned answer) {
     };
     sock_fprog const program = {sizeof filter / sizeof filter[0], filter};
     check(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), "prctl");
-    // For every thread: those that a sanitizer has started must not differ from this one.
+    // Applies to every thread, including those that a sanitizer has started: they must not differ from this
+    // one.
     check(
         static_cast<int>(syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_TSYNC, &program)),
         "seccomp");
 }
 
-// Returns false when the child has ended.
+// Returns false if the child has ended.
 bool awaitHalt(pid_t child) {
     int state = 0;
     return waitpid(child, &state, __WALL) == child && WIFSTOPPED(state);
@@ -49,15 +51,15 @@ bool awaitHalt(pid_t child) {
 
 bool isAboutToCall(pid_t child, long number) {
     __ptrace_syscall_info info = {};
-    ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD); // without it, no call is told
+    // Without this option, system calls are not reported.
+    ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD);
     ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof info, &info);
     return info.op == PTRACE_SYSCALL_INFO_ENTRY && info.entry.nr == static_cast<unsigned long>(number);
 }
 
 } // namespace
 
-// Of the mount alone, not of the file system: other mounts of it, which may be the machine's, stay as they
-// are.
+// Changes only this mount, not the file system: its other mounts may be the machine's.
 ReadOnlyFolder::ReadOnlyFolder(std::string const& folder) : m_folder(folder) {
     check(mount(nullptr, folder.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr), folder);
 }
@@ -94,6 +96,13 @@ void endAtSystemCall(long number) {
     answerSystemCall(number, SECCOMP_RET_KILL_PROCESS);
 }
 
+void removeProc() {
+    check(unshare(CLONE_NEWNS), "unshare");
+    // Unmounts each of them: the machine's lies below that of the private root.
+    while (umount2("/proc", MNT_DETACH) == 0)
+        continue;
+}
+
 void awaitPerformBefore() {
     check(static_cast<int>(ptrace(PTRACE_TRACEME, 0, nullptr, nullptr)), "ptrace");
     raise(SIGSTOP);
@@ -108,7 +117,7 @@ void performBefore(long number, pid_t child, std::function<void()> const& action
         }
         check(static_cast<int>(ptrace(PTRACE_SYSCALL, child, nullptr, nullptr)), "ptrace");
     }
-    throw std::runtime_error("The child has ended without the system call.");
+    throw std::runtime_error("The child has ended without making the system call.");
 }
 
 } // namespace test

@@ -9,9 +9,11 @@
 
 namespace test {
 
-// Ways in which the system refuses what it is asked for. Those on folders work inside a private root only.
+// These make the system refuse what it is asked to do, or throw std::system_error when they cannot. Those
+// that take a folder work only inside a private root.
 
-/// A folder that is a mount point of the private root, such as /etc, read-only while the object lives.
+/// Makes a folder read-only while the object lives. The folder must be a mount point of the private root:
+/// /etc, for example.
 class ReadOnlyFolder {
 public:
     explicit ReadOnlyFolder(std::string const& folder);
@@ -23,8 +25,8 @@ private:
     std::string m_folder;
 };
 
-/// A file system without room for another byte over the folder while the object lives; it holds the file
-/// "full". Names can still be made in it.
+/// Mounts a file system over the folder that has no room for another byte, while the object lives. It holds
+/// the file "full". Names can still be created in it.
 class FullFolder {
 public:
     explicit FullFolder(std::string const& folder);
@@ -36,8 +38,8 @@ private:
     std::string m_folder;
 };
 
-/// No file may be made larger by this process, or by those that it starts, while the object lives (POSIX
-/// RLIMIT_FSIZE): a write that would is refused with EFBIG, or ends the process with SIGXFSZ.
+/// Forbids this process, and those that it starts, to make any file larger while the object lives
+/// (RLIMIT_FSIZE of POSIX): a write that would do so fails with EFBIG or ends the process with SIGXFSZ.
 class NoFileMayGrow {
 public:
     NoFileMayGrow();
@@ -49,25 +51,29 @@ private:
     rlimit m_limit = {};
 };
 
-/// The system call by which chmod() changes a file's mode.
+/// The system call that chmod() makes.
 #ifdef SYS_chmod
 constexpr long kChmodCall = SYS_chmod;
 #else
 constexpr long kChmodCall = SYS_fchmodat;
 #endif
 
-/// From now on the kernel refuses this system call to the process with the error number. Never to be undone,
-/// so for children of a test only.
+/// From now on, this system call fails with this error number in every thread of the process. That cannot be
+/// undone, so use it only in children of a test.
 void refuseSystemCall(long number, int error);
 
-/// From now on the kernel ends the process with SIGSYS, which cannot be caught, at this system call.
+/// From now on, this system call ends the process with SIGSYS, which cannot be caught. Use it only in
+/// children of a test.
 void endAtSystemCall(long number);
 
-/// Halts this process, a child of the test, until the test calls performBefore() for it.
+/// Unmounts /proc for this process, a child of the test, and for those that it starts.
+void removeProc();
+
+/// Stops this process, a child of the test, until the test calls performBefore() for it.
 void awaitPerformBefore();
 
-/// Performs the action just before the child makes this system call; then both go on. Throws
-/// std::runtime_error when the child ends without it.
+/// Continues the child, performs the action just before the child makes this system call, and then lets the
+/// child run freely. Throws std::runtime_error when the child ends without making the call.
 void performBefore(long number, pid_t child, std::function<void()> const& action);
 
 } // namespace test

@@ -17,6 +17,12 @@ std::string environment(char const* name) {
     return value == nullptr ? "" : value;
 }
 
+void become(char const* account, unsigned number) {
+    if (initgroups(account, number) != 0 || setresgid(number, number, number) != 0 ||
+        setresuid(number, number, number) != 0)
+        throw std::system_error(errno, std::generic_category(), account);
+}
+
 } // namespace
 
 bool everyTestIsRequired() {
@@ -32,9 +38,11 @@ bool hasOtherAccounts() {
 }
 
 void becomeUser() {
-    if (initgroups("dmnuser", kUser) != 0 || setresgid(kUser, kUser, kUser) != 0 ||
-        setresuid(kUser, kUser, kUser) != 0)
-        throw std::system_error(errno, std::generic_category(), "becomeUser");
+    become("dmnuser", kUser);
+}
+
+void becomeOther() {
+    become("dmnother", kOther);
 }
 
 void PrivateRootTest::SetUp() {

@@ -20,8 +20,8 @@ using testing::Not;
 
 using Words = std::vector<std::string>;
 
-/// scripts/private-root on a machine that refuses namespaces: a user namespace for one reason, any other for
-/// another.
+/// scripts/private-root on a machine that refuses namespaces, and gives one reason for a user namespace and
+/// another for all others.
 class RefusedPrivateRoot : public testing::Test {
 protected:
     RefusedPrivateRoot() {

@@ -1,6 +1,6 @@
 #include "support/Program.h"
 
-#include <gtest/gtest.h>
+#include "support/await.h"
 
 #include <array>
 #include <cerrno>
@@ -18,8 +18,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Of the compiler, in builds that measure coverage: writes down what was reached, as only exit() does by
-// itself.
+// Provided by the compiler in builds that measure coverage: writes the measurements, which otherwise only
+// exit() does.
 extern "C" [[gnu::weak]] void __gcov_dump(); // NOLINT(bugprone-reserved-identifier)
 
 namespace test {
@@ -33,8 +33,8 @@ void check(int error, std::string const& what) {
         throw std::system_error(error, std::generic_category(), what);
 }
 
-// A file without a name rather than a pipe: it never fills up, and a descendant that keeps it open delays
-// nobody.
+// A file without a name rather than a pipe: it never fills up, and no descendant that keeps it open delays
+// anybody.
 fdn::Descriptor makeCapture() {
     fdn::Descriptor file(memfd_create("dmn-test-capture", MFD_CLOEXEC));
     check(file.isOpen() ? 0 : errno, "memfd_create");
@@ -62,7 +62,7 @@ std::vector<std::string> mergeIntoOwn(Environment merged) {
     return entries;
 }
 
-// What exec takes; lives no longer than the texts.
+// Returns what exec takes. The pointers are valid as long as the texts.
 std::vector<char*> toPointers(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
     for (std::string& text : texts)
@@ -120,7 +120,7 @@ void Program::perform(std::function<void()> const& action) const {
     std::fflush(nullptr);
     if (__gcov_dump != nullptr)
         __gcov_dump();
-    // The test's own ends of things are not for the child to tidy up.
+    // Not exit(): the child must not run the test's clean-up.
     _exit(status);
 }
 
@@ -138,7 +138,7 @@ std::string Program::errors() const {
 
 Outcome Program::wait() {
     if (m_hasEnded)
-        throw std::logic_error("The program's end has been waited for already.");
+        throw std::logic_error("wait() was called twice for one program.");
     endAfterAMinute();
     int state = 0;
     while (waitpid(m_pid, &state, 0) == -1)
@@ -154,8 +154,20 @@ void Program::endAfterAMinute() const {
     pollfd end = {process.get(), POLLIN, 0};
     if (fdn::uninterrupted([&] { return poll(&end, 1, kLongestRunMs); }) != 0)
         return;
-    ADD_FAILURE() << "The program does not end. Its output so far: " << output() << errors();
+    ADD_FAILURE() << "The program has not ended within a minute. Its output so far: " << output() << errors();
     sendSignal(SIGKILL);
+}
+
+testing::AssertionResult awaitOutput(Program const& program, std::string const& output) {
+    if (await([&] { return program.output() == output; }))
+        return testing::AssertionSuccess();
+    return testing::AssertionFailure()
+           << "output: '" << program.output() << "', errors: '" << program.errors() << "'";
+}
+
+void require(bool condition, std::string const& reason) {
+    if (!condition)
+        throw std::runtime_error(reason);
 }
 
 Outcome run(std::vector<std::string> const& arguments, Environment const& environment) {

@@ -4,11 +4,11 @@
 
 namespace test {
 
-/// A file system that never answers, mounted over a folder while the object lives: whoever looks at anything
-/// in there waits, and cannot even be killed. Needs canMountFuse() and a private root.
+/// A file system that never answers, mounted over a folder while the object lives: whoever touches anything
+/// in it waits and cannot even be killed. Needs canMountFuse() and a private root.
 ///
-/// The destructor must run in any case: let children and other threads touch the folder, never the thread of
-/// the test.
+/// Only the destructor releases those who wait, so it must run in any case: let children and other threads
+/// touch the folder, never the thread of the test.
 class SilentFileSystem {
 public:
     SilentFileSystem(std::string const& folder, uid_t mounter)

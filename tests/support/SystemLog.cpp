@@ -27,7 +27,7 @@ void check(bool succeeded, char const* what) {
 
 SystemLog::SystemLog(int type) : m_type(type) {
     if (!isInPrivateRoot())
-        throw std::logic_error("not in a private root");
+        throw std::logic_error("The machine's own /dev must not be touched.");
     furnish();
     m_socket.reset(socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     check(m_socket.isOpen(), "socket");
@@ -40,7 +40,7 @@ SystemLog::~SystemLog() {
     umount2("/dev", MNT_DETACH);
 }
 
-// The null device is that of the hidden /dev.
+// Takes the null device from the /dev that it hides: no node can be made in a user namespace.
 void SystemLog::furnish() const {
     fdn::Descriptor const null(open("/dev/null", O_PATH | O_CLOEXEC));
     std::string const source = "/proc/self/fd/" + std::to_string(null.get());

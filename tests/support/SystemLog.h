@@ -9,8 +9,9 @@
 
 namespace test {
 
-/// A /dev of the test's own while the object lives, with the socket /dev/log, to which syslog(3) writes, the
-/// null device and the standard streams. For private roots only. Nobody reads from the socket but messages().
+/// While the object lives, the test has a /dev of its own with the socket /dev/log, to which syslog(3)
+/// writes, the null device and the standard streams. Only messages() reads from the socket, so it can fill
+/// up. Throws std::logic_error outside a private root.
 class SystemLog {
 public:
     /// The type is SOCK_DGRAM or SOCK_STREAM.
@@ -19,7 +20,8 @@ public:
     SystemLog& operator=(SystemLog const&) = delete;
     ~SystemLog();
 
-    /// The messages that have come since the last call; of a stream, the connections' whole contents.
+    /// Returns the messages that have arrived since the last call; with SOCK_STREAM, the whole content of
+    /// each connection.
     std::vector<std::string> messages() const;
 
 private:

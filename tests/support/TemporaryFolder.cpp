@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 #include <stdlib.h>
@@ -31,6 +32,14 @@ std::string readFile(std::string const& path) {
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file.is_open()) << path;
     return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+std::vector<std::string> linesOf(std::string const& text) {
+    std::istringstream stream(text);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
 }
 
 void writeFile(std::string const& path, std::string const& content) {

@@ -3,10 +3,11 @@
 #include <fdn/Path.h>
 
 #include <string>
+#include <vector>
 
 namespace test {
 
-/// A fresh folder, deleted with everything in it when the object goes.
+/// A fresh folder that only its owner may enter. It is deleted with everything in it when the object goes.
 class TemporaryFolder {
 public:
     TemporaryFolder();
@@ -18,7 +19,7 @@ public:
 
     fdn::Path operator/(char const* name) const { return m_path << fdn::Path(name); }
 
-    /// The path as the system's calls take it.
+    /// The path of the folder, or of an entry in it, as system calls take it.
     std::string name() const;
 
     std::string name(char const* entry) const { return name() + "/" + entry; }
@@ -27,10 +28,13 @@ private:
     fdn::Path m_path;
 };
 
-/// The content of a file, byte for byte. Fails the running test when it cannot be read.
+/// Returns the content of a file, byte for byte. Fails the running test when the file cannot be read.
 std::string readFile(std::string const& path);
 
-/// Makes the file, or replaces its content. Fails the running test when it cannot be written.
+/// The lines of a text, without their line feeds.
+std::vector<std::string> linesOf(std::string const& text);
+
+/// Creates the file or replaces its content. Fails the running test when it cannot be written.
 void writeFile(std::string const& path, std::string const& content);
 
 } // namespace test

@@ -10,11 +10,11 @@ namespace test {
 
 namespace {
 
-/// The state letter of a thread of this process (proc(5)), or a blank when there is none.
+/// The state letter of a process or thread (proc_pid_stat(5)), or a blank if there is none.
 char stateOf(pid_t thread) {
-    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::ifstream file("/proc/" + std::to_string(thread) + "/stat");
     std::string const line(std::istreambuf_iterator<char>(file), {});
-    // The name before it may hold anything.
+    // The process name before it may contain anything, a parenthesis included.
     std::size_t const endOfName = line.rfind(')');
     return endOfName == std::string::npos ? ' ' : line[endOfName + 2];
 }

@@ -7,16 +7,16 @@
 
 namespace test {
 
-/// The error that the action throws. Fails the running test when it throws none.
+/// Performs the action and returns the error that it throws. Fails the running test when it throws none.
 fdn::CError errorOf(std::function<void()> const& action);
 
-/// The error's message, in UTF-8.
+/// The message of that error, in UTF-8.
 std::string messageOf(std::function<void()> const& action);
 
-/// Whether the error has nothing but its message: no second text, code -1, no properties, no cause.
+/// Whether the error has nothing but its message: no second text, code -1, no properties and no cause.
 bool isPlain(fdn::CError const& error);
 
-/// The error's properties and its code, such as "func=chmod code=1".
+/// The error's properties and its code, in the form "func=chmod code=1".
 std::string detailsOf(fdn::CError const& error);
 
 } // namespace test

@@ -32,8 +32,22 @@ std::string statusOf(pid_t process, std::string const& field) {
     for (std::string line; std::getline(lines, line);)
         if (line.compare(0, field.size() + 1, field + ":") == 0)
             return joinWords(line.substr(field.size() + 1));
-    ADD_FAILURE() << "no field " << field << " for process " << process;
+    ADD_FAILURE() << "The status of process " << process << " has no field " << field << ".";
     return std::string();
+}
+
+std::string startTimeOf(pid_t process) {
+    std::string const stat = readFile(procFolderOf(process) + "/stat");
+    // The second field, the name of the process, may contain anything, parentheses included.
+    std::istringstream fields(stat.substr(stat.rfind(')') + 1));
+    std::string field;
+    for (int i = 3; i <= 22; ++i)
+        fields >> field;
+    return field;
+}
+
+std::string bootIdentifier() {
+    return joinWords(readFile("/proc/sys/kernel/random/boot_id"));
 }
 
 std::set<int> descriptorsOf(pid_t process) {

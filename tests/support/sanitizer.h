@@ -2,7 +2,7 @@
 
 namespace test {
 
-/// Whether the tests were built with ThreadSanitizer, which cannot do everything in a forked process.
+/// Whether the tests were built with ThreadSanitizer, which does not support everything in a forked process.
 #if defined(__SANITIZE_THREAD__)
 constexpr bool kHasThreadSanitizer = true;
 #elif defined(__has_feature)

@@ -10,12 +10,13 @@ make_machine_with_heartbeat() {
     install_heartbeat "$@"
 }
 
-# Nothing but the script is then left to end the daemon.
+# Without it, nothing but the script ends the daemon.
 take_sendsigs_away() {
     rm "$root"/etc/rc[06].d/*sendsigs
 }
 
-# expect_order FIRST SECOND: the console shows the one before the other.
+# expect_order FIRST SECOND: the console shows a line that matches FIRST and, after it, one that matches
+# SECOND.
 expect_order() {
     expect_line "$1" "$console"
     expect_line "$2" <(sed "1,/$1/d" "$console")
@@ -99,7 +100,7 @@ check_SystemsSIGTERMAloneEndsTheDaemonCleanlyWithTodaysNumbersOfHaltLinks() {
 
     power_off
 
-    # Processes may live on for a moment after the halt, and the script may be called in it.
+    # Processes may survive the halt for a moment, in which the script may still be called.
     expect_line 'Will now halt' "$console"
     expect_no_line 'Stopping Heartbeat' <(sed '/Will now halt/q' "$console")
     expect_orderly_end
@@ -148,8 +149,8 @@ check_DaemonThatIsNotForBootIsStartedByHandAndStoppedAtHalt() {
     expect_orderly_end
 }
 
-# expect_account_of_beats PROCESS: its real, effective, saved and file system's user, its groups, its
-# further groups.
+# expect_account_of_beats PROCESS: its real, effective, saved and file system user, its groups of these kinds,
+# and its supplementary groups are those of the account beats.
 expect_account_of_beats() {
     local identities
     identities=$(inside sed -n 's/^\(Uid\|Gid\|Groups\):[[:space:]]*//p' "/proc/$1/status" | xargs -n 20)

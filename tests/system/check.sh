@@ -1,13 +1,13 @@
 #!/bin/bash
-# What runs a check, and what it asserts with. The first expectation that is not met ends the check.
+# Runs checks, and defines what they assert with. The first expectation that is not met ends the check.
 
 set -euo pipefail
 
 patience=60
 
-# run_check CHECK: runs check_CHECK, which the script that calls this defines. DMN_SYSTEM_LAYERS, if the check
-# needs roots, is the folder in which make-root has made them. Ends with status 77 when the check cannot be run
-# here, 1 with DMN_TEST_REQUIRE_ALL=1.
+# run_check CHECK: runs check_CHECK, which the script that calls this defines. DMN_SYSTEM_LAYERS is the folder
+# in which make-root has made the roots, if the check needs any. Ends with status 77 if the check cannot run
+# here, with 1 instead if DMN_TEST_REQUIRE_ALL=1.
 run_check() {
     [ "${DMN_PRIVATE_ROOT:-}" = accounts ] || give_up "needs a private root that was made by root"
     [ -z "${DMN_SYSTEM_LAYERS:-}" ] || [ -e "$DMN_SYSTEM_LAYERS/debian/made-from" ] ||
@@ -33,17 +33,18 @@ fail() {
     exit 1
 }
 
-# await WHAT CONDITION...: the condition must come to hold.
+# await WHAT CONDITION...: waits until the condition, a command, succeeds; fails if it does not in time.
 await() {
     local what=$1 deadline=$((SECONDS + patience))
     shift
     until "$@" >/dev/null 2>&1; do
-        [ $SECONDS -lt $deadline ] || fail "waited in vain for this: $what"
+        [ $SECONDS -lt $deadline ] || fail "this did not come true in time: $what"
         sleep 0.02
     done
 }
 
-# from_page PAGE FIRST LAST: what the page shows, from the line that matches FIRST to one that matches LAST.
+# from_page PAGE FIRST LAST: prints what the page shows, from the line that matches FIRST to one that matches
+# LAST.
 from_page() {
     local lines
     lines=$(sed -n "\\|^    $2|,\\|^    $3|s/^ \{0,4\}//p" "${BASH_SOURCE[0]%/*}/../../$1")
@@ -68,7 +69,7 @@ expect_equal() {
     [ "$1" = "$2" ] || fail "expected '$1', got '$2'"
 }
 
-# expect_status STATUS COMMAND...: its output is in $output.
+# expect_status STATUS COMMAND...: the command ends with this status. Its output is in $output then.
 expect_status() {
     local expected=$1 status=0
     shift
@@ -89,7 +90,7 @@ expect_no_line() {
     ! grep -E -- "$1" "$2" || fail "lines of $2 match '$1'"
 }
 
-# expect_in_output PATTERN: of the last expect_status.
+# expect_in_output PATTERN: the output of the last expect_status has a line that matches.
 expect_in_output() {
     grep -Eq -- "$1" <<<"$output" || fail "expected '$1' in the output: $output"
 }

@@ -1,5 +1,5 @@
 #!/bin/bash
-# The commands that administrators have beside the script itself: they know it only by its verbs and links.
+# The commands that administrators use besides the script itself: they know it only by its verbs and links.
 # Usage: commands.sh CHECK
 
 # shellcheck source=machine.sh
@@ -16,7 +16,8 @@ make_running_machine() {
     await_up
 }
 
-# expect_start_stop_and_restart COMMAND...: the command, with a verb after it, does it.
+# expect_start_stop_and_restart COMMAND...: the command, with the verb after it, stops, starts and restarts
+# the daemon.
 expect_start_stop_and_restart() {
     expect_success inside "$@" stop
     expect_in_output 'Stopping Heartbeat'
@@ -139,12 +140,12 @@ check_InsservMakesNoLinksForAScriptThatHasNone() {
     expect_links
 }
 
-# lsb COMMAND: runs it as a line of an init script that uses the functions of the LSB.
+# lsb COMMAND: runs the command as a line of an init script that uses the functions of the LSB.
 lsb() {
     inside sh -c ". /lib/lsb/init-functions; $1"
 }
 
-# expect_all_say STATUS: every tool answers as heartbeat's own command does.
+# expect_all_say STATUS: every tool answers with this status, as heartbeat itself does.
 expect_all_say() {
     expect_status "$1" inside heartbeat status
     expect_status "$1" inside start-stop-daemon --status --pidfile $folder/heartbeat.pid
@@ -176,7 +177,7 @@ check_StartStopDaemonAndTheFunctionsOfTheLSBAgreeThatTheDaemonWasKilled() {
 
     kill_daemon
 
-    # Others take it for alive until its parent, init, has noticed its end.
+    # Other tools take the process for alive until its parent, init, has noticed its end.
     await "init has noticed the end" test ! -e "/proc/$init/root/proc/$pid"
     expect_all_say 1
 }

@@ -1,5 +1,5 @@
 #!/bin/bash
-# The completion of command lines, by real shells on a terminal.
+# Real shells on a terminal complete command lines.
 # Usage: completion.sh CHECK
 
 # shellcheck source=installed.sh
@@ -9,7 +9,7 @@ shell=()
 folder=$TMPDIR/folder
 dump=$TMPDIR/line
 
-# The shells' keys: Ctrl-X a inserts all completions of a word, Ctrl-X d writes the line down.
+# Keys for the shells: Ctrl-X a inserts all completions of a word, Ctrl-X d writes the line to a file.
 use_bash() {
     [ -e /usr/share/bash-completion/bash_completion ] || give_up "needs bash-completion"
     cat >"$TMPDIR/bashrc" <<END
@@ -37,7 +37,7 @@ END
     prepare
 }
 
-# With a program in the way that tells when it is run.
+# Installs the product and, before it in PATH, a program that reports when it is run.
 prepare() {
     needs script
     install_product
@@ -48,7 +48,7 @@ prepare() {
     cd "$TMPDIR/empty"
 }
 
-# expect_line_after KEYS LINE: pressing the keys, which printf writes, leaves the line; blanks at its end do not count.
+# expect_line_after KEYS LINE: these keys, a format of printf, leave this line, apart from blanks at its end.
 expect_line_after() {
     local line
     rm -f "$dump"
@@ -59,12 +59,12 @@ expect_line_after() {
     expect_equal "$2" "$line"
 }
 
-# expect_completed TEXT LINE: by the tab key.
+# expect_completed TEXT LINE: the tab key turns the text into this line.
 expect_completed() {
     expect_line_after "$1"'\t' "$2"
 }
 
-# expect_offered TEXT LINE: with all completions of the last word.
+# expect_offered TEXT LINE: with all completions of its last word, the text becomes this line.
 expect_offered() {
     expect_line_after "$1"'\x18a' "$2"
 }
@@ -72,7 +72,7 @@ expect_offered() {
 complete_commands() {
     expect_offered 'heartbeat ' 'heartbeat daemon install run start status stop uninstall'
     expect_offered 'heartbeat --timeout=5 st' 'heartbeat --timeout=5 start status stop'
-    # bash-completion needs the key twice for a program with a path, whatever the program.
+    # bash-completion needs the key twice for any program with a path.
     expect_completed '/usr/local/sbin/heartbeat ins\t' '/usr/local/sbin/heartbeat install'
     expect_completed 'heartbeat start st' 'heartbeat start st'
 }

@@ -1,19 +1,19 @@
 #!/bin/bash
-# A machine that loses its power and boots again: the PID file of the earlier boot is stale, and its number
-# belongs to another process by then.
+# A machine loses its power and boots again: the PID file of the earlier boot is stale, and its number belongs to
+# another process.
 # Usage: crash.sh CHECK
 
 # shellcheck source=machine.sh
 . "${BASH_SOURCE[0]%/*}/machine.sh"
 
-# The machine has crashed while the daemon ran; when it boots again, a process that would die of a signal
-# gets the daemon's old number, before S90heartbeat is called.
+# Makes a machine that has crashed while the daemon ran. When it boots again, a process that a signal would
+# end gets the old number of the daemon before S90heartbeat is called.
 make_crashed_machine() {
     make_machine_in_link_order
     install_heartbeat
     boot
     await_up
-    # So that the daemon's number is higher than any that the next boot has used by then.
+    # The restart gives the daemon a number higher than any that the next boot will have used by then.
     stale=$(daemon_pid)
     expect_success inside $script restart
     await_successor "$stale"
@@ -23,7 +23,7 @@ make_crashed_machine() {
     add_neighbour "$stale"
 }
 
-# add_neighbour PID: until a process gets this number, processes are started.
+# add_neighbour PID: makes the boot start processes until one has this number.
 add_neighbour() {
     cat >"$root/etc/rc2.d/S89neighbour" <<END
 #!/bin/sh

@@ -18,5 +18,5 @@ int main() {
     int const numbers[] = {1, 22, 333};
     fdn::TBuffer<int> const buffer(numbers, 3, 8);
     fdn::TCryptBuffer<char> const secret("hush", 4, 4);
-    std::abort(); // Stops the debugger here.
+    std::abort(); // the debugger stops here
 }

@@ -1,11 +1,12 @@
 #!/bin/bash
-# Values of the library in gdb.
+# gdb shows values of the library.
 # Usage: debugger.sh CHECK
 
 # shellcheck source=installed.sh
 . "${BASH_SOURCE[0]%/*}/installed.sh"
 
-# debug PROGRAM COMMAND_OF_GDB...: with the values of main() in sight, on a terminal that knows umlauts.
+# debug PROGRAM COMMAND_OF_GDB...: runs the commands where the values of main() are in sight, on a terminal
+# that can show umlauts.
 debug() {
     local command arguments=()
     needs gdb
@@ -18,7 +19,7 @@ debug() {
     expect_success env LC_ALL=C.UTF-8 timeout "$patience" gdb -nx -batch "${arguments[@]}" "$DMN_SYSTEM_LAYERS/$1"
 }
 
-# As packages hold it.
+# Strips the library, as packages do.
 use_library_without_debugging_information() {
     needs strip
     install_product
@@ -28,7 +29,7 @@ use_library_without_debugging_information() {
     export LD_LIBRARY_PATH=$TMPDIR/lib
 }
 
-# expect_values_by FOLDER: gdb has loaded the script there, and shows the values.
+# expect_values_by FOLDER: gdb has loaded the script from this folder and shows the values.
 expect_values_by() {
     expect_in_output "^Yes +$1/libfdn.so.*-gdb.py"
     expect_values
@@ -46,7 +47,7 @@ expect_values() {
     expect_shown secret '4 used of 4'
 }
 
-# expect_shown NAME VALUE: gdb numbers what it prints.
+# expect_shown NAME VALUE: the next value that gdb has printed, and numbered, is this one.
 expect_shown() {
     grep -Fqx -- "\$$((++shown)) = $2" <<<"$output" || fail "expected $1 as '$2' in: $output"
 }

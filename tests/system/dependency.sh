@@ -1,6 +1,6 @@
 #!/bin/bash
-# The boot sequence of sysvinit in dependency order, as Debian ships it: init reads the files .depend.* of
-# insserv, and what is not in them is not run.
+# The boot sequence of sysvinit in dependency order, as Debian ships it: init reads the files .depend.* of insserv
+# and runs nothing that is not in them.
 # Usage: dependency.sh CHECK
 
 # shellcheck source=machine.sh
@@ -10,7 +10,7 @@ dependencies() {
     cat "$root"/etc/init.d/.depend.*
 }
 
-# With its warnings, which another check looks at.
+# This prints warnings, which another check examines.
 put_in_order() {
     expect_success in_root update-rc.d heartbeat defaults
 }
@@ -28,8 +28,8 @@ check_InstallAloneDoesNotStartTheDaemonAtBoot() {
     expect_not_running
 }
 
-# expect_started_and_stopped: at boot and at halt. There, the script and the system's own SIGTERM come at
-# the same time.
+# Expects that boot starts the daemon and halt stops it. At halt, the script and the SIGTERM of the system
+# come at the same time.
 expect_started_and_stopped() {
     boot
     await_up

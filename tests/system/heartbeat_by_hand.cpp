@@ -1,4 +1,4 @@
-// The example heartbeat, but not to be started at boot.
+// The example heartbeat, except that it is not started at boot.
 
 #include "CHeartbeatEntry.h"
 

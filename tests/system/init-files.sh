@@ -1,12 +1,12 @@
 #!/bin/bash
-# Fits a root with sysvinit, which is the current folder, for being a machine that a test boots.
+# Prepares a root with sysvinit, which is the current folder, to be a machine that a test boots.
 
-# Boot scripts set the clock, the kernel's settings, the mounts and the swap space, and namespaces do not
-# hold all of that back. So only those that are known to leave the kernel alone keep their bodies.
+# Boot scripts set the clock, kernel settings, mounts and swap space, and namespaces do not contain all of
+# that. So only scripts that are known to leave the kernel alone keep their bodies.
 harmless_scripts=(bootmisc.sh halt killprocs rc rcS rc.local reboot rmnologin sendsigs single)
 
-# As Debian has it, without terminals. The last line of each level tells the test that the level has been
-# reached.
+# Writes Debian's inittab without terminals. The last line of each level tells the test that the machine has
+# reached it.
 add_inittab() {
     local level
     sed -e '/^#/d' -e '/getty/d' -e '/powerfail/d' usr/share/sysvinit/inittab >etc/inittab
@@ -22,7 +22,7 @@ make_scripts_harmless() {
     done
 }
 
-# leave_only_header SCRIPT: its place in the order stays what it is.
+# leave_only_header SCRIPT: empties the script without changing its place in the order.
 leave_only_header() {
     {
         echo '#!/bin/sh'

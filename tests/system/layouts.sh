@@ -1,5 +1,5 @@
 #!/bin/bash
-# The two places for init scripts and for run levels, and their mixtures: the same init boots from each.
+# Init scripts and run levels have two places each: the same init boots from every combination.
 # Usage: layouts.sh CHECK
 
 # shellcheck source=machine.sh
@@ -18,7 +18,7 @@ make_machine_of() {
     [ "$2" = /etc ] || mv "$root"/etc/rc?.d "$root$2"
 }
 
-# tell_init INIT_FOLDER LEVELS_FOLDER: where its scripts are.
+# tell_init INIT_FOLDER LEVELS_FOLDER: tells init where its scripts are.
 tell_init() {
     sed -i -e "s,/etc/init\.d,$1,g" -e "s,/etc/rc\\\$runlevel,$2/rc\$runlevel,g" \
         "$root/lib/init/rc" "$root/lib/init/rcS" "$root/etc/inittab"

@@ -1,5 +1,5 @@
-// Logs an error that has everything an entry can hold, or numbered entries until SIGTERM, and prints their
-// number then. Usage: log_writer error|numbers
+// Logs an error that has everything an entry can hold; or logs numbered entries until SIGTERM, then prints
+// how many. Usage: log_writer error|numbers
 
 #include <fdn/CError.h>
 #include <fdn/CFdnInit.h>

@@ -1,5 +1,5 @@
 #!/bin/bash
-# What the administrators' guide does with a log.
+# What the guide for administrators does with a log.
 # Usage: logs.sh CHECK
 
 # shellcheck source=check.sh
@@ -9,13 +9,13 @@ log=/var/log/heartbeat/heartbeat.log
 writer=$TMPDIR/heartbeat
 writers=()
 
-# A log is named after the program that writes it.
+# Copies the program under this name, because a log is named after the program that writes it.
 make_writer() {
     unset FDN_LOG_FILE
     cp "$DMN_SYSTEM_LAYERS/log_writer" "$writer"
 }
 
-# start_writer NAME: writes down how many entries it has logged.
+# start_writer NAME: starts a writer, which writes the number of its entries to NAME.count in the end.
 start_writer() {
     "$writer" numbers >"$TMPDIR/$1.count" &
     writers+=($!)
@@ -26,14 +26,15 @@ end_writers() {
     wait "${writers[@]}"
 }
 
-# rotate DAY: as on an earlier day, because logrotate does it once a day.
+# rotate DAY: rotates as if on an earlier day, because logrotate rotates only once a day.
 rotate() {
     expect_success logrotate --force --state "$TMPDIR/state" "$TMPDIR/logrotate.conf"
     mv $log-20[2-9]* "$log-200101$1"
     await_writers
 }
 
-# Each, because who is slow may go on with the file that was moved until the next rotation, but no longer.
+# Waits for each of them: a slow writer may go on with the file that was moved until the next rotation, but no
+# longer.
 await_writers() {
     local process
     for process in "${writers[@]}"; do
@@ -41,7 +42,7 @@ await_writers() {
     done
 }
 
-# numbers_of PROCESS: those in all files, sorted.
+# numbers_of PROCESS: prints the sorted numbers that this process has logged, from all files.
 numbers_of() {
     zcat --force $log* | sed -n 's/.* process="'"$1"'" .*>\([0-9]*\)<.*/\1/p' | sort -n
 }
@@ -76,7 +77,7 @@ check_SedMakesATable() {
         "$(sed -E 's/^[0-9]{4}-[0-9-]*T[0-9:.]{15}Z\t(error)\t[0-9]+\t/TIME\t\1\tPROCESS\t/' <<<"$output")"
 }
 
-# The page writes a backslash as "\e".
+# The page has to write a backslash as "\e".
 check_ManualPageMakesTheSameTable() {
     local table
     make_writer

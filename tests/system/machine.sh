@@ -1,9 +1,9 @@
 #!/bin/bash
-# A machine: a Debian root with sysvinit as its init and heartbeat copied into it, which boots as the first
-# process of namespaces of its own. What is on its disk lasts from boot to boot, for as long as the check
-# runs. The checks run in a private root, which ends the machine and everything else of them with itself.
+# A machine: a Debian root with sysvinit as its init and with heartbeat. Its init boots as the first process of
+# namespaces of its own. The content of its disk lasts from boot to boot, as long as the check runs. Checks run in a
+# private root, which takes the machine and everything else of theirs with it when it ends.
 
-# shellcheck disable=SC2034 # The checks use what is not used here.
+# shellcheck disable=SC2034 # The checks use what this file does not.
 
 here=${BASH_SOURCE[0]%/*}
 # shellcheck source=check.sh
@@ -26,7 +26,8 @@ log=$root/var/log/heartbeat/heartbeat.log
 
 # --- The machine, off
 
-# make_machine [LAYER...]: of these layers on the base layer; in dependency order, as Debian ships it.
+# make_machine [LAYER...]: makes a machine from these layers on the base layer. It boots in dependency order,
+# as Debian ships it.
 make_machine() {
     local layer lower=$DMN_SYSTEM_LAYERS/product
     for layer in "$@" "$base_layer"; do
@@ -38,7 +39,7 @@ make_machine() {
     plug_console_in
 }
 
-# What programs need that run while the machine is off.
+# Provides what programs need that run while the machine is off.
 furnish_root() {
     mount -n -t proc -o ro proc "$root/proc"
     : >"$root/dev/null"
@@ -48,21 +49,21 @@ furnish_root() {
 
 plug_console_in() {
     mkfifo "$machine/console"
-    # Open for writing too: it has no end while the machine is off.
+    # Opens the pipe for writing as well, so that it does not end while the machine is off.
     cat <>"$machine/console" >"$console" &
 }
 
-# in_root COMMAND...: runs a program of the machine that is off.
+# in_root COMMAND...: runs a program of the machine while it is off.
 in_root() {
     env -i "${roots_environment[@]}" chroot "$root" "$@"
 }
 
-# From now on, links are honoured in their order.
+# From now on, init runs the links in their order.
 order_by_links() {
     rm "$root"/etc/init.d/.depend.*
 }
 
-# As Debian numbered them when it still honoured the order of links: what sends signals and what halts comes
+# Numbers the links as Debian did when it still honoured their order: those that send signals and halt come
 # last.
 number_halt_links_historically() {
     rename_link 0 K01sendsigs S20sendsigs
@@ -97,11 +98,11 @@ boot() {
 }
 
 find_init() {
-    # Its line has no end, which read reports as a failure.
+    # The line does not end in a line feed, which read reports as a failure.
     read -r init <"/proc/$unshare/task/$unshare/children" || [ -n "$init" ]
 }
 
-# await_level LEVEL: until all scripts of this run level have run.
+# await_level LEVEL: waits until all scripts of this run level have run.
 await_level() {
     await "the machine has reached run level $1" test -e "$(level_mark "$1")"
 }
@@ -117,7 +118,7 @@ change_level() {
     await_level "$1"
 }
 
-# Namespaces end as if by these signals when the processes in them power off and reboot.
+# When the processes in namespaces power off or reboot, the namespaces end as if by these signals.
 power_off() {
     go_down 0 INT
 }
@@ -136,13 +137,13 @@ go_down() {
     expect_equal "SIG$2" "SIG$(kill -l "$status")"
 }
 
-# All processes end at once, as by a loss of power.
+# Ends all processes at once, as a loss of power does.
 crash() {
     kill -KILL "$unshare"
     wait "$unshare" || true
 }
 
-# inside COMMAND...: runs a program in the machine that is on.
+# inside COMMAND...: runs a program in the machine while it is on.
 inside() {
     nsenter --target "$init" --mount --uts --ipc --net --pid --root --wdns=/ \
         env -i "${roots_environment[@]}" "$@"
@@ -150,7 +151,7 @@ inside() {
 
 # --- The daemon
 
-# daemon_pid: the daemon's number in the machine, as its PID file has it.
+# daemon_pid: prints the daemon's number in the machine, from its PID file.
 daemon_pid() {
     head -n 1 "$pid_file"
 }
@@ -163,7 +164,7 @@ is_up() {
     inside heartbeat status >/dev/null
 }
 
-# await_successor PID: until another process than this is the daemon.
+# await_successor PID: waits until the daemon runs as another process than this.
 await_successor() {
     await "the daemon runs as another process than $1" is_up_but_not_as "$1"
 }
@@ -184,14 +185,15 @@ expect_not_running() {
     expect_status 3 inside heartbeat status
 }
 
-# The daemon wrote its last line and gave its PID file up, and neither it nor a command met an error.
+# Expects that the daemon has written its last line and removed its PID file, and that neither it nor a
+# command met an error.
 expect_orderly_end() {
     expect_equal stopped "$(tail -n 1 "$beats" | cut -d ' ' -f 3)"
     expect_absent "$pid_file"
     expect_no_line 'level="error"' "$log"
 }
 
-# expect_links NAME...: these are all links of heartbeat, as LEVEL/NAME.
+# expect_links NAME...: heartbeat has exactly these links, given as LEVEL/NAME.
 expect_links() {
     local links
     links=$(cd "$root/etc" && find . -path './rc?.d/*heartbeat' | sed 's,^./rc\(.\).d,\1,' | sort | xargs)

@@ -1,5 +1,5 @@
 #!/bin/bash
-# monit, which knows the daemon by its PID file and the two verbs of its script, as the guide tells it.
+# monit, set up as the guide shows: it knows the daemon by its PID file and two verbs of its script.
 # Usage: monitor.sh CHECK
 
 # shellcheck source=machine.sh

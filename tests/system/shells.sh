@@ -1,5 +1,5 @@
 #!/bin/bash
-# The script under other shells, and through its links.
+# Other shells run the script, and its links call it.
 # Usage: shells.sh CHECK
 
 # shellcheck source=machine.sh
@@ -14,14 +14,14 @@ make_machine_with_settings() {
         --message='grüß  "$dich"'
 }
 
-# expect_answer STATUS OUTPUT ERRORS VERB...: call does this when it is given the verb.
+# expect_answer STATUS OUTPUT ERRORS VERB...: calling the script with the verb gives this answer.
 expect_answer() {
     local status=0 answer
     answer=$(in_root "${call[@]}" "${@:4}" 2>"$TMPDIR/errors") || status=$?
     expect_equal "$1:$2:$3" "$status:$answer:$(cat "$TMPDIR/errors")"
 }
 
-# expect_all_answers CALL...: the script, called this way, gives the answers that its text promises.
+# expect_all_answers CALL...: the script, called in this way, gives all answers that its text promises.
 expect_all_answers() {
     make_machine_with_settings
     call=("$@")

@@ -1,6 +1,5 @@
 #!/bin/bash
-# What systemd, up to its release 259, makes of the script: its generator writes a unit for each script in
-# /etc/init.d.
+# What systemd up to release 259 makes of the script: its generator writes a unit for each script in /etc/init.d.
 # Usage: systemd.sh CHECK
 
 # shellcheck source=machine.sh
@@ -14,7 +13,7 @@ make_units() {
         /run/units/{normal,early,late}
 }
 
-# expect_settings SECTION LINE...: the unit has these settings in the section, in whatever order.
+# expect_settings SECTION LINE...: this section of the unit has exactly these settings, in any order.
 expect_settings() {
     local section=$1
     shift
@@ -22,7 +21,7 @@ expect_settings() {
         "$(sed -n "/^\[$section]/,/^\[/{/^[A-Z]/p}" "$units/late/heartbeat.service" | sort)"
 }
 
-# expect_unit_verified FOLDER: systemd itself finds no fault with the unit in it.
+# expect_unit_verified FOLDER: systemd itself finds no fault in the unit in this folder.
 expect_unit_verified() {
     expect_success in_root env "SYSTEMD_UNIT_PATH=$1:" systemd-analyze --man=no verify "$1/heartbeat.service"
     expect_equal '' "$output"

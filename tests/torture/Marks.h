@@ -9,13 +9,13 @@
 
 namespace torture {
 
-/// How far a victim has got, in a file that it shares with its torturer: to mark something takes no system
-/// call, so none that could be made to fail or be interrupted. torture.py knows the offsets.
+/// How far a victim has got, in a file that it shares with its torturer. Setting a mark takes no system call,
+/// so nothing that could be made to fail or be interrupted. torture.py knows the offsets.
 struct Marks {
     std::atomic<bool> inMain;
-    std::atomic<bool> registered; // the handler for SIGTERM
+    std::atomic<bool> registered; // the handler for SIGTERM is registered
     std::atomic<bool> running;
-    std::atomic<bool> returned; // from run()
+    std::atomic<bool> returned; // run() has returned
     std::atomic<unsigned> left; // 1 when entry() has returned
     std::atomic<unsigned> hangups;
     std::atomic<unsigned> entries;
@@ -23,7 +23,7 @@ struct Marks {
 
 static_assert(sizeof(Marks) == 16 && sizeof(bool) == 1);
 
-/// Marks that nobody sees where there is no such file.
+/// Maps the marks in this file. If there is no such file, returns marks that nobody else sees.
 inline Marks* mapMarks(std::string const& file) {
     static Marks unseen;
     int const descriptor = open(file.c_str(), O_RDWR | O_CLOEXEC);

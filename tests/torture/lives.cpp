@@ -1,8 +1,10 @@
-// Takes the victim through its life from within one process: install, start, stop, uninstall, many times. The
-// files, links, processes and descriptors, the memory of this process and the space on the disk are the same
-// after the last round as after the first ones.
+// Takes the victim through its whole life many times, all from within one process: install, start, stop,
+// uninstall. The files, links, processes and descriptors, this process's memory and the disk space must be
+// the same after the last round as after the first ones.
 //
 // Usage: lives --program VICTIM [--long]
+
+#include "report.h"
 
 #include <dmn/dmn.h>
 
@@ -13,7 +15,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <iterator>
 #include <set>
 #include <stdexcept>
@@ -27,21 +28,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using torture::require;
+
 constexpr int kSkipped = 77;
 constexpr int kShortRun = 60;
 constexpr int kLongRun = 2000;
 constexpr int kWarmUpRounds = 20;
 constexpr int kPatienceMs = 30000;
-constexpr long kToleratedGrowth = 64; // KiB, as a page or two may still be touched for the first time
-
-void require(bool kept, std::string const& what) {
-    if (!kept)
-        throw std::runtime_error(what);
-}
+constexpr long kToleratedGrowth = 64; // KiB, because a few pages may still be touched for the first time
 
 /// What must not grow.
 struct Possessions {
-    std::set<std::string> files; // and folders, links and everything else that has a name
+    std::set<std::string> files; // with folders, links and everything else that has a name
     std::uintmax_t bytes = 0;
     std::set<std::string> processes;
     std::size_t descriptors = 0;
@@ -52,7 +50,7 @@ long readPrivateMemory() {
     for (std::string line; std::getline(status, line);)
         if (line.compare(0, 8, "RssAnon:") == 0)
             return std::stol(line.substr(8));
-    throw std::runtime_error("RssAnon is missing");
+    throw std::runtime_error("/proc/self/status has no line RssAnon");
 }
 
 void countFiles(std::string const& folder, Possessions& possessions) {
@@ -84,10 +82,10 @@ void compare(Possessions const& first, Possessions const& last) {
         "files, folders and links %zu, %zu; bytes %ju, %ju; processes %zu, %zu; descriptors %zu, %zu\n",
         first.files.size(), last.files.size(), first.bytes, last.bytes, first.processes.size(),
         last.processes.size(), first.descriptors, last.descriptors);
-    require(first.files == last.files, "a file or link is left, or gone");
+    require(first.files == last.files, "a file, folder or link has been left behind or is gone");
     require(first.bytes == last.bytes, "files have grown");
-    require(first.processes == last.processes, "a process is left");
-    require(first.descriptors == last.descriptors, "a descriptor is left open");
+    require(first.processes == last.processes, "a process has been left behind or is gone");
+    require(first.descriptors == last.descriptors, "the number of open descriptors has changed");
 }
 
 void compareMemory(long first, long last) {
@@ -95,7 +93,7 @@ void compareMemory(long first, long last) {
     require(last <= first + kToleratedGrowth, "the memory has grown");
 }
 
-// The daemon is this process's child once its starter is gone.
+// The daemon becomes a child of this process when its starter ends.
 void reapDaemon() {
     require(waitpid(-1, nullptr, 0) > 0, "there is no daemon to wait for");
 }
@@ -103,14 +101,14 @@ void reapDaemon() {
 void live(dmn::CDaemonInfo const& info, fdn::Path const& controlFolder) {
     dmn::CDaemonController controller("victim", controlFolder);
     dmn::CDaemonController::install(info, "victim", controlFolder, "dmnuser", "", "", "");
-    require(controller.waitInstalled(kPatienceMs), "it is not installed");
+    require(controller.waitInstalled(kPatienceMs), "the victim is not installed");
     controller.start();
-    require(controller.waitRunningAndReady(kPatienceMs) == -1, "it does not run");
+    require(controller.waitRunningAndReady(kPatienceMs) == -1, "the victim does not run");
     controller.stop();
-    require(controller.waitStopped(kPatienceMs), "it does not stop");
+    require(controller.waitStopped(kPatienceMs), "the victim does not stop");
     reapDaemon();
     controller.uninstall();
-    require(controller.waitUninstalled(kPatienceMs), "it is not uninstalled");
+    require(controller.waitUninstalled(kPatienceMs), "the victim is not uninstalled");
 }
 
 void liveManyTimes(std::string const& program, int rounds) {
@@ -129,7 +127,7 @@ void liveManyTimes(std::string const& program, int rounds) {
         live(info, fdn::Path(fdn::String::fromBytes(controlFolder.string())));
         if (round == kWarmUpRounds) {
             first = examine();
-            firstMemory = readPrivateMemory(); // with what was just noted
+            firstMemory = readPrivateMemory(); // after examine(), which needs memory itself
         }
     }
     compareMemory(firstMemory, readPrivateMemory());
@@ -142,15 +140,12 @@ int main(int argc, char** argv) {
     if (argc < 3)
         return 2;
     if (std::getenv("DMN_PRIVATE_ROOT") == nullptr)
-        return kSkipped; // this is about the machine's own /etc
+        return kSkipped; // /etc is the machine's own, which nobody may touch
     int const rounds = argc > 3 ? kLongRun : kShortRun;
     fdn::CFdnInit const foundation(true);
     setenv("FDN_LOG_FILE", "/dev/null", 1);
-    try {
+    return torture::report([&] {
         liveManyTimes(argv[2], rounds);
-    } catch (std::exception const& error) {
-        std::cout << "FAILED: " << error.what() << std::endl;
-        return 1;
-    }
-    std::printf("%d lives\n", rounds);
+        std::printf("%d lives\n", rounds);
+    });
 }

@@ -1,4 +1,4 @@
-// Writes numbered entries to the log, as fast as it can or with pauses.
+// Writes numbered entries to the log, with a pause after each.
 //
 // Usage: logging WRITER ENTRIES PAUSE_IN_MICROSECONDS
 

@@ -1,12 +1,13 @@
 // Sends SIGTERM to the victim at moments that sweep over its whole life, from its first instruction on: while
 // it runs until it is told to stop, while it ends by itself, and a second time while it stops.
 //
-// Once it has registered its handler it must end with status 0 after run() has returned, with its PID file
-// gone; before, it may be gone by the signal, and has no PID file. It never hangs.
+// Once it has registered its handler, it must end with status 0 after run() has returned, and its PID file
+// must be gone. Before that, the signal may end it, and there must be no PID file. It must never hang.
 //
 // Usage: terminated --program VICTIM [--long]
 
 #include "Marks.h"
+#include "report.h"
 
 #include <fdn/system/Descriptor.h>
 
@@ -14,7 +15,6 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <iostream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -32,16 +32,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using std::chrono::microseconds;
+using torture::require;
 
 constexpr int kPatienceMs = 30000;
 constexpr int kRoundsToMeasure = 20;
 constexpr int kShortRun = 600;
 constexpr int kLongRun = 12000;
-
-void require(bool kept, std::string const& what) {
-    if (!kept)
-        throw std::runtime_error(what);
-}
 
 /// The control folder of the victims, and the file of their marks.
 class Scene {
@@ -71,7 +67,7 @@ public:
 
     torture::Marks& marks() const { return *m_marks; }
 
-    /// What is in the control folder of a victim that is gone, beside what it has written itself.
+    /// What a victim that has ended leaves in its control folder, besides what it has written itself.
     std::vector<std::string> leftovers() const {
         std::vector<std::string> names;
         std::error_code notMadeYet;
@@ -86,7 +82,7 @@ private:
     torture::Marks* m_marks = nullptr;
 };
 
-/// A victim, which runs from its construction on.
+/// A victim that runs from its construction on.
 class Victim {
 public:
     Victim(std::string const& program, Scene const& scene, bool isBrief) {
@@ -113,11 +109,11 @@ public:
 
     void terminate() const { kill(m_pid, SIGTERM); }
 
-    /// The state that waitpid() tells.
+    /// Waits for the end of the victim and returns its state as waitpid() reports it. Throws when it hangs.
     int wait() {
         fdn::Descriptor const handle(static_cast<int>(syscall(SYS_pidfd_open, m_pid, 0)));
         pollfd end = {handle.get(), POLLIN, 0};
-        require(fdn::uninterrupted([&] { return poll(&end, 1, kPatienceMs); }) == 1, "it hangs");
+        require(fdn::uninterrupted([&] { return poll(&end, 1, kPatienceMs); }) == 1, "the victim hangs");
         int state = 0;
         waitpid(m_pid, &state, 0);
         m_isReaped = true;
@@ -129,11 +125,11 @@ private:
     bool m_isReaped = false;
 };
 
-/// What came of a number of victims.
+/// How a number of victims ended.
 struct Counts {
-    int goneBySignal = 0; // before the handler was registered
-    int stopped = 0;      // by the handler
-    int endedBefore = 0;  // before the signal came
+    int goneBySignal = 0; // ended by the signal, before the handler was registered
+    int stopped = 0;      // stopped by the handler
+    int endedBefore = 0;  // ended before the signal came
 };
 
 void clear(torture::Marks& marks) {
@@ -141,7 +137,7 @@ void clear(torture::Marks& marks) {
     marks.left = 0;
 }
 
-// Not sleeping, which would be too coarse.
+// Does not sleep, which would be too coarse.
 void waitUntil(Clock::time_point moment) {
     while (Clock::now() < moment)
         std::this_thread::yield();
@@ -149,20 +145,22 @@ void waitUntil(Clock::time_point moment) {
 
 void checkEnd(Scene const& scene, int state, Counts& counts, bool hadEndedBefore) {
     require(scene.leftovers().empty(),
-            "it has left " + (scene.leftovers().empty() ? "" : scene.leftovers()[0]));
+            "the victim has left " + (scene.leftovers().empty() ? "" : scene.leftovers()[0]));
     torture::Marks const& marks = scene.marks();
     if (WIFSIGNALED(state)) {
-        require(WTERMSIG(state) == SIGTERM, "it has ended by signal " + std::to_string(WTERMSIG(state)));
-        require(!marks.registered, "the signal has ended it although its handler was registered");
+        require(WTERMSIG(state) == SIGTERM,
+                "the victim was ended by signal " + std::to_string(WTERMSIG(state)));
+        require(!marks.registered, "the signal has ended the victim although its handler was registered");
         ++counts.goneBySignal;
         return;
     }
-    require(WEXITSTATUS(state) == 0, "it has ended with status " + std::to_string(WEXITSTATUS(state)));
-    require(marks.running && marks.returned && marks.left != 0, "it has ended without run()");
+    require(WEXITSTATUS(state) == 0,
+            "the victim has ended with status " + std::to_string(WEXITSTATUS(state)));
+    require(marks.running && marks.returned && marks.left != 0, "the victim has ended without run()");
     ++(hadEndedBefore ? counts.endedBefore : counts.stopped);
 }
 
-/// How long a victim lives that ends by itself.
+/// Measures how long a victim lives that ends by itself.
 microseconds measureLife(std::string const& program, Scene const& scene) {
     std::vector<Clock::duration> durations;
     for (int i = 0; i < kRoundsToMeasure; ++i) {
@@ -174,7 +172,7 @@ microseconds measureLife(std::string const& program, Scene const& scene) {
     return std::chrono::duration_cast<microseconds>(durations[kRoundsToMeasure / 2]);
 }
 
-/// One victim, which gets the signal after the delay.
+/// Runs one victim and sends it the signal after the delay.
 void terminateAfter(std::string const& program, Scene const& scene, microseconds delay, bool isBrief,
                     Counts& counts) {
     clear(scene.marks());
@@ -186,13 +184,13 @@ void terminateAfter(std::string const& program, Scene const& scene, microseconds
     checkEnd(scene, victim.wait(), counts, hadEnded);
 }
 
-/// One victim, which gets the signal while it runs, and again after the delay.
+/// Runs one victim and sends it the signal while it runs, and again after the delay.
 void terminateTwice(std::string const& program, Scene const& scene, microseconds delay, Counts& counts) {
     clear(scene.marks());
     Victim victim(program, scene, false);
     auto const deadline = Clock::now() + std::chrono::milliseconds(kPatienceMs);
     while (!scene.marks().running)
-        require(Clock::now() < deadline, "it does not begin to run");
+        require(Clock::now() < deadline, "the victim does not begin to run");
     auto const start = Clock::now();
     victim.terminate();
     waitUntil(start + delay);
@@ -214,7 +212,7 @@ void sweep(std::string const& program, int rounds) {
     Counts brief;
     Counts twice;
     for (int i = 0; i < rounds; ++i) {
-        // A fifth beyond the end, because lives differ.
+        // Sweeps a fifth beyond the end, because lives differ.
         microseconds const delay = life * 6 * (i / 3) / (5 * (rounds / 3));
         try {
             if (i % 3 == 0)
@@ -239,11 +237,8 @@ int main(int argc, char** argv) {
     if (argc < 3)
         return 2;
     int const rounds = argc > 3 ? kLongRun : kShortRun;
-    try {
+    return torture::report([&] {
         sweep(argv[2], rounds);
-    } catch (std::exception const& error) {
-        std::cout << "FAILED: " << error.what() << std::endl;
-        return 1;
-    }
-    std::printf("%d victims terminated\n", rounds);
+        std::printf("%d victims terminated\n", rounds);
+    });
 }

@@ -1,12 +1,12 @@
-// The daemon that is tortured. What the environment tells it:
+// The daemon that is tortured. The environment tells it what to do:
 //
-//   VICTIM_MARKS   a file in which it marks how far it has got, see Marks
-//   VICTIM_PAUSE   to stop itself with SIGSTOP as the first thing in main()
-//   VICTIM_USER    the effective user to run as, where the real one is root
+//   VICTIM_MARKS   the file in which it marks how far it has got (see Marks)
+//   VICTIM_PAUSE   if set, it first stops itself with SIGSTOP
+//   VICTIM_USER    the effective user to run as, if the real one is root
 //   VICTIM_RUN     "brief": its work is done at once; "busy": it logs an entry every 10 milliseconds
 //
-// Its exit status is 99 where the effective user at the end is not the one of the beginning. What it was
-// started with goes into the file ID.txt in its control folder. SIGHUP is counted.
+// Its exit status is 99 if its effective user at the end is not the one of the beginning. It writes its user,
+// its group and its word to the file ID.txt in its control folder. When busy, it counts SIGHUP.
 
 #include "Marks.h"
 
@@ -33,7 +33,7 @@ constexpr std::chrono::milliseconds kPauseOfTheBusy(10);
 
 torture::Marks* marks = nullptr;
 
-// What the victim starts must not do the same.
+// Takes the variable away, because what the victim starts must not do the same.
 std::string takeVariable(char const* name) {
     char const* const value = std::getenv(name);
     std::string const text = value == nullptr ? "" : value;
@@ -135,7 +135,7 @@ public:
         return daemon;
     }
 
-    // The first hook after the handler is registered.
+    // This is the first hook after the handler is registered.
     void addCommandLineOptions(wxCmdLineParser& parser) override {
         marks->registered = true;
         CDaemonEntry::addCommandLineOptions(parser);
@@ -154,7 +154,7 @@ private:
 };
 
 void becomeEffectiveUser(std::string const& user) {
-    // Not by seteuid(), whose system call the library makes, too, and which is to be told from this one.
+    // Not by seteuid(): the library makes that system call as well, and the torturer must tell the two apart.
     if (!user.empty() && getuid() == 0 && syscall(SYS_setreuid, -1, std::stoi(user)) != 0)
         std::exit(kUserNotRestored);
 }
