@@ -21,6 +21,7 @@
 #include <fdn/CTime.h>
 #include <fdn/CXMLLog.h>
 #include <fdn/Export.h>
+#include <fdn/ForkExecLevel.h>
 #include <fdn/IBase.h>
 #include <fdn/P.h>
 #include <fdn/Path.h>

@@ -3,6 +3,7 @@
 #include <fdn/CExecCommand.h>
 #include <fdn/CIPCConnectionToSubProcess.h>
 #include <fdn/CImpersonateInfo.h>
+#include <fdn/ForkExecLevel.h>
 #include <fdn/Path.h>
 #include <fdn/String.h>
 #include <fdn/containers.h>
@@ -30,22 +31,6 @@ namespace fdn {
 // file system that does not answer, for instance. A process that is stuck in the kernel ends when that lets
 // it go; a child of the caller is not waited for then. All other starts use the caller's memory, and the
 // caller's thread waits as long as they last.
-
-/// How a started program stands to the process that starts it.
-enum class ForkExecLevel : int {
-    /// A child in the caller's session and process group. The caller must wait for it (POSIX waitpid).
-    Child = 0,
-
-    /// A child in a session and process group of its own, without a controlling terminal (POSIX setsid).
-    /// The caller must wait for it.
-    Session = 1,
-
-    /// No child of the caller: a process in a session of its own that it does not lead, so that it cannot
-    /// come by a controlling terminal either. It has the system's first process for its parent, which waits
-    /// for it, and the caller may end at once. Its standard streams are /dev/null where no connection is
-    /// given.
-    Detached = 2
-};
 
 /// Starts the program, and returns its process identifier once it runs.
 ///

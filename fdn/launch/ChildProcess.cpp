@@ -1,5 +1,6 @@
 #include <fdn/launch/ChildProcess.h>
 
+#include <fdn/launch/LaunchReport.h>
 #include <fdn/launch/StandardStreams.h>
 #include <fdn/launch/closeDescriptors.h>
 

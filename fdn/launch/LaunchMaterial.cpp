@@ -1,4 +1,4 @@
-#include <fdn/launch/LaunchPlan.h>
+#include <fdn/launch/LaunchMaterial.h>
 
 #include <fdn/CError.h>
 #include <fdn/accounts/UserRecord.h>
