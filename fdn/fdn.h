@@ -15,8 +15,10 @@
 #include <fdn/CPIDFile.h>
 #include <fdn/CProps.h>
 #include <fdn/CSystemAccountManager.h>
+#include <fdn/CSystemGroupID.h>
 #include <fdn/CSystemPaths.h>
 #include <fdn/CSystemSignalReceiver.h>
+#include <fdn/CSystemUserID.h>
 #include <fdn/CThread.h>
 #include <fdn/CTime.h>
 #include <fdn/CXMLLog.h>

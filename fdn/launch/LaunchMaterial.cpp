@@ -89,10 +89,10 @@ void LaunchMaterial::takeEnvironment(TMap<String, String> const* environment) {
 }
 
 void LaunchMaterial::takeAccount(CSystemUserID const& user) {
-    UserRecord const record = readUserRecord(user);
-    m_groups = record.groups;
+    UserRecord const record = getUserRecord(user);
+    m_groups = findGroups(record);
     m_plan.changesAccount = true;
-    m_plan.user = user.getUID();
+    m_plan.user = record.user;
     m_plan.group = record.group;
     m_plan.groups = m_groups.data();
     m_plan.groupCount = m_groups.size();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <fdn/CSystemAccountManager.h>
+#include <fdn/CSystemUserID.h>
 #include <fdn/String.h>
 #include <fdn/containers.h>
 #include <fdn/launch/LaunchPlan.h>
