@@ -25,9 +25,11 @@
 #include <fdn/Export.h>
 #include <fdn/ForkExecLevel.h>
 #include <fdn/IBase.h>
+#include <fdn/ISystemSignalHandler.h>
 #include <fdn/P.h>
 #include <fdn/Path.h>
 #include <fdn/String.h>
+#include <fdn/SysSignal.h>
 #include <fdn/TBuffer.h>
 #include <fdn/TSafeGlobalPointer.h>
 #include <fdn/containers.h>
