@@ -6,12 +6,10 @@
 
 #include <exception>
 #include <memory>
-#include <string>
 
 namespace fdn {
 
-enum class LogLevel;
-class LogFile;
+class LogWriter;
 
 /// The log of the process. Programs write to it with logInfo() and logError(); see there.
 ///
@@ -98,11 +96,7 @@ public:
     void close();
 
 private:
-    void write(LogLevel level, std::string const& content);
-    bool writeSomewhere(LogLevel level, std::string const& content);
-    bool writeToFile(std::string const& entry);
-
-    std::unique_ptr<LogFile> m_file;
+    std::unique_ptr<LogWriter> m_writer;
 };
 
 } // namespace fdn
