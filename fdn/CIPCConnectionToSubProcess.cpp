@@ -9,7 +9,7 @@
 namespace fdn {
 
 CIPCConnectionToSubProcess::~CIPCConnectionToSubProcess() {
-    CIPCConnectionToSubProcess::close();
+    close();
 }
 
 void CIPCConnectionToSubProcess::attach(int descriptor) {

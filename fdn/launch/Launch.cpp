@@ -50,7 +50,7 @@ pid_t makeProcess(LaunchPlan const& plan, bool volatile& isDecided) {
     pid_t const child = needsOwnMemory(plan) ? _Fork() : vfork();
     if (child == 0) {
         isDecided = true;
-        perform(plan);
+        performPlan(plan);
     }
     return child;
 }

@@ -13,21 +13,22 @@ namespace fdn {
 
 namespace {
 
-// All that a program needs and the system's first process gives.
+// What the system's first process gives to the programs that it starts, as far as every program needs it.
 constexpr char kSystemsPath[] = "PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
 
-// Arguments and variables often hold paths, so they take the encoding of file names.
+// Arguments and variables often hold paths, so they are encoded like file names.
 std::string toSystemText(String const& text) {
     return toFileName(Path(text)).data();
 }
 
 // Whether the environment comes from a user with fewer rights, as that of a set-user-ID program does. Shells
-// and interpreters take orders from variables, so what is started must not see any of it.
+// and interpreters obey variables, so a started program must not see any of these.
 bool hasForeignEnvironment() {
     return getauxval(AT_SECURE) != 0;
 }
 
-// The program as it is found from any folder.
+// The new process may enter another folder before it runs the program, and a relative path counts from the
+// caller's.
 Path toAbsolute(Path const& program) {
     if (program.getText().empty() || CUnixPathTraits::isAbsolute(program.getText()))
         return program;
@@ -40,7 +41,7 @@ std::string toVariable(String const& name, String const& value) {
     return toSystemText(name) + "=" + toSystemText(value);
 }
 
-// The texts as the system takes them: pointers, the last of which is null.
+// The system takes texts as pointers, the last of which is null.
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
     for (std::string& text : texts)

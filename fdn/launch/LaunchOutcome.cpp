@@ -13,7 +13,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr std::size_t kMostReports = 16; // of one start, about
+constexpr std::size_t kMostReports = 16; // about as many as one start makes
 
 int getMillisecondsUntil(steady_clock::time_point deadline) {
     auto const rest = std::chrono::ceil<milliseconds>(deadline - steady_clock::now());
