@@ -5,19 +5,22 @@
 
 #include <cerrno>
 #include <cstddef>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace fdn {
 
 /// An entry of the user or the group database: a passwd or a group (POSIX pwd.h, grp.h), which points into
-/// the texts beside it.
+/// the texts beside it. A moved entry keeps its texts where they are; a copy would point into another's.
 template <class Record>
 struct Account {
+    Account() = default;
+    Account(Account&&) noexcept = default;
+
     Record record = {};
-    std::unique_ptr<char[]> texts;
+    std::vector<char> texts;
 };
 
 /// getpwnam_r or getgrnam_r (POSIX).
@@ -40,10 +43,10 @@ std::optional<Account<Record>> findAccount(AccountFunction<Record>* function, St
     Account<Record> account;
     Record* result = nullptr;
     int error = ERANGE;
-    // Nobody tells in advance how much room the texts need.
+    // ERANGE: the room was too small for the texts. Nobody tells in advance how much they need.
     for (std::size_t size = 1024; error == ERANGE || error == EINTR; size *= 2) {
-        account.texts = std::make_unique<char[]>(size);
-        error = function(accountName.c_str(), &account.record, account.texts.get(), size, &result);
+        account.texts.resize(size);
+        error = function(accountName.c_str(), &account.record, account.texts.data(), size, &result);
     }
     // A missing database says ENOENT or ESRCH.
     if (error != 0 && error != ENOENT && error != ESRCH)

@@ -41,6 +41,7 @@ UserRecord getUserRecord(CSystemUserID const& user) {
 std::vector<gid_t> findGroups(UserRecord const& record) {
     int count = kFirstGroupCount;
     std::vector<gid_t> groups(kFirstGroupCount);
+    // The room is doubled, because the size that a failed call reports may be outdated by the next one.
     while (getgrouplist(record.name.c_str(), record.group, groups.data(), &count) == -1) {
         groups.resize(groups.size() * 2);
         count = static_cast<int>(groups.size());
