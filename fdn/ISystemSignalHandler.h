@@ -6,7 +6,11 @@
 
 namespace fdn {
 
-/// What a program does about a signal; see CSystemSignalReceiver.
+/// What a program does about a signal, once it is set at the CSystemSignalReceiver:
+///
+///     class CStop : public CBase, public virtual ISystemSignalHandler {
+///         void handleSystemSignal(SysSignal) override { stop(); }
+///     };
 class FDN_EXPORT ISystemSignalHandler : public virtual IBase {
 public:
     ~ISystemSignalHandler() override;

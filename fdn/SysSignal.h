@@ -6,14 +6,14 @@ namespace fdn {
 
 /// The signals that a program may handle, with the system's numbers (POSIX signal.h).
 enum class SysSignal : int {
-    Hangup = SIGHUP,
-    Interrupt = SIGINT,
-    Quit = SIGQUIT,
-    User1 = SIGUSR1,
+    Hangup = SIGHUP,    ///< the terminal is gone; by custom a daemon's order to read its settings again
+    Interrupt = SIGINT, ///< the terminal's interrupt key
+    Quit = SIGQUIT,     ///< the terminal's quit key
+    User1 = SIGUSR1,    ///< free for the program, as is the next one
     User2 = SIGUSR2,
-    Terminate = SIGTERM
+    Terminate = SIGTERM ///< the usual request to end
 };
 
-static_assert(static_cast<int>(SysSignal::Terminate) == 15, "the usual request to end a process");
+static_assert(static_cast<int>(SysSignal::Terminate) == 15, "the number is part of the interface");
 
 } // namespace fdn

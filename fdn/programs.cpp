@@ -60,6 +60,7 @@ int forkAndExec(CExecCommand const& command, CImpersonateInfo* impersonate, Fork
     StandardStreams streams = {input != nullptr ? readFromCaller() : useDefault(level),
                                output != nullptr ? writeToCaller() : useDefault(level),
                                error != nullptr ? writeToCaller() : useDefault(level)};
+    // Handed over only after the start, so that a failed one leaves the connections as they were.
     pid_t const process = launch({command, impersonate, level, folder, environment}, streams);
     handOver(streams[0], input);
     handOver(streams[1], output);

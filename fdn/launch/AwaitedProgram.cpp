@@ -44,11 +44,11 @@ void appendRest(std::string& content, Descriptor const& output) {
 }
 
 // The process in between has ended, so its report is in the pipe by now, or never comes.
-std::optional<int> readReportedEnd(Descriptor const& ends) {
-    pollfd report = {ends.get(), POLLIN, 0};
+std::optional<int> readReportedEnd(Descriptor const& endReport) {
+    pollfd report = {endReport.get(), POLLIN, 0};
     int state = 0;
     if (poll(&report, 1, 0) != 1 ||
-        uninterrupted([&] { return read(ends.get(), &state, sizeof state); }) != sizeof state)
+        uninterrupted([&] { return read(endReport.get(), &state, sizeof state); }) != sizeof state)
         return std::nullopt;
     return state;
 }
@@ -57,13 +57,13 @@ std::optional<int> readReportedEnd(Descriptor const& ends) {
 
 AwaitedProgram::AwaitedProgram(LaunchRequest const& request, StandardStreams& streams) {
     LaunchRequest complete = request;
-    Pipe ends;
+    Pipe endReport;
     if (!areChildrenRemembered()) {
-        ends = makePipe();
-        complete.ends = ends.writing.get();
+        endReport = makePipe();
+        complete.endReport = endReport.writing.get();
     }
     m_child = launch(complete, streams);
-    m_ends = std::move(ends.reading);
+    m_endReport = std::move(endReport.reading);
     m_handle.reset(static_cast<int>(syscall(SYS_pidfd_open, m_child, 0)));
 }
 
@@ -81,10 +81,11 @@ std::string AwaitedProgram::readOutput(Descriptor output) const {
     return content;
 }
 
-// Returns true at the program's end, false when there is output or nobody can write any.
+// Returns true at the program's end, false when there is output or nobody can write any. poll() passes over
+// descriptors that are not open.
 bool AwaitedProgram::awaitOutputOrEnd(Descriptor const& output) const {
     std::array<pollfd, 3> sources = {
-        {{output.get(), POLLIN, 0}, {m_handle.get(), POLLIN, 0}, {m_ends.get(), POLLIN, 0}}};
+        {{output.get(), POLLIN, 0}, {m_handle.get(), POLLIN, 0}, {m_endReport.get(), POLLIN, 0}}};
     if (uninterrupted([&] { return poll(sources.data(), sources.size(), -1); }) == -1)
         throwLastSysError("poll", kAction);
     return sources[1].revents != 0 || sources[2].revents != 0;
@@ -92,7 +93,7 @@ bool AwaitedProgram::awaitOutputOrEnd(Descriptor const& output) const {
 
 std::optional<int> AwaitedProgram::awaitEnd() {
     std::optional<int> const state = reap(std::exchange(m_child, 0));
-    return m_ends.isOpen() ? readReportedEnd(m_ends) : state;
+    return m_endReport.isOpen() ? readReportedEnd(m_endReport) : state;
 }
 
 } // namespace fdn

@@ -36,9 +36,9 @@ public:
 private:
     bool awaitOutputOrEnd(Descriptor const& output) const;
 
-    Descriptor m_ends;   // the report of the process in between, if there is one
-    pid_t m_child = 0;   // the program or the process in between; 0 once it has been waited for
-    Descriptor m_handle; // on the child
+    Descriptor m_endReport; // the report of the process in between, if there is one
+    pid_t m_child = 0;      // the program or the process in between; 0 once it has been waited for
+    Descriptor m_handle;    // on the child
 };
 
 } // namespace fdn

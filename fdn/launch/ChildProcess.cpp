@@ -99,7 +99,7 @@ void resetSignals() {
 // without such a process.
 [[noreturn]] void becomeProgram(LaunchPlan const& plan, int sign) {
     // Without the process in between, nobody would wait for the program or end it.
-    if (plan.ends != -1)
+    if (plan.endReport != -1)
         prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (plan.startsSession && !plan.leavesParent)
         makeStep(plan, LaunchStep::Session, setsid);
@@ -131,7 +131,7 @@ void rememberChildren() {
 // Everything else is closed first, because the program or the starter may be waiting for the last holder of a
 // descriptor to let go of it.
 void reportEnd(LaunchPlan const& plan, pid_t program) {
-    closeAllBut(plan.ends);
+    closeAllBut(plan.endReport);
     int state = 0;
     if (uninterrupted([&] { return waitpid(program, &state, 0); }) == program)
         uninterrupted([&] { return write(0, &state, sizeof state); });
@@ -177,7 +177,7 @@ void awaitProgram(Pipe pipe) {
         fail(plan, LaunchStep::Fork);
     awaitProgram(std::move(pipe));
     report(plan, LaunchStep::Done);
-    if (plan.ends != -1)
+    if (plan.endReport != -1)
         reportEnd(plan, program);
     _exit(0);
 }

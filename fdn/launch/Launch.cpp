@@ -114,7 +114,7 @@ pid_t launch(LaunchRequest const& request, StandardStreams& streams) {
     }
     if (plan.leavesParent)
         reap(child);
-    return plan.ends != -1 ? child : outcome.last.process;
+    return plan.endReport != -1 ? child : outcome.last.process;
 }
 
 std::optional<int> reap(pid_t process) {

@@ -10,8 +10,8 @@
 namespace fdn {
 
 /// Starts the program with the given standard streams, and closes the process's ends of them in the caller.
-/// Returns the process's identifier once the program runs; when the request has `ends`, that of the process
-/// in between, a child of the caller that ends once it has written how the program ended. Throws as
+/// Returns the process's identifier once the program runs; when the request has `endReport`, that of the
+/// process in between, a child of the caller that ends once it has written how the program ended. Throws as
 /// forkAndExec() does.
 pid_t launch(LaunchRequest const& request, StandardStreams& streams);
 

@@ -11,7 +11,7 @@ namespace {
 
 char const* getFunction(LaunchStep step) {
     switch (step) {
-    case LaunchStep::Fork:
+    case LaunchStep::Fork: // also when the process gets memory of its own
         return "vfork";
     case LaunchStep::Session:
         return "setsid";
@@ -35,6 +35,7 @@ char const* getFunction(LaunchStep step) {
     return "";
 }
 
+// Errors of these steps name the account, because the program plays no part in them.
 bool changesAccount(LaunchStep step) {
     return step == LaunchStep::Group || step == LaunchStep::SupplementaryGroups || step == LaunchStep::User;
 }
@@ -64,6 +65,7 @@ void throwLaunchError(LaunchRequest const& request, LaunchOutcome const& outcome
         throwTimeout(request, outcome.last.step);
     if (outcome.last.error != 0)
         throwSysError(outcome.last.error, describe(request, outcome.last.step));
+    // The pipe has ended without an error, before the last step.
     throw CError("The program '" + request.command.getProgram().getText() +
                  "' was ended before it could run.");
 }

@@ -68,7 +68,7 @@ LaunchMaterial::LaunchMaterial(LaunchRequest const& request)
     m_plan.folder = m_folder.empty() ? nullptr : m_folder.c_str();
     m_plan.startsSession = request.level != ForkExecLevel::Child;
     m_plan.leavesParent = request.level == ForkExecLevel::Detached;
-    m_plan.ends = request.ends;
+    m_plan.endReport = request.endReport;
 }
 
 void LaunchMaterial::takeArguments(TArray<String> const& arguments) {
@@ -103,6 +103,7 @@ void LaunchMaterial::takeAccount(CSystemUserID const& user) {
     setVariable("SHELL", record.shell);
 }
 
+// The old variable goes, however often it is there: programs differ in which of two they take.
 void LaunchMaterial::setVariable(std::string const& name, std::string const& value) {
     std::string const start = name + "=";
     auto const isOld = [&](std::string const& text) { return text.compare(0, start.size(), start) == 0; };

@@ -27,12 +27,12 @@ struct LaunchPlan {
 
     /// What becomes 0, 1 and 2; -1 for the caller's. None of them is 0, 1 or 2 itself.
     std::array<int, 3> streams = {-1, -1, -1};
-    int reports = -1; ///< takes LaunchReports; closed when the program starts
-    int ends = -1;    ///< as in the LaunchRequest
+    int reports = -1;   ///< takes LaunchReports; closed when the program starts
+    int endReport = -1; ///< as in the LaunchRequest
 
     /// Whether a process stands between the starter and the program: it makes the program an orphan, or waits
     /// for it.
-    bool needsProcessBetween() const { return leavesParent || ends != -1; }
+    bool needsProcessBetween() const { return leavesParent || endReport != -1; }
 };
 
 static_assert(std::is_trivially_copyable_v<LaunchPlan> && std::is_trivially_destructible_v<LaunchPlan>,

@@ -27,7 +27,7 @@ struct LaunchRequest {
 
     /// The descriptor to which a process between the caller and the program writes how the program ended, as
     /// waitpid() gives it. -1 for no such process.
-    int ends = -1;
+    int endReport = -1;
 };
 
 } // namespace fdn

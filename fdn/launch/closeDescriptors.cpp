@@ -15,6 +15,7 @@ constexpr int kEndOnOldKernels = 65536;
 void closeRange(int first, int end) {
     if (first >= end || close_range(static_cast<unsigned>(first), static_cast<unsigned>(end - 1), 0) == 0)
         return;
+    // Not up to the limit on descriptors, which may be a thousand million.
     for (int descriptor = first; descriptor < std::min(end, kEndOnOldKernels); ++descriptor)
         close(descriptor);
 }

@@ -58,6 +58,7 @@ std::string describeProperties(CProps const& props) {
     return properties;
 }
 
+// A cause is described within the error that it caused, to any depth.
 std::string describeException(std::exception const& error) {
     std::string const what = formatElement("what", toXMLText(getMessageOf(error)));
     auto const* const known = dynamic_cast<CError const*>(&error);
