@@ -1,7 +1,7 @@
 #pragma once
 
 #include <fdn/CBase.h>
-#include <fdn/CSystemUserID.h>
+#include <fdn/CSystemAccountManager.h> // where its user comes from
 #include <fdn/TBuffer.h>
 
 namespace fdn {
