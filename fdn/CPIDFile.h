@@ -7,6 +7,8 @@
 
 namespace fdn {
 
+class PIDFileClaim;
+
 /// A PID file: for as long as the object lives, the file says that this process is the one that does the
 /// file's job, and no other process can say so (FHS 3.0, 3.15: where such files are, and that they begin
 /// with the process identifier in decimal on a line of its own).
@@ -68,8 +70,7 @@ public:
     static int getActivePID(Path const& path);
 
 private:
-    class CClaim;
-    std::unique_ptr<CClaim> m_claim;
+    std::unique_ptr<PIDFileClaim> m_claim;
 };
 
 } // namespace fdn

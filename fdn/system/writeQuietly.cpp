@@ -86,6 +86,20 @@ ssize_t writeQuietly(int descriptor, char const* bytes, std::size_t size) {
     return written;
 }
 
+bool writeAll(int descriptor, char const* bytes, std::size_t size) {
+    std::size_t done = 0;
+    while (done < size) {
+        ssize_t const written = writeQuietly(descriptor, bytes + done, size - done);
+        // A program that makes up a file system (FUSE) may take nothing, as often as it is asked.
+        if (written == 0)
+            errno = ENOSPC;
+        if (written <= 0)
+            return false;
+        done += static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
 ssize_t writeWithoutWaiting(int descriptor, char const* bytes, std::size_t size) {
     ssize_t const sent = send(descriptor, bytes, size, MSG_DONTWAIT | MSG_NOSIGNAL);
     if (sent == -1 && errno == ENOTSOCK)

@@ -11,6 +11,10 @@ namespace fdn {
 /// fails, which is enough. How the process treats the signals stays untouched.
 ssize_t writeQuietly(int descriptor, char const* bytes, std::size_t size);
 
+/// Writes all of the bytes in the same way, in as many pieces as the system takes. Returns false when that
+/// fails, and then errno says why; what was written by then stays.
+bool writeAll(int descriptor, char const* bytes, std::size_t size);
+
 /// The same for a socket, pipe or file that others use, too, and that may be a blocking one: writes only what
 /// it takes at once, and fails with EAGAIN when that is nothing. (Setting O_NONBLOCK would set it for the
 /// others. Another process that fills the last room of a pipe at the same moment can still make it wait.)

@@ -1,6 +1,6 @@
 /*
  * How a PID file is claimed, looked at, signalled by and given up, one step for each call of the system. The
- * steps are named like the operations in fdn/CPIDFile.cpp, fdn/pidfile/PIDFileLook.cpp and fdn/pidfile/PIDFileHolder.cpp;
+ * steps are named like the operations in fdn/pidfile: PIDFileClaim.cpp, PIDFileLook.cpp and PIDFileHolder.cpp.
  * tests/model/check runs spin.
  *
  * CLAIMERS processes claim the file, and with ASKER another one asks who holds it and signals that process.
@@ -220,7 +220,7 @@ createUnfinished:
 #endif
 
     REFUSE_WHEN_HELD(removeUnfinished);
-    atomic { /* write */
+    atomic { /* writeRecord */
         MAY_BE_KILLED;
         file[mine].process = self;
         file[mine].life = life[self]
