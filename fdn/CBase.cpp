@@ -4,8 +4,8 @@ namespace fdn {
 
 namespace {
 
-// Added to the count of an object that is being deleted: a destructor may then take and drop references to
-// its own object without the count reaching zero a second time.
+// Added to the count of an object that is being deleted: its destructor may then take and drop references to
+// the object without the count reaching zero a second time.
 constexpr std::uint32_t kBeingDeleted = 0xC0000000;
 
 } // namespace
@@ -29,6 +29,7 @@ void CBase::deleteThis() {
 }
 
 void CBase::deleteUnreferenced() const {
+    // Relaxed, because no other thread has a reference any more.
     m_references.fetch_add(kBeingDeleted, std::memory_order_relaxed);
     const_cast<CBase*>(this)->deleteThis();
 }

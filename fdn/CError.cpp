@@ -1,6 +1,6 @@
 #include <fdn/CError.h>
 
-#include <fdn/Path.h>
+#include <fdn/TSafeGlobalPointer.h>
 
 #include <mutex>
 
@@ -8,6 +8,7 @@ namespace fdn {
 
 namespace {
 
+// toCP() gives nothing for a text that the locale cannot represent.
 std::string toNarrow(String const& text) {
     wxCharBuffer const bytes = text.toCP();
     if (bytes.length() > 0 || text.empty())
@@ -24,6 +25,7 @@ CError::CError(String const& message, String const& second, long long code, CPro
     : m_message(message), m_props(props), m_second(second), m_code(code),
       m_cause(const_cast<CError*>(cause)) {}
 
+// m_what is left out: another thread may be making it, and the copy makes its own.
 CError::CError(CError const& other)
     : std::exception(other), CBase(other), m_message(other.m_message), m_props(other.m_props),
       m_second(other.m_second), m_code(other.m_code), m_cause(other.m_cause) {}
@@ -31,10 +33,12 @@ CError::CError(CError const& other)
 CError::~CError() = default;
 
 char const* CError::what() const noexcept {
-    // Its text would look as if it had not been made yet, and be made again under the eyes of others.
+    // An empty m_what means that the text has not been made yet: for an empty message it would be made again
+    // and again, while other threads read it.
     if (m_message.empty())
         return "";
-    // One lock for all errors: it is held briefly and seldom, and errors stay small and copyable.
+    // One lock for all errors, because it is seldom taken and briefly held; one in each would make errors
+    // larger and impossible to copy.
     static std::mutex mutex;
     try {
         std::lock_guard<std::mutex> const lock(mutex);
@@ -52,16 +56,6 @@ P<CError> CError::clone() const {
 
 void CError::throwClone() const {
     throw CError(*this);
-}
-
-CBadPathError::CBadPathError(Path const& path) : CError("Invalid path: " + path.getText()) {}
-
-P<CError> CBadPathError::clone() const {
-    return newObj<CBadPathError>(*this);
-}
-
-void CBadPathError::throwClone() const {
-    throw CBadPathError(*this);
 }
 
 CUnencodableStringError::CUnencodableStringError()
@@ -84,6 +78,14 @@ P<CError> CNotImplementedError::clone() const {
 
 void CNotImplementedError::throwClone() const {
     throw CNotImplementedError(*this);
+}
+
+void String::throwUnencodable() {
+    throw CUnencodableStringError();
+}
+
+void throwGlobalObjectError(char const* message) {
+    throw CError(message);
 }
 
 String getMessageOf(std::exception const& error) {

@@ -10,37 +10,43 @@
 
 namespace fdn {
 
-template <class Traits>
-class TPathImpl;
-class CUnixPathTraits;
-
 /// The exception in which every failure of the library travels.
 ///
 /// It carries a message for people, a second text, a code (-1, or the number of the system error), properties
 /// for programs, and possibly the error that caused it. Thrown by value; it can also outlive its handler as a
-/// P<CError> made with clone(). A derived class overrides clone() and throwClone().
+/// P<CError>, on another thread too:
+///
+///     catch (CError const& error) { m_failure = error.clone(); }
+///     ...
+///     m_failure->throwClone();
+///
+/// An error does not change once it is made, so that any thread may read it. A derived class overrides
+/// clone() and throwClone(), without which copies lose its class.
 class FDN_EXPORT CError : public std::exception, public CBase {
 public:
     /// An error with a message alone: no second text, code -1, no properties, no cause.
     explicit CError(String const& message);
 
-    /// A non-null cause is shared, not copied: it must live on the heap, as what clone() returns does.
+    /// An error with everything. A non-null cause is shared, not copied: this error adds a reference to it
+    /// and drops that at its end. The cause must therefore live on the heap, as what clone() returns does.
     CError(String const& message, String const& second, long long code, CProps const& props,
            CError const* cause);
 
-    /// A copy that shares the cause. Handlers of the class catch it.
+    /// A copy that shares the cause.
     CError(CError const& other);
+
     CError& operator=(CError const&) = delete;
     ~CError() override;
 
     /// The message in the locale's encoding, or in UTF-8 where the locale cannot represent it. The text
-    /// belongs to the error. Any thread may call it.
+    /// belongs to the error and stays the same. Never null:
+    /// where the message cannot be represented at all, another text says so.
     char const* what() const noexcept override;
 
     /// What went wrong, for people.
     String const& getMessage() const { return m_message; }
 
-    /// What it was about, for programs: such as "path" or "func".
+    /// What the error was about, for programs; empty unless the system failed. See CProps for the names.
     CProps const& getProps() const { return m_props; }
 
     /// A second text for people; the errors of the library have none.
@@ -49,10 +55,10 @@ public:
     /// The number of the system error, or -1 for every other error.
     long long getCode() const { return m_code; }
 
-    /// The error that led to this one, or an empty pointer.
+    /// The error that led to this one, with a reference added; an empty pointer when there is none.
     P<CError> getCause() const { return m_cause; }
 
-    /// A copy on the heap with the same dynamic class.
+    /// A copy on the heap with the same dynamic class. It shares the cause.
     virtual P<CError> clone() const;
 
     /// Throws a copy by value with the same dynamic class, so that handlers of that class catch it.
@@ -67,17 +73,7 @@ private:
     P<CError> m_cause;
 };
 
-/// A path that climbs above the root.
-class FDN_EXPORT CBadPathError : public CError {
-public:
-    /// The message names the path.
-    explicit CBadPathError(TPathImpl<CUnixPathTraits> const& path);
-
-    P<CError> clone() const override;
-    [[noreturn]] void throwClone() const override;
-};
-
-/// A text that an encoding cannot represent.
+/// A text that an encoding cannot represent. The message is always the same and does not tell the text.
 class FDN_EXPORT CUnencodableStringError : public CError {
 public:
     CUnencodableStringError();
@@ -96,7 +92,7 @@ public:
     [[noreturn]] void throwClone() const override;
 };
 
-/// The message of any exception as text: of a CError as it is, of others read by the rule of
+/// The message of any exception as text: of a CError as it is, of others what() read by the rule of
 /// String::fromBytes().
 FDN_EXPORT String getMessageOf(std::exception const& error);
 

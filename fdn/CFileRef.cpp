@@ -1,6 +1,5 @@
 #include <fdn/CFileRef.h>
 
-#include <fdn/files.h>
 #include <fdn/sysError.h>
 
 #include <sys/stat.h>

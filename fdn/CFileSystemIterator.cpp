@@ -1,6 +1,6 @@
 #include <fdn/CFileSystemIterator.h>
 
-#include <fdn/files.h>
+#include <fdn/fileName.h>
 #include <fdn/sysError.h>
 
 #include <cerrno>

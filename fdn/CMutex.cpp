@@ -2,6 +2,8 @@
 
 namespace fdn {
 
+IMutex::~IMutex() = default;
+
 CMutex::CMutex() : m_mutex(wxMUTEX_RECURSIVE) {}
 
 CMutex::~CMutex() = default;
@@ -23,7 +25,7 @@ CMutexLock::~CMutexLock() {
 }
 
 IMutex& getGlobalMutex() {
-    // On the heap and never freed, because destructors of other globals may still need it at process exit.
+    // Never freed, because destructors of other globals may still need it at process exit.
     static auto* const mutex = new CMutex;
     return *mutex;
 }

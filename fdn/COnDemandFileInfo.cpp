@@ -1,6 +1,5 @@
 #include <fdn/COnDemandFileInfo.h>
 
-#include <fdn/files.h>
 #include <fdn/sysError.h>
 
 #include <sys/stat.h>

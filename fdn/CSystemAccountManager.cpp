@@ -12,23 +12,10 @@
 
 namespace fdn {
 
-namespace {
-
-char& accountManagerGuard() {
-    static char guard = 0;
-    return guard;
-}
-
-P<CSystemAccountManager> createAccountManager() {
-    return newObj<CSystemAccountManager>();
-}
-
-} // namespace
-
 CSystemAccountManager::CSystemAccountManager() = default;
 
 CSystemAccountManager& CSystemAccountManager::get() {
-    return getKeptGlobal<CSystemAccountManager, &accountManagerGuard, &createAccountManager>();
+    return getKeptGlobal<CSystemAccountManager>();
 }
 
 CSystemUserID CSystemAccountManager::getUserID(String const& name) const {

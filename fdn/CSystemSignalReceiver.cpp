@@ -7,15 +7,6 @@ namespace fdn {
 
 namespace {
 
-char& signalReceiverGuard() {
-    static char guard = 0;
-    return guard;
-}
-
-P<CSystemSignalReceiver> createSignalReceiver() {
-    return newObj<CSystemSignalReceiver>();
-}
-
 // Ends the delivery at the end of the process, where the receiver's destructor never runs.
 class SignalDeliveryEnd {
 public:
@@ -37,7 +28,7 @@ CSystemSignalReceiver::CSystemSignalReceiver() : m_delivery(std::make_unique<Sig
 CSystemSignalReceiver::~CSystemSignalReceiver() = default;
 
 CSystemSignalReceiver& CSystemSignalReceiver::get() {
-    auto& receiver = getKeptGlobal<CSystemSignalReceiver, &signalReceiverGuard, &createSignalReceiver>();
+    auto& receiver = getKeptGlobal<CSystemSignalReceiver>();
     // The object stays for the destructors of other globals. Its thread must not: it would run into the
     // unloading of the library.
     static SignalDeliveryEnd const end(*receiver.m_delivery);

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 
-#include <sched.h>
 #include <time.h>
 
 namespace fdn {
@@ -31,13 +30,6 @@ void sleepFor(long seconds, long nanoseconds) {
 
 void CThread::sleep(unsigned milliseconds) {
     sleepFor(milliseconds / 1000, milliseconds % 1000 * kNanosecondsPerMillisecond);
-}
-
-void threadYield(bool letLowerPrioritiesRun) {
-    if (letLowerPrioritiesRun)
-        sleepFor(0, 50'000);
-    else
-        sched_yield();
 }
 
 } // namespace fdn

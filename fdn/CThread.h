@@ -1,6 +1,7 @@
 #pragma once
 
 #include <fdn/Export.h>
+#include <fdn/threadYield.h>
 
 namespace fdn {
 
@@ -11,10 +12,5 @@ public:
     /// however many come. A time that the machine spends suspended does not count (CLOCK_MONOTONIC).
     static void sleep(unsigned milliseconds);
 };
-
-/// Gives up the processor for the moment. With true the thread also stands back from threads of lower
-/// priority, by sleeping for an instant, so that a thread which it waits for gets to run whatever its
-/// priority.
-FDN_EXPORT void threadYield(bool letLowerPrioritiesRun);
 
 } // namespace fdn

@@ -8,12 +8,16 @@ namespace fdn {
 
 /// A smart pointer that holds one reference to an object with addRef() and release(), or nothing.
 ///
-/// Copying adds a reference; destroying, resetting and reassigning drop one. What an object throws at
-/// its end leaves reset(), but ends the process where a P is destroyed or assigned to. Different P may be
-/// used by different threads at once; one and the same P may not.
+///     P<CThing> const thing = newObj<CThing>(argument);
+///
+/// Copying adds a reference; destroying, resetting and reassigning drop one, and the object is deleted with
+/// the last. What an object throws at its end leaves reset(), but ends the process where a P is destroyed or
+/// assigned to (a destructor is noexcept). Different P may be used by different threads at once, even for the
+/// same object; one and the same P may not.
 template <class T>
 class P {
 public:
+    /// Holds nothing.
     P() = default;
 
     /// Holds nothing.
@@ -39,6 +43,7 @@ public:
     P(P<U>&& other)
     noexcept : m_object(other.detach()) {}
 
+    /// Drops the held reference.
     ~P() { release(m_object); }
 
     /// Holds the other's object, then drops the reference to the one held before.
@@ -47,7 +52,7 @@ public:
         return *this;
     }
 
-    /// Takes over the reference that the caller owns, such as the first one of a new object.
+    /// Takes over the reference that the caller owns, such as the first one of a new object. Adds none.
     static P adopt(T* object) {
         P result;
         result.m_object = object;
@@ -57,16 +62,18 @@ public:
     /// Hands the held reference to the caller, who must drop it; the P is empty afterwards.
     T* detach() { return std::exchange(m_object, nullptr); }
 
-    /// Drops the held reference; the P is empty before the object learns of it.
+    /// Drops the held reference. The P is empty before the object learns of it, so that a destructor that
+    /// comes back here finds nothing.
     void reset() { release(detach()); }
 
-    /// The held object, or null. No reference is added.
+    /// The held object, or null. No reference is added: the pointer is good only while somebody holds the
+    /// object.
     T* get() const { return m_object; }
 
-    /// The held object; there must be one.
+    /// The held object; there must be one, which is not checked.
     T* operator->() const { return m_object; }
 
-    /// The held object; there must be one.
+    /// The same.
     T& operator*() const { return *m_object; }
 
     /// Whether an object is held.
@@ -92,7 +99,8 @@ private:
     T* m_object = nullptr;
 };
 
-/// Makes a T on the heap; the result owns its first reference.
+/// Makes a T on the heap; the result owns its first reference. What the constructor throws passes through,
+/// and nothing is left behind.
 template <class T, class... Arguments>
 P<T> newObj(Arguments&&... arguments) {
     return P<T>::adopt(new T(std::forward<Arguments>(arguments)...));

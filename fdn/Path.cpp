@@ -1,8 +1,9 @@
 #include <fdn/Path.h>
 
-#include <fdn/CError.h>
-#include <fdn/files.h>
+#include <fdn/currentFolder.h>
+#include <fdn/fileName.h>
 #include <fdn/objects/KeptGlobal.h>
+#include <fdn/sysError.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -11,6 +12,9 @@
 namespace fdn {
 
 namespace {
+
+// The interface fixes these names, and that the separators are global texts. This library itself uses the
+// character kSep, which needs no global.
 
 char& _sepGuard() {
     static char guard = 0;
@@ -32,21 +36,24 @@ P<String> _createAllSepsString() {
 
 template <class Traits>
 bool isPlainName(String const& text) {
-    return text != "." && text != ".." && text.find_first_of(Traits::getAllSeps()) == String::npos;
+    return text != "." && text != ".." && text.find(Traits::kSep) == String::npos;
 }
 
+template <class Traits>
 bool endsWithSep(String const& text) {
-    return !text.empty() && text.Last() == L'/';
+    return !text.empty() && text.Last() == Traits::kSep;
 }
 
 std::wstring_view viewOf(String const& text) {
     return {text.wc_str(), text.length()};
 }
 
-// Takes the last name behind the root off, for "..". False when there is none; one ".." takes no other off.
+// Takes off the last name behind the root, for "..". False when there is none, or when it is ".." itself: one
+// ".." does not undo another.
+template <class Traits>
 bool dropLastName(String& text, std::size_t rootLength) {
     std::wstring_view const names = viewOf(text).substr(rootLength);
-    std::size_t const sep = names.rfind(L'/');
+    std::size_t const sep = names.rfind(Traits::kSep);
     bool const isAlone = sep == std::wstring_view::npos;
     if (names.empty() || names.substr(isAlone ? 0 : sep + 1) == L"..")
         return false;
@@ -65,7 +72,7 @@ String const& CUnixPathTraits::getAllSeps() {
 }
 
 bool CUnixPathTraits::isAbsolute(String const& text) {
-    return !text.empty() && text[0] == L'/';
+    return !text.empty() && text[0] == kSep;
 }
 
 int CUnixPathTraits::getRootLength(String const& text, int* rootTextLength) {
@@ -74,24 +81,27 @@ int CUnixPathTraits::getRootLength(String const& text, int* rootTextLength) {
         return -1;
     }
     *rootTextLength = 1;
-    std::size_t const firstName = text.find_first_not_of(getAllSeps());
+    std::size_t const firstName = text.find_first_not_of(kSep);
     return static_cast<int>(firstName == String::npos ? text.length() : firstName);
 }
 
 template <class Traits>
-TPathImpl<Traits>::TPathImpl(String const& text, bool, bool normalised)
-    : m_text(text), m_normalised(normalised) {}
+TPathImpl<Traits>::TPathImpl(String const& text, bool, bool normalized)
+    : m_text(text), m_normalized(normalized) {}
 
 template <class Traits>
-TPathImpl<Traits>::TPathImpl(String&& text, bool, bool normalised)
-    : m_text(std::move(text)), m_normalised(normalised) {}
+TPathImpl<Traits>::TPathImpl(String&& text, bool, bool normalized)
+    : m_text(std::move(text)), m_normalized(normalized) {}
 
 template <class Traits>
 TPathImpl<Traits>::~TPathImpl() = default;
 
 template <class Traits>
 String TPathImpl<Traits>::getPathWithSep() const {
-    return m_text.empty() || endsWithSep(m_text) ? m_text : m_text + Traits::getSep();
+    String text = m_text;
+    if (!text.empty() && !endsWithSep<Traits>(text))
+        text += Traits::kSep;
+    return text;
 }
 
 template <class Traits>
@@ -101,12 +111,12 @@ TPathImpl<Traits> TPathImpl<Traits>::operator<<(TPathImpl const& right) const {
     if (Traits::isAbsolute(right.m_text))
         return right;
     return TPathImpl(getPathWithSep() + right.m_text, true,
-                     m_normalised && isPlainName<Traits>(right.m_text));
+                     m_normalized && isPlainName<Traits>(right.m_text));
 }
 
 template <class Traits>
 TPathImpl<Traits> TPathImpl<Traits>::toNormalized(bool makeAbsolute, TPathImpl const& base) const {
-    if (m_normalised)
+    if (m_normalized)
         return *this;
     String text = normalize(getWorkingText(makeAbsolute, base));
     bool const mark = makeAbsolute || Traits::isAbsolute(text);
@@ -115,6 +125,7 @@ TPathImpl<Traits> TPathImpl<Traits>::toNormalized(bool makeAbsolute, TPathImpl c
 
 template <class Traits>
 String TPathImpl<Traits>::getWorkingText(bool makeAbsolute, TPathImpl const& base) const {
+    // The empty path means that there is none: joined to a folder it would become that folder.
     if (!makeAbsolute || m_text.empty() || Traits::isAbsolute(m_text))
         return m_text;
     if (!base.m_text.empty())
@@ -128,11 +139,11 @@ String TPathImpl<Traits>::normalize(String const& working) const {
     int const firstName = Traits::getRootLength(working, &keptRootLength);
     auto const rootLength = static_cast<std::size_t>(keptRootLength);
     String text;
-    text.reserve(working.length());
+    text.reserve(working.length()); // no normal form is longer
     text.append(working, 0, rootLength);
     auto position = static_cast<std::size_t>(std::max(firstName, 0));
     while (position < working.length()) {
-        std::size_t const end = std::min(working.find(L'/', position), working.length());
+        std::size_t const end = std::min(working.find(Traits::kSep, position), working.length());
         appendName(text, rootLength, viewOf(working).substr(position, end - position));
         position = end + 1;
     }
@@ -144,16 +155,35 @@ void TPathImpl<Traits>::appendName(String& text, std::size_t rootLength, std::ws
     if (name.empty() || name == L".")
         return;
     if (name == L"..") {
-        if (dropLastName(text, rootLength))
+        if (dropLastName<Traits>(text, rootLength))
             return;
         if (rootLength > 0)
-            throw CBadPathError(Path(m_text));
+            throw CBadPathError(Path(m_text)); // as it was given: users have not seen the base
     }
-    if (!text.empty() && !endsWithSep(text))
-        text.append(Traits::getSep());
+    if (!text.empty() && !endsWithSep<Traits>(text))
+        text += Traits::kSep;
     text.append(name.data(), name.size());
 }
 
 template class TPathImpl<CUnixPathTraits>;
+
+CBadPathError::CBadPathError(Path const& path) : CError("Invalid path: " + path.getText()) {}
+
+P<CError> CBadPathError::clone() const {
+    return newObj<CBadPathError>(*this);
+}
+
+void CBadPathError::throwClone() const {
+    throw CBadPathError(*this);
+}
+
+wxCharBuffer toFileName(Path const& path) {
+    return toFileName(path.getText());
+}
+
+void throwLastSysError(char const* func, char const* action, Path const& path) {
+    int const code = getLastSysError(); // at once: making the properties may change it
+    throwSysError(code, {{"func", func}, {"action", action}, {"path", path.getText()}});
+}
 
 } // namespace fdn

@@ -1,72 +1,92 @@
 #pragma once
 
 #include <fdn/CBase.h>
+#include <fdn/CError.h>
+#include <fdn/P.h>
 #include <fdn/String.h>
+
+#include <wx/buffer.h>
 
 #include <cstddef>
 #include <string_view>
 
 namespace fdn {
 
-/// How paths are written on Unix (POSIX.1-2017, 4.13 Pathname Resolution).
+/// How paths are written on Unix (POSIX.1-2017, 4.13 Pathname Resolution). Any thread may call it.
 class FDN_EXPORT CUnixPathTraits {
 public:
-    /// The separator that joining puts between names: "/".
+    /// The character that separates names, and the only one.
+    static constexpr wchar_t kSep = L'/';
+
+    /// The separator as a text: "/". It is made by the first call and never destroyed; throws CError when
+    /// making it has failed.
     static String const& getSep();
 
-    /// Every character that separates names: "/".
+    /// All separators in one text: "/". The same otherwise.
     static String const& getAllSeps();
 
-    /// Whether the text begins with the root "/".
+    /// Whether the text begins with the root "/"; the empty text does not.
     static bool isAbsolute(String const& text);
 
-    /// The index at which the first name begins, or -1 when the text has no root. Stores how many leading
-    /// characters a normal form keeps as the root: one, also of several leading slashes, which Linux takes as
-    /// one (0 without a root).
+    /// The index at which the first name begins (the length, when the text is nothing but a root), or -1 when
+    /// the text has no root. Stores how many leading characters the normal form keeps as the root: 0 without
+    /// a root, else
+    /// 1. POSIX would let two leading slashes mean something else; Linux takes any number as one.
     static int getRootLength(String const& text, int* rootTextLength);
 };
 
-/// An immutable file-system path: a text and the mark that it is in normal form.
+/// A file-system path: a text and the mark that it is in normal form. Nothing but assignment changes it.
+///
+///     Path const file = folder << Path(name + ".pid");
 ///
 /// Making and joining paths is textual and touches no file; only toNormalized() interprets "." and ".." and
-/// makes a path absolute. Symbolic links are never followed.
+/// makes a path absolute. Symbolic links are never followed: where "a" is one, "a/.." in normal form may be
+/// another folder than the system's "a/..". Any text is a path; whether the system takes it shows when it is
+/// used.
 template <class Traits>
 class FDN_EXPORT TPathImpl : public CBase {
 public:
     /// The empty path, unmarked.
     TPathImpl() = default;
 
-    /// Stores the text as it stands. The second argument has no effect; the third says that the text is
-    /// absolute and in normal form already.
-    explicit TPathImpl(String const& text, bool = true, bool normalised = false);
+    /// Stores the text as it stands. `normalized` says that the text is in normal form already; nothing
+    /// checks that. The flag before it has no effect: the interface is fixed.
+    explicit TPathImpl(String const& text, bool = true, bool normalized = false);
 
     /// The same, of a text that nobody needs any more; it is empty afterwards.
-    explicit TPathImpl(String&& text, bool = true, bool normalised = false);
+    explicit TPathImpl(String&& text, bool = true, bool normalized = false);
 
     /// The same text and mark.
     TPathImpl(TPathImpl const& other) = default;
 
     /// Takes over text and mark.
     TPathImpl& operator=(TPathImpl const& other) = default;
+
     ~TPathImpl() override;
 
     /// The text as it was given or made.
     String const& getText() const { return m_text; }
 
-    /// Whether the path is marked as absolute and in normal form.
-    bool isNormalized() const { return m_normalised; }
+    /// Whether the path is marked as being in normal form: toNormalized() leaves it alone then.
+    bool isNormalized() const { return m_normalized; }
 
-    /// The text with a separator at its end, unless it is empty or has one.
+    /// The text with a separator at its end, unless it is empty or has one. Nothing is made of the empty
+    /// path, since
+    /// "/" would be the root.
     String getPathWithSep() const;
 
     /// This path followed by the right one. An absolute right side replaces this path, an empty one changes
-    /// nothing. "." and ".." stay as they are.
+    /// nothing. "." and ".." stay as they are. The result is marked when this path is and one plain name is
+    /// added.
     TPathImpl operator<<(TPathImpl const& right) const;
 
-    /// The path without ".", doubled separators and a separator at its end, each ".." taken with the name
-    /// before it. With makeAbsolute, a relative path is first joined to the base, or to the current folder
-    /// when the base is empty; the empty path stays empty. Throws CBadPathError when ".." would climb above
-    /// the root.
+    /// The normal form: without ".", doubled separators and a separator at the end, each ".." taken away with
+    /// the name before it. Leading ".." of a relative path stay. With `makeAbsolute`, a relative path is
+    /// first joined to the base, or to the process's current folder when the base is empty; the empty path
+    /// stays empty. The result is marked when it is absolute or `makeAbsolute` was given.
+    ///
+    /// Throws CBadPathError, which names this path, when ".." would climb above the root, and what
+    /// getCurrentWorkDirectoryAsString() throws.
     TPathImpl toNormalized(bool makeAbsolute, TPathImpl const& base) const;
 
 private:
@@ -75,11 +95,27 @@ private:
     void appendName(String& text, std::size_t rootLength, std::wstring_view name) const;
 
     String m_text;
-    bool m_normalised = false;
+    bool m_normalized = false;
 };
 
 extern template class TPathImpl<CUnixPathTraits>;
 
 using Path = TPathImpl<CUnixPathTraits>;
+
+/// A path that climbs above the root. Code -1, no properties, no cause.
+class FDN_EXPORT CBadPathError : public CError {
+public:
+    /// The message is "Invalid path: " and the text of the path.
+    explicit CBadPathError(Path const& path);
+
+    P<CError> clone() const override;
+    [[noreturn]] void throwClone() const override;
+};
+
+/// The path as the system's calls take it: toFileName() of its text, which throws CUnencodableStringError.
+FDN_EXPORT wxCharBuffer toFileName(Path const& path);
+
+/// Throws as throwLastSysError() of sysError.h does, for a call that concerned the path.
+[[noreturn]] FDN_EXPORT void throwLastSysError(char const* func, char const* action, Path const& path);
 
 } // namespace fdn

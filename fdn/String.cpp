@@ -1,7 +1,5 @@
 #include <fdn/String.h>
 
-#include <fdn/CError.h>
-
 #include <wx/strconv.h>
 
 #include <algorithm>
@@ -17,20 +15,21 @@ bool isCodePoint(wchar_t c) {
     return (c >= 0 && c < 0xD800) || (c >= 0xE000 && c <= 0x10FFFF);
 }
 
-// wxWidgets' UTF-8 would encode surrogates, and stops with an assertion at what lies beyond Unicode.
+// wxWidgets' UTF-8 encodes surrogates too, and stops with an assertion at what lies beyond Unicode.
 bool isUnicode(wxString const& text) {
     wchar_t const* const wide = text.wc_str();
     return std::all_of(wide, wide + text.length(), isCodePoint);
 }
 
-// The number of bytes of the whole text, characters with the value zero included, or wxCONV_FAILED.
+// The number of bytes of the whole text, including each NUL in it, or wxCONV_FAILED.
 std::size_t getUTF8Size(wxString const& text) {
     if (!isUnicode(text))
         return wxCONV_FAILED;
     return wxConvUTF8.FromWChar(nullptr, 0, text.wc_str(), text.length());
 }
 
-// Most texts are ASCII: this is fastest when it looks at all of the bytes, whatever they are.
+// Most texts are ASCII. Looking at all bytes without stopping at the first other one lets the compiler take
+// several at a time.
 bool isASCII(std::string const& bytes) {
     unsigned bits = 0;
     for (char const c : bytes)
@@ -42,32 +41,11 @@ std::size_t lengthOf(char const* narrow) {
     return narrow == nullptr ? 0 : std::strlen(narrow);
 }
 
-// ISO-8859-1 is the first 256 code points: it needs no converter.
+// ISO-8859-1 is the first 256 code points: no converter is needed.
 void appendWidened(wxString& text, char const* narrow, std::size_t length) {
     auto const end = static_cast<std::ptrdiff_t>(text.length());
     text.append(length, L'\0');
     std::transform(narrow, narrow + length, text.begin() + end, [](unsigned char c) { return wchar_t{c}; });
-}
-
-// Whether the encoding can represent the text, of which the bytes are stored then.
-bool encode(wxString const& text, wxMBConv const& encoding, wxCharBuffer& bytes) {
-    if (!isUnicode(text))
-        return false;
-    wchar_t const* const wide = text.wc_str();
-    // The terminator belongs to it, for that takes an encoding with states, such as ISO-2022-JP, back to the
-    // first one: only then are the bytes complete, and the next conversion begins anew.
-    std::size_t const length = text.length() + 1;
-    std::size_t const room = encoding.FromWChar(nullptr, 0, wide, length);
-    if (room == wxCONV_FAILED)
-        return false;
-    if (!bytes.extend(room))
-        throw CUnencodableStringError();
-    std::size_t const size = encoding.FromWChar(bytes.data(), room, wide, length);
-    std::size_t const terminator = encoding.GetMBNulLen();
-    if (size == wxCONV_FAILED || size < terminator)
-        return false;
-    bytes.shrink(size - terminator);
-    return true;
 }
 
 } // namespace
@@ -85,7 +63,8 @@ String::~String() = default;
 String String::fromBytes(std::string const& bytes) {
     if (!isASCII(bytes)) {
         wxString text(bytes.data(), wxConvUTF8, bytes.size());
-        // wxWidgets reads overlong forms and surrogates too; they do not come to the same size again.
+        // wxWidgets reads overlong forms and surrogates too. Those do not make the same number of bytes
+        // again.
         if (getUTF8Size(text) == bytes.size())
             return String(std::move(text));
     }
@@ -96,18 +75,38 @@ String String::fromBytes(std::string const& bytes) {
 
 wxCharBuffer String::toCP() const {
     wxCharBuffer bytes;
-    if (!encode(*this, wxConvLocal, bytes) && !bytes.extend(0))
-        throw CUnencodableStringError();
+    if (!encode(wxConvLocal, bytes) && !bytes.extend(0))
+        throwUnencodable();
     return bytes;
 }
 
 wxCharBuffer String::toEncoding(wxMBConv const& encoding, int* length) const {
     wxCharBuffer bytes;
-    if (!encode(*this, encoding, bytes))
-        throw CUnencodableStringError();
+    if (!encode(encoding, bytes))
+        throwUnencodable();
     if (length != nullptr)
         *length = static_cast<int>(bytes.length());
     return bytes;
+}
+
+bool String::encode(wxMBConv const& encoding, wxCharBuffer& bytes) const {
+    if (!isUnicode(*this))
+        return false;
+    wchar_t const* const wide = wc_str();
+    // The terminator is converted too, because it takes an encoding with states, such as ISO-2022-JP, back to
+    // the first one: only then are the bytes complete, and the next conversion starts afresh.
+    std::size_t const lengthWithTerminator = length() + 1;
+    std::size_t const room = encoding.FromWChar(nullptr, 0, wide, lengthWithTerminator);
+    if (room == wxCONV_FAILED)
+        return false;
+    if (!bytes.extend(room))
+        throwUnencodable();
+    std::size_t const size = encoding.FromWChar(bytes.data(), room, wide, lengthWithTerminator);
+    std::size_t const terminator = encoding.GetMBNulLen();
+    if (size == wxCONV_FAILED || size < terminator)
+        return false;
+    bytes.shrink(size - terminator);
+    return true;
 }
 
 std::string String::toUTF8() const {
@@ -117,11 +116,11 @@ std::string String::toUTF8() const {
         bits |= c;
         return static_cast<char>(c);
     });
-    if (bits >= 0 && bits < 0x80) // ASCII, as most texts are
+    if (bits >= 0 && bits < 0x80) // ASCII, as most texts are: each code point is its own byte
         return bytes;
     std::size_t const size = getUTF8Size(*this);
     if (size == wxCONV_FAILED)
-        throw CUnencodableStringError();
+        throwUnencodable();
     bytes.resize(size);
     wxConvUTF8.FromWChar(bytes.data(), size, wc_str(), length());
     return bytes;

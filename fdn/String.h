@@ -14,39 +14,44 @@
 
 namespace fdn {
 
-/// Narrow texts: literals and other arrays and pointers of `char`, std::string and std::string_view, and a
-/// single character.
+/// Whether it is a narrow text: literals and other arrays and pointers of `char`, std::string and
+/// std::string_view, and a single character.
 template <class Text>
 constexpr bool isNarrow = std::is_same_v<Text, char> || std::is_convertible_v<Text const&, std::string_view>;
 
-/// For narrow texts alone.
+/// Limits a template to narrow texts.
 template <class Text>
 using EnableIfNarrow = std::enable_if_t<isNarrow<Text>>;
 
 class String;
 
-/// For narrow texts and for wide ones: wxStrings, which Format() and substr() return, and wide literals.
+/// Limits a template to narrow texts and wide ones: wxStrings, which Format() and substr() return, and wide
+/// literals. Not Strings, which have operators of their own.
 template <class Text>
 using EnableIfText = std::enable_if_t<isNarrow<Text> || (std::is_convertible_v<Text const&, wchar_t const*> &&
                                                          !std::is_base_of_v<String, Text>)>;
 
 /// The text of the whole library: wide characters (one Unicode code point each), with everything that
 /// wxString can do. A String can also be held through P<String>; copying copies the text and starts a count
-/// of its own.
+/// of its own. The empty String is the normal absence of a value.
 ///
-/// Narrow text is read as ISO-8859-1 by what is declared here, which are all operators, and append();
-/// operations inherited from wxString, such as Format(), find() and Append(), read it in the locale's
-/// encoding, and may drop what is not in it. The empty String is the normal absence of a value.
+/// Narrow text is read as ISO-8859-1 by the constructors, the operators and append(), which are declared
+/// here. Operations inherited from wxString, such as Format(), find() and Append(), read it in the locale's
+/// encoding, and may drop what is not in it. Read text from outside the program with fromBytes().
+///
+/// Several threads may read one String at once, as long as none changes it. Taking c_str() as a `char const*`
+/// changes it: wxString keeps the converted bytes within.
 class FDN_EXPORT String : public wxString, public CBase {
 public:
+    /// The empty text.
     String() = default;
 
     /// Decodes ISO-8859-1: every byte becomes the code point of the same value, whatever the locale is. Never
     /// fails; null gives the empty String. Implicit, because every literal enters through it.
     String(char const* text);
 
-    /// The same for other narrow texts, with every character NUL that they have. Explicit, because text from
-    /// outside the program is rather for fromBytes().
+    /// The same for other narrow texts, including each character NUL in them. Explicit, because text from
+    /// outside the program should go through fromBytes() instead.
     template <class Text, class = EnableIfNarrow<Text>>
     explicit String(Text const& text) {
         appendNarrow(viewOf(text));
@@ -55,7 +60,7 @@ public:
     /// One code point per character; null gives the empty String.
     String(wchar_t const* text);
 
-    /// The same code points. Lets the results of wxString's operations be Strings again.
+    /// The same code points. Implicit, so that the results of wxString's operations become Strings again.
     String(wxString const& text);
 
     /// The same, of a text that nobody needs any more; it is empty afterwards.
@@ -70,7 +75,7 @@ public:
     /// Takes over the text; the count stays.
     String& operator=(String const& other) = default;
 
-    /// Takes over the text, and gives the other its own; the counts stay.
+    /// Exchanges the two texts, which is cheaper than freeing one; the counts stay.
     String& operator=(String&& other) noexcept {
         swap(other);
         return *this;
@@ -78,31 +83,35 @@ public:
 
     ~String() override;
 
-    /// Text from outside the program: UTF-8 (RFC 3629), or ISO-8859-1 when the bytes are not UTF-8, which
-    /// overlong forms and surrogates are not. Never fails.
+    /// Text from outside the program: UTF-8 (RFC 3629), or ISO-8859-1 when the bytes are not valid UTF-8 as a
+    /// whole; overlong forms and surrogates are not valid. A NUL is a character like any other. Never fails,
+    /// whatever the locale is.
     static String fromBytes(std::string const& bytes);
 
     /// The text as zero-terminated bytes in the encoding of the process's locale (wxConvLocal, which CFdnInit
-    /// sets). A text that the locale cannot represent gives no bytes at all; CUnencodableStringError is
-    /// thrown only when no buffer can be had.
+    /// sets). A text that the locale cannot represent gives no bytes at all, so an empty answer for a text
+    /// that is not empty means that. CUnencodableStringError is thrown only when there is no memory for a
+    /// buffer. The caller owns the bytes.
     wxCharBuffer toCP() const;
 
-    /// The text as zero-terminated bytes in the given encoding, which begin and end in its first state where
-    /// it has several, as ISO-2022-JP has. Stores the number of bytes, without the terminator, at `length`
-    /// unless that is null. Throws CUnencodableStringError, and stores nothing, when the encoding cannot
-    /// represent the text; no encoding can represent half a surrogate pair or a number above U+10FFFF.
+    /// The text as zero-terminated bytes in the given encoding. Where an encoding has states, as ISO-2022-JP
+    /// has, the bytes begin and end in the first one. Stores the number of bytes, without the terminator, at
+    /// `length` unless that is null. The caller owns the bytes. Throws CUnencodableStringError, and stores
+    /// nothing, when the encoding cannot represent the text; no encoding can represent half a surrogate pair
+    /// or a number above U+10FFFF.
     wxCharBuffer toEncoding(wxMBConv const& encoding, int* length) const;
 
-    /// The text as UTF-8. Throws as toEncoding() does.
+    /// The text as UTF-8 (RFC 3629), including each character NUL in it. Throws as toEncoding() does.
     std::string toUTF8() const;
 
-    /// Length and every code point must match.
+    /// Whether length and every code point are the same. Case matters, and nothing is normalized (Unicode UAX
+    /// #15).
     bool operator==(String const& other) const { return compare(other) == 0; }
 
-    /// Length or a code point differs.
+    /// Whether length or a code point differs.
     bool operator!=(String const& other) const { return compare(other) != 0; }
 
-    /// Compares with the text's ISO-8859-1 reading.
+    /// Compares with the text's ISO-8859-1 reading. Null is the empty text.
     bool operator==(char const* text) const;
 
     /// Differs from the text's ISO-8859-1 reading.
@@ -113,7 +122,7 @@ public:
     /// Appends the text's ISO-8859-1 reading; null appends nothing.
     String& append(char const* text);
 
-    /// The same for so many bytes, whatever they are.
+    /// The same for `length` bytes, whatever they are; npos stands for all up to the first NUL.
     String& append(char const* text, std::size_t length);
 
     /// The same for other narrow texts.
@@ -143,9 +152,9 @@ public:
         return *this;
     }
 
-    // Strings mix with other texts in every expression. Templates, because compilers cannot choose between
-    // wxString's operators and a conversion to String; friends, because those are no candidates for
-    // expressions without a String.
+    // Strings mix with other texts in every expression, by the rules of the operators for Strings. They are
+    // templates, because compilers could not choose between wxString's operators and a conversion to String;
+    // and friends, because friends are not even considered for expressions without a String.
 
     template <class Text, class = EnableIfText<Text>>
     friend String operator+(String&& left, Text const& right) {
@@ -229,7 +238,8 @@ private:
 
     static std::string_view viewOf(std::string_view text) { return text; }
 
-    // Below, equal to or above 0, when this text comes before, is, or comes after the other one.
+    // Below, equal to or above 0, when this text comes before, is, or comes after the other one, code point
+    // by code point.
     template <class Text>
     int compareWith(Text const& other) const {
         if constexpr (isNarrow<Text>)
@@ -238,21 +248,30 @@ private:
             return compare(wxString(other));
     }
 
+    // Whether the encoding can represent the text; stores its bytes then.
+    FDN_HIDDEN bool encode(wxMBConv const& encoding, wxCharBuffer& bytes) const;
+
+    // Throws CUnencodableStringError. Defined with the errors, which are made of Strings.
+    [[noreturn]] FDN_HIDDEN static void throwUnencodable();
+
     int compareNarrow(std::string_view other) const;
     void appendNarrow(std::string_view text);
 };
+
+// The texts one after the other, narrow ones read as ISO-8859-1; a null pointer is the empty text.
 
 FDN_EXPORT String operator+(String const& left, String const& right);
 FDN_EXPORT String operator+(char const* left, String const& right);
 FDN_EXPORT String operator+(String const& left, char const* right);
 
-/// The left text is one that nobody needs any more; the right one is put at its end.
+/// Appends to a left text that nobody needs any more, instead of copying it.
 FDN_EXPORT String operator+(String&& left, String const& right);
 FDN_EXPORT String operator+(String&& left, char const* right);
 
 } // namespace fdn
 
-/// Lets Strings be arguments of Format(), wxPrintf() and their kin, as wxStrings are.
+/// Lets Strings be arguments of Format(), wxPrintf() and their kin, as wxStrings are: those look the type of
+/// an argument up here, and take no base class for it.
 template <>
 struct wxArgNormalizerWchar<fdn::String> : wxArgNormalizerWchar<wxString const&> {
     using wxArgNormalizerWchar<wxString const&>::wxArgNormalizerWchar;

@@ -16,16 +16,24 @@ namespace fdn {
 
 /// A growable array of plain elements, of which the front part is in use.
 ///
-/// Unless told otherwise it grows to exactly what is needed; who appends often sets a grow factor above one.
-/// Its data can be aligned, and it can wrap storage that it does not own. Nothing is checked: counts and
-/// positions must make sense. When storage cannot be had, the allocator's exception leaves the buffer as it
-/// was; it is std::bad_array_new_length for more elements, or for a grow factor that asks for more, than an
-/// `int` counts. A buffer belongs to one thread at a time.
+///     TBuffer<char> buffer;
+///     buffer.setMinGrowFactor(2.0);
+///     std::memcpy(buffer.getFreePtr(size), line, size);
+///     buffer.addUsed(size);
+///
+/// Unless told otherwise it grows to exactly what is needed; whoever appends often sets a grow factor above
+/// one. Its data can be aligned, and it can wrap storage that it does not own. Growing, assigning and
+/// aligning move the elements to new storage: pointers to them are good until then.
+///
+/// Counts and positions are in elements and must make sense: nothing is checked. When storage cannot be had,
+/// the allocator's exception leaves the buffer as it was; it is std::bad_array_new_length for more elements,
+/// or for a grow factor that asks for more, than an `int` counts. A buffer belongs to one thread at a time.
 template <class T>
 class TBuffer : public CBase {
     static_assert(std::is_trivially_copyable_v<T>, "elements are moved as bytes");
 
 public:
+    /// An empty buffer without storage: alignment 1, grow factor 0.
     TBuffer() = default;
 
     /// `used` elements of undefined value, with room for `allocate` of them (-1: no more than are used).
@@ -50,25 +58,29 @@ public:
         return *this;
     }
 
+    /// Frees the storage if the buffer owns it.
     ~TBuffer() override { TBuffer::freeStorage(); }
 
-    /// Takes over the other's used elements and room; keeps its own alignment and grow factor.
+    /// Copies the other's used elements into new storage with as much room as the other has; keeps its own
+    /// alignment and grow factor. The storage that it had is given up, also one that was attached.
     void assign(TBuffer const& other) {
         alloc(other.m_allocated);
         m_used = other.m_used;
         copy(m_data, other.m_data, m_used);
     }
 
-    /// Moves to new storage of exactly `count` elements, keeping as many used ones as fit.
+    /// Moves to new storage of exactly `count` elements, keeping as many used ones as fit. For 0 there is no
+    /// storage afterwards. The new storage is the buffer's own, even when the old one was attached.
     void alloc(int count) { allocAligned(count, m_alignment); }
 
-    /// Uses the caller's storage, all of it in use, and never frees it.
+    /// Uses the caller's storage, all of it in use, and never frees it. The storage must live until the
+    /// buffer has been cleared or destroyed, or has grown. What the buffer owned before is freed.
     void attachNoDelete(T* external, int count) {
         freeStorage();
         adopt(external, external, count, count, count, false);
     }
 
-    /// Frees the storage. Alignment and grow factor stay.
+    /// Gives up the storage, and frees it if the buffer owns it. Alignment and grow factor stay.
     void clear() {
         freeStorage();
         adopt(nullptr, nullptr, 0, 0, 0, true);
@@ -80,13 +92,13 @@ public:
         copy(m_data, source, count);
     }
 
-    /// Makes room for `count` elements in all.
+    /// Makes room for `count` elements in all, by the rule of growth; nothing happens when there is enough.
     void ensureAllocated(int count) {
         if (count > m_allocated)
             grow(count);
     }
 
-    /// Makes room for `count` elements after the used ones.
+    /// Makes room for `count` elements after the used ones. Does not take them into use.
     void ensureFree(int count) {
         if (count > getFree())
             grow(std::int64_t{m_used} + count);
@@ -118,13 +130,14 @@ public:
             std::memmove(m_data + to, m_data + from, sizeInBytes(count));
     }
 
-    /// Drops the first `count` used elements.
+    /// Drops the first `count` used elements and moves the rest to the front.
     void eraseFromStart(int count) {
         move(0, count, m_used - count);
         m_used -= count;
     }
 
-    /// Whether the used elements are the same, byte for byte.
+    /// Whether as many elements are in use and they are the same, byte for byte. Room, alignment and grow
+    /// factor do not matter.
     bool equals(TBuffer const& other) const {
         return m_used == other.m_used &&
                (m_used == 0 || std::memcmp(m_data, other.m_data, sizeInBytes(m_used)) == 0);
@@ -136,7 +149,7 @@ public:
     /// The opposite of equals().
     bool operator!=(TBuffer const& other) const { return !equals(other); }
 
-    /// The first element after the used ones.
+    /// The first element after the used ones. Write as many as getFree() there, then call addUsed().
     T* getFreePtr() { return m_data + m_used; }
 
     /// The same, with room for `count` elements made there first.
@@ -145,7 +158,8 @@ public:
         return getFreePtr();
     }
 
-    /// The first element; null when there is no storage. Valid until the buffer grows or is cleared.
+    /// The first element, used or not; null when there is no storage. Valid until the buffer grows or is
+    /// cleared.
     T* getData() { return m_data; }
 
     /// The same for reading.
@@ -181,27 +195,32 @@ public:
     /// How many more elements there is room for.
     int getFree() const { return m_allocated - m_used; }
 
-    /// The alignment of the data in bytes (1: none). Existing data moves to comply.
+    /// Sets the alignment of the data in bytes (1: none). Existing data moves to comply. It costs up to so
+    /// many elements, less one, of extra storage.
     void setAllocAlignBytes(int bytes) {
         if (m_storage != nullptr && bytes >= 2 && bytes != m_alignment)
             allocAligned(m_allocated, bytes);
         m_alignment = bytes;
     }
 
-    /// By how much room grows at least when it must grow.
+    /// Sets by how much the room grows at least when it must grow: to the old room times the factor, rounded
+    /// down. 2.0 makes appending cheap; 0, as at first, and everything up to 1 makes it grow to what is
+    /// needed.
     void setMinGrowFactor(double factor) { m_minGrowFactor = factor; }
 
-    /// What setMinGrowFactor() has set; 0 before.
+    /// The factor that setMinGrowFactor() has set; 0 before.
     double getMinGrowFactor() const { return m_minGrowFactor; }
 
 protected:
-    /// Frees storage that alloc() obtained; called whenever owned storage is given up.
+    /// Frees `storageCount` elements that alloc() obtained; called whenever owned storage is given up. A
+    /// derived class that overrides it calls clear() in its destructor, since the one here calls this
+    /// version.
     virtual void deleteData(T* storage, int storageCount) {
         static_cast<void>(storageCount);
         delete[] storage;
     }
 
-    /// Gives owned storage to the deleteData() of the class whose destructor or operation is running.
+    /// Gives owned storage to deleteData(): in a destructor, to the one of the class that is being destroyed.
     void freeStorage() {
         if (m_ownsStorage && m_storage != nullptr)
             // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.VirtualCall): see above
@@ -229,14 +248,16 @@ private:
         alloc(toCount(std::max(static_cast<double>(needed), m_allocated * m_minGrowFactor)));
     }
 
-    // Truncates. A product that cannot be counted is not cut down to what can be: the factor asks for storage
-    // of that size, which cannot be had.
+    // Truncates. A product beyond what an int counts is an error rather than cut down to that: the factor
+    // asks for storage of that size, which cannot be had.
     static int toCount(double count) {
         if (count >= std::numeric_limits<int>::max() + 1.0)
             throw std::bad_array_new_length();
         return static_cast<int>(count);
     }
 
+    // All that may throw comes before anything is changed. The extra elements leave room to round the address
+    // up; their number counts elements although the alignment counts bytes, which is enough for every size.
     void allocAligned(int count, int alignment) {
         int const kept = std::min(m_used, count);
         int const storageCount = count > 0 ? toCount(count + (alignment - 1.0)) : 0;
@@ -277,8 +298,9 @@ private:
     double m_minGrowFactor = 0.0;
 };
 
-/// A buffer for secrets, which overwrites its storage with zeros before freeing it. It wipes as many bytes as
-/// the storage has elements; of elements larger than a byte the rest of the storage stays as it was.
+/// A buffer for secrets, which overwrites its storage with zeros before freeing it, also when it grows. It
+/// wipes as many bytes as the storage has elements, and so only a part of it when elements are larger than a
+/// byte: the interface is fixed.
 template <class T>
 class TCryptBuffer : public TBuffer<T> {
 public:
@@ -287,14 +309,16 @@ public:
     /// A second copy of the secret, which is wiped like the first.
     TCryptBuffer(TCryptBuffer const& other) = default;
 
-    /// Takes over the other's secret; its own is wiped.
+    /// Copies the other's secret; its own is wiped.
     TCryptBuffer& operator=(TCryptBuffer const& other) = default;
 
+    /// Wipes the secret and frees the storage.
     ~TCryptBuffer() override { this->clear(); }
 
 protected:
+    /// Wipes storage before it frees it.
     void deleteData(T* storage, int storageCount) override {
-        // Unlike memset, explicit_bzero is not optimised away before a free.
+        // The compiler may drop a memset before a free, but never an explicit_bzero.
         if (storage != nullptr)
             explicit_bzero(storage, static_cast<std::size_t>(storageCount));
         delete[] storage;

@@ -6,6 +6,9 @@
 
 namespace fdn {
 
+// The containers of the interfaces. As with all containers of the C++ library, several threads may read one
+// at once, but none may change it while another uses it.
+
 /// A doubly linked list, with the interface of std::list.
 template <class T>
 using TList = std::list<T>;

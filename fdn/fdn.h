@@ -34,8 +34,11 @@
 #include <fdn/TBuffer.h>
 #include <fdn/TSafeGlobalPointer.h>
 #include <fdn/containers.h>
+#include <fdn/currentFolder.h>
+#include <fdn/fileName.h>
 #include <fdn/files.h>
 #include <fdn/log.h>
 #include <fdn/programs.h>
 #include <fdn/sysError.h>
+#include <fdn/threadYield.h>
 #include <fdn/uri.h>

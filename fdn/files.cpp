@@ -10,10 +10,6 @@
 #include <fdn/system/splitPath.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <initializer_list>
-#include <memory>
 #include <string>
 
 #include <sys/stat.h>
@@ -81,46 +77,7 @@ int makeFolder(Path const& path, int mode) {
     return mkdir(name, static_cast<mode_t>(mode)) == 0 ? 0 : errno;
 }
 
-// Whether the text names the same file as these bytes. wxWidgets reads surrogates and numbers beyond Unicode
-// too, of which no name can be made again, and gives the empty text for what it cannot read.
-bool standsFor(String const& text, char const* name) {
-    try {
-        return std::strcmp(toFileName(Path(text)), name) == 0;
-    } catch (CUnencodableStringError const&) {
-        return false;
-    }
-}
-
 } // namespace
-
-wxCharBuffer toFileName(Path const& path) {
-    if (path.getText().find(L'\0') != String::npos)
-        throw CUnencodableStringError();
-    return path.getText().toEncoding(*wxConvFileName, nullptr);
-}
-
-std::optional<String> fromFileName(char const* name) {
-    // Where the locale is not UTF-8, the first one reads that all the same, but writes the locale's.
-    for (wxMBConv const* const encoding :
-         std::initializer_list<wxMBConv const*>{wxConvFileName, &wxConvLocal}) {
-        String const text = wxString(name, *encoding);
-        if (standsFor(text, name))
-            return text;
-    }
-    return std::nullopt;
-}
-
-String getCurrentWorkDirectoryAsString() {
-    std::unique_ptr<char, decltype(&std::free)> const folder(getcwd(nullptr, 0), &std::free);
-    if (folder == nullptr)
-        throwLastSysError("getcwd", "getCurrentWorkDirectoryAsString");
-    std::optional<String> const text = fromFileName(folder.get());
-    if (!text)
-        throwSysError(EILSEQ, {{"func", "getcwd"},
-                               {"action", "getCurrentWorkDirectoryAsString"},
-                               {"path", String::fromBytes(folder.get())}});
-    return *text;
-}
 
 bool fileExists(Path const& path) {
     mode_t const mode = getFileMode(path, "fileExists");

@@ -1,29 +1,14 @@
 #pragma once
 
 #include <fdn/Path.h>
-
-#include <wx/buffer.h>
-
-#include <optional>
+#include <fdn/currentFolder.h>
+#include <fdn/fileName.h>
 
 namespace fdn {
 
 // Every operation here takes absolute and relative paths, the latter from the process's current folder, and
 // may be called from any thread. Failures are CErrors whose code is the system's error number and whose
 // property "path" names the file; CUnencodableStringError stands for a path that the system cannot be given.
-
-/// The path as the system's calls take it: in the file-name encoding, zero-terminated. Throws
-/// CUnencodableStringError when the encoding cannot represent it or the path holds the character NUL, so that
-/// no operation ever runs on a shortened name.
-FDN_EXPORT wxCharBuffer toFileName(Path const& path);
-
-/// The text of a file's name or path as the system gives it, of which toFileName() makes the same bytes
-/// again; none where no text does, because the bytes are none in the file-name encoding.
-FDN_EXPORT std::optional<String> fromFileName(char const* name);
-
-/// The process's current folder. Throws when it has been deleted, and EILSEQ when its path is no text in the
-/// file-name encoding: any text would name another folder.
-FDN_EXPORT String getCurrentWorkDirectoryAsString();
 
 /// Whether there is anything but a folder at the path: a regular file, a device, a socket... Symbolic links
 /// are followed, so a dangling one is no file. Throws when the system cannot tell, such as for a folder on

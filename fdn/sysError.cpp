@@ -9,6 +9,7 @@ namespace fdn {
 
 namespace {
 
+// One subject is enough for people: the first of these that is there.
 String getSubject(CProps const& props) {
     for (char const* const name : {"path", "program", "account"}) {
         auto const found = props.find(name);
@@ -36,13 +37,8 @@ void throwSysError(int code, CProps const& props) {
 }
 
 void throwLastSysError(char const* func, char const* action) {
-    int const code = getLastSysError();
+    int const code = getLastSysError(); // at once: making the properties may change it
     throwSysError(code, CProps{{"func", func}, {"action", action}});
-}
-
-void throwLastSysError(char const* func, char const* action, Path const& path) {
-    int const code = getLastSysError();
-    throwSysError(code, CProps{{"func", func}, {"action", action}, {"path", path.getText()}});
 }
 
 } // namespace fdn

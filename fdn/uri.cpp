@@ -8,6 +8,7 @@ namespace {
 
 constexpr wchar_t kHexDigits[] = L"0123456789ABCDEF";
 
+// Not isalnum(), which asks the locale.
 bool staysAsItIs(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' ||
            c == '_' || c == '-';
@@ -23,7 +24,7 @@ int hexValue(char c) {
     return -1;
 }
 
-// Takes off the text what comes next: the byte that an escape stands for, or the byte that is there.
+// Takes the next byte of the text: what an escape stands for, or what is there.
 char takeByte(char const*& next, char const* end) {
     if (*next == '%' && end - next > 2) {
         int const high = hexValue(next[1]);
@@ -40,7 +41,8 @@ char takeByte(char const*& next, char const* end) {
 
 String uriEscape(String const& text) {
     std::string const plain = text.toUTF8();
-    String escaped; // with room for a text of which every byte is escaped
+    // One allocation, for the case that every byte is escaped; what is not needed is cut off at the end.
+    String escaped;
     escaped.append(3 * plain.size(), L'\0');
     wxString::iterator next = escaped.begin();
     for (char const c : plain) {
@@ -59,6 +61,7 @@ String uriEscape(String const& text) {
 
 String uriUnescape(String const& text) {
     std::string bytes = text.toUTF8();
+    // In place: what is written never overtakes what is read, since no escape is shorter than its byte.
     std::string::iterator last = bytes.begin();
     char const* const end = bytes.data() + bytes.size();
     for (char const* next = bytes.data(); next != end;)

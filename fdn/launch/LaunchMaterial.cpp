@@ -2,7 +2,8 @@
 
 #include <fdn/CError.h>
 #include <fdn/accounts/UserRecord.h>
-#include <fdn/files.h>
+#include <fdn/currentFolder.h>
+#include <fdn/fileName.h>
 
 #include <algorithm>
 
@@ -18,7 +19,7 @@ constexpr char kSystemsPath[] = "PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/
 
 // Arguments and variables often hold paths, so they are encoded like file names.
 std::string toSystemText(String const& text) {
-    return toFileName(Path(text)).data();
+    return toFileName(text).data();
 }
 
 // Whether the environment comes from a user with fewer rights, as that of a set-user-ID program does. Shells

@@ -1,5 +1,6 @@
 #include <fdn/launch/StandardStreams.h>
 
+#include <fdn/Path.h>
 #include <fdn/sysError.h>
 
 #include <fcntl.h>

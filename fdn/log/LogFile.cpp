@@ -1,6 +1,7 @@
 #include <fdn/log/LogFile.h>
 
 #include <fdn/CError.h>
+#include <fdn/files.h>
 #include <fdn/sysError.h>
 #include <fdn/system/FileId.h>
 #include <fdn/system/writeQuietly.h>

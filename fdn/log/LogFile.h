@@ -1,6 +1,5 @@
 #pragma once
 
-#include <fdn/files.h>
 #include <fdn/log/LogPlace.h>
 #include <fdn/system/Descriptor.h>
 

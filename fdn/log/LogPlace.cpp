@@ -1,7 +1,8 @@
 #include <fdn/log/LogPlace.h>
 
 #include <fdn/CError.h>
-#include <fdn/files.h>
+#include <fdn/currentFolder.h>
+#include <fdn/fileName.h>
 
 #include <climits>
 #include <optional>

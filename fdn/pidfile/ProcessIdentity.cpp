@@ -1,5 +1,6 @@
 #include <fdn/pidfile/ProcessIdentity.h>
 
+#include <fdn/Path.h>
 #include <fdn/sysError.h>
 #include <fdn/system/openProcess.h>
 

@@ -1,6 +1,5 @@
 #include <fdn/system/ReplacementFile.h>
 
-#include <fdn/files.h>
 #include <fdn/sysError.h>
 #include <fdn/system/writeQuietly.h>
 

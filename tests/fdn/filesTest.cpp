@@ -18,7 +18,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <iostream>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -81,62 +80,6 @@ private:
 
 std::size_t countDescriptors() {
     return entriesOf("/proc/self/fd").size();
-}
-
-TEST(toFileName, EncodesInTheFileNameEncoding) {
-    EXPECT_STREQ(fdn::toFileName(Path("/\xE4")).data(), "/\xC3\xA4");
-}
-
-TEST(toFileName, RefusesTheCharacterNUL) {
-    EXPECT_THROW(fdn::toFileName(Path(wxString(L"/etc/a\0b", 8))), fdn::CUnencodableStringError);
-}
-
-TEST(toFileName, RefusesWhatTheEncodingLacks) {
-    wchar_t const halfAPair[] = {L'/', static_cast<wchar_t>(0xD800), L'\0'};
-
-    EXPECT_THROW(fdn::toFileName(Path(halfAPair)), fdn::CUnencodableStringError);
-}
-
-TEST(fromFileName, ReadsWhatToFileNameMakes) {
-    for (char const* const name :
-         {"", "/", "a/b", "gr\xC3\xBCn", "\xE2\x82\xAC", "\xF4\x8F\xBF\xBF", "\x7F"}) {
-        std::optional<String> const text = fdn::fromFileName(name);
-
-        ASSERT_TRUE(text) << name;
-        EXPECT_STREQ(fdn::toFileName(Path(*text)), name);
-    }
-}
-
-TEST(fromFileName, HasNoTextForBytesThatAreNone) {
-    for (char const* const name :
-         {"\xE9", "/a/gr\xFC", "\xC3", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80"})
-        EXPECT_FALSE(fdn::fromFileName(name)) << name;
-}
-
-TEST(getCurrentWorkDirectoryAsString, FailsWhereNoTextNamesTheFolder) {
-    TemporaryFolder const folder;
-    fs::create_directory(folder.name("\xE9"));
-    CurrentFolder const current(folder.name("\xE9"));
-
-    fdn::CError const error = errorOf([] { fdn::getCurrentWorkDirectoryAsString(); });
-
-    EXPECT_EQ(error.getCode(), EILSEQ);
-    EXPECT_THAT(error.getProps().at("path").toUTF8(), testing::EndsWith("/\xC3\xA9"));
-}
-
-TEST(getCurrentWorkDirectoryAsString, IsTheCurrentFolder) {
-    TemporaryFolder const folder;
-    CurrentFolder const current(folder.name());
-
-    EXPECT_EQ(fdn::getCurrentWorkDirectoryAsString(), String::fromBytes(fs::current_path().string()));
-}
-
-TEST(getCurrentWorkDirectoryAsString, FailsInADeletedFolder) {
-    TemporaryFolder const folder;
-    CurrentFolder const current(folder.name());
-    fs::remove(folder.name());
-
-    EXPECT_EQ(errorOf([] { fdn::getCurrentWorkDirectoryAsString(); }).getCode(), ENOENT);
 }
 
 TEST(fileExists, HoldsForARegularFile) {

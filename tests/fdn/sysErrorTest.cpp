@@ -1,5 +1,6 @@
 #include "support/errors.h"
 
+#include <fdn/Path.h>
 #include <fdn/sysError.h>
 
 #include <gtest/gtest.h>

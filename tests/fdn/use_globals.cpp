@@ -30,8 +30,9 @@ using fdn::Path;
 constexpr int kFailure = 1;
 constexpr int kUsage = 2;
 
+// The separator is a global object.
 Path join() {
-    return Path("/a") << Path("b");
+    return Path(fdn::CUnixPathTraits::getSep()) << Path("b");
 }
 
 // Whether the thread waits for something or has ended.

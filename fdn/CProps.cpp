@@ -1,0 +1,7 @@
+#include <fdn/CProps.h>
+
+namespace fdn {
+
+CProps::~CProps() = default;
+
+} // namespace fdn
