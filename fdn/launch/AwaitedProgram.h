@@ -11,9 +11,9 @@ namespace fdn {
 
 /// A program that was started to be waited for. The destructor waits for its end.
 ///
-/// It is a child of this process. Where the application's treatment of SIGCHLD makes the system, or a
-/// handler, forget how children end, it is the child of a process in between that reports its end; the
-/// treatment stays as it is. One thread at a time may use the object.
+/// It is a child of this process. If the application treats SIGCHLD so that the system, or a handler, forgets
+/// how children end, it is the child of a process in between that reports its end; the treatment stays as it
+/// is. One thread at a time may use the object.
 class AwaitedProgram {
 public:
     /// Starts the program, as launch() does. The request's level must be Child.

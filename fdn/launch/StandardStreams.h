@@ -8,7 +8,7 @@ namespace fdn {
 
 // Every descriptor that is made here is closed on exec, and has a number beyond the standard streams, even
 // when the process has closed some of those: a new process overwrites these numbers before it has used the
-// descriptors. Where one cannot be made, CError is thrown.
+// descriptors. The operations throw CError when the system has no descriptor left.
 
 /// The two ends of a pipe.
 struct Pipe {

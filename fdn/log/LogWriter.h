@@ -22,7 +22,7 @@ public:
     /// and the next one that can is preceded by one that says how many were lost.
     void write(LogLevel level, std::string const& content);
 
-    /// Closes the file. The next entry chooses the log's place anew and opens it.
+    /// Closes the file. The next entry chooses the log's place again and opens it.
     void closeFile();
 
 private:
