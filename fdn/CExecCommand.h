@@ -8,13 +8,12 @@ namespace fdn {
 
 /// A program and the arguments to run it with. A plain value; nothing is looked up before the command runs.
 ///
-/// The program is the path of an executable file or of a script that begins with "#!". It is never searched
-/// for in PATH; a relative path counts from the current folder of the process that starts it, whatever
-/// folder the program itself is given. The arguments are those after the program's own name, which is its
-/// path.
+/// The program is the path of an executable file, or of a script that begins with "#!". It is never searched
+/// for in PATH. A relative path counts from the current folder of the process that starts it, whatever folder
+/// the program itself is given. The program also sees this path as its own name, before the arguments.
 class FDN_EXPORT CExecCommand {
 public:
-    /// The arguments are those after the program's own name.
+    /// `arguments` are those after the program's own name. Both are copied.
     CExecCommand(Path const& program, TArray<String> const& arguments)
         : m_program(program), m_arguments(arguments) {}
 

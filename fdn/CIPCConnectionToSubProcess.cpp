@@ -9,7 +9,7 @@
 namespace fdn {
 
 CIPCConnectionToSubProcess::~CIPCConnectionToSubProcess() {
-    CIPCConnectionToSubProcess::close();
+    close();
 }
 
 void CIPCConnectionToSubProcess::attach(int descriptor) {
@@ -25,14 +25,8 @@ std::size_t CIPCConnectionToSubProcess::read(void* buffer, std::size_t size) {
 }
 
 void CIPCConnectionToSubProcess::write(void const* data, std::size_t size) {
-    auto const* const bytes = static_cast<char const*>(data);
-    std::size_t written = 0;
-    while (written < size) {
-        ssize_t const count = writeQuietly(m_descriptor, bytes + written, size - written);
-        if (count == -1)
-            throwLastSysError("write", "CIPCConnectionToSubProcess::write");
-        written += static_cast<std::size_t>(count);
-    }
+    if (!writeAll(m_descriptor, static_cast<char const*>(data), size))
+        throwLastSysError("write", "CIPCConnectionToSubProcess::write");
 }
 
 void CIPCConnectionToSubProcess::close() noexcept {

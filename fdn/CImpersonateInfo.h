@@ -1,22 +1,26 @@
 #pragma once
 
 #include <fdn/CBase.h>
-#include <fdn/CSystemAccountManager.h>
+#include <fdn/CSystemAccountManager.h> // where its user comes from
 #include <fdn/TBuffer.h>
 
 namespace fdn {
 
-/// Whom a program is started as: an account and the secret that proves the right to use it. The secret is
-/// empty, because on Unix the right comes from being root. Made with newObj<CImpersonateInfo>(user).
+/// The account that forkAndExec() starts a program under, and the secret that proves the right to use it:
+///
+///     auto const account = newObj<CImpersonateInfo>(CSystemAccountManager::get().getUserID("www-data"));
+///
+/// The secret is always empty, because on Unix the right comes from being root. It stays because the
+/// interface is fixed. The object does not change, so any thread may use it.
 class FDN_EXPORT CImpersonateInfo : public CBase {
 public:
-    /// The secret is empty.
+    /// For this user, with an empty secret.
     explicit CImpersonateInfo(CSystemUserID const& user) : m_user(user) {}
 
     /// The account to become.
     CSystemUserID const& getUserID() const { return m_user; }
 
-    /// The proof of the right to it; empty.
+    /// The proof of the right to use it; empty.
     TCryptBuffer<wchar_t> const& getSecret() const { return m_secret; }
 
 private:

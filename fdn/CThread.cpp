@@ -11,8 +11,8 @@ namespace {
 constexpr long kNanosecondsPerSecond = 1000L * 1000 * 1000;
 constexpr long kNanosecondsPerMillisecond = 1000L * 1000;
 
-// Until a point in time and not for a while: a sleep that goes on for what is left after each signal is
-// rounded up each time, and a storm of signals keeps it from ever ending.
+// Sleeps until a point in time. Resuming for what is left after each signal would round up each time, so that
+// a storm of signals could keep the sleep from ever ending.
 void sleepFor(long seconds, long nanoseconds) {
     timespec end = {};
     clock_gettime(CLOCK_MONOTONIC, &end);

@@ -6,54 +6,50 @@
 
 #include <exception>
 #include <memory>
-#include <string>
 
 namespace fdn {
 
-enum class LogLevel;
-class LogFile;
+class LogWriter;
 
-/// The log of the process. Programs write to it with logInfo() and logError(); see there.
+/// The log of the process, which programs write to with logInfo() and logError().
 ///
-/// The log is a text file with one XML element per line, in UTF-8:
+/// **Form.** The log is a text file with one XML element per line, in UTF-8:
 ///
 ///     <entry time="2026-11-21T02:48:52.123456Z" level="info" process="123" thread="456">text</entry>
 ///
-/// The time is UTC (RFC 3339), the level "info" or "error", process and thread are the system's numbers of
-/// who wrote the entry. In the text only "&", "<" and ">" are escaped, control characters such as line feeds
-/// are character references ("&#10;"), and what XML 1.0 does not allow is U+FFFD. The entry about an
-/// exception has elements instead, those of empty texts left out:
+/// The time is UTC (RFC 3339) and the level "info" or "error"; process and thread are the system's numbers
+/// for the writer of the entry. In the text only "&", "<" and ">" are escaped; control characters, line feeds
+/// for example, become character references ("&#10;"), and characters that XML 1.0 forbids become U+FFFD. An
+/// entry about an exception has elements instead, except for empty texts:
 ///
 ///     <text>situation</text><where>where it was caught</where><what>message</what>
 ///
-/// and for a CError after that `<second>`, `<code>`, a `<property name="func">` for each property, and
-/// `<cause>` with the same about the error that caused it.
+/// For a CError, `<second>`, `<code>`, a `<property name="func">` for each property, and `<cause>` with the
+/// same about the error that caused it follow.
 ///
-/// **Where.** /var/log/NAME/NAME.log when the effective user is root, otherwise NAME/NAME.log in the folder
-/// XDG_STATE_HOME or, if that is no absolute path, in .local/state of HOME (XDG Base
-/// Directory); NAME is the name of the executable's file. Missing folders are made (mode 0750 for root,
-/// else 0700), and the file gets the mode 0640 or 0600, less the umask. Only a regular file is taken there,
-/// and no symbolic link.
+/// **Place.** /var/log/NAME/NAME.log when the effective user is root, otherwise NAME/NAME.log in the folder
+/// XDG_STATE_HOME or, if that is no absolute path, in .local/state of HOME (XDG Base Directory); NAME is the
+/// name of the executable's file. Missing folders are made (mode 0750 for root, otherwise 0700); the file
+/// gets the mode 0640 or 0600, less the umask. It must be a regular file, and no symbolic link.
 ///
 /// The environment variable FDN_LOG_FILE names another file, whose folder must exist. It may be anything that
-/// can be written to, but an entry that a pipe, socket or terminal does not take at once does not get there.
+/// can be written to, but a pipe, socket or terminal misses an entry that it does not take at once.
 /// /dev/stdout, /dev/stderr, /dev/fd/N and /proc/self/fd/N also stand for a descriptor that cannot be opened
-/// anew: a socket, or a pipe or file of another user. A set-user-ID program ignores all three variables. The
-/// place is chosen when the first entry is written, and again when the first one after close() is.
+/// by name again: a socket, or a pipe or file of another user. A set-user-ID program ignores all three
+/// variables. The first entry chooses the place, and so does the first one after close().
 ///
-/// **Several processes** may share the file: an entry is appended with one write. Before the file would grow
-/// beyond 10 MiB it is renamed, to its name with ".1" at the end; older ones become ".2" to ".5", and the
-/// oldest is dropped. A file that another tool has moved away or deleted is noticed with the next entry,
-/// which begins a new one. Where a file ends in the middle of a line, because somebody's entry was written in
-/// part only, the next one begins on a new line. What FDN_LOG_FILE reaches through a symbolic link is never
-/// renamed.
+/// **Several processes** may share the file: each entry is appended with one write. A file that would grow
+/// beyond 10 MiB is renamed first: ".1" is added to its name, older files become ".2" to ".5", and the oldest
+/// is dropped. When another tool has moved the file away or deleted it, the next entry begins a new one. When
+/// a file ends in the middle of a line, because an entry was written only in part, the next one begins on a
+/// new line. A file that FDN_LOG_FILE reaches through a symbolic link is never renamed.
 ///
-/// **Failure.** An entry that cannot be written to the file goes to syslog instead, as it is, with the
-/// facility "daemon" and the priority "info" or "err", under the name and number of the process; the next one
-/// tries the file again. Nothing waits for a syslog that does not read: what it does not take at once is
-/// lost. The next entry that can be written anywhere is then preceded by one that says how many were.
+/// **Failure.** An entry that cannot be written to the file goes to syslog unchanged, with the facility
+/// "daemon" and the priority "info" or "err", under the name and number of the process; the next entry tries
+/// the file again. Nothing waits for a syslog that does not read: an entry that it does not take at once is
+/// lost. The next entry that can be written anywhere is preceded by one that says how many were lost.
 ///
-/// Any thread may use it. It lives until the process ends, after all other objects: destructors of globals
+/// Any thread may use it. It lives until the process ends, after all other objects, so destructors of globals
 /// may log.
 class FDN_EXPORT CXMLLog : public CBase {
 public:
@@ -90,19 +86,14 @@ public:
     /// Writes one entry of the level "error".
     void writeError(String const& text);
 
-    /// Writes one entry of the level "error" about an exception: the situation it arose in, and the function
-    /// or activity that caught it.
+    /// Writes one entry of the level "error" about an exception, as logError() does.
     void writeError(std::exception const& error, String const& situation, String const& where);
 
-    /// Closes the file. The next entry opens it again.
+    /// Closes the file. The next entry chooses the place again and opens it.
     void close();
 
 private:
-    void write(LogLevel level, std::string const& content);
-    bool writeSomewhere(LogLevel level, std::string const& content);
-    bool writeToFile(std::string const& entry);
-
-    std::unique_ptr<LogFile> m_file;
+    std::unique_ptr<LogWriter> m_writer;
 };
 
 } // namespace fdn

@@ -14,7 +14,7 @@ void writeSafely(Write write) {
     try {
         write(CXMLLog::getGlobal());
     } catch (std::exception const&) {
-        // Without memory, for example, there is nothing left to report it to.
+        // When even this fails, for lack of memory perhaps, there is nobody left to tell.
     }
     errno = savedError;
 }

@@ -13,7 +13,7 @@ namespace fdn {
 
 namespace {
 
-constexpr int kStatusOfNo = 1; // by which many programs, grep and diff among them, only say no
+constexpr int kStatusOfNo = 1; // many programs, grep and diff among them, only say no by it
 
 StandardStream useDefault(ForkExecLevel level) {
     return level == ForkExecLevel::Detached ? useNothing() : StandardStream();
@@ -33,7 +33,6 @@ String describeEnd(int state) {
                               : String::Format("status %d", WEXITSTATUS(state));
 }
 
-// To what the program was to give an answer.
 String describeQuestion(CExecCommand const& command) {
     String arguments;
     for (String const& argument : command.getArguments())
@@ -41,8 +40,8 @@ String describeQuestion(CExecCommand const& command) {
     return arguments.empty() ? String() : " to '" + arguments + "'";
 }
 
-// A shell that lacks memory or descriptors prints nothing, too; and what was printed may be a part of the
-// answer where nobody knows how the program has ended.
+// A shell that lacks memory or descriptors prints nothing either. And when nobody knows how the program has
+// ended, what it printed may be only a part of the answer.
 void requireAnswer(CExecCommand const& command, std::string const& output, std::optional<int> state) {
     String const program = "The program '" + command.getProgram().getText() + "'";
     String const question = describeQuestion(command);
@@ -61,6 +60,7 @@ int forkAndExec(CExecCommand const& command, CImpersonateInfo* impersonate, Fork
     StandardStreams streams = {input != nullptr ? readFromCaller() : useDefault(level),
                                output != nullptr ? writeToCaller() : useDefault(level),
                                error != nullptr ? writeToCaller() : useDefault(level)};
+    // Handed over only after the start, so that a failed one leaves the connections as they were.
     pid_t const process = launch({command, impersonate, level, folder, environment}, streams);
     handOver(streams[0], input);
     handOver(streams[1], output);
@@ -74,8 +74,8 @@ String execSyncReturnOutputAsString(CExecCommand const& command, bool includeSta
     if (includeStandardError)
         streams[2] = useSameAs(streams[1]);
     AwaitedProgram program({command, nullptr, ForkExecLevel::Child, folder, environment}, streams);
-    std::string const output = program.read(std::move(streams[1].caller));
-    requireAnswer(command, output, program.wait());
+    std::string const output = program.readOutput(std::move(streams[1].caller));
+    requireAnswer(command, output, program.awaitEnd());
     return String::fromBytes(output);
 }
 

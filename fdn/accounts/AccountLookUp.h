@@ -1,34 +1,57 @@
 #pragma once
 
+#include <fdn/String.h>
 #include <fdn/sysError.h>
 
 #include <cerrno>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace fdn {
 
-/// getpwnam_r or getgrnam_r (POSIX), which differ in the record alone.
+/// An entry of the user or the group database: a passwd or a group (POSIX pwd.h, grp.h), which points into
+/// the texts beside it. A moved entry keeps its texts where they are; a copy would point into another's.
+template <class Record>
+struct Account {
+    Account() = default;
+    Account(Account&&) noexcept = default;
+
+    Record record = {};
+    std::vector<char> texts;
+};
+
+/// getpwnam_r or getgrnam_r (POSIX).
 template <class Record>
 using AccountFunction = int(char const* name, Record* record, char* texts, std::size_t textsSize,
                             Record** result);
 
-/// Looks an account up with as much room for its texts as it wants. The texts of the record are in `texts`.
-/// Returns null when there is no such account; throws the failed call as it is described when the database
-/// cannot be read.
+/// The name in the encoding of the databases, the locale's. Empty, which is no account's name, when it holds
+/// the character NUL or the encoding lacks a character of it.
+std::string toAccountName(String const& name);
+
+/// Looks the account up; blocks as long as the database does. Returns nothing when there is no account of
+/// this name. Throws CError with the properties `call` when the database cannot be read.
 template <class Record>
-Record* lookUpAccount(AccountFunction<Record>* function, char const* name, Record& record,
-                      std::vector<char>& texts, CProps const& call) {
-    constexpr std::size_t firstSize = 1024;
+std::optional<Account<Record>> findAccount(AccountFunction<Record>* function, String const& name,
+                                           CProps const& call) {
+    std::string const accountName = toAccountName(name);
+    if (accountName.empty())
+        return std::nullopt;
+    Account<Record> account;
     Record* result = nullptr;
     int error = ERANGE;
-    while (error == ERANGE || error == EINTR) {
-        texts.resize(texts.empty() ? firstSize : texts.size() * 2);
-        error = function(name, &record, texts.data(), texts.size(), &result);
+    // ERANGE: the room was too small for the texts. Nobody tells in advance how much they need.
+    for (std::size_t size = 1024; error == ERANGE || error == EINTR; size *= 2) {
+        account.texts.resize(size);
+        error = function(accountName.c_str(), &account.record, account.texts.data(), size, &result);
     }
-    // Where a database is missing altogether, its look-up says ENOENT or ESRCH.
+    // A missing database says ENOENT or ESRCH.
     if (error != 0 && error != ENOENT && error != ESRCH)
         throwSysError(error, call);
-    return result;
+    return result == nullptr ? std::nullopt : std::optional(std::move(account));
 }
 
 } // namespace fdn

@@ -2,7 +2,6 @@
 
 #include <fdn/CError.h>
 #include <fdn/accounts/AccountLookUp.h>
-#include <fdn/files.h>
 
 #include <grp.h>
 #include <pwd.h>
@@ -13,35 +12,42 @@ namespace {
 
 constexpr int kFirstGroupCount = 32;
 
-std::vector<gid_t> readGroups(passwd const& record) {
-    int count = kFirstGroupCount;
-    std::vector<gid_t> groups(kFirstGroupCount);
-    while (getgrouplist(record.pw_name, record.pw_gid, groups.data(), &count) == -1) {
-        groups.resize(groups.size() * 2);
-        count = static_cast<int>(groups.size());
-    }
-    groups.resize(static_cast<std::size_t>(count));
-    return groups;
-}
-
+// An empty field stands for the usual shell (passwd(5)).
 std::string shellOf(passwd const& record) {
-    // An empty field stands for the usual shell (passwd(5)).
     return *record.pw_shell == '\0' ? "/bin/sh" : record.pw_shell;
 }
 
 } // namespace
 
-UserRecord readUserRecord(CSystemUserID const& user) {
-    wxCharBuffer const name = toFileName(Path(user.getName()));
-    passwd record = {};
-    std::vector<char> texts;
-    CProps const call{{"func", "getpwnam_r"}, {"action", "readUserRecord"}, {"account", user.getName()}};
-    if (lookUpAccount(&getpwnam_r, name, record, texts, call) == nullptr)
-        throw CError("Unknown user: '" + user.getName() + "'.");
-    if (record.pw_uid != user.getUID())
+UserRecord findUserRecord(String const& name, char const* action) {
+    CProps const call{{"func", "getpwnam_r"}, {"action", action}, {"account", name}};
+    auto const account = findAccount(&getpwnam_r, name, call);
+    if (!account)
+        throw CError("Unknown user: '" + name + "'.");
+    passwd const& record = account->record;
+    return {record.pw_uid, record.pw_gid, record.pw_name, record.pw_dir, shellOf(record)};
+}
+
+UserRecord getUserRecord(CSystemUserID const& user) {
+    if (user.m_record != nullptr)
+        return *user.m_record;
+    UserRecord record = findUserRecord(user.getName(), "readUserRecord");
+    if (record.user != user.getUID())
         throw CError("The user '" + user.getName() + "' does not have the number " +
                      String(std::to_string(user.getUID()).c_str()) + ".");
-    return {record.pw_gid, readGroups(record), record.pw_name, record.pw_dir, shellOf(record)};
+    return record;
+}
+
+std::vector<gid_t> findGroups(UserRecord const& record) {
+    int count = kFirstGroupCount;
+    std::vector<gid_t> groups(kFirstGroupCount);
+    // The room is doubled, because the size that a failed call reports may be outdated by the next one.
+    while (getgrouplist(record.name.c_str(), record.group, groups.data(), &count) == -1) {
+        groups.resize(groups.size() * 2);
+        count = static_cast<int>(groups.size());
+    }
+    groups.resize(static_cast<std::size_t>(count));
+    return groups;
 }
 
 } // namespace fdn

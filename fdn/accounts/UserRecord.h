@@ -1,6 +1,7 @@
 #pragma once
 
-#include <fdn/CSystemAccountManager.h>
+#include <fdn/CSystemUserID.h>
+#include <fdn/String.h>
 
 #include <string>
 #include <vector>
@@ -9,18 +10,24 @@
 
 namespace fdn {
 
-/// What the user database says about an account besides its number (POSIX passwd): with what groups and
-/// what surroundings its programs run.
+/// What the user database says about an account (POSIX pwd.h).
 struct UserRecord {
-    gid_t group;
-    std::vector<gid_t> groups; // every group of the account, its own among them
-    std::string name;
+    uid_t user = 0;
+    gid_t group = 0;
+    std::string name; ///< like the other texts, in the bytes of the database
     std::string home;
     std::string shell;
 };
 
-/// Reads the account's record. Throws CError when there is no such account, when it has another number than
-/// the given one, and when the database cannot be read.
-UserRecord readUserRecord(CSystemUserID const& user);
+/// Looks the account up; blocks as long as the database does. Throws CError when there is none of this name,
+/// and when the database cannot be read; `action` is the operation that such an error names.
+UserRecord findUserRecord(String const& name, char const* action);
+
+/// The record that the account manager has found for this user. A user that the application has put together
+/// is looked up instead, and CError is thrown when it is unknown or has another number.
+UserRecord getUserRecord(CSystemUserID const& user);
+
+/// Every group of the account, its own included. Looked up at each call, in the group database.
+std::vector<gid_t> findGroups(UserRecord const& record);
 
 } // namespace fdn

@@ -1,5 +1,6 @@
 #include <fdn/launch/ChildProcess.h>
 
+#include <fdn/launch/LaunchReport.h>
 #include <fdn/launch/StandardStreams.h>
 #include <fdn/launch/closeDescriptors.h>
 
@@ -18,14 +19,14 @@ namespace fdn {
 
 namespace {
 
-constexpr int kExitStatusOfFailure = 127; // as of a shell that cannot run a program
+constexpr int kExitStatusOfFailure = 127; // a shell's when it cannot run a program
 constexpr int kFirstOtherDescriptor = 3;
 constexpr uid_t kSameUser = static_cast<uid_t>(-1);
 constexpr gid_t kSameGroup = static_cast<gid_t>(-1);
 
-// The C library's functions of these names make every thread on its list do the same, and wait for it; a
-// thread on the list that this process has not inherited would never answer. Old 32-bit systems have calls
-// for short numbers besides.
+// The system's own calls. The C library's functions of these names make every thread on its list do the same
+// and wait for it (nptl(7)), and a thread that this process has not inherited would never answer. Old 32-bit
+// systems have other calls of these names, for numbers of 16 bits.
 #ifdef SYS_setresuid32
 constexpr long kSetGroup = SYS_setresgid32;
 constexpr long kSetGroups = SYS_setgroups32;
@@ -46,9 +47,9 @@ void report(LaunchPlan const& plan, LaunchStep step, int error = 0) {
     _exit(kExitStatusOfFailure);
 }
 
-// Makes a step of which a system call is all.
+// Makes a step that consists of one system call.
 template <class Call>
-void make(LaunchPlan const& plan, LaunchStep step, Call call) {
+void makeStep(LaunchPlan const& plan, LaunchStep step, Call call) {
     report(plan, step);
     if (call() == -1)
         fail(plan, step);
@@ -71,19 +72,19 @@ bool canBecomeRootAgain(LaunchPlan const& plan) {
            (plan.group != 0 && syscall(kSetGroup, kSameGroup, 0, kSameGroup) == 0);
 }
 
-// The user last: with the rights of another one the groups could not be changed any more.
+// The user comes last, because an ordinary user may not change groups any more.
 void takeAccount(LaunchPlan const& plan) {
-    make(plan, LaunchStep::Group, [&] { return syscall(kSetGroup, plan.group, plan.group, plan.group); });
-    make(plan, LaunchStep::SupplementaryGroups,
-         [&] { return syscall(kSetGroups, plan.groupCount, plan.groups); });
-    make(plan, LaunchStep::User, [&] { return syscall(kSetUser, plan.user, plan.user, plan.user); });
+    makeStep(plan, LaunchStep::Group, [&] { return syscall(kSetGroup, plan.group, plan.group, plan.group); });
+    makeStep(plan, LaunchStep::SupplementaryGroups,
+             [&] { return syscall(kSetGroups, plan.groupCount, plan.groups); });
+    makeStep(plan, LaunchStep::User, [&] { return syscall(kSetUser, plan.user, plan.user, plan.user); });
     if (canBecomeRootAgain(plan)) {
         errno = EPERM;
         fail(plan, LaunchStep::User);
     }
 }
 
-// The mask last, so that no handler of the parent ever runs here.
+// The mask comes last, so that no handler of the parent ever runs here.
 void resetSignals() {
     struct sigaction standard = {};
     standard.sa_handler = SIG_DFL;
@@ -94,46 +95,50 @@ void resetSignals() {
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-// `sign` is what tells the process in between, by its end, that the program runs; -1 without one.
+// `sign` is a pipe's end that execve() closes, which tells the process in between that the program runs; -1
+// without such a process.
 [[noreturn]] void becomeProgram(LaunchPlan const& plan, int sign) {
-    // Nobody would wait for the program, or end it, without the process that stays between.
-    if (plan.ends != -1)
+    // Without the process in between, nobody would wait for the program or end it.
+    if (plan.endReport != -1)
         prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (plan.startsSession && !plan.leavesParent)
-        make(plan, LaunchStep::Session, setsid);
+        makeStep(plan, LaunchStep::Session, setsid);
     takeStreams(plan);
-    // Before it can hang: whoever waits for the end of one of these must not wait for that.
+    // Descriptors are closed before a step that can hang, so that nobody who waits for the end of one of the
+    // starter's pipes waits for this process.
     closeOthersBut(plan.reports, sign);
     if (plan.changesAccount)
         takeAccount(plan);
     if (plan.folder != nullptr)
-        make(plan, LaunchStep::Folder, [&] { return chdir(plan.folder); });
-    // From here on, what ends the process counts as having ended the program.
-    make(plan, LaunchStep::Program, [&] {
+        makeStep(plan, LaunchStep::Folder, [&] { return chdir(plan.folder); });
+    // The signals are reset within the step, because a signal that ends the process from here on counts as
+    // having ended the program.
+    makeStep(plan, LaunchStep::Program, [&] {
         resetSignals();
         return execve(plan.program, plan.arguments, plan.environment);
     });
     _exit(kExitStatusOfFailure);
 }
 
-// The system forgets how a child has ended where SIGCHLD is ignored, which is inherited.
+// Ignored signals stay ignored in new processes, and while SIGCHLD is ignored, the system forgets how
+// children end.
 void rememberChildren() {
     struct sigaction standard = {};
     standard.sa_handler = SIG_DFL;
     sigaction(SIGCHLD, &standard, nullptr);
 }
 
-// The program, or the starter, may wait for another one to let go of its descriptors.
+// Everything else is closed first, because the program or the starter may be waiting for the last holder of a
+// descriptor to let go of it.
 void reportEnd(LaunchPlan const& plan, pid_t program) {
-    closeAllBut(plan.ends);
+    closeAllBut(plan.endReport);
     int state = 0;
     if (uninterrupted([&] { return waitpid(program, &state, 0); }) == program)
         uninterrupted([&] { return write(0, &state, sizeof state); });
 }
 
-// The end that is written to is kept off the standard streams, whose numbers the program's process
-// overwrites.
-Pipe makeOwnPipe(LaunchPlan const& plan) {
+// The end to write to gets a number beyond the standard streams, which the program's process overwrites.
+Pipe makeSignPipe(LaunchPlan const& plan) {
     std::array<int, 2> ends = {-1, -1};
     if (pipe2(ends.data(), O_CLOEXEC) == -1)
         fail(plan, LaunchStep::Pipe);
@@ -144,8 +149,8 @@ Pipe makeOwnPipe(LaunchPlan const& plan) {
     return pipe;
 }
 
-// With memory of its own, the program's process cannot lend an account whose rights it has taken a hand in
-// this one, which keeps the starter's.
+// This process keeps the starter's rights. A process that takes another account's gets memory of its own,
+// because in shared memory that account could interfere with this one.
 pid_t makeProgram(LaunchPlan const& plan, int sign) {
     pid_t const program = plan.changesAccount ? _Fork() : vfork();
     if (program == 0)
@@ -153,33 +158,33 @@ pid_t makeProgram(LaunchPlan const& plan, int sign) {
     return program;
 }
 
-// Nobody but the program's process holds this pipe, so its end is that process's, or the start of the
-// program.
+// Only the program's process holds the pipe's other end, so the pipe ends when that process runs the program
+// or ends itself.
 void awaitProgram(Pipe pipe) {
     pipe.writing.reset();
     char nothing = 0;
     uninterrupted([&] { return read(pipe.reading.get(), &nothing, sizeof nothing); });
 }
 
-// This process has memory of its own, so it can wait here without keeping the starter.
+// This process has memory of its own, so the starter does not wait in vfork() while this waits.
 [[noreturn]] void standBetween(LaunchPlan const& plan) {
     rememberChildren();
     if (plan.leavesParent)
-        make(plan, LaunchStep::Session, setsid);
-    Pipe pipe = makeOwnPipe(plan);
+        makeStep(plan, LaunchStep::Session, setsid);
+    Pipe pipe = makeSignPipe(plan);
     pid_t const program = makeProgram(plan, pipe.writing.get());
     if (program == -1)
         fail(plan, LaunchStep::Fork);
     awaitProgram(std::move(pipe));
     report(plan, LaunchStep::Done);
-    if (plan.ends != -1)
+    if (plan.endReport != -1)
         reportEnd(plan, program);
     _exit(0);
 }
 
 } // namespace
 
-void perform(LaunchPlan const& plan) noexcept {
+void performPlan(LaunchPlan const& plan) noexcept {
     if (plan.needsProcessBetween())
         standBetween(plan);
     becomeProgram(plan, -1);

@@ -4,10 +4,12 @@
 
 namespace fdn {
 
-/// Performs the plan in the calling process, which is fresh from vfork() or _Fork() with every signal
-/// blocked: it becomes the program, or makes another one that does. Reports what the starter must know, and
-/// ends the process when a step fails. Only async-signal-safe calls are made (POSIX.1-2017, 2.4.3): the
-/// process whose memory it uses may have other threads, which hold locks and go on meanwhile.
-[[noreturn]] void perform(LaunchPlan const& plan) noexcept;
+/// Carries out the plan in the calling process, which is fresh from vfork() or _Fork() and has every signal
+/// blocked: it becomes the program, or stands between the starter and a process that does. Writes
+/// LaunchReports for the starter, and ends the process when a step fails.
+///
+/// Makes only async-signal-safe calls (POSIX.1-2017, 2.4.3), because other threads of the starter may have
+/// held locks at the fork; after vfork() they even go on running in the same memory.
+[[noreturn]] void performPlan(LaunchPlan const& plan) noexcept;
 
 } // namespace fdn

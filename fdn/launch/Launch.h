@@ -1,19 +1,22 @@
 #pragma once
 
-#include <fdn/launch/LaunchPlan.h>
+#include <fdn/launch/LaunchRequest.h>
 #include <fdn/launch/StandardStreams.h>
 
 #include <optional>
 
+#include <sys/types.h>
+
 namespace fdn {
 
-/// Starts the program with the given standard streams, and closes the ends of them that the process got.
-/// Returns the process's identifier once the program runs, but where the request asks for the program's end,
-/// that of the child in between, which ends once it has told that end; see forkAndExec() for what it throws.
+/// Starts the program with the given standard streams, and closes the process's ends of them in the caller.
+/// Returns the process's identifier once the program runs; when the request has `endReport`, that of the
+/// process in between, a child of the caller that ends once it has written how the program ended. Throws as
+/// forkAndExec() does.
 pid_t launch(LaunchRequest const& request, StandardStreams& streams);
 
-/// Waits for a child of this process to end, and returns how it did (POSIX waitpid), or nothing where that
-/// cannot be known: the process is no child, or the system, or another thread, has waited for it.
+/// Waits for a child of this process to end, and returns its state (POSIX waitpid). Returns nothing when that
+/// cannot be known: it is no child, or another thread or the system itself has waited for it.
 std::optional<int> reap(pid_t process);
 
 } // namespace fdn

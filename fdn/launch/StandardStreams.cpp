@@ -19,6 +19,7 @@ Descriptor duplicate(Descriptor const& descriptor) {
     return copy;
 }
 
+// The number of a closed standard stream is free, so the system gives it to the next descriptor.
 Descriptor keepOffStandardStreams(Descriptor descriptor) {
     return descriptor.get() <= STDERR_FILENO ? duplicate(descriptor) : std::move(descriptor);
 }
@@ -29,6 +30,7 @@ Pipe makePipe() {
     std::array<int, 2> ends = {-1, -1};
     if (pipe2(ends.data(), O_CLOEXEC) == -1)
         throwLastSysError("pipe2", kAction);
+    // Owned before anything can throw.
     Descriptor reading(ends[0]);
     Descriptor writing(ends[1]);
     return {keepOffStandardStreams(std::move(reading)), keepOffStandardStreams(std::move(writing))};

@@ -6,8 +6,11 @@
 
 namespace fdn {
 
-/// The two ends of a pipe. Like every descriptor that is made here, neither has the number of a standard
-/// stream, even where the process has closed some of those: in a new process these numbers are overwritten.
+// Every descriptor that is made here is closed on exec, and has a number beyond the standard streams, even
+// when the process has closed some of those: a new process overwrites these numbers before it has used the
+// descriptors. The operations throw CError when the system has no descriptor left.
+
+/// The two ends of a pipe.
 struct Pipe {
     Descriptor reading;
     Descriptor writing;
@@ -15,18 +18,25 @@ struct Pipe {
 
 Pipe makePipe();
 
-/// A standard stream of a new process: what the process gets (none: the caller's own), and, where that is a
-/// pipe, the end that the caller keeps.
+/// A standard stream of a new process.
 struct StandardStream {
-    Descriptor child;
-    Descriptor caller;
+    Descriptor child;  ///< what the process gets; when not open, the caller's own stream
+    Descriptor caller; ///< the end that the caller keeps, if it is a pipe
 };
 
+/// Standard input, output and error.
 using StandardStreams = std::array<StandardStream, 3>;
 
+/// A pipe from the caller, for an input.
 StandardStream readFromCaller();
+
+/// A pipe to the caller, for an output.
 StandardStream writeToCaller();
+
+/// /dev/null.
 StandardStream useNothing();
+
+/// What the other stream of the process is.
 StandardStream useSameAs(StandardStream const& other);
 
 } // namespace fdn

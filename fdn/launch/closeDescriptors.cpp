@@ -11,10 +11,11 @@ namespace {
 
 constexpr int kEndOnOldKernels = 65536;
 
-// The second one is not closed.
-void closeFrom(int first, int end) {
+// Closes the numbers from `first` up to but not including `end`.
+void closeRange(int first, int end) {
     if (first >= end || close_range(static_cast<unsigned>(first), static_cast<unsigned>(end - 1), 0) == 0)
         return;
+    // Not up to the limit on descriptors, which may be a thousand million.
     for (int descriptor = first; descriptor < std::min(end, kEndOnOldKernels); ++descriptor)
         close(descriptor);
 }
@@ -24,15 +25,15 @@ void closeFrom(int first, int end) {
 void closeOthersBut(int one, int other) {
     int first = STDERR_FILENO + 1;
     for (int const kept : {std::min(one, other), std::max(one, other)}) {
-        closeFrom(first, kept);
+        closeRange(first, kept);
         first = std::max(first, kept + 1);
     }
-    closeFrom(first, INT_MAX);
+    closeRange(first, INT_MAX);
 }
 
 void closeAllBut(int kept) {
     dup2(kept, STDIN_FILENO);
-    closeFrom(STDIN_FILENO + 1, INT_MAX);
+    closeRange(STDIN_FILENO + 1, INT_MAX);
 }
 
 } // namespace fdn

@@ -16,8 +16,8 @@ namespace {
 constexpr std::size_t kRoomForAttributes = 128;
 constexpr long kSecondsPerDay = 24L * 60 * 60;
 
-// In decimal, over so many digits. Several times as quick as printf() and strftime(), which would take half
-// of the time of an entry.
+// Overwrites `width` digits with the number in decimal. printf() and strftime() are several times as slow;
+// they would take half the time of an entry.
 void putNumber(char* digits, int width, long number) {
     while (width-- > 0) {
         digits[width] = static_cast<char>('0' + number % 10);
@@ -25,7 +25,7 @@ void putNumber(char* digits, int width, long number) {
     }
 }
 
-// RFC 3339, in UTC and with microseconds.
+// In the form of RFC 3339, in UTC and with microseconds.
 void appendCurrentTime(std::string& text) {
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
@@ -58,6 +58,7 @@ std::string describeProperties(CProps const& props) {
     return properties;
 }
 
+// A cause is described within the error that it caused, to any depth.
 std::string describeException(std::exception const& error) {
     std::string const what = formatElement("what", toXMLText(getMessageOf(error)));
     auto const* const known = dynamic_cast<CError const*>(&error);

@@ -7,14 +7,15 @@
 
 namespace fdn {
 
+/// How serious an entry is.
 enum class LogLevel { Info, Error };
 
-/// An entry of the log, which is one line: an XML element with the time and the caller's process and thread,
-/// around the content, and a line feed.
+/// An entry of the log as one line: an XML element with the time and the calling process and thread, around
+/// the content, which must be XML on one line, and a line feed.
 std::string formatLogEntry(LogLevel level, std::string const& content);
 
-/// The content of an entry about an exception: elements for the two texts and for what the exception says.
-/// Empty texts have no element.
+/// The content of an entry about an exception, as CXMLLog describes it: elements for the two texts and for
+/// what the exception says. Empty texts get no element.
 std::string describeError(std::exception const& error, String const& situation, String const& where);
 
 } // namespace fdn

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <fdn/files.h>
 #include <fdn/log/LogPlace.h>
 #include <fdn/system/Descriptor.h>
 
@@ -10,29 +9,33 @@
 
 namespace fdn {
 
-/// A file that any number of processes append lines to, and rotate when it is full.
+/// A file to which any number of processes append lines, and which they rotate when it is full.
 ///
-/// It is opened by the first line, and again when its path has come to name another file or none. No
-/// operation waits for anybody. They throw CError; the next line starts anew. A line of which only a part was
-/// written, by whomever, is ended before the next one; that of a pipe or socket, by this object alone.
+/// The first line opens it, and so does a later one that finds another file, or none, at its path. One thread
+/// at a time may use the object; it waits for the disk at most.
+///
+/// When only a part of a line was written, by this process or another, the next one begins on a new line. In
+/// a pipe or socket, whose content cannot be looked at, this object does so for its own lines only.
 class LogFile {
 public:
+    /// Opens nothing yet. Throws CUnencodableStringError when the place's name cannot be given to the system.
     explicit LogFile(LogPlace const& place) : m_place(place), m_name(toFileName(place.file)) {}
 
-    /// Appends the line, which ends with its line feed, with one write.
+    /// Appends the line, which must end with a line feed, with one write. Throws CError when the file cannot
+    /// be opened, or took the line only in part or not at all; the next line then tries again.
     void append(std::string const& line);
 
 private:
     void letGoWhenClosed();
-    void open();
+    void reopen();
     Descriptor openByName() const;
-    Descriptor duplicate() const;
+    Descriptor duplicateGiven() const;
     void rotate(std::size_t size);
     void shiftFiles() const;
     Path getOldFile(int age) const;
     void lookForTornLine();
     bool endsWithinLine() const;
-    void write(std::string const& bytes);
+    void writeOnce(std::string const& bytes);
     [[noreturn]] void fail(char const* func) const;
 
     static constexpr off_t kUnknown = -1;
@@ -40,9 +43,9 @@ private:
     LogPlace m_place;
     wxCharBuffer m_name;
     Descriptor m_file;
-    struct stat m_info = {};    // of the open file, as it was when it was looked at last
-    bool m_isDuplicate = false; // whether others use the open file, too
-    off_t m_end = kUnknown;     // where the last line that this process wrote has ended
+    struct stat m_info = {};    // of the open file, from the last look at it
+    bool m_isDuplicate = false; // whether others use the same open file
+    off_t m_end = kUnknown;     // where the last line of this process ended
     bool m_isLineTorn = false;
 };
 

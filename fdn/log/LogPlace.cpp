@@ -1,7 +1,8 @@
 #include <fdn/log/LogPlace.h>
 
 #include <fdn/CError.h>
-#include <fdn/files.h>
+#include <fdn/currentFolder.h>
+#include <fdn/fileName.h>
 
 #include <climits>
 #include <optional>
@@ -15,7 +16,7 @@ namespace fdn {
 
 namespace {
 
-// A name that is no text would become that of another file.
+// Refuses a name that is no text, because its nearest text would name another file.
 String toText(char const* name) {
     std::optional<String> const text = fromFileName(name);
     if (!text)
@@ -23,8 +24,8 @@ String toText(char const* name) {
     return *text;
 }
 
-// Unset for a program that runs with more rights than its user has: a set-user-ID program must not write
-// where that user says.
+// Counts as unset in a set-user-ID program, which has more rights than its user and must not write where that
+// user says (secure_getenv(3)).
 String getTrustedVariable(char const* name) {
     char const* const value = secure_getenv(name);
     return value == nullptr ? String() : toText(value);
@@ -34,7 +35,8 @@ bool isRoot() {
     return geteuid() == 0;
 }
 
-// The name of the executable's file. The kernel marks a file that was replaced while it runs.
+// The name of the executable's file, without the mark that the kernel adds once that file was deleted or
+// replaced.
 String getProgramName() {
     String const deletedMark(" (deleted)");
     char file[PATH_MAX];
@@ -47,7 +49,7 @@ String getProgramName() {
     return name;
 }
 
-// XDG Base Directory 0.8, which also says that a relative path does not count.
+// As the XDG Base Directory specification 0.8 says, by which a relative path does not count either.
 String getUserStateFolder() {
     String const stateFolder = getTrustedVariable("XDG_STATE_HOME");
     if (CUnixPathTraits::isAbsolute(stateFolder))
@@ -57,9 +59,6 @@ String getUserStateFolder() {
         return home + "/.local/state";
     throw CError("The user has no folder for logs.");
 }
-
-// Texts are put together here, because joining Paths takes a global object: its first use waits while another
-// thread constructs one, and that thread may be about to log.
 
 // The descriptor that the name stands for (proc_pid_fd(5)), or -1.
 int getNamedDescriptor(String const& file) {
@@ -75,6 +74,9 @@ int getNamedDescriptor(String const& file) {
         return -1;
     return std::stoi(number.toUTF8());
 }
+
+// The places below are put together as texts. Joining Paths uses a global object: the first use waits while
+// another thread constructs a global, and that thread may be about to log.
 
 LogPlace getNamedPlace(String const& file) {
     LogPlace place;

@@ -9,19 +9,20 @@ struct LogPlace {
     Path file;
     int fileMode = 0;
 
-    /// Whether the file may be of any kind, a device or a pipe for example, and not a regular file alone.
+    /// Whether the file may be of any kind, for example a device or a pipe. Otherwise only a regular file is
+    /// taken.
     bool isAnyKind = false;
 
-    /// The descriptor of the program that the file's name stands for, such as 2 for /dev/stderr, or -1.
+    /// The program's descriptor that the file's name stands for, as /dev/stderr stands for 2; -1 for none.
     int descriptor = -1;
 
-    /// The folder that is made for the log where it is missing; empty when none is to be made.
+    /// The folder to make if it is missing; empty when none is to be made.
     Path folder;
     int folderMode = 0;
 };
 
-/// The place that the environment, the effective user and the name of the program's file give. Throws CError
-/// when there is none.
+/// The place that follows from the environment, the effective user and the name of the program's file, by the
+/// rules that CXMLLog describes. Throws CError when there is none.
 LogPlace chooseLogPlace();
 
 } // namespace fdn

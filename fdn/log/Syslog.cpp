@@ -15,8 +15,8 @@ namespace {
 
 constexpr sockaddr_un kAddress = {AF_UNIX, _PATH_LOG};
 
-// RFC 3164. Without the time, which is the receiver's to add: it would have to be local time, and the C
-// library takes a lock to tell that, which the child of a fork may find taken for ever.
+// In the form of RFC 3164, but without the time, which the receiver adds. It would have to be local time, for
+// which the C library takes a lock, and the child of a fork may find that lock taken for ever.
 std::string frame(int priority, std::string const& message) {
     return "<" + std::to_string(priority) + ">" + program_invocation_short_name + "[" +
            std::to_string(getpid()) + "]: " + message;
@@ -26,8 +26,8 @@ bool connectToSyslog(Descriptor const& socket) {
     return connect(socket.get(), reinterpret_cast<sockaddr const*>(&kAddress), sizeof kAddress) == 0;
 }
 
-// A socket for each message: it is still right when the reader was started anew, and when the program has
-// closed descriptors that it does not know.
+// Each message gets a socket of its own, which is right even after the reader was restarted, or the program
+// has closed descriptors that it does not know.
 bool sendOver(int type, std::string const& bytes) {
     Descriptor const connection(socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!connection.isOpen() || !connectToSyslog(connection))
@@ -42,7 +42,7 @@ bool sendToSyslog(int priority, std::string const& message) {
     std::string const framed = frame(priority, message);
     if (sendOver(SOCK_DGRAM, framed))
         return true;
-    // Some readers take streams only, in which a NUL ends a message.
+    // Some readers take only streams, in which a NUL ends a message.
     return errno == EPROTOTYPE && sendOver(SOCK_STREAM, framed + '\0');
 }
 

@@ -4,10 +4,10 @@
 
 namespace fdn {
 
-/// Sends a message to the system's log, as syslog(3) does, but never waits for whoever reads it. The message
-/// is one line without a line feed; the priority holds the facility, too. Returns false when it was not
-/// taken: nobody reads, or too slowly. What the program has set with openlog(3) stays untouched and has no
-/// effect.
+/// Sends a message to the system's log, as syslog(3) does, but never waits for the reader. The message is one
+/// line without a line feed; the priority includes the facility. Returns false when the message was not
+/// taken, because nobody reads or the reader is too slow. What the program has set with openlog(3) neither
+/// matters nor changes.
 bool sendToSyslog(int priority, std::string const& message);
 
 } // namespace fdn

@@ -8,24 +8,24 @@ namespace fdn {
 /// A day of the Gregorian calendar.
 struct UTCDate {
     int year = 0;
-    int month = 0;
-    int day = 0;
+    int month = 0; ///< from 1 to 12
+    int day = 0;   ///< from 1
 };
 
-/// Takes as many whole periods of this length as there are, but at most so many, off the days. Returns their
-/// number.
+/// Subtracts whole periods of `length` days, as many as there are but at most `atMost`. Returns their number.
 constexpr int takePeriods(int& days, int length, int atMost = std::numeric_limits<int>::max()) {
     int const periods = std::min(days / length, atMost);
     days -= periods * length;
     return periods;
 }
 
-/// The date so many days after 1970-01-01, or before it when negative; not before 1600-03-01. Unlike
-/// gmtime_r(), it reads no file and takes no lock: the child of a fork would wait for one that another thread
-/// has had.
+/// The date that many days after 1970-01-01, or before it when negative, but not before 1600-03-01.
+///
+/// Unlike gmtime_r(), this takes no lock: in the child of a fork, another thread's lock is never released. It
+/// reads no file either.
 constexpr UTCDate toUTCDate(int daysSince1970) {
-    // Counted from March, a year has its leap day at its end, and so have four years and four hundred. Of the
-    // years and the centuries in those, the fourth may therefore be a day longer.
+    // A year that begins in March has its leap day at its end, and so have four such years and four hundred.
+    // The last year of four, and the last century of four hundred years, may therefore be a day longer.
     int days = daysSince1970 + 135080;
     int year = 1600;
     year += 400 * takePeriods(days, 146097);

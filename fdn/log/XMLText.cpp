@@ -12,13 +12,14 @@ bool isControl(wxUint32 code) {
     return code < 0x20 || (code >= 0x7F && code <= 0x9F);
 }
 
-// The production Char of XML 1.0.
+// The production Char of XML 1.0 (2.2).
 bool isAllowed(wxUint32 code) {
     return code == '\t' || code == '\n' || code == '\r' || (code >= 0x20 && code <= 0xD7FF) ||
            (code >= 0xE000 && code <= 0xFFFD) || (code >= 0x10000 && code <= 0x10FFFF);
 }
 
-// Whether it stands for itself, in one byte. No function, so that it is inlined where it is handed over.
+// Whether the character stands for itself, in one byte. It is an object because the compiler does not inline
+// a function that is passed by its address.
 constexpr auto isPlain = [](wchar_t code) {
     return code >= 0x20 && code < 0x7F && code != '&' && code != '<' && code != '>';
 };

@@ -6,11 +6,12 @@
 
 namespace fdn {
 
-/// The text as content of an XML element (XML 1.0, fifth edition), in UTF-8 and on one line. Double quotes
-/// stay as they are; control characters become character references; what XML does not allow becomes U+FFFD.
+/// The text as the content of an XML element (XML 1.0, fifth edition), in UTF-8 and on one line. Double
+/// quotes stay as they are; control characters become character references; characters that XML forbids
+/// become U+FFFD.
 std::string toXMLText(String const& text);
 
-/// The same for the value of an attribute that stands between double quotes.
+/// The text as the value of an attribute between double quotes, otherwise like toXMLText().
 std::string toXMLAttribute(String const& text);
 
 } // namespace fdn

@@ -11,6 +11,7 @@
 #include "support/processInfo.h"
 
 #include <fdn/CError.h>
+#include <fdn/CSystemAccountManager.h>
 #include <fdn/programs.h>
 
 #include <gmock/gmock.h>
@@ -1044,6 +1045,17 @@ TEST_F(Impersonation, IsNotForOrdinaryUsers) {
     });
 
     EXPECT_EQ(outcome.errors, "setresgid failed for 'dmnuser': Operation not permitted.");
+}
+
+TEST_F(Impersonation, NeedsNoSecondLookUpOfTheAccount) {
+    auto const lookedUp =
+        fdn::newObj<CImpersonateInfo>(fdn::CSystemAccountManager::get().getUserID("dmnuser"));
+    unlink("/etc/passwd");
+
+    RunningProgram const program(ForkExecLevel::Child, Path("/"), lookedUp.get());
+
+    EXPECT_EQ(test::statusOf(program.pid(), "Uid"), "61001 61001 61001 61001");
+    EXPECT_EQ(test::statusOf(program.pid(), "Groups"), "61001 61003");
 }
 
 TEST_F(Impersonation, NamesAnAccountThatDoesNotExist) {

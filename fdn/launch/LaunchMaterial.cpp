@@ -1,8 +1,9 @@
-#include <fdn/launch/LaunchPlan.h>
+#include <fdn/launch/LaunchMaterial.h>
 
 #include <fdn/CError.h>
 #include <fdn/accounts/UserRecord.h>
-#include <fdn/files.h>
+#include <fdn/currentFolder.h>
+#include <fdn/fileName.h>
 
 #include <algorithm>
 
@@ -13,21 +14,22 @@ namespace fdn {
 
 namespace {
 
-// All that a program needs and the system's first process gives.
+// What the system's first process gives to the programs that it starts, as far as every program needs it.
 constexpr char kSystemsPath[] = "PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
 
-// Arguments and variables often hold paths, so they take the encoding of file names.
+// Arguments and variables often hold paths, so they are encoded like file names.
 std::string toSystemText(String const& text) {
-    return toFileName(Path(text)).data();
+    return toFileName(text).data();
 }
 
 // Whether the environment comes from a user with fewer rights, as that of a set-user-ID program does. Shells
-// and interpreters take orders from variables, so what is started must not see any of it.
+// and interpreters obey variables, so a started program must not see any of these.
 bool hasForeignEnvironment() {
     return getauxval(AT_SECURE) != 0;
 }
 
-// The program as it is found from any folder.
+// The new process may enter another folder before it runs the program, and a relative path counts from the
+// caller's.
 Path toAbsolute(Path const& program) {
     if (program.getText().empty() || CUnixPathTraits::isAbsolute(program.getText()))
         return program;
@@ -40,7 +42,7 @@ std::string toVariable(String const& name, String const& value) {
     return toSystemText(name) + "=" + toSystemText(value);
 }
 
-// The texts as the system takes them: pointers, the last of which is null.
+// The system takes texts as pointers, the last of which is null.
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
     for (std::string& text : texts)
@@ -67,7 +69,7 @@ LaunchMaterial::LaunchMaterial(LaunchRequest const& request)
     m_plan.folder = m_folder.empty() ? nullptr : m_folder.c_str();
     m_plan.startsSession = request.level != ForkExecLevel::Child;
     m_plan.leavesParent = request.level == ForkExecLevel::Detached;
-    m_plan.ends = request.ends;
+    m_plan.endReport = request.endReport;
 }
 
 void LaunchMaterial::takeArguments(TArray<String> const& arguments) {
@@ -89,10 +91,10 @@ void LaunchMaterial::takeEnvironment(TMap<String, String> const* environment) {
 }
 
 void LaunchMaterial::takeAccount(CSystemUserID const& user) {
-    UserRecord const record = readUserRecord(user);
-    m_groups = record.groups;
+    UserRecord const record = getUserRecord(user);
+    m_groups = findGroups(record);
     m_plan.changesAccount = true;
-    m_plan.user = user.getUID();
+    m_plan.user = record.user;
     m_plan.group = record.group;
     m_plan.groups = m_groups.data();
     m_plan.groupCount = m_groups.size();
@@ -102,6 +104,7 @@ void LaunchMaterial::takeAccount(CSystemUserID const& user) {
     setVariable("SHELL", record.shell);
 }
 
+// The old variable goes, however often it is there: programs differ in which of two they take.
 void LaunchMaterial::setVariable(std::string const& name, std::string const& value) {
     std::string const start = name + "=";
     auto const isOld = [&](std::string const& text) { return text.compare(0, start.size(), start) == 0; };

@@ -1,0 +1,7 @@
+#include <fdn/ISystemSignalHandler.h>
+
+namespace fdn {
+
+ISystemSignalHandler::~ISystemSignalHandler() = default;
+
+} // namespace fdn

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <fdn/CExecCommand.h>
+#include <fdn/CImpersonateInfo.h>
+#include <fdn/ForkExecLevel.h>
+#include <fdn/Path.h>
+#include <fdn/String.h>
+#include <fdn/containers.h>
+
+#include <chrono>
+
+namespace fdn {
+
+/// How long a start may take. A program and its folder are found within milliseconds, or within seconds on a
+/// network; what takes longer may never finish.
+constexpr std::chrono::milliseconds kLongestLaunch = std::chrono::seconds(10);
+
+/// What to start, in the caller's terms; see forkAndExec(). It owns nothing, so what it refers to must
+/// outlive the launch.
+struct LaunchRequest {
+    CExecCommand const& command;
+    CImpersonateInfo const* impersonate; ///< null: the caller's account
+    ForkExecLevel level;
+    Path const& folder;                      ///< empty: the caller's
+    TMap<String, String> const* environment; ///< null: the caller's
+    std::chrono::milliseconds longestLaunch = kLongestLaunch;
+
+    /// The descriptor to which a process between the caller and the program writes how the program ended, as
+    /// waitpid() gives it. -1 for no such process.
+    int endReport = -1;
+};
+
+} // namespace fdn
