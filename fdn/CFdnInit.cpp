@@ -1,6 +1,7 @@
 #include <fdn/CFdnInit.h>
 
 #include <fdn/CError.h>
+#include <fdn/system/Descriptor.h>
 
 #include <wx/init.h>
 #include <wx/strconv.h>
@@ -9,7 +10,9 @@
 #include <mutex>
 #include <string>
 
+#include <fcntl.h>
 #include <langinfo.h>
+#include <unistd.h>
 
 namespace fdn {
 
@@ -39,6 +42,15 @@ CFdnInit::CFdnInit(bool startRuntime) : m_started(startRuntime) {
 CFdnInit::~CFdnInit() {
     if (m_started)
         wxUninitialize();
+}
+
+void openMissingStandardStreams() noexcept {
+    // The system gives each file the lowest free number (POSIX open), so the first one beyond the standard
+    // streams shows that none of these is missing any more. Not close-on-exec: started programs need them.
+    int descriptor = STDIN_FILENO;
+    while (descriptor != -1 && descriptor <= STDERR_FILENO)
+        descriptor = open("/dev/null", O_RDWR);
+    Descriptor const spare(descriptor);
 }
 
 } // namespace fdn
