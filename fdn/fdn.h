@@ -13,6 +13,7 @@
 #include <fdn/CMutex.h>
 #include <fdn/COnDemandFileInfo.h>
 #include <fdn/CPIDFile.h>
+#include <fdn/CProcessHandle.h>
 #include <fdn/CProps.h>
 #include <fdn/CSystemAccountManager.h>
 #include <fdn/CSystemPaths.h>
