@@ -14,7 +14,7 @@
 #include <fdn/sysError.h>
 #include <fdn/system/Descriptor.h>
 
-#include <dmn/id/PIDFilePath.h>
+#include <dmn/id/DaemonId.h>
 #include <dmn/script/InitScript.h>
 #include <dmn/start/StartSettings.h>
 #include <dmn/start/TransientFolder.h>

@@ -4,7 +4,7 @@
 #include <fdn/CPIDFile.h>
 #include <fdn/log.h>
 
-#include <dmn/id/PIDFilePath.h>
+#include <dmn/id/DaemonId.h>
 
 namespace dmn {
 

@@ -1,4 +1,4 @@
-#include <dmn/id/PIDFilePath.h>
+#include <dmn/id/DaemonId.h>
 
 #include <fdn/CError.h>
 #include <fdn/files.h>
