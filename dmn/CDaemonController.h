@@ -175,9 +175,6 @@ public:
     static fdn::String getWindowsSpecialDaemonUserName(fdn::String const& id);
 
 private:
-    static void createRunLevelLinks(fdn::Path const& script, fdn::String const& id, bool startAtBoot);
-    static void removeRunLevelLinks(fdn::String const& id);
-
     fdn::String m_id;
     fdn::Path m_controlFolder;
 };
