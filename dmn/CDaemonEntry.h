@@ -168,14 +168,12 @@ protected:
     fdn::String m_transientFolderGroup;     ///< --transientFolderGroup as it was given
 
 private:
-    int performLogged(int argc, char** argv);
-    int perform(int argc, char** argv);
-    void registerSignalHandler();
-    void declareArguments(wxCmdLineParser& parser);
-    int takeCommand(wxCmdLineParser& parser);
-    void performCommand(wxCmdLineParser& parser, char const* program);
-    void storeTimeout(wxCmdLineParser& parser);
-    void concludeWait(bool succeeded, char const* success, char const* timeoutTail, char const* timeout);
+    DMN_HIDDEN int performLogged(int argc, char** argv);
+    DMN_HIDDEN int perform(int argc, char** argv);
+    DMN_HIDDEN void registerSignalHandler();
+    DMN_HIDDEN void declareArguments(wxCmdLineParser& parser);
+    DMN_HIDDEN int takeCommand(wxCmdLineParser& parser);
+    DMN_HIDDEN void performCommand(wxCmdLineParser& parser, char const* program);
 };
 
 } // namespace dmn

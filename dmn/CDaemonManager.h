@@ -54,9 +54,9 @@ protected:
     fdn::P<CDaemon> m_daemon;           ///< the daemon that runs, or empty
 
 private:
-    void runHoldingPIDFile(CDaemon* daemon);
-    void attachDaemon(CDaemon* daemon);
-    void detachDaemon();
+    DMN_HIDDEN void runHoldingPIDFile(CDaemon* daemon);
+    DMN_HIDDEN void attachDaemon(CDaemon* daemon);
+    DMN_HIDDEN void detachDaemon();
 };
 
 } // namespace dmn

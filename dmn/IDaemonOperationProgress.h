@@ -10,6 +10,8 @@ namespace dmn {
 /// hands it out and lives at least as long as the operation.
 class DMN_EXPORT IDaemonOperationProgress : public virtual fdn::IBase {
 public:
+    ~IDaemonOperationProgress() override;
+
     /// One more step is done. Called on the thread that performs the operation.
     virtual void onOperationStepDone() = 0;
 };

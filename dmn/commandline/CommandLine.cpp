@@ -3,8 +3,10 @@
 #include <fdn/CError.h>
 #include <fdn/files.h>
 
+#include <dmn/commandline/IgnoredAssertions.h>
+#include <dmn/commandline/ParserOutput.h>
+
 #include <wx/crt.h>
-#include <wx/msgout.h>
 
 #include <algorithm>
 #include <optional>
@@ -23,22 +25,6 @@ constexpr char kNamelessOption[] = "---";
 constexpr char kNextArgument[] = " ";
 
 constexpr char kHidden[] = "***";
-
-/// While it lives, the parser says nothing.
-class SilentParser : public wxMessageOutput {
-public:
-    SilentParser() : m_previous(wxMessageOutput::Set(this)) {}
-
-    SilentParser(SilentParser const&) = delete;
-    SilentParser& operator=(SilentParser const&) = delete;
-
-    ~SilentParser() override { wxMessageOutput::Set(m_previous); }
-
-    void Output(wxString const&) override {}
-
-private:
-    wxMessageOutput* m_previous;
-};
 
 // As an option it would have the parser look at the last character of a name that has none.
 bool isNameless(fdn::String const& argument) {
@@ -77,7 +63,7 @@ Texts makeReadable(Texts texts) {
 // The password that the argument gives, as an option, if another one follows it. Only the parser knows the
 // application's options, with which the password's can stand in one argument.
 fdn::String askForPassword(wxCmdLineParser& parser, fdn::String const& argument) {
-    SilentParser const silent;
+    NoParserOutput const silent;
     IgnoredAssertions const ignored; // of an option that the application has not declared
     setArguments(parser, makeReadable({fdn::String(), argument, kNextArgument}));
     parser.Parse(false);
@@ -104,6 +90,7 @@ void CommandLine::giveTo(wxCmdLineParser& parser) const {
 }
 
 int CommandLine::parse(wxCmdLineParser& parser) const {
+    ParserOutput const output;
     Texts const texts = readArguments(m_arguments);
     Texts const readable = makeReadable(texts);
     if (readable == texts)

@@ -3,25 +3,10 @@
 #include <fdn/String.h>
 
 #include <wx/cmdline.h>
-#include <wx/debug.h>
 
 #include <vector>
 
 namespace dmn {
-
-/// While it lives, what wxWidgets takes for a programming error is not reported.
-class IgnoredAssertions {
-public:
-    IgnoredAssertions() : m_previous(wxSetAssertHandler(nullptr)) {}
-
-    IgnoredAssertions(IgnoredAssertions const&) = delete;
-    IgnoredAssertions& operator=(IgnoredAssertions const&) = delete;
-
-    ~IgnoredAssertions() { wxSetAssertHandler(m_previous); }
-
-private:
-    wxAssertHandler_t m_previous;
-};
 
 /// An argument in the encoding of file names, so that a path names the same file again; null as the empty
 /// text. Throws for one that is no text, and never shows it, for it may be a password.
