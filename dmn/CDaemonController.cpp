@@ -46,6 +46,7 @@ void uninstallQuietly(fdn::String const& id) {
 } // namespace
 
 CDaemonController::CMakeRoot::CMakeRoot() : m_effectiveUser(geteuid()) {
+    // -1 leaves the real user alone (POSIX setreuid).
     if (setreuid(static_cast<uid_t>(-1), 0) == 0)
         return;
     if (errno == EPERM)
@@ -106,7 +107,7 @@ void CDaemonController::uninstall(fdn::String const& id, fdn::Path const& contro
 
 void CDaemonController::uninstall() {
     fdn::logInfo("Uninstalling daemon '" + m_id + "'...");
-    requireDaemonId(m_id);
+    requireDaemonId(m_id); // which isInstalled() does not report
     if (!isInstalled()) {
         fdn::logInfo("Nothing to do. Daemon not installed.");
         return;

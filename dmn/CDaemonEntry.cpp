@@ -33,6 +33,7 @@ void storeText(wxCmdLineParser const& parser, char const* option, fdn::String& f
         field = text;
 }
 
+// The entry in the log comes first, the summary last, below the parser's usage.
 void reportBadCommandLine(int parseResult, fdn::String const& arguments) {
     fdn::logError("Bad commandline (parseResult: " + fdn::String::Format("%d", parseResult) +
                   "; args: " + arguments + ").");
@@ -56,9 +57,9 @@ void printFatalError(std::exception const& error) {
     try {
         fdn::String const text = "\n\nFATAL ERROR: " + fdn::getMessageOf(error) + "\n\n";
         wxCharBuffer const narrow = text.toCP();
-        // Better in UTF-8 than not at all, where the locale cannot represent the message.
+        // If the locale cannot represent the message, UTF-8 is better than nothing.
         std::puts(narrow.length() > 0 ? narrow.data() : text.toUTF8().c_str());
-    } catch (std::exception const&) { // NOLINT(bugprone-empty-catch): the exit status tells it all the same
+    } catch (std::exception const&) { // NOLINT(bugprone-empty-catch): the exit status still tells
     }
 }
 
@@ -69,6 +70,7 @@ CDaemonEntry::CSignalHandler::CSignalHandler() = default;
 CDaemonEntry::CSignalHandler::~CSignalHandler() = default;
 
 void CDaemonEntry::CSignalHandler::handleSystemSignal(fdn::SysSignal) {
+    // The lock is kept for the call, so that detaching waits for it, and the manager cannot go meanwhile.
     fdn::CMutexLock const lock(m_mutex);
     m_stopRequested = true;
     if (m_daemonManager)
@@ -96,7 +98,7 @@ int CDaemonEntry::entry(int argc, char** argv) {
         printFatalError(e);
         return kStatusFailed;
     } catch (...) {
-        // Where nobody catches it, the objects above would not be destroyed without a handler on the way.
+        // Without any handler for it, the process would end before the objects above are destroyed.
         throw;
     }
 }
@@ -129,6 +131,8 @@ int CDaemonEntry::perform(int argc, char** argv) {
     return kStatusDone;
 }
 
+// From here on a signal is kept until there is a manager. Nobody takes the handler back: a signal that comes
+// after the daemon has ended must not change the exit status.
 void CDaemonEntry::registerSignalHandler() {
     m_signalHandler = fdn::newObj<CSignalHandler>();
     fdn::P<fdn::CSystemSignalReceiver> const receiver(&fdn::CSystemSignalReceiver::get());
@@ -150,6 +154,7 @@ int CDaemonEntry::takeCommand(wxCmdLineParser& parser) {
 }
 
 void CDaemonEntry::performCommand(wxCmdLineParser& parser, char const* program) {
+    // Only for the log: what installation runs is in the application's description of its daemon.
     m_exePath = fdn::Path(readArgument(program)).toNormalized(true, fdn::Path());
     handleCommandParams(parser);
     if (!m_controlFolder.getText().empty())
@@ -256,7 +261,7 @@ void CDaemonEntry::doStop() {
 
 void CDaemonEntry::doRun() {
     createDaemonManager();
-    {
+    { // the daemon ends before its manager
         fdn::P<CDaemon> const daemon = createDaemon(m_daemonId, m_controlFolder);
         getDaemonManager()->runDaemon(daemon.get());
     }
@@ -268,6 +273,8 @@ void CDaemonEntry::doDaemon() {
 }
 
 void CDaemonEntry::createDaemonManager() {
+    // The handler comes second: it passes on a signal that came before, and whoever is told of that stop
+    // finds the manager attached.
     fdn::P<CDaemonManager> const manager = fdn::newObj<CDaemonManager>();
     setDaemonManager(manager.get());
     m_signalHandler->setDaemonManager(manager.get());
@@ -279,6 +286,7 @@ void CDaemonEntry::destroyDaemonManager() {
 }
 
 void CDaemonEntry::setDaemonManager(CDaemonManager* manager) {
+    // Unlike the signal handler's, an earlier request is not passed on: the interface is fixed.
     fdn::CMutexLock const lock(m_mutex);
     m_daemonManager = manager;
 }

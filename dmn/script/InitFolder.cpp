@@ -17,6 +17,7 @@ fdn::Path findInitFolder(fdn::String const& name) {
         if (fdn::folderExists(folder))
             return folder;
     }
+    // The text is fixed, and so is its spelling.
     throw fdn::CError("Unknown Linux flavor (cannot locate " + name + " directory).");
 }
 
