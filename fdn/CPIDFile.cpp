@@ -215,10 +215,8 @@ void CPIDFile::CClaim::removeUnfinished() const noexcept {
 }
 
 void CPIDFile::CClaim::write() const {
-    std::string const content = composePIDRecord();
-    ssize_t const size = writeQuietly(m_file.get(), content.data(), content.size());
-    if (size != static_cast<ssize_t>(content.size()))
-        fail(size == -1 ? errno : ENOSPC, "write");
+    if (!writeAll(m_file, composePIDRecord()))
+        fail(errno, "write");
     if (fchmod(m_file.get(), kMode) == -1)
         fail(errno, "fchmod");
 }

@@ -3,9 +3,11 @@
 #include <fdn/CError.h>
 #include <fdn/CThread.h>
 #include <fdn/sysError.h>
-#include <fdn/system/MadeUpMounts.h>
-#include <fdn/system/OtherProcess.h>
+#include <fdn/system/FuseMounts.h>
+#include <fdn/system/NewFolder.h>
 #include <fdn/system/ReplacementFile.h>
+#include <fdn/system/askInChildProcess.h>
+#include <fdn/system/splitPath.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -23,6 +25,7 @@ namespace {
 
 constexpr unsigned kPauseBetweenAttempts = 10; // milliseconds
 constexpr int kPatience = 1000;                // likewise
+constexpr int kModeOfParents = 0777;           // less the umask
 
 bool saysMissing(int error) {
     return error == ENOENT || error == ENOTDIR;
@@ -60,21 +63,16 @@ mode_t getFileMode(Path const& path, char const* action) {
 bool folderExistsOrIsSilent(Path const& path, char const* action) {
     wxCharBuffer const name = toFileName(path);
     FileMode known;
-    if (geteuid() != 0 || !areAnyUsers(findMadeUpMounts()))
+    if (geteuid() != 0 || !hasUsersMount(findFuseMounts()))
         known = askForMode(name);
-    else if (!askInOtherProcess(kPatience, known, [&] { return askForMode(name); }))
+    else if (!askInChildProcess(kPatience, known, [&] { return askForMode(name); }))
         return true;
     return S_ISDIR(requireKnown(known, action, path));
 }
 
-// The path without its last name; empty when it has only one.
-Path getParent(Path const& path) {
+Path withoutSepsAtEnd(Path const& path) {
     String const& text = path.getText();
-    std::size_t const nameEnd = text.find_last_not_of(L'/');
-    std::size_t const nameStart = text.find_last_of(L'/', nameEnd);
-    if (nameEnd == String::npos || nameStart == String::npos)
-        return Path();
-    return Path(text.substr(0, nameStart + 1));
+    return Path(text.substr(0, text.find_last_not_of(L'/') + 1));
 }
 
 // Makes one folder. Returns the system's error number, or 0.
@@ -138,15 +136,24 @@ void ensureFolderExists(Path const& path, int mode) {
     if (folderExistsOrIsSilent(path, "ensureFolderExists"))
         return;
     int error = makeFolder(path, mode);
-    Path const parent = getParent(path);
-    if (saysMissing(error) && !parent.getText().empty()) {
-        ensureFolderExists(parent, mode);
+    if (saysMissing(error)) {
+        ensureFolderExists(splitPath(withoutSepsAtEnd(path)).folder, mode);
         error = makeFolder(path, mode);
     }
     if (error == EEXIST)
         error = folderExists(path) ? 0 : ENOTDIR;
     if (error != 0)
         throwSysError(error, {{"func", "mkdir"}, {"action", "ensureFolderExists"}, {"path", path.getText()}});
+}
+
+void ensureOwnedFolderExists(Path const& path, int mode, unsigned uid, unsigned gid) {
+    if (folderExistsOrIsSilent(path, "ensureOwnedFolderExists"))
+        return;
+    SplitPath const place = splitPath(withoutSepsAtEnd(path));
+    ensureFolderExists(place.folder, kModeOfParents);
+    NewFolder folder(place, "ensureOwnedFolderExists");
+    folder.giveTo(mode, uid, gid);
+    folder.takeName();
 }
 
 void deleteFile(Path const& path, bool ignoreMissing, int attempts, bool) {
@@ -178,7 +185,7 @@ void writeUTF8TextFile(String const& path, String const& text) {
 void writeUTF8TextFile(String const& path, String const& text, int mode) {
     std::string const content = text.toUTF8();
     ReplacementFile file(Path(path), mode, "writeUTF8TextFile");
-    file.write(content);
+    file.append(content);
     file.takePlace();
 }
 

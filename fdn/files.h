@@ -39,6 +39,21 @@ FDN_EXPORT bool folderExists(Path const& path);
 /// in the way; folders made by then stay.
 FDN_EXPORT void ensureFolderExists(Path const& path, int mode);
 
+/// Makes the folder for a user and a group, unless it exists. It appears under its name only when it is
+/// complete, so nobody ever finds it with another mode or owner.
+///
+/// Its permission bits are those of `mode`, whatever the umask is; the set-ID and sticky bits that it
+/// inherits from the folder above stay. Folders above it that are missing are made by ensureFolderExists()
+/// with 0777. A folder that exists already, or that another process makes at the same time, is left exactly
+/// as it is.
+///
+/// Throws when the folder cannot be made, or not be given away (POSIX chown: only root may give to another
+/// user), or when something else has its name; then there is no folder, but those above it stay. The process
+/// must be allowed to read and to change the folder above. Meanwhile that holds a folder with a temporary
+/// name,
+/// ".folder.new", which the next call deletes if the process is killed.
+FDN_EXPORT void ensureOwnedFolderExists(Path const& path, int mode, unsigned uid, unsigned gid);
+
 /// Deletes a file of any kind, and of a symbolic link the link, never its target (POSIX unlink). A folder is
 /// an error.
 ///

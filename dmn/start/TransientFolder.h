@@ -11,12 +11,12 @@ struct FolderOwner {
     unsigned gid;
 };
 
-/// The transient folder of this application ID.
+/// The transient folder of this application ID. Throws CError for an ID that is no folder's
+/// name.
 fdn::Path getTransientFolder(fdn::String const& appID);
 
-/// Makes the folder and gives it to its owner. It gets its name when it is finished, because one that has the
-/// name is never touched again; so it is left alone where another process makes it at the same time. A
-/// failure leaves none.
+/// Makes the folder, complete with its mode and owner, and leaves one that exists as it is. After an error
+/// there is none, because the next start would keep a folder of the wrong owner.
 void makeTransientFolder(fdn::String const& appID, FolderOwner const& owner);
 
 } // namespace dmn

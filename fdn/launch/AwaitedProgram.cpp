@@ -1,6 +1,7 @@
 #include <fdn/launch/AwaitedProgram.h>
 
 #include <fdn/sysError.h>
+#include <fdn/system/openProcess.h>
 
 #include <array>
 #include <csignal>
@@ -8,7 +9,6 @@
 
 #include <poll.h>
 #include <sys/ioctl.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace fdn {
@@ -54,7 +54,7 @@ AwaitedProgram::AwaitedProgram(LaunchRequest const& request, StandardStreams& st
     }
     m_child = launch(complete, streams);
     m_ends = std::move(ends.reading);
-    m_handle.reset(static_cast<int>(syscall(SYS_pidfd_open, m_child, 0)));
+    m_handle = openProcess(m_child);
 }
 
 AwaitedProgram::~AwaitedProgram() {

@@ -4,8 +4,8 @@
 #include <fdn/files.h>
 #include <fdn/pidfile/HeldFiles.h>
 #include <fdn/sysError.h>
-#include <fdn/system/MadeUpMounts.h>
-#include <fdn/system/OtherProcess.h>
+#include <fdn/system/FuseMounts.h>
+#include <fdn/system/askInChildProcess.h>
 
 #include <algorithm>
 #include <array>
@@ -32,7 +32,7 @@ struct RawLook {
     char const* failed = nullptr;
     int error = 0;
     bool isHeldHere = false;
-    bool isMadeUp = false;
+    bool isOnFuse = false;
     struct stat info = {};
     struct stat folder = {};
     struct flock lock = {};
@@ -96,7 +96,7 @@ RawLook lookRaw(Descriptor const& folder, char const* name) {
     }
     if (fstat(folder.get(), &look.folder) == -1)
         return fail(look, "fstat");
-    look.isMadeUp = isMadeUp(file, look.info.st_dev);
+    look.isOnFuse = isOnFuse(file, look.info.st_dev);
     if (!S_ISREG(look.info.st_mode))
         return look;
     if (!askForWriteLock(file, look.lock))
@@ -133,13 +133,13 @@ RawLook lookHere(FilePlace const& place) {
     return folder.isOpen() ? lookHere(folder, place.name.c_str()) : fail(look, "open");
 }
 
-auto find(std::vector<MadeUpMount> const& mounts, dev_t device) {
+auto find(std::vector<FuseMount> const& mounts, dev_t device) {
     return std::find_if(mounts.begin(), mounts.end(),
-                        [&](MadeUpMount const& mount) { return mount.device == device; });
+                        [&](FuseMount const& mount) { return mount.device == device; });
 }
 
 // Whom the file really belongs to.
-uid_t getOwner(struct stat const& file, std::vector<MadeUpMount> const& mounts) {
+uid_t getOwner(struct stat const& file, std::vector<FuseMount> const& mounts) {
     auto const found = find(mounts, file.st_dev);
     return found == mounts.end() || found->user == 0 ? file.st_uid : found->user;
 }
@@ -151,7 +151,7 @@ bool isFolderOf(uid_t user, uid_t owner, mode_t mode) {
     return (user != 0 && owner == user) || (owner == 0 && !isOpen);
 }
 
-PIDFileLook interpret(RawLook const& raw, Path const& path, std::vector<MadeUpMount> const& mounts) {
+PIDFileLook interpret(RawLook const& raw, Path const& path, std::vector<FuseMount> const& mounts) {
     PIDFileLook look;
     look.isHeldHere = raw.isHeldHere;
     look.isOutOfReach = raw.error == EWOULDBLOCK;
@@ -182,7 +182,7 @@ RawLook lookWithoutGuard(FilePlace const& place) {
 RawLook lookFromAfar(FilePlace const& place, int patience) {
     HeldFilesGuard const guard;
     RawLook look;
-    if (!askInOtherProcess(patience, look, [&] { return lookWithoutGuard(place); })) {
+    if (!askInChildProcess(patience, look, [&] { return lookWithoutGuard(place); })) {
         errno = ETIMEDOUT;
         return fail(look, "open");
     }
@@ -190,15 +190,15 @@ RawLook lookFromAfar(FilePlace const& place, int patience) {
     return look;
 }
 
-bool isListed(RawLook const& raw, std::vector<MadeUpMount> const& mounts) {
-    return !raw.isMadeUp || find(mounts, raw.info.st_dev) != mounts.end();
+bool isListed(RawLook const& raw, std::vector<FuseMount> const& mounts) {
+    return !raw.isOnFuse || find(mounts, raw.info.st_dev) != mounts.end();
 }
 
 // What a user's own file system answers, or does not, is the user's word, and keeps root from nothing.
 PIDFileLook lookAsRoot(FilePlace const& place, Path const& path) {
-    std::vector<MadeUpMount> mounts = findMadeUpMounts();
+    std::vector<FuseMount> mounts = findFuseMounts();
     bool const isUsers = isOnUsersMount(place.folder + "/" + place.name, mounts);
-    RawLook const raw = areAnyUsers(mounts)
+    RawLook const raw = hasUsersMount(mounts)
                             ? lookFromAfar(place, isUsers ? kPatienceWithUsers : kPatienceWithDisks)
                             : lookHere(place);
     if (isUsers && raw.failed != nullptr) {
@@ -207,7 +207,7 @@ PIDFileLook lookAsRoot(FilePlace const& place, Path const& path) {
         return look;
     }
     if (!isListed(raw, mounts)) // mounted a moment ago, perhaps
-        mounts = findMadeUpMounts();
+        mounts = findFuseMounts();
     if (!isListed(raw, mounts))
         throw CError("The PID file '" + path.getText() +
                      "' is on a file system that a program makes up, and it cannot be told whose that is.");

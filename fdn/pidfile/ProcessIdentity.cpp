@@ -1,7 +1,7 @@
 #include <fdn/pidfile/ProcessIdentity.h>
 
 #include <fdn/sysError.h>
-#include <fdn/system/Descriptor.h>
+#include <fdn/system/openProcess.h>
 
 #include <algorithm>
 #include <array>
@@ -10,7 +10,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace fdn {
@@ -107,8 +106,7 @@ bool canBeSignalled(pid_t process) {
 } // namespace
 
 bool isProcessAlive(pid_t process) {
-    // By number: the C library has a function for it only since 2.36.
-    Descriptor const handle(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+    Descriptor const handle = openProcess(process);
     if (handle.isOpen())
         return !hasEnded(handle);
     // The last two stand for the number of a thread, depending on the kernel.

@@ -2,6 +2,8 @@
 
 #include <fdn/Path.h>
 #include <fdn/system/Descriptor.h>
+#include <fdn/system/TemporaryName.h>
+#include <fdn/system/splitPath.h>
 
 #include <optional>
 #include <string>
@@ -10,46 +12,42 @@
 
 namespace fdn {
 
-/// A new file that takes the place of another one once it is complete. Until then it has a name of its own in
-/// the same folder, under which it is deleted if it never gets there; where the process is killed before, the
-/// next one in that folder deletes it. The folder is locked meanwhile (flock), unless somebody else has the
-/// lock.
+/// A new file that takes the place of another one once it is complete. Until then it has a temporary name in
+/// the same folder; if it never takes the place, it is deleted with the object, and the old file stays.
+///
+/// Errors are CErrors that name the path and the operation `action`.
 class ReplacementFile {
 public:
-    /// Makes the new file, empty. `mode`, less the umask, is its mode where it replaces none; otherwise
-    /// nobody may do more with it meanwhile than with the old one. `action` is the operation that errors
-    /// name.
+    /// Makes the new file, empty. `mode`, less the umask, is its mode if it replaces none. Otherwise nobody
+    /// may do more with it meanwhile than with the old one. The folder must be readable.
     ReplacementFile(Path const& path, int mode, char const* action);
 
     ReplacementFile(ReplacementFile const&) = delete;
     ReplacementFile& operator=(ReplacementFile const&) = delete;
-    ~ReplacementFile();
 
-    void write(std::string const& content);
+    void append(std::string const& content);
 
     /// Gives the new file the permissions of the one that it replaces, flushes it to the disk and puts it at
-    /// the path, instead of whatever but a folder is there.
+    /// the path, in place of anything but a folder. Blocks until both are on the disk. To be called once, at
+    /// the end.
     void takePlace();
 
 private:
-    void openFolder();
     void lookAtOldFile();
     void create(mode_t mode);
-    bool createAs(std::string const& name, mode_t mode);
     void takePermissions();
     void finishFile();
-    void rename();
+    void takeName();
     void flushFolder();
     [[noreturn]] void fail(char const* func) const;
 
     Path m_path;
     char const* m_action;
-    Path m_folderPath;
-    Path m_name;
+    SplitPath m_place;
     Descriptor m_folder;
+    TemporaryName m_temporaryName;          // goes before the folder
     std::optional<mode_t> m_oldPermissions; // of the file that is replaced
     Descriptor m_file;
-    std::string m_temporaryName;
 };
 
 } // namespace fdn

@@ -1,7 +1,5 @@
 #include <fdn/system/writeQuietly.h>
 
-#include <fdn/system/Descriptor.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -84,6 +82,20 @@ ssize_t writeQuietly(int descriptor, char const* bytes, std::size_t size) {
     if (written != static_cast<ssize_t>(size))
         heldBack.discard();
     return written;
+}
+
+bool writeAll(Descriptor const& file, std::string const& content) {
+    std::size_t done = 0;
+    while (done < content.size()) {
+        ssize_t const written = writeQuietly(file.get(), content.data() + done, content.size() - done);
+        // A program that makes up a file system (FUSE) may take nothing, as often as it is asked.
+        if (written == 0)
+            errno = ENOSPC;
+        if (written <= 0)
+            return false;
+        done += static_cast<std::size_t>(written);
+    }
+    return true;
 }
 
 ssize_t writeWithoutWaiting(int descriptor, char const* bytes, std::size_t size) {

@@ -36,7 +36,7 @@ using testing::Not;
 using Names = std::vector<std::string>;
 
 constexpr char kBegun[] = "Starting daemon 'app'...";
-constexpr char kUnfinished[] = "/run/.transient-folder.new";
+constexpr char kUnfinished[] = "/run/.folder.new";
 constexpr char kDone[] = "Done starting daemon 'app'.";
 
 /// The texts of a file in /proc that ends each with a zero.

@@ -372,6 +372,115 @@ TEST(ensureFolderExists, SucceedsForAllThatMakeTheSameFolderAtOnce) {
     EXPECT_TRUE(fdn::folderExists(path));
 }
 
+void makeOwnFolder(Path const& path) {
+    fdn::ensureOwnedFolderExists(path, 0750, geteuid(), getegid());
+}
+
+TEST(ensureOwnedFolderExists, GivesTheModeWhateverTheUmask) {
+    TemporaryFolder const folder;
+    Umask const umask(0777);
+
+    makeOwnFolder(folder / "a");
+
+    EXPECT_EQ(modeOf(folder.name("a")), 0750U);
+    EXPECT_THAT(entriesOf(folder.name()), ElementsAre("a"));
+}
+
+TEST(ensureOwnedFolderExists, KeepsTheSetGroupIDBitThatTheFolderInherits) {
+    TemporaryFolder const folder;
+    setMode(folder.name(), 02755);
+
+    makeOwnFolder(folder / "a");
+
+    EXPECT_EQ(modeOf(folder.name("a")), 02750U);
+}
+
+TEST(ensureOwnedFolderExists, MakesMissingParentsWithTheModeThatTheUmaskLeaves) {
+    TemporaryFolder const folder;
+    Umask const umask(022);
+
+    makeOwnFolder(folder / "a/b/c//");
+
+    EXPECT_EQ(modeOf(folder.name("a")), 0755U);
+    EXPECT_EQ(modeOf(folder.name("a/b")), 0755U);
+    EXPECT_EQ(modeOf(folder.name("a/b/c")), 0750U);
+}
+
+TEST(ensureOwnedFolderExists, TakesARelativePath) {
+    TemporaryFolder const folder;
+    CurrentFolder const current(folder.name());
+
+    makeOwnFolder(Path("a"));
+
+    EXPECT_EQ(modeOf(folder.name("a")), 0750U);
+}
+
+TEST(ensureOwnedFolderExists, LeavesAnExistingFolderAsItIs) {
+    TemporaryFolder const folder;
+    setMode(folder.name(), 0700);
+
+    makeOwnFolder(folder.path());
+
+    EXPECT_EQ(modeOf(folder.name()), 0700U);
+}
+
+TEST(ensureOwnedFolderExists, ShowsTheFolderUnderItsNameOnlyWhenItIsComplete) {
+    TemporaryFolder const folder;
+    unsigned unfinishedMode = 0;
+    test::Program maker([&] {
+        test::awaitPerformBefore();
+        makeOwnFolder(folder / "a");
+    });
+
+    test::performBefore(SYS_renameat2, maker.pid(), [&] {
+        EXPECT_THAT(entriesOf(folder.name()), ElementsAre(".folder.new"));
+        unfinishedMode = modeOf(folder.name(".folder.new"));
+    });
+
+    EXPECT_EQ(maker.wait().status, 0) << maker.errors();
+    EXPECT_EQ(unfinishedMode, 0750U);
+    EXPECT_THAT(entriesOf(folder.name()), ElementsAre("a"));
+}
+
+TEST(ensureOwnedFolderExists, LeavesNoFolderThatItCannotGiveAway) {
+    TemporaryFolder const folder;
+
+    test::Outcome const outcome = test::runInChild([&] {
+        test::refuseSystemCall(SYS_lchown, EPERM);
+        std::cout << errorOf([&] { makeOwnFolder(folder / "a"); }).getCode();
+    });
+
+    EXPECT_EQ(outcome.output, std::to_string(EPERM)) << outcome.errors;
+    EXPECT_THAT(entriesOf(folder.name()), IsEmpty());
+}
+
+TEST(ensureOwnedFolderExists, NamesTheFileThatIsInTheWay) {
+    TemporaryFolder const folder;
+    writeFile(folder.name("file"), "");
+    std::size_t const descriptors = countDescriptors();
+
+    fdn::CError const error = errorOf([&] { makeOwnFolder(folder / "file"); });
+
+    EXPECT_EQ(error.getCode(), EEXIST);
+    EXPECT_EQ(error.getProps().at("path"), (folder / "file").getText());
+    EXPECT_THAT(entriesOf(folder.name()), ElementsAre("file"));
+    EXPECT_EQ(countDescriptors(), descriptors);
+}
+
+TEST(ensureOwnedFolderExists, TidiesUpAfterOneThatWasKilled) {
+    TemporaryFolder const folder;
+    test::Program maker([&] {
+        test::endAtSystemCall(SYS_lchown);
+        makeOwnFolder(folder / "a");
+    });
+    ASSERT_EQ(maker.wait().signal, SIGSYS);
+    ASSERT_THAT(entriesOf(folder.name()), ElementsAre(".folder.new"));
+
+    makeOwnFolder(folder / "a");
+
+    EXPECT_THAT(entriesOf(folder.name()), ElementsAre("a"));
+}
+
 TEST(deleteFile, DeletesAFile) {
     TemporaryFolder const folder;
     writeFile(folder.name("file"), "");

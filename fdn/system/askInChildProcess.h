@@ -14,13 +14,13 @@ namespace fdn {
 /// Nothing but async-signal-safe calls may be made to find the answer (POSIX.1-2017, 2.4.3), because other
 /// threads of this process may hold locks. A process that is stuck is not waited for; it is a zombie from the
 /// moment when its file system answers until this one ends.
-bool askInOtherProcess(int patience, void* answer, std::size_t size, std::function<void()> const& find);
+bool askInChildProcess(int patience, void* answer, std::size_t size, std::function<void()> const& find);
 
 /// The same for an answer that `find` returns.
 template <class Answer, class Find>
-bool askInOtherProcess(int patience, Answer& answer, Find const& find) {
+bool askInChildProcess(int patience, Answer& answer, Find const& find) {
     static_assert(std::is_trivially_copyable_v<Answer>);
-    return askInOtherProcess(patience, &answer, sizeof answer, [&] { answer = find(); });
+    return askInChildProcess(patience, &answer, sizeof answer, [&] { answer = find(); });
 }
 
 } // namespace fdn

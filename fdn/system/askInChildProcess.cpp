@@ -1,4 +1,4 @@
-#include <fdn/system/OtherProcess.h>
+#include <fdn/system/askInChildProcess.h>
 
 #include <fdn/launch/StandardStreams.h>
 #include <fdn/launch/closeDescriptors.h>
@@ -41,7 +41,7 @@ bool receive(Descriptor const& pipe, int patience, char* bytes, std::size_t size
 
 } // namespace
 
-bool askInOtherProcess(int patience, void* answer, std::size_t size, std::function<void()> const& find) {
+bool askInChildProcess(int patience, void* answer, std::size_t size, std::function<void()> const& find) {
     Pipe pipe = makePipe();
     AllSignalsBlocked const blocked; // a storm of signals would begin the time anew
     pid_t const process = startToFind(answer, size, find, pipe.writing.get());

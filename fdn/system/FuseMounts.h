@@ -11,7 +11,7 @@ namespace fdn {
 
 /// A file system whose answers a program makes up (FUSE), and the user who has mounted it: it may say
 /// anything about its files, and it may never answer at all.
-struct MadeUpMount {
+struct FuseMount {
     dev_t device = 0;
     uid_t user = 0;
     std::string folder; ///< or file, over which it is mounted
@@ -19,16 +19,16 @@ struct MadeUpMount {
 
 /// Those in this process's mount name space; none where there is no /proc. Reads /proc/self/mountinfo, and
 /// touches no mounted file system.
-std::vector<MadeUpMount> findMadeUpMounts();
+std::vector<FuseMount> findFuseMounts();
 
 /// Whether one of them is an ordinary user's.
-bool areAnyUsers(std::vector<MadeUpMount> const& mounts);
+bool hasUsersMount(std::vector<FuseMount> const& mounts);
 
 /// Whether the path leads into one that is an ordinary user's, as far as its names tell.
-bool isOnUsersMount(std::string const& path, std::vector<MadeUpMount> const& mounts);
+bool isOnUsersMount(std::string const& path, std::vector<FuseMount> const& mounts);
 
 /// Whether the open file, whose device is given, is on such a file system, which may have been mounted a
 /// moment ago.
-bool isMadeUp(Descriptor const& file, dev_t device);
+bool isOnFuse(Descriptor const& file, dev_t device);
 
 } // namespace fdn

@@ -1,4 +1,4 @@
-#include <fdn/system/MadeUpMounts.h>
+#include <fdn/system/FuseMounts.h>
 
 #include <algorithm>
 #include <array>
@@ -29,7 +29,7 @@ std::string readMounts() {
 
 // Of ordinary users or of root, who alone can mount one of the second kind, which a virtual machine's host
 // provides.
-bool isMadeUpMount(std::string const& line) {
+bool isFuseMount(std::string const& line) {
     return line.find(" - fuse") != std::string::npos || line.find(" - virtiofs") != std::string::npos;
 }
 
@@ -44,7 +44,7 @@ unsigned getNumberAfter(std::string const& text, std::string const& line, std::s
 
 // proc_pid_mountinfo(5): the third word is the device, the fifth where it is mounted. The last word, and no
 // other, is the kernel's own: the one before it, the source, is what the user wants it to be.
-MadeUpMount parseMount(std::string const& line) {
+FuseMount parseMount(std::string const& line) {
     std::array<std::string, 5> words;
     std::istringstream stream(line);
     for (std::string& word : words)
@@ -61,31 +61,30 @@ bool isIn(std::string const& folder, std::string const& path) {
 
 } // namespace
 
-std::vector<MadeUpMount> findMadeUpMounts() {
-    std::vector<MadeUpMount> mounts;
+std::vector<FuseMount> findFuseMounts() {
+    std::vector<FuseMount> mounts;
     std::string const content = readMounts();
-    if (!isMadeUpMount(content)) // as nearly everywhere
+    if (!isFuseMount(content)) // as nearly everywhere
         return mounts;
     std::istringstream lines(content);
     for (std::string line; std::getline(lines, line);)
-        if (isMadeUpMount(line))
+        if (isFuseMount(line))
             mounts.push_back(parseMount(line));
     return mounts;
 }
 
-bool areAnyUsers(std::vector<MadeUpMount> const& mounts) {
-    return std::any_of(mounts.begin(), mounts.end(),
-                       [](MadeUpMount const& mount) { return mount.user != 0; });
+bool hasUsersMount(std::vector<FuseMount> const& mounts) {
+    return std::any_of(mounts.begin(), mounts.end(), [](FuseMount const& mount) { return mount.user != 0; });
 }
 
-bool isOnUsersMount(std::string const& path, std::vector<MadeUpMount> const& mounts) {
+bool isOnUsersMount(std::string const& path, std::vector<FuseMount> const& mounts) {
     return std::any_of(mounts.begin(), mounts.end(),
-                       [&](MadeUpMount const& mount) { return mount.user != 0 && isIn(mount.folder, path); });
+                       [&](FuseMount const& mount) { return mount.user != 0 && isIn(mount.folder, path); });
 }
 
 // The kernel says so itself, whatever the file system answers, unless that is an error. A disk's device has a
 // number above 0.
-bool isMadeUp(Descriptor const& file, dev_t device) {
+bool isOnFuse(Descriptor const& file, dev_t device) {
     struct statfs info = {};
     return fstatfs(file.get(), &info) == 0 ? info.f_type == FUSE_SUPER_MAGIC : major(device) == 0;
 }
