@@ -19,7 +19,7 @@
 #include <dmn/start/DaemonCommand.h>
 #include <dmn/start/Impersonation.h>
 #include <dmn/start/StartSettings.h>
-#include <dmn/start/prepareTransientFolder.h>
+#include <dmn/start/TransientFolder.h>
 #include <dmn/wait/awaitAnswer.h>
 
 #include <cerrno>
