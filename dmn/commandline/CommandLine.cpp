@@ -18,7 +18,7 @@ namespace {
 
 using Texts = std::vector<fdn::String>;
 
-// The parser takes this for an option without a name, and gets over it.
+// The parser takes this for an option without a name, and copes with it.
 constexpr char kNamelessOption[] = "---";
 
 // Stands for the argument that follows. No option's name ends with it.
@@ -55,7 +55,7 @@ Texts readArguments(std::vector<char const*> const& arguments) {
     return texts;
 }
 
-// The same arguments, with one that the parser gets over in the place of each nameless one. The first is the
+// The same arguments, with one that the parser copes with in the place of each nameless one. The first is the
 // program's name, which is never an option.
 Texts makeReadable(Texts texts) {
     if (!texts.empty())

@@ -10,7 +10,7 @@ namespace {
 /// What wxWidgets prints with unless somebody has told it otherwise: an object that prints to standard error.
 class DefaultOutput : public wxMessageOutputStderr {
 public:
-    /// Whether the output is that object. wxWidgets makes it for the first message; until then there is none.
+    /// Whether the output is that object. wxWidgets makes it for the first message; until then it is null.
     /// Its file is protected: only a pointer to the member, taken in a derived class, gets at it.
     static bool is(wxMessageOutput const* output) {
         return output == nullptr ||

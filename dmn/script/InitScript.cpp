@@ -6,8 +6,8 @@ namespace dmn {
 
 namespace {
 
-// The text is fixed, down to which values are quoted, and that a restart starts the daemon without the
-// account and the transient folder: installed scripts look like this, and their readers rely on it.
+// The text is fixed, and odd in places: the start passes options that the command does not use, the restart
+// does without them, and only some lines quote the control folder. Do not repair it: others rely on the text.
 constexpr wchar_t kVerbs[] = LR"(
 
 case "$1" in
