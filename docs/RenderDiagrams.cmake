@@ -1,4 +1,4 @@
-# Renders each docs/diagrams/NAME.dot to NAME.svg beside it and notes in there what it was made from.
+# Renders each docs/diagrams/NAME.dot to NAME.svg beside it, and notes in NAME.svg what it was made from.
 # Usage: cmake -D DIAGRAMS=... -D DOT=... -P RenderDiagrams.cmake
 
 file(GLOB sources ${DIAGRAMS}/*.dot)

@@ -1,4 +1,4 @@
-# Runs a check that needs a tool. Where that is missing, the check is skipped, or fails with DMN_TEST_REQUIRE_ALL=1.
+# Runs a check that needs a tool. If the tool is missing, the check is skipped, or fails with DMN_TEST_REQUIRE_ALL=1.
 # Usage: cmake -D TOOL=... -P RunTool.cmake ARGUMENT...
 
 find_program(path ${TOOL} NO_CACHE)
@@ -18,5 +18,5 @@ endforeach()
 
 execute_process(COMMAND ${path} ${arguments} RESULT_VARIABLE status)
 if(NOT status EQUAL 0)
-    message(FATAL_ERROR "${TOOL} has ended with ${status}.")
+    message(FATAL_ERROR "${TOOL} ended with status ${status}.")
 endif()

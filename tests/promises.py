@@ -1,6 +1,7 @@
 #!/usr/bin/python3
-"""Fails unless a page names the tests that show what it promises: in each row of its tables with a last column
-"Test", and in its footnotes. What stands there in code must be a test in the sources, or a suite of them.
+"""Fails unless a page names the tests that show what it promises: in each row of the tables whose last column
+is "Test", and in its footnotes. Whatever stands there in code must be a test in the sources, or a suite of
+tests.
 
 Usage: promises.py SOURCES PAGE"""
 
@@ -20,7 +21,7 @@ NAME = re.compile(r"`([^`]+)`")
 
 
 def collect_tests(sources):
-    """What CTest calls them, without the parameters that some have, and the names of the suites."""
+    """The names of the tests in CTest, without the parameters that some have, and the names of the suites."""
     names = set()
     for file in [*sources.glob("tests/**/*.cpp"), *sources.glob("docs/guide/code/*.cpp")]:
         for suite, name in TEST.findall(file.read_text("utf-8")):
@@ -36,7 +37,7 @@ def collect_tests(sources):
 
 
 def find_places(page):
-    """The texts of the page in which tests are to be named."""
+    """The texts of the page that must name tests."""
     rows = [row for table in TABLE.findall(page) for row in table.splitlines()]
     if not rows:
         yield "a table of promises"

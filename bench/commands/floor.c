@@ -1,4 +1,4 @@
-/* The least that a daemon can be, as a floor for those that do more.
+/* A floor: the least that a daemon can be.
  * Usage: floor start PIDFILE   forks; the child writes its number to the file and waits for SIGTERM
  *        floor wait            waits for SIGTERM in this process
  *        floor stop PIDFILE    sends SIGTERM and waits for the end of the process */
@@ -75,6 +75,6 @@ int main(int argc, char** argv) {
         return await_termination();
     if (argc == 3 && strcmp(argv[1], "stop") == 0)
         return stop(argv[2]);
-    fputs("floor: unknown command\n", stderr);
+    fprintf(stderr, "floor: unknown command '%s'\n", argc > 1 ? argv[1] : "");
     return 2;
 }

@@ -1,4 +1,4 @@
-// A peer: a service in Go, which installs and controls itself, always in the System V form.
+// A peer: a service in Go that installs and controls itself, always in the System V form.
 package main
 
 import (
@@ -24,8 +24,8 @@ func newService() (service.Service, error) {
 	return nil, service.ErrNoServiceSystemDetected
 }
 
-// Leaves nothing behind: the package's uninstall removes the script alone, and neither stops the service nor
-// removes the links in the run levels.
+// Does what the package leaves to its users: it stops the service and removes the links in the run levels. The
+// package's uninstall only removes the script.
 func remove(daemon service.Service) error {
 	if err := daemon.Stop(); err != nil {
 		return err

@@ -1,4 +1,4 @@
-// A peer: a server on Poco's application class, which brings --daemon and --pidfile with it.
+// A peer: a server on Poco's application class, which provides --daemon and --pidfile.
 
 #include <Poco/Util/ServerApplication.h>
 

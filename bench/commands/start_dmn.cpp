@@ -1,4 +1,4 @@
-// Starts the foundation, as every program of the library does first, and ends.
+// Starts the foundation, as every program that uses the library does first, and ends.
 
 #include <dmn/CDaemonController.h>
 

@@ -1,5 +1,4 @@
-// Starts wxWidgets' base library and ends: the floor of every program that uses it.
-// With the argument "wait" it then waits for a signal.
+// A floor: starts wxWidgets' base library and ends. With the argument "wait", waits for a signal first.
 
 #include <wx/init.h>
 

@@ -1,9 +1,9 @@
 // Runs a command and prints how long it took in nanoseconds, the peak of its memory in KiB, and its exit
 // status. Usage: stopwatch [--until FILE] COMMAND [ARGUMENT...]
 //
-// With --until, the time runs on until there is something in the file as well. The command's output is
-// dropped. This program is small and linked statically, because the peak that the system reports of a command
-// begins with the memory of the process that it was forked from.
+// With --until, the time ends when the command has ended and the file is not empty. The command's output is
+// dropped. This program is small and linked statically, because the peak that the system reports for a
+// command starts with the memory of the process that it was forked from.
 
 #include <cerrno>
 #include <cstdint>
@@ -41,7 +41,7 @@ pid_t spawn(char** command) {
     pid_t child = -1;
     int const error = posix_spawnp(&child, command[0], &actions, nullptr, command, environ);
     if (error != 0)
-        std::fprintf(stderr, "stopwatch: %s: %s\n", command[0], std::strerror(error));
+        std::fprintf(stderr, "stopwatch: '%s' could not be run: %s\n", command[0], std::strerror(error));
     return error == 0 ? child : -1;
 }
 
@@ -50,8 +50,8 @@ bool hasContent(char const* file) {
     return stat(file, &info) == 0 && info.st_size > 0;
 }
 
-// A descriptor that becomes readable when something in the file's folder changes. To look again and again
-// would take one of the processors from what is measured.
+// A descriptor that becomes readable when something in the file's folder changes. Looking again and again
+// would take a processor away from what is measured.
 int watchFolder(std::string file) {
     int const watch = inotify_init1(IN_CLOEXEC);
     inotify_add_watch(watch, dirname(file.data()), IN_MODIFY | IN_MOVED_TO);
@@ -76,7 +76,7 @@ int measure(char const* awaitedFile, char** command) {
     if (child == -1 || wait4(child, &state, 0, &usage) != child)
         return 1;
     if (awaitedFile != nullptr && !awaitContent(awaitedFile, watch)) {
-        std::fprintf(stderr, "stopwatch: there is nothing in %s\n", awaitedFile);
+        std::fprintf(stderr, "stopwatch: nothing was written to '%s' in time\n", awaitedFile);
         return 1;
     }
     std::int64_t const duration = now() - start;

@@ -1,4 +1,4 @@
-"""What was measured, and how it compares."""
+"""What was measured: samples of a quantity, and the figures that sum them up."""
 
 import statistics
 
@@ -20,44 +20,6 @@ class Figure:
                 "samples": len(self.samples), "unit": self.unit}
 
 
-class Row:
-    """One comparison: ours beside a peer or a floor. `limit` is what its ratio, or the measure that is named,
-    should not exceed; without one, the row is there to be looked at."""
-
-    def __init__(self, section, what, ours, other_name, other, limit=None, measure="ratio"):
-        self.section = section
-        self.what = what
-        self.ours = ours
-        self.other_name = other_name
-        self.other = other
-        self.limit = limit
-        self.measure = measure
-        self.ratio = divide(ours, other)
-
-    def reached(self):
-        """Whether the limit is kept; None where there is none."""
-        if self.limit is None:
-            return None
-        values = {"ratio": self.ratio.median if self.ratio else None,
-                  "difference": self.ours.median - self.other.median,
-                  "value": self.ours.median}
-        return values[self.measure] <= self.limit
-
-    def target(self):
-        if self.limit is None:
-            return ""
-        if self.measure == "difference":
-            return f"at most {format_quantity(self.limit, self.ours.unit)} more"
-        if self.measure == "value":
-            return f"{self.limit}"
-        return f"{self.limit:g}"
-
-    def as_dict(self):
-        return {"section": self.section, "what": self.what, "ours": self.ours.as_dict(), "beside": self.other_name,
-                "theirs": self.other.as_dict(), "ratio": self.ratio.as_dict() if self.ratio else None,
-                "target": self.target(), "reached": self.reached()}
-
-
 def quartiles(samples):
     if len(samples) < 2:
         return samples[0], samples[0]
@@ -66,18 +28,24 @@ def quartiles(samples):
 
 
 def divide(ours, other):
-    """The ratio of what was measured in the same round, round by round; None where there is nothing to divide by."""
+    """The ratio of what was measured in the same round, round by round; None if the other ever measured
+    nothing."""
     if any(sample == 0 for sample in other.samples):
         return None
     return Figure([mine / theirs for mine, theirs in zip(ours.samples, other.samples)], "")
 
 
+def format_time(nanoseconds):
+    for factor, name in ((1e9, "s"), (1e6, "ms"), (1e3, "µs")):
+        if nanoseconds >= factor:
+            value = nanoseconds / factor
+            return f"{value:.3g} {name}" if value < 1000 else f"{value:.0f} {name}"
+    return f"{nanoseconds:.3g} ns"
+
+
 def format_quantity(value, unit):
     if unit == "ns":
-        for factor, name in ((1e9, "s"), (1e6, "ms"), (1e3, "µs")):
-            if value >= factor:
-                return f"{value / factor:.3g} {name}" if value < 1000 * factor else f"{value / factor:.0f} {name}"
-        return f"{value:.3g} ns"
+        return format_time(value)
     if unit == "KiB":
         return f"{value / 1024:.2f} MiB" if value >= 1024 else f"{value:.0f} KiB"
     return f"{value:.3g}"

@@ -1,29 +1,54 @@
 """How costs grow with what may become large."""
 
 import collections
-import os
 import statistics
 import subprocess
+from dataclasses import dataclass
 
-from figures import Figure, Row
+from comparisons import Comparison
+from figures import Figure
+from targets import Target
 
 SECTION = "Growth"
-LARGEST_RATIO = 2.2  # linear, and a tenth for noise
+LARGEST_RATIO = 2.2  # linear growth gives 2; a tenth more is for noise
+SHORTENING = 100  # a short run ends at the largest count divided by this
 
-Series = collections.namedtuple("Series", "name title axis largest repetitions", defaults=(25,))
+
+@dataclass(frozen=True)
+class Series:
+    """What is measured at rising counts. `name` is how the program bench/growth calls it; the title and the
+    axis are for people."""
+
+    name: str
+    title: str
+    axis: str
+    largest: int
+    target: Target
+    repetitions: int = 25
+
+
+def linear(reason):
+    return Target(LARGEST_RATIO, reason)
+
 
 ALL_SERIES = (
-    Series("getRunLevelDir", "1000 calls of getRunLevelDir", "entries in a run-level folder", 10000),
-    Series("uninstall", "uninstall, which removes links", "entries in a run-level folder", 10000),
-    Series("install", "install", "run parameters", 1000),
-    Series("read-parameters", "read the run parameters back", "run parameters", 1000),
-    Series("log", "write log entries", "entries", 1000000, 3))
+    Series("getRunLevelDir", "1000 calls of getRunLevelDir", "entries in a run-level folder", 10_000,
+           linear("Each call looks for the folder by its name and does not read its entries.")),
+    Series("uninstall", "uninstall, which removes links", "entries in a run-level folder", 10_000,
+           linear("Each entry of the folder is read once, to find the daemon's links by their names.")),
+    Series("install", "install", "run parameters", 1000,
+           linear("Each parameter is escaped once and put at the end of the script's text.")),
+    Series("read-parameters", "read the run parameters back", "run parameters", 1000,
+           linear("One run of the script prints all parameters, and each is unescaped once.")),
+    Series("log", "write log entries", "entries", 1_000_000,
+           linear("Each entry is one write at the end of the file, and a rotation only moves a few files."),
+           repetitions=3))
 
 
-def run(programs, series, largest, repetitions):
+def run(place, series, largest, repetitions):
     """The samples in seconds for each count."""
-    output = subprocess.run([os.path.join(programs, "bench/growth"), series.name, str(largest), str(repetitions)],
-                            check=True, stdout=subprocess.PIPE, text=True).stdout
+    command = [place.program("bench/growth"), series.name, str(largest), str(repetitions)]
+    output = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
     samples = collections.defaultdict(list)
     for line in output.splitlines():
         _, count, seconds = line.split()
@@ -32,19 +57,22 @@ def run(programs, series, largest, repetitions):
 
 
 def compare_with_half(series, samples):
-    """The largest count beside half of it, which costs twice as much where growth is linear."""
-    half, largest = (Figure([seconds * 1e9 for seconds in samples[count]], "ns")
-                     for count in (max(samples) // 2, max(samples)))
-    return Row(SECTION, f"{series.title}: {max(samples)} {series.axis}", largest, f"{max(samples) // 2}", half,
-               LARGEST_RATIO)
+    """The largest count beside half of it, which takes half the time if growth is linear."""
+    largest = max(samples)
+    half = largest // 2
+    of_largest, of_half = (Figure([seconds * 1e9 for seconds in samples[count]], "ns")
+                           for count in (largest, half))
+    return Comparison(SECTION, f"{series.title}: {largest} {series.axis}", of_largest, str(half), of_half,
+                      series.target)
 
 
-def measure(programs, is_short):
-    """Returns the rows, and for each series the medians by count."""
-    rows, curves = [], {}
+def measure(place, effort):
+    """Returns the comparisons, and for each series the medians by count."""
+    comparisons, curves = [], {}
     for series in ALL_SERIES:
-        effort = (series.largest // 100, 1) if is_short else (series.largest, series.repetitions)
-        samples = run(programs, series, *effort)
-        rows.append(compare_with_half(series, samples))
+        largest, repetitions = ((series.largest // SHORTENING, 1) if effort.is_short else
+                                (series.largest, series.repetitions))
+        samples = run(place, series, largest, repetitions)
+        comparisons.append(compare_with_half(series, samples))
         curves[series] = {count: statistics.median(seconds) for count, seconds in samples.items()}
-    return rows, curves
+    return comparisons, curves

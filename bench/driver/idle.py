@@ -4,13 +4,49 @@ import glob
 import os
 import subprocess
 import time
+from collections.abc import Callable
+from dataclasses import dataclass
 
-import commands
-from figures import Figure, Row
+from comparisons import Comparison
+from figures import Figure
+from steps import INSTALL, START, STOP_RUNNING
+from stopwatch import Stopwatch
+from subjects import BARE_C, BARE_WX, OURS, make_subjects
+from targets import DifferenceTarget, Target, ValueTarget
 
 SECTION = "An idle daemon"
-LIMIT_OF_MEMORY = 1.5 * 1024  # KiB above the floor
-DAEMONS = (commands.OURS, "Go service", "Poco server", "bare C")
+SETTLING_SECONDS = 1
+
+
+class Daemon:
+    """A process that is watched from outside, through /proc, from the construction of this object on."""
+
+    def __init__(self, name, process):
+        self.name = name
+        self.process = process
+        self.watched_since = time.monotonic()
+        self.wake_ups_before = self.count_wake_ups()
+
+    def count_wake_ups(self):
+        """Counts how often threads went to sleep, because something must have woken them in between."""
+        return sum(read_fields(file)["voluntary_ctxt_switches"]
+                   for file in glob.glob(f"/proc/{self.process}/task/*/status"))
+
+    def wake_ups_per_minute(self):
+        return (self.count_wake_ups() - self.wake_ups_before) * 60 / (time.monotonic() - self.watched_since)
+
+    def private_memory(self):
+        memory = read_fields(f"/proc/{self.process}/smaps_rollup")
+        return memory["Private_Clean"] + memory["Private_Dirty"]
+
+    def written_memory(self):
+        return read_fields(f"/proc/{self.process}/smaps_rollup")["Private_Dirty"]
+
+    def threads(self):
+        return len(os.listdir(f"/proc/{self.process}/task"))
+
+    def descriptors(self):
+        return len(os.listdir(f"/proc/{self.process}/fd"))
 
 
 def read_fields(file):
@@ -25,69 +61,71 @@ def read_fields(file):
     return fields
 
 
-def count_wake_ups(process):
-    return sum(read_fields(file)["voluntary_ctxt_switches"] for file in glob.glob(f"/proc/{process}/task/*/status"))
+@dataclass(frozen=True)
+class Quantity:
+    """What is looked at. The target, if there is one, is set by the floor."""
+
+    name: str
+    unit: str
+    read: Callable[[Daemon], float]
+    target: Target | None = None
 
 
-class Daemon:
-    def __init__(self, name, process):
-        self.name = name
-        self.process = process
-        self.wake_ups_before = count_wake_ups(process)
-
-    def look(self, seconds):
-        memory = read_fields(f"/proc/{self.process}/smaps_rollup")
-        wake_ups = count_wake_ups(self.process) - self.wake_ups_before
-        return {
-            "private memory": Figure([memory["Private_Clean"] + memory["Private_Dirty"]], "KiB"),
-            "private memory that is written to": Figure([memory["Private_Dirty"]], "KiB"),
-            "threads": Figure([len(os.listdir(f"/proc/{self.process}/task"))], ""),
-            "descriptors": Figure([len(os.listdir(f"/proc/{self.process}/fd"))], ""),
-            "wake-ups per minute": Figure([wake_ups * 60 / seconds], "")}
+QUANTITIES = (
+    Quantity("private memory", "KiB", Daemon.private_memory,
+             DifferenceTarget(1.5 * 1024,
+                              "A daemon has what the floor lacks: wxWidgets' base library, the C++ library, "
+                              "our two libraries, and the thread that takes signals.")),
+    Quantity("private memory that is written to", "KiB", Daemon.written_memory),
+    Quantity("threads", "", Daemon.threads),
+    Quantity("descriptors", "", Daemon.descriptors),
+    Quantity("wake-ups per minute", "", Daemon.wake_ups_per_minute,
+             ValueTarget(0, "Every thread waits until something happens; none looks again and again.")))
 
 
-def start_daemons(programs, subjects):
-    stopwatch = commands.Stopwatch(programs)
+def start_daemons(stopwatch, subjects):
+    """Returns the process of each by the subject's name."""
     processes = {}
     for subject in subjects:
-        if "install" in subject.commands:
-            stopwatch.measure(subject.commands["install"])
-        if subject.name in DAEMONS:
-            start = subject.commands["start"]
-            stopwatch.measure(start)
-            with open(start.pid_file, encoding="ascii") as file:
-                processes[subject.name] = int(file.readline())
+        if INSTALL in subject.commands:
+            stopwatch.measure(subject.commands[INSTALL])
+        start = subject.commands[START]
+        stopwatch.measure(start)
+        with open(start.pid_file, encoding="ascii") as file:
+            processes[subject.name] = int(file.readline())
     return processes
 
 
-def stop_daemons(programs, subjects):
-    stopwatch = commands.Stopwatch(programs)
+def stop_daemons(stopwatch, subjects):
     for subject in subjects:
-        if subject.name in DAEMONS:
-            stopwatch.measure(subject.commands["stop a running daemon"])
+        stopwatch.measure(subject.commands[STOP_RUNNING])
+
+
+def look(daemons):
+    """The figure of each quantity, by the daemon's name."""
+    return {daemon.name: {quantity: Figure([quantity.read(daemon)], quantity.unit) for quantity in QUANTITIES}
+            for daemon in daemons}
 
 
 def compare(looks):
-    limits = {("private memory", "bare C"): (LIMIT_OF_MEMORY, "difference"),
-              ("wake-ups per minute", "bare C"): (0, "value")}
-    rows = []
-    for what, ours in looks[commands.OURS].items():
-        for name, look in looks.items():
-            if name != commands.OURS:
-                limit, measure_of_limit = limits.get((what, name), (None, "ratio"))
-                rows.append(Row(SECTION, what, ours, name, look[what], limit, measure_of_limit))
-    return rows
+    comparisons = []
+    for quantity, ours in looks[OURS].items():
+        for name, figures in looks.items():
+            if name != OURS:
+                target = quantity.target if name == BARE_C else None
+                comparisons.append(Comparison(SECTION, quantity.name, ours, name, figures[quantity], target))
+    return comparisons
 
 
-def measure(programs, folder, seconds):
-    subjects = commands.make_subjects(programs, folder)
-    with subprocess.Popen([os.path.join(programs, "bench/start_wx"), "wait"]) as bare_wx:
-        processes = start_daemons(programs, subjects)
-        processes["bare wxWidgets"] = bare_wx.pid
-        time.sleep(1)  # until they have nothing to do
+def measure(place, effort):
+    subjects = [subject for subject in make_subjects(place) if subject.is_watched_idle]
+    stopwatch = Stopwatch(place)
+    with subprocess.Popen([place.program("bench/start_wx"), "wait"]) as bare_wx:
+        processes = {**start_daemons(stopwatch, subjects), BARE_WX: bare_wx.pid}
+        time.sleep(SETTLING_SECONDS)
         daemons = [Daemon(name, process) for name, process in processes.items()]
-        time.sleep(seconds)
-        looks = {daemon.name: daemon.look(seconds) for daemon in daemons}
-        stop_daemons(programs, subjects)
+        time.sleep(effort.idle_seconds)
+        looks = look(daemons)
+        stop_daemons(stopwatch, subjects)
         bare_wx.terminate()
     return compare(looks)

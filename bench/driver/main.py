@@ -1,29 +1,56 @@
-"""Measures, in a private root, and writes the report.
+"""Measures, in a private root, and writes the report."""
 
-Usage: main.py PROGRAMS REPORT [--short]
-PROGRAMS is the build's folder, REPORT the folder to write to."""
-
+import argparse
 import os
 import subprocess
 import sys
+from dataclasses import dataclass
 
 import commands
 import foundation
 import growth
 import idle
+import plots
 import report
+from place import Place
 
-FULL = {"rounds": 100, "idle seconds": 60, "repetitions": 21, "seconds": 0.2, "short": False}
-SHORT = {"rounds": 3, "idle seconds": 2, "repetitions": 2, "seconds": 0.01, "short": True}
+
+@dataclass(frozen=True)
+class Effort:
+    """How much is measured."""
+
+    rounds: int  # of all commands
+    idle_seconds: float
+    repetitions: int  # of each operation of the foundation
+    seconds_of_repetition: float
+    is_short: bool
+
+
+FULL = Effort(rounds=100, idle_seconds=60, repetitions=21, seconds_of_repetition=0.2, is_short=False)
+SHORT = Effort(rounds=3, idle_seconds=2, repetitions=2, seconds_of_repetition=0.01, is_short=True)
+
+
+def parse_arguments():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("programs", help="the build folder")
+    parser.add_argument("report", help="the folder to write to")
+    parser.add_argument("--short", action="store_true", help="only show that everything can be measured")
+    return parser.parse_args()
 
 
 def say(text):
     print(text, file=sys.stderr, flush=True)
 
 
+def set_environment():
+    """The part of the environment that affects the figures is always the same."""
+    os.environ.pop("LC_ALL", None)
+    os.environ.update(LANG="C.UTF-8", PATH="/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin")
+
+
 def install_libraries(programs):
-    """Has the loader find the libraries where it finds installed ones, in its cache. Both the cache and what it is
-    made from are the private root's own."""
+    """Makes the loader find the libraries where it finds installed ones: in its cache. The private root has
+    its own cache, and its own list of the folders that go into it."""
     known = subprocess.run(["ldconfig", "-p"], check=True, stdout=subprocess.PIPE, text=True).stdout
     folders = {os.path.dirname(line.split(" => ")[1]) for line in known.splitlines() if " => " in line}
     with open("/etc/ld.so.conf", "w", encoding="utf-8") as file:
@@ -33,33 +60,33 @@ def install_libraries(programs):
     subprocess.run(["ldconfig", "-X"], check=True)
 
 
-def set_environment():
-    """What of the environment has a share in the figures is always the same."""
-    os.environ.pop("LC_ALL", None)
-    os.environ.update(LANG="C.UTF-8", PATH="/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin")
-
-
 def measure_all(programs, effort):
+    """Returns the comparisons, and the curves of what grows."""
     folder = os.path.join(os.environ["TMPDIR"], "bench")
     os.mkdir(folder)
+    place = Place(programs, folder)
     say("Measuring commands")
-    rows = commands.measure(programs, folder, effort["rounds"])
+    comparisons = commands.measure(place, effort)
     say("Measuring idle daemons")
-    rows += idle.measure(programs, folder, effort["idle seconds"])
+    comparisons += idle.measure(place, effort)
     say("Measuring operations of the foundation")
-    rows += foundation.measure(programs, folder, effort["repetitions"], effort["seconds"])
+    comparisons += foundation.measure(place, effort)
     say("Measuring growth")
-    growth_rows, curves = growth.measure(programs, effort["short"])
-    return rows + growth_rows, curves
+    growing, curves = growth.measure(place, effort)
+    return comparisons + growing, curves
 
 
 def main():
-    programs, folder = sys.argv[1:3]
+    arguments = parse_arguments()
+    effort = SHORT if arguments.short else FULL
     set_environment()
-    install_libraries(programs)
-    effort = SHORT if "--short" in sys.argv[3:] else FULL
-    rows, curves = measure_all(programs, effort)
-    report.write_all(folder, rows, curves, effort["rounds"])
+    install_libraries(arguments.programs)
+    comparisons, curves = measure_all(arguments.programs, effort)
+    os.makedirs(arguments.report, exist_ok=True)
+    report.write_all(arguments.report, comparisons, curves, effort.rounds)
+    plots.plot_commands(arguments.report, comparisons)
+    for series, curve in curves.items():
+        plots.plot_growth(arguments.report, series, curve)
 
 
 main()

@@ -1,7 +1,8 @@
+#include "Comparison.h"
+
 #include <fdn/CXMLLog.h>
 #include <fdn/log.h>
 
-#include <benchmark/benchmark.h>
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/spdlog.h>
 
@@ -56,7 +57,7 @@ void writeSomeWithSpdlog() {
         log->info(kText);
 }
 
-// Does it in so many processes at once, and waits for their ends.
+// In kProcesses processes at once; waits until all have ended.
 void runInProcesses(void (*write)()) {
     for (int i = 0; i < kProcesses; ++i) {
         if (fork() == 0) {
@@ -68,7 +69,7 @@ void runInProcesses(void (*write)()) {
     }
 }
 
-// The time of one iteration is that of one entry.
+// One iteration is one entry.
 template <void (*write)()>
 void writeFromProcesses(benchmark::State& state) {
     constexpr int kEntries = kProcesses * kEntriesOfEach;
@@ -81,13 +82,17 @@ void writeFromProcesses(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 
-BENCHMARK(writeEntries)->Name("write a log entry/fdn::logInfo");
-BENCHMARK(writeEntriesWithSpdlog)->Name("write a log entry/spdlog");
-BENCHMARK(writeFromProcesses<&writeSome>)
-    ->Name("write a log entry, four processes at once/fdn::logInfo")
-    ->UseManualTime();
-BENCHMARK(writeFromProcesses<&writeSomeWithSpdlog>)
-    ->Name("write a log entry, four processes at once/spdlog")
-    ->UseManualTime();
+constexpr char kReason[] =
+    "Before each entry the library looks at the log's path, because another tool may have moved the file, "
+    "and several processes share and rotate it. It also asks for the process and the thread each time, "
+    "because a forked process has others.";
+
+Comparison const writing("write a log entry", kReason,
+                         {{"fdn::logInfo", &writeEntries}, {"spdlog", &writeEntriesWithSpdlog}});
+
+Comparison const writingAtOnce("write a log entry, four processes at once", kReason,
+                               {{"fdn::logInfo", &writeFromProcesses<&writeSome>},
+                                {"spdlog", &writeFromProcesses<&writeSomeWithSpdlog>}},
+                               Clock::Manual);
 
 } // namespace

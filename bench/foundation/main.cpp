@@ -1,5 +1,5 @@
-// The foundation's operations beside what else a program could use for them. The name of each benchmark is
-// "OPERATION/WHO DOES IT"; ours comes first.
+// Measures the foundation's operations beside what else a program could use for them. Each file of this
+// folder compares those of one concept.
 
 #include <fdn/CFdnInit.h>
 #include <fdn/CSystemSignalReceiver.h>
@@ -8,8 +8,8 @@
 
 int main(int argc, char** argv) {
     fdn::CFdnInit const foundation(true);
-    // Starts its thread, which every daemon has: without a second one, std::shared_ptr counts without atomic
-    // operations.
+    // Starts a second thread, as every daemon has one. In a process with a single thread, std::shared_ptr
+    // would count without atomic operations.
     fdn::CSystemSignalReceiver::get();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))

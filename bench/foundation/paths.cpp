@@ -1,6 +1,6 @@
-#include <fdn/Path.h>
+#include "Comparison.h"
 
-#include <benchmark/benchmark.h>
+#include <fdn/Path.h>
 
 #include <filesystem>
 
@@ -10,13 +10,13 @@ constexpr char kUntidy[] = "/srv/./www//example.org/htdocs/../logs/access/";
 constexpr char kFolder[] = "/var/lib/heartbeat";
 constexpr char kName[] = "heartbeat.pid";
 
-void normalisePath(benchmark::State& state) {
+void normalizePath(benchmark::State& state) {
     fdn::Path const path(kUntidy);
     for (auto _ : state)
         benchmark::DoNotOptimize(path.toNormalized(false, fdn::Path()));
 }
 
-void normaliseStandardPath(benchmark::State& state) {
+void normalizeStandardPath(benchmark::State& state) {
     std::filesystem::path const path(kUntidy);
     for (auto _ : state)
         benchmark::DoNotOptimize(path.lexically_normal());
@@ -36,9 +36,17 @@ void joinStandardPaths(benchmark::State& state) {
         benchmark::DoNotOptimize(folder / name);
 }
 
-BENCHMARK(normalisePath)->Name("normalise a path/fdn::Path");
-BENCHMARK(normaliseStandardPath)->Name("normalise a path/std::filesystem::path");
-BENCHMARK(joinPaths)->Name("join two paths/fdn::Path");
-BENCHMARK(joinStandardPaths)->Name("join two paths/std::filesystem::path");
+constexpr char kReasonOfNormalizing[] =
+    "The library puts the names together in one text. The standard path makes a path of each name.";
+
+Comparison const normalizing("normalize a path", kReasonOfNormalizing,
+                             {{"fdn::Path", &normalizePath},
+                              {"std::filesystem::path", &normalizeStandardPath}});
+
+constexpr char kReasonOfJoining[] =
+    "The library puts one text after the other. The standard path also keeps a list of its names.";
+
+Comparison const joining("join two paths", kReasonOfJoining,
+                         {{"fdn::Path", &joinPaths}, {"std::filesystem::path", &joinStandardPaths}});
 
 } // namespace

@@ -1,6 +1,7 @@
+#include "Comparison.h"
+
 #include <fdn/CPIDFile.h>
 
-#include <benchmark/benchmark.h>
 #include <bsd/libutil.h>
 
 #include <cstdlib>
@@ -34,7 +35,7 @@ void query(benchmark::State& state) {
         benchmark::DoNotOptimize(fdn::CPIDFile::getActivePID(path));
 }
 
-// Its only way to ask is to claim: that fails, and names the holder.
+// libbsd can only ask by claiming: that fails and names the holder.
 void queryWithLibbsd(benchmark::State& state) {
     std::string const path = nameInTemporaryFolder("libbsd.pid");
     pidfh* const file = pidfile_open(path.c_str(), 0644, nullptr);
@@ -48,9 +49,18 @@ void queryWithLibbsd(benchmark::State& state) {
     pidfile_remove(file);
 }
 
-BENCHMARK(claim)->Name("claim a PID file and give it up/fdn::CPIDFile");
-BENCHMARK(claimWithLibbsd)->Name("claim a PID file and give it up/libbsd");
-BENCHMARK(query)->Name("ask who holds a PID file/fdn::CPIDFile");
-BENCHMARK(queryWithLibbsd)->Name("ask who holds a PID file/libbsd");
+constexpr char kReasonOfClaiming[] =
+    "Both lock the file and write the number of the process. The library also writes what tells the process "
+    "from a later one with the same number, and makes the file whole under another name first.";
+
+Comparison const claiming("claim a PID file and give it up", kReasonOfClaiming,
+                          {{"fdn::CPIDFile", &claim}, {"libbsd", &claimWithLibbsd}});
+
+constexpr char kReasonOfAsking[] =
+    "The peer only asks for the lock, which a forked process inherits. The library believes a PID file only "
+    "when its process is alive and was started at the time and the boot that the file says.";
+
+Comparison const asking("ask who holds a PID file", kReasonOfAsking,
+                        {{"fdn::CPIDFile", &query}, {"libbsd", &queryWithLibbsd}});
 
 } // namespace

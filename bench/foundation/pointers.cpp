@@ -1,7 +1,8 @@
+#include "Comparison.h"
+
 #include <fdn/CBase.h>
 #include <fdn/P.h>
 
-#include <benchmark/benchmark.h>
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/smart_ptr/intrusive_ref_counter.hpp>
 
@@ -41,8 +42,13 @@ void useSharedPtr(benchmark::State& state) {
     copyAndRelease(state, std::make_shared<Plain>());
 }
 
-BENCHMARK(useP)->Name("copy and release a pointer/fdn::P");
-BENCHMARK(useIntrusivePtr)->Name("copy and release a pointer/boost::intrusive_ptr");
-BENCHMARK(useSharedPtr)->Name("copy and release a pointer/std::shared_ptr");
+constexpr char kReason[] =
+    "The operations that count are virtual: before an object is counted in place, a check shows that it has "
+    "not overridden them.";
+
+Comparison const copying("copy and release a pointer", kReason,
+                         {{"fdn::P", &useP},
+                          {"boost::intrusive_ptr", &useIntrusivePtr},
+                          {"std::shared_ptr", &useSharedPtr}});
 
 } // namespace

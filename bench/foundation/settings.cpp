@@ -1,6 +1,6 @@
-#include <dmn/CDaemonController.h>
+#include "Comparison.h"
 
-#include <benchmark/benchmark.h>
+#include <dmn/CDaemonController.h>
 
 #include <cstdio>
 
@@ -14,7 +14,6 @@ void installSomething() {
     dmn::CDaemonController::install(info, kId, fdn::Path("/var/lib/benchmarked"), "", "", "", "");
 }
 
-// Waiting for another process is no processor time of this one.
 void readSetting(benchmark::State& state) {
     installSomething();
     for (auto _ : state)
@@ -28,12 +27,13 @@ void runShell(benchmark::State& state) {
     for (auto _ : state) {
         std::FILE* const shell = popen("echo /usr/sbin/benchmarked", "r");
         if (shell == nullptr || std::fgets(line, sizeof line, shell) == nullptr)
-            state.SkipWithError("the shell cannot be run");
+            state.SkipWithError("the shell could not be run");
         pclose(shell);
     }
 }
 
-BENCHMARK(readSetting)->Name("read a setting back/getDaemonExePath")->UseRealTime();
-BENCHMARK(runShell)->Name("read a setting back/sh -c echo")->UseRealTime();
+// The wall clock counts, because this process uses no processor time while it waits for another.
+Comparison const reading("read a setting back", "The shell reads the whole init script to print one setting.",
+                         {{"getDaemonExePath", &readSetting}, {"sh -c echo", &runShell}}, Clock::Wall);
 
 } // namespace

@@ -1,6 +1,6 @@
-#include <fdn/String.h>
+#include "Comparison.h"
 
-#include <benchmark/benchmark.h>
+#include <fdn/String.h>
 
 #include <string>
 
@@ -46,14 +46,22 @@ void join(benchmark::State& state) {
     }
 }
 
-BENCHMARK(makeFromNarrow<fdn::String>)->Name("make a text from narrow text/fdn::String");
-BENCHMARK(makeFromNarrow<wxString>)->Name("make a text from narrow text/wxString");
-BENCHMARK(makeFromNarrow<std::string>)->Name("make a text from narrow text/std::string");
-BENCHMARK(turnStringIntoBytes)->Name("turn a text into UTF-8/fdn::String");
-BENCHMARK(turnWxStringIntoBytes)->Name("turn a text into UTF-8/wxString");
-BENCHMARK(copyStandardString)->Name("turn a text into UTF-8/std::string");
-BENCHMARK(join<fdn::String>)->Name("join five texts/fdn::String");
-BENCHMARK(join<wxString>)->Name("join five texts/wxString");
-BENCHMARK(join<std::string>)->Name("join five texts/std::string");
+constexpr char kReason[] =
+    "Characters are wide, as in wxString, so there are four times as many bytes to copy, on the heap.";
+
+Comparison const making("make a text from narrow text", kReason,
+                        {{"fdn::String", &makeFromNarrow<fdn::String>},
+                         {"wxString", &makeFromNarrow<wxString>},
+                         {"std::string", &makeFromNarrow<std::string>}});
+
+Comparison const converting("turn a text into UTF-8", kReason,
+                            {{"fdn::String", &turnStringIntoBytes},
+                             {"wxString", &turnWxStringIntoBytes},
+                             {"std::string", &copyStandardString}});
+
+Comparison const joining("join five texts", kReason,
+                         {{"fdn::String", &join<fdn::String>},
+                          {"wxString", &join<wxString>},
+                          {"std::string", &join<std::string>}});
 
 } // namespace

@@ -1,6 +1,7 @@
+#include "Comparison.h"
+
 #include <fdn/uri.h>
 
-#include <benchmark/benchmark.h>
 #include <glib.h>
 
 namespace {
@@ -36,9 +37,13 @@ void unescapeWithGLib(benchmark::State& state) {
     }
 }
 
-BENCHMARK(escape)->Name("escape a run parameter/fdn::uriEscape");
-BENCHMARK(escapeWithGLib)->Name("escape a run parameter/GLib");
-BENCHMARK(unescape)->Name("unescape a run parameter/fdn::uriUnescape");
-BENCHMARK(unescapeWithGLib)->Name("unescape a run parameter/GLib");
+constexpr char kReason[] =
+    "Texts are wide: each is turned into UTF-8 first, and the result is made wide again.";
+
+Comparison const escaping("escape a run parameter", kReason,
+                          {{"fdn::uriEscape", &escape}, {"GLib", &escapeWithGLib}});
+
+Comparison const unescaping("unescape a run parameter", kReason,
+                            {{"fdn::uriUnescape", &unescape}, {"GLib", &unescapeWithGLib}});
 
 } // namespace

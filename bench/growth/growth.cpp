@@ -1,5 +1,5 @@
-// Measures how the cost of what may become large grows. Prints lines "SERIES COUNT SECONDS", several for each
-// count. Usage: growth SERIES LARGEST REPETITIONS, in a private root.
+// Measures how costs grow with what may become large. Prints a line "SERIES COUNT SECONDS" for each count and
+// repetition. Usage, in a private root: growth SERIES LARGEST REPETITIONS
 
 #include <dmn/CDaemonController.h>
 
@@ -52,7 +52,7 @@ void uninstall() {
     dmn::CDaemonController::uninstall(kId, getControlFolder());
 }
 
-// As many links of other services.
+// Puts as many links of other services into the run level.
 void fillRunLevel(int count) {
     std::filesystem::path const folder("/etc/rc2.d");
     std::filesystem::remove_all(folder);
@@ -100,12 +100,16 @@ std::map<std::string, double (*)(int)> const allSeries = {{"getRunLevelDir", &me
                                                           {"read-parameters", &measureReadingParams},
                                                           {"log", &measureLog}};
 
-// Counts rise within each repetition, so that a busy moment of the machine does not meet one count alone.
+// Each repetition goes through all counts, so that a busy moment of the machine does not affect one count
+// alone.
 void run(std::string const& series, int largest, int repetitions) {
+    auto const found = allSeries.find(series);
+    if (found == allSeries.end())
+        throw fdn::CError("There is no series '" + fdn::String::fromBytes(series) + "'.");
     for (int repetition = 0; repetition < repetitions; ++repetition)
         for (int step = 0; step <= kSteps; ++step) {
             int const count = largest / kSteps * step;
-            std::printf("%s %d %.9f\n", series.c_str(), count, allSeries.at(series)(count));
+            std::printf("%s %d %.9f\n", series.c_str(), count, found->second(count));
         }
 }
 

@@ -32,12 +32,13 @@ void CHeartbeat::writeLine(fdn::String const& text) {
     m_file << (time + " " + text).toUTF8() << std::endl;
 }
 
-// Sleeps for the whole interval unless it is woken up: stopping is prompt, and nothing is polled.
+// Sleeps for the whole interval unless woken: it stops promptly without polling.
 void CHeartbeat::waitForNextBeat() {
     std::unique_lock<std::mutex> lock(m_waitMutex);
     m_wakeUp.wait_for(lock, m_interval, [this] { return shouldStop(); });
 }
 
+// Without the lock, the notification could be lost between the check of the condition and the sleep.
 void CHeartbeat::wakeUp() {
     std::lock_guard<std::mutex> const lock(m_waitMutex);
     m_wakeUp.notify_all();

@@ -9,18 +9,18 @@
 #include <fstream>
 #include <mutex>
 
-/// The service: writes a line to a file in its control folder at regular intervals.
+/// The service: at regular intervals, appends a line to a file in its control folder.
 class CHeartbeat : public dmn::CDaemon {
 public:
     CHeartbeat(fdn::String const& id, fdn::Path const& controlFolder, long intervalSeconds,
                fdn::String const& message);
 
-    /// Opens the file, then writes the first line: two steps of progress.
+    /// Opens the file, then writes the first line: these are two steps of progress.
     void init(dmn::IDaemonOperationProgress* progress) override;
 
     void run() override;
 
-    /// Ends a wait between two beats, so that run() looks at shouldStop() at once. Any thread may call it.
+    /// Ends the wait for the next beat, so that run() checks shouldStop() at once. Any thread may call it.
     void wakeUp();
 
 private:

@@ -9,14 +9,14 @@
 
 namespace {
 
-// The answers to "status" that init scripts give (LSB Core 5.0, 22.2).
+// The exit statuses with which init scripts answer "status" (LSB Core 5.0, 22.2).
 constexpr int kRunning = 0;
 constexpr int kDeadWithPIDFile = 1;
 constexpr int kNotRunning = 3;
 
 constexpr long kLongestInterval = 24L * 60 * 60;
 
-/// Passes the termination signal on to the front end and wakes the daemon, which sleeps between two beats.
+/// Passes SIGTERM on to the front end, then wakes the daemon, which sleeps between two beats.
 class CWakingSignalHandler : public fdn::CBase, public virtual fdn::ISystemSignalHandler {
 public:
     CWakingSignalHandler(fdn::P<fdn::ISystemSignalHandler> const& next, fdn::P<CHeartbeat> const& daemon)
@@ -51,7 +51,7 @@ fdn::P<dmn::CDaemonInfo> CHeartbeatEntry::createDaemonInfo() {
     info->description = "Writes a line at regular intervals.";
     info->startAtBoot = true;
     info->exePath = fdn::Path(fdn::String::fromBytes(std::filesystem::read_symlink("/proc/self/exe")));
-    // Stored at install; the daemon gets them back on its command line when it is started.
+    // install stores them, and start gives them back to the daemon on its command line.
     info->params = {fdn::String::Format("--interval=%ld", m_intervalSeconds), "--message=" + m_message};
     return info;
 }

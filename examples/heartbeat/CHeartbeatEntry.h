@@ -2,10 +2,10 @@
 
 #include <dmn/CDaemonEntry.h>
 
-/// The front end: adds the options --interval and --message, and the command status.
+/// The front end: adds the options --interval and --message and the command status.
 class CHeartbeatEntry : public dmn::CDaemonEntry {
 public:
-    /// As the base version, but the exit status of the command status is its answer.
+    /// Like the base version, but the command status answers with the exit status.
     int entry(int argc, char** argv) override;
 
     fdn::P<dmn::CDaemonInfo> createDaemonInfo() override;

@@ -14,7 +14,7 @@ void CService::waitForNextRound() {
     m_wakeUp.wait_for(lock, std::chrono::minutes(1), [this] { return shouldStop(); });
 }
 
-// The lock keeps the notification from falling between the look at the condition and the sleep.
+// Without the lock, the notification could be lost between the check of the condition and the sleep.
 void CService::wakeUp() {
     std::lock_guard<std::mutex> const lock(m_waitMutex);
     m_wakeUp.notify_all();

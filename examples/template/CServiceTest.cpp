@@ -10,7 +10,7 @@
 
 #include <stdlib.h>
 
-/// A manager whose status the test can see.
+/// A manager that shows its status to the test.
 class CObservedManager : public dmn::CDaemonManager {
 public:
     Status getStatus() {
@@ -19,7 +19,7 @@ public:
     }
 };
 
-/// Runs a service in this process, on a thread of its own, with a control folder of its own.
+/// Runs a service in this process, on a thread and with a control folder of its own.
 class CServiceTest : public testing::Test {
 protected:
     using Status = dmn::CDaemonManager::Status;
@@ -40,7 +40,7 @@ protected:
         m_run = std::async(std::launch::async, [this] { m_manager->runDaemon(m_service.get()); });
     }
 
-    /// What the handler of SIGTERM does.
+    /// Does what the handler of SIGTERM does.
     void stop() {
         m_manager->signalStop();
         m_service->wakeUp();
@@ -73,13 +73,13 @@ TEST_F(CServiceTest, StopsWhenItIsAskedTo) {
     stop();
 
     EXPECT_TRUE(awaitStatus(Status::Stopped));
-    m_run.get(); // Throws what the daemon has thrown.
+    m_run.get(); // Rethrows what the daemon has thrown.
     EXPECT_FALSE(std::filesystem::exists(m_folder + "/service.pid"));
 }
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    setenv("FDN_LOG_FILE", "/dev/stderr", 0); // Otherwise the test would have a log file of its own.
+    setenv("FDN_LOG_FILE", "/dev/stderr", 0); // Otherwise the test would leave a log file.
     fdn::CFdnInit const foundation(true);
     return RUN_ALL_TESTS();
 }

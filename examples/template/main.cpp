@@ -4,7 +4,7 @@
 
 namespace {
 
-/// Carries SIGTERM to the front end and wakes the service.
+/// Passes SIGTERM on to the front end, then wakes the service.
 class CWakingSignalHandler : public fdn::CBase, public virtual fdn::ISystemSignalHandler {
 public:
     CWakingSignalHandler(fdn::P<fdn::ISystemSignalHandler> const& next, fdn::P<CService> const& service)
@@ -20,7 +20,7 @@ private:
     fdn::P<CService> m_service;
 };
 
-/// The front end: says who the daemon is and makes it. Options and commands of its own go here.
+/// The front end: says who the daemon is and creates it. Its own options and commands go here.
 class CServiceEntry : public dmn::CDaemonEntry {
     fdn::P<dmn::CDaemonInfo> createDaemonInfo() override {
         auto info = fdn::newObj<dmn::CDaemonInfo>();

@@ -9,15 +9,15 @@ function(dmn_compile_strictly target)
         $<$<BOOL:${DMN_WARNINGS_AS_ERRORS}>:-Werror>)
 endfunction()
 
-# dmn_add_library(NAME HEADERS header... SOURCES source...): one of the public libraries, with its headers, which
-# are included as <NAME/header>, and an alias NAME::NAME. The file exports.map names the version of its symbols.
+# dmn_add_library(NAME HEADERS header... SOURCES source...): adds one of the public libraries, with an alias NAME::NAME.
+# Its headers are included as <NAME/header>. The file exports.map names the version of its symbols.
 function(dmn_add_library name)
     cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "HEADERS;SOURCES")
     add_library(${name} ${ARG_SOURCES})
     add_library(${name}::${name} ALIAS ${name})
     target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
     dmn_compile_strictly(${name})
-    # Calls within the library need not be looked up when it is loaded.
+    # Saves the loader from looking up the calls within the library.
     target_link_options(${name} PRIVATE LINKER:-Bsymbolic-functions)
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION}

@@ -1,5 +1,5 @@
-# Finds wxWidgets' base library and offers it as the target fdn::wxbase. The installed package includes this file
-# too, so that wxWidgets is found where the package is used rather than where it was built.
+# Finds wxWidgets' base library and offers it as the target fdn::wxbase. The installed package includes this file as
+# well, so that wxWidgets is found where the package is used, and not where it was built.
 
 if(NOT TARGET fdn::wxbase)
     find_package(wxWidgets 3.0 REQUIRED COMPONENTS base)

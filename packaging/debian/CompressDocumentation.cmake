@@ -1,4 +1,4 @@
-# Compresses what Debian wants compressed, in the folders of which CPack is about to make packages.
+# Compresses what Debian wants compressed, in the folders from which CPack is about to make packages.
 
 file(GLOB pages
     ${CPACK_TEMPORARY_DIRECTORY}/*/usr/share/man/man?/*

@@ -1,8 +1,8 @@
 #!/bin/bash
-# The library as other projects get it: installed, from its build folder, as a part of theirs.
+# The library as other projects get it: installed, from its build folder, or as a part of the project.
 # Usage: install.sh CHECK
 #
-# DMN_SHARED and DMN_STATIC are build folders of the two kinds of libraries.
+# DMN_SHARED and DMN_STATIC are the build folders of the shared and of the static libraries.
 
 # shellcheck source=check.sh
 . "${BASH_SOURCE[0]%/*}/../system/check.sh"
@@ -17,7 +17,7 @@ install_library() {
     expect_success cmake --install "$1" --prefix "$prefix"
 }
 
-# build_consumer COMPILER WAY ARGUMENT...: with CMake.
+# build_consumer COMPILER WAY ARGUMENT...: builds it with CMake, and tries it.
 build_consumer() {
     expect_success cmake -S "$here/consumer" -B "$TMPDIR/build" -D CMAKE_CXX_COMPILER="$1" -D WAY="$2" \
         -D DMN_SOURCE="$source" -D CMAKE_PREFIX_PATH="$prefix" "${@:3}"
@@ -25,7 +25,7 @@ build_consumer() {
     expect_works "$TMPDIR/build/consumer"
 }
 
-# expect_works PROGRAM: the example installs and uninstalls itself.
+# expect_works PROGRAM: the example must install and uninstall itself.
 expect_works() {
     expect_success "$1" install --controlFolder="$TMPDIR/control"
     expect_success /etc/init.d/minimal printControlFolder
@@ -98,7 +98,7 @@ check_ConsumerWithTheLibraryAsFetchedContent() {
 expect_consumer_by_pkg_config() {
     local flags
     flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs "${@:2}" dmn)
-    # shellcheck disable=SC2086 # They are several.
+    # shellcheck disable=SC2086 # There are several flags.
     expect_success "$1" "${strict[@]}" "$source/examples/minimal/main.cpp" $flags -o "$TMPDIR/consumer"
     LD_LIBRARY_PATH=$libraries expect_works "$TMPDIR/consumer"
 }
@@ -137,7 +137,7 @@ check_LibrariesHaveTheirNamesAndVersions() {
     done
 }
 
-# exported_symbols NAME: of the library, but for the name of the version itself.
+# exported_symbols NAME: prints those of the library, except the name of the version itself.
 exported_symbols() {
     nm --dynamic --defined-only --with-symbol-versions --demangle "$libraries/lib$1.so" | cut -c 18- |
         grep -v "^A ${1^^}_1"
@@ -155,7 +155,7 @@ check_EverySymbolHasAVersionAndBelongsToAPublicNamespace() {
     done
 }
 
-# exported_names NAME: every name in the qualified names of the symbols: namespaces, classes, functions.
+# exported_names NAME: prints every name in the qualified names of the symbols: namespaces, classes, functions.
 exported_names() {
     exported_symbols "$1" |
         sed -E 's/^. //; s/^[^:(]* (for|to) //; s/@@.*//; s/\[abi:\w+]//; s/\(.*//; :again; s/<[^<>]*>//; t again' |
@@ -167,7 +167,7 @@ needed_names() {
     echo compareNarrow
 }
 
-# offered_names: every word of the installed headers' code but that of private sections. Such a section ends with the
+# offered_names: prints every word of the installed headers' code, except in private sections. Such a section ends with the
 # next one, or with its class, at the same indentation.
 offered_names() {
     find "$prefix/include" -name '*.h' -exec sed 's,//.*,,' {} + | awk '

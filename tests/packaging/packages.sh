@@ -46,7 +46,7 @@ check_RemovedPackagesLeaveNothing() {
     expect_equal '' "$(find "$root/usr" "$root/etc" -regex '.*/\(lib\)?[df][mn]n[^/]*')"
 }
 
-# expect_whole_life FOLDER: of the example minimal in it, by the README's commands.
+# expect_whole_life FOLDER: the example minimal there must live its whole life by the README's commands.
 expect_whole_life() {
     local life
     mapfile -t life < <(from_page README.md './minimal install' './minimal uninstall')
@@ -66,12 +66,18 @@ daemon_runs() {
     in_root start-stop-daemon --status --pidfile /var/lib/minimal/minimal.pid
 }
 
-# readme_command FIRST: what README.md shows between backquotes and begins so.
-readme_command() {
+# page_command PAGE FIRST: prints the command between backquotes in the page that begins like this.
+page_command() {
     local command
-    command=$(tr '\n' ' ' <"$source/README.md" | grep -o "\`$1[^\`]*\`" | tr -d '`')
-    [ -n "$command" ] || fail "README.md does not show '$1'"
+    command=$(tr '\n' ' ' <"$source/$1" | grep -o "\`$2[^\`]*\`" | tr -d '`')
+    [ -n "$command" ] || fail "$1 does not show '$2'"
     echo "$command"
+}
+
+# cmake_of_page PAGE: prints the CMakeLists.txt that the page shows.
+cmake_of_page() {
+    # shellcheck disable=SC2016 # These backquotes are Markdown.
+    sed -n '/^```cmake/,/^```/{/^```/!p}' "$source/$1"
 }
 
 copy_minimal() {
@@ -88,33 +94,81 @@ check_MinimalIsBuiltByTheCompilerAndPkgConfigAlone() {
     expect_whole_life /root/minimal
 }
 
-# The layer "builder" has pkg-config besides, for those who build without CMake.
-check_TemplateIsBuiltWithWhatTheReadmeNames() {
+# The layer "builder" also has pkg-config, for those who build without CMake.
+check_TemplateIsBuiltWithWhatItsReadmeNames() {
     expect_equal "apt install $(sed -n 's/^builder //p' "$here/../packaging/root-packages" | grep -vx pkg-config | xargs)" \
-        "$(readme_command 'apt install cmake')"
+        "$(page_command examples/template/README.md 'apt install cmake')"
 }
 
 check_MinimalIsBuiltByTheReadmesCommand() {
     make_machine installed builder
     copy_minimal
 
-    expect_success in_folder /root/minimal "$(readme_command "g++ main")"
+    expect_success in_folder /root/minimal "$(page_command README.md 'g++ main')"
 
     expect_success in_root test -x /root/minimal/minimal
 }
 
-check_MinimalIsBuiltWithCMake() {
+check_MinimalIsBuiltByTheReadmesCMakeLists() {
     make_machine installed builder
     copy_minimal
-    {
-        echo 'cmake_minimum_required(VERSION 3.25)'
-        echo 'project(minimal LANGUAGES CXX)'
-        # shellcheck disable=SC2016 # These are Markdown.
-        sed -n '/^```cmake/,/^```/{/^```/!p}' "$source/README.md"
-    } >"$root/root/minimal/CMakeLists.txt"
+    cmake_of_page README.md >"$root/root/minimal/CMakeLists.txt"
 
     expect_success in_folder /root/minimal 'cmake -B . && cmake --build .'
 
+    expect_whole_life /root/minimal
+}
+
+# copy_guide: copies its code to /root/guide, without the rest of the sources.
+copy_guide() {
+    expect_success in_root cp -r /usr/share/doc/libdmn-doc/docs/guide/code /root/guide
+}
+
+check_FirstDaemonIsBuiltByTheGuidesCommand() {
+    make_machine installed builder
+    copy_guide
+
+    expect_success in_folder /root/guide "$(line_of_page docs/guide/first-daemon.md 'g++')"
+
+    expect_success in_root test -x /root/guide/loadwatch
+}
+
+check_FirstDaemonIsBuiltByTheGuidesCMakeLists() {
+    make_machine installed builder
+    copy_guide
+    cmake_of_page docs/guide/first-daemon.md >"$root/root/guide/CMakeLists.txt"
+
+    expect_success in_folder /root/guide 'cmake -B . && cmake --build .'
+
+    expect_success in_root test -x /root/guide/loadwatch
+}
+
+check_OtherProgramsOfTheGuideAreBuiltFromTheInstalledFilesAlone() {
+    make_machine installed builder
+    copy_guide
+
+    for files in controlling.cpp moving_over.cpp 'CSampler.cpp sampler.cpp'; do
+        expect_success in_folder /root/guide "g++ -std=c++17 $files \$(pkg-config --cflags --libs dmn) -o program"
+    done
+    expect_success in_folder /root/guide "$(line_of_page docs/guide/testing.md 'g++')"
+    expect_success in_root /root/guide/sampler-tests
+}
+
+check_LibraryIsBuiltAndFoundInAPrefixAsThePageOnInstallingSays() {
+    make_machine group-build
+    local page=docs/installing.md find
+    mkdir "$root/root/dmn"
+    tar -C "$source" --exclude=./build --exclude=./.git -c . | tar -C "$root/root/dmn" -x
+    cp -r "$source/examples/minimal" "$root/root"
+    cmake_of_page README.md >"$root/root/minimal/CMakeLists.txt"
+
+    expect_success in_folder /root/dmn "set -e; $(from_page $page 'scripts/install-packages build$' 'cmake --install')"
+    find=$(from_page $page 'export PKG_CONFIG_PATH' 'ldconfig')
+
+    expect_success in_folder /root/minimal "set -e; $find; $(page_command README.md 'g++ main')"
+    expect_whole_life /root/minimal
+    rm "$root/root/minimal/minimal"
+    expect_success in_folder /root/minimal "set -e; $find; cmake -B . && cmake --build ."
     expect_whole_life /root/minimal
 }
 

@@ -1,5 +1,5 @@
 #!/bin/bash
-# The Debian package of a daemon that was started from the template, on machines with sysvinit.
+# The Debian package of a daemon that was made from the template, on machines with sysvinit.
 # Usage: template.sh CHECK
 
 # shellcheck source=debian.sh
@@ -14,7 +14,7 @@ package="/daemon/weatherd_*.deb"
 pid_file=$root$folder/weatherd.pid
 log=$root$folder/.local/state/weatherd/weatherd.log
 
-# apt_inside COMMAND...: in the machine that is on.
+# apt_inside COMMAND...: runs apt-get in the machine that is on.
 apt_inside() {
     inside sh -c "DEBIAN_FRONTEND=noninteractive apt-get --quiet --yes $*"
 }
@@ -29,7 +29,7 @@ boot_and_install() {
     await_up
 }
 
-# links: all of the daemon, as LEVEL/NAME.
+# links: prints all links to the daemon's script, as LEVEL/NAME.
 links() {
     (cd "$root/etc" && find . -path './rc?.d/*weatherd' | sed 's,^./rc\(.\).d,\1,' | sort | xargs)
 }
@@ -83,13 +83,13 @@ check_RemovalStopsAndUninstallsTheDaemon() {
     expect_success inside test -d $folder
 }
 
-# files: all that are there, but for what the package tools write and what lives from boot to boot.
+# files: prints all files except those of the package tools and those that every boot writes.
 files() {
     (cd "$root" && find etc usr var -not -path 'var/lib/dpkg/*' -not -path 'var/lib/apt/*' -not -path 'var/cache/*' \
         -not -path 'var/log/*' -not -name '*-' | sort)
 }
 
-# accounts: of all users and groups, and what else is written of them.
+# accounts: prints everything that is known about users and groups.
 accounts() {
     (cd "$root/etc" && cat passwd group shadow gshadow)
 }
@@ -157,6 +157,26 @@ check_InstallationThatFailsSaysWhyAndCanBePurged() {
     expect_absent "$root$script"
     expect_success apt_inside purge weatherd
     expect_absent "$root$folder"
+}
+
+check_InstallationWhereNoInitRunsStartsNothing() {
+    make_machine template runtime sysvinit
+
+    expect_success apt install "$package"
+
+    expect_in_output 'could not determine current runlevel'
+    expect_absent "$pid_file"
+    expect_success in_folder / "$(line_of_page examples/template/README.md $script)"
+    await "the daemon is up" in_root start-stop-daemon --status --pidfile $folder/weatherd.pid --user weatherd
+}
+
+check_NameThatNoPackageHasIsRefused() {
+    cp -r "$source/examples/template" "$TMPDIR"
+    sed -i s/mydaemon/Weatherd/ "$TMPDIR/template/CMakeLists.txt"
+
+    expect_status 1 cmake -S "$TMPDIR/template" -B "$TMPDIR/build"
+
+    expect_in_output "cannot be called 'Weatherd'"
 }
 
 run_check "$@"

@@ -51,6 +51,14 @@ from_page() {
     echo "$lines"
 }
 
+# line_of_page PAGE FIRST: the one line of code that begins so.
+line_of_page() {
+    local lines
+    mapfile -t lines < <(grep "^    $2" "${BASH_SOURCE[0]%/*}/../../$1")
+    [ ${#lines[@]} -eq 1 ] || fail "$1 shows '$2' in ${#lines[@]} lines"
+    echo "${lines[0]#    }"
+}
+
 # from_guide FIRST LAST: of the page for administrators.
 from_guide() {
     from_page docs/guide/administrators.md "$@"

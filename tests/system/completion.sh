@@ -134,4 +134,12 @@ check_ZshCompletesValues() {
     expect_program_not_run
 }
 
+# What the guide shows is what the checks above have tried.
+check_GuideShowsTheFilesOfTheExample() {
+    local page=docs/guide/options-and-commands.md files=$sources/examples/heartbeat/completion
+
+    expect_equal "$(grep -v '^#' "$files/heartbeat")" "$(from_page $page '_completion_loader' '_dmn_complete')"
+    expect_equal "$(cat "$files/_heartbeat")" "$(from_page $page '#compdef' '_dmn ')"
+}
+
 run_check "$@"

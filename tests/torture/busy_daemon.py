@@ -1,7 +1,6 @@
 #!/usr/bin/python3
-"""Runs a daemon that gets ten signals and makes a hundred log entries a second, half an hour long: its
-memory, its descriptors and its threads stay as they are, every signal is handled and every entry is in the
-log."""
+"""Runs a daemon that gets ten signals and makes a hundred log entries a second, for half an hour: its memory,
+its descriptors and its threads do not grow, every signal is handled and every entry is in the log."""
 
 import glob
 import os
@@ -12,7 +11,7 @@ import time
 from torture import Process, Scene, await_that, read_file, require, run_torture
 
 PAUSE = 0.1  # seconds between two signals
-WARM_UP = 50  # signals until memory is looked at for the first time
+WARM_UP = 50  # signals before the first look at the process
 TOLERATED_GROWTH = 16  # KiB: four pages, because one more may be touched now and then
 
 
@@ -25,13 +24,13 @@ def examine(process):
 
 
 def send_signal(scene, process, number):
-    """One after the other: the system keeps only one of a kind for a process that has not looked yet."""
+    """Waits until the signal is handled: the system does not queue a second one of the same kind."""
     os.kill(process.pid, signal.SIGHUP)
     await_that(lambda: scene.marks.count("hangups") == number, f"signal {number} to be handled")
 
 
 def live(scene, process, seconds):
-    """Returns what was seen at the beginning, and at the end."""
+    """Returns what was seen after the warm-up and at the end, and the number of signals."""
     first = None
     started = time.monotonic()
     number = 0
@@ -56,7 +55,7 @@ def torture(options):
         await_that(lambda: scene.marks.is_set("running"), "the daemon to run")
         first, last, signals = live(scene, process, 1800 if options.long else 10)
         os.kill(process.pid, signal.SIGTERM)
-        require(process.wait() == 0, f"the daemon has ended with status {process.status}")
+        require(process.wait() == 0, f"the daemon ended with status {process.status}")
         logs = glob.glob(f"{scene.log}*")
         entries = entries_of(logs)
     finally:
@@ -64,8 +63,8 @@ def torture(options):
     made = scene.marks.count("entries")
     print(f"private memory {first[0]} KiB, {last[0]} KiB; descriptors {first[1]}, {last[1]}; "
           f"threads {first[2]}, {last[2]}")
-    require(last[0] <= first[0] + TOLERATED_GROWTH and first[1:] == last[1:], "it has grown")
-    require(sorted(entries) == list(range(made)), f"{len(entries)} entries in the log, {made} were made")
+    require(last[0] <= first[0] + TOLERATED_GROWTH and first[1:] == last[1:], "the daemon has grown")
+    require(sorted(entries) == list(range(made)), f"{made} entries were made, and the log has {len(entries)}")
     return f"{signals} signals handled, {made} entries in {len(logs)} log files"
 
 

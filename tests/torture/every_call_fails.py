@@ -1,15 +1,15 @@
 #!/usr/bin/python3
-"""Makes every system call of the victim's commands fail once, with each error that it really gives.
+"""Makes every system call of the victim's commands fail once, with each error that it can really give.
 
-A command is stopped at the beginning of main(), and strace is attached there, so that what the dynamic loader
-does before is left alone. For the calls of the main thread, strace watches that alone. For those of the
-signal thread and of the processes that the command makes, up to the program that these become, it watches all
-of them, and the call fails in each that gets so far. For those of the shell that runs the init script, strace
-runs the script.
+A command stops at the beginning of main(), where strace is attached, so that the dynamic loader works without
+faults. To fail a call of the main thread, strace watches only that thread. To fail a call of the signal
+thread or of a process that the command makes, strace watches all threads and processes until they become
+another program, and the call fails in each that gets so far. To fail a call of the shell that runs the init
+script, strace runs the script.
 
 Afterwards the command must have succeeded with everything done, or have failed with status 2 and a message
-that names what failed; nothing half done or temporary may be left; and the command must then succeed
-without the fault."""
+that names what failed. It must leave nothing half done or temporary, and must then succeed without the
+fault."""
 
 import collections
 import os
@@ -22,12 +22,15 @@ from scenarios import ALL, Run, Start, StartAsRoot
 from torture import (PATIENCE, SCRIPT, Failure, Scene, await_that, end, read_file, require, run_strace,
                      run_torture)
 
-# A thing in quotes or brackets, a call, or one of two messages that say all there is to say.
+# What a message must name: a thing in quotes or brackets, or a call. Two messages say enough without.
 NAMING = re.compile(r"'.+'|\[.+\]|^\w+ failed|necessary root privileges|^Timeout while waiting for daemon")
 
 SHORT_RUN = 60  # faults for each command in the short run
 
-# A fault: for strace, which fails the call of this name and number with this error.
+# A call that strace has failed.
+INJECTED = re.compile(r"(\w+)\((.*) \(INJECTED\)$")
+
+# strace fails the call with the error: in the main thread, or, if it follows, in every thread and process.
 Fault = collections.namedtuple("Fault", "call error follows")
 
 
@@ -43,8 +46,7 @@ def is_traced(process):
 
 
 def trace(scenario, strace_options):
-    """Performs the command with strace attached. Returns the command, which has ended, and what strace
-    said."""
+    """Performs the command with strace attached. Returns the process, which has ended, and strace's lines."""
     scene = scenario.scene
     process = begin_paused(scene, scenario.words, scenario.user)
     listing = f"{scene.folder}/strace"
@@ -70,10 +72,10 @@ def list_faults(scenario):
     calls = faults.parse(lines, process.pid)
     of_main = [Fault(call, error, faults.changes_every_thread(call))
                for call in calls if call.tracee == 0 for error in faults.errors_of(call)]
-    # Of processes that do the same, each number of a call once.
+    # Several processes make the same calls: each call, by its name and number, counts once.
     of_others = {(call.name, call.number, error): Fault(call, error, True)
                  for call in faults.before_exec(calls) for error in faults.errors_of(call)
-                 # The command's own call of that name gives root's rights up where it has another user.
+                 # Unless the command runs as root, its own setresuid gives up root's rights.
                  if call.name != "setresuid" or scenario.user == 0}
     return of_main + list(of_others.values())
 
@@ -88,8 +90,8 @@ def describe(fault):
 
 
 def check_message(scene, process):
-    """The message of a command that failed must name a call or a thing; where it could not be printed, the
-    log has it."""
+    """The message of a command that failed must name a call or a thing. If the message could not be printed,
+    the log has it."""
     texts = re.findall(r"FATAL ERROR: (.*)", process.output())
     texts += re.findall(r"<what>(.*)</what>", (read_file(scene.log) or b"").decode(errors="replace"))
     require(texts, f"status 2 without a message: '{process.output()}'")
@@ -107,16 +109,16 @@ def check_outcome(scenario, process):
 
 
 def check_nothing_left(scenario):
-    """No file that is neither the installation's nor the daemon's; a PID file only where the log says so."""
+    """Only files of the installation and the daemon may be left, and a PID file only if the log says so."""
     if isinstance(scenario, Run) and os.path.exists(scenario.scene.pid_file):
         require("The PID file could not be deleted" in read_file(scenario.scene.log).decode(),
-                "the PID file is left, and the log does not say so")
+                "the PID file was left behind, and the log does not say so")
     leftovers = scenario.leftovers()
     require(not leftovers, f"left behind: {leftovers}")
 
 
 def check_without_fault(scenario):
-    """The same command, from the state that the fault has left."""
+    """The same command must succeed in the state that the fault has left."""
     scene = scenario.scene
     scene.marks.clear()
     process = scene.begin(scenario.words)
@@ -125,19 +127,29 @@ def check_without_fault(scenario):
     scenario.check_done()
 
 
+def has_met_possible_call(fault, lines):
+    """Whether a call has failed that can really give the error. How often a pipe is read depends on how busy
+    the machine is, so another call may have got the number of the one that was to fail."""
+    calls = [faults.Call(0, call[1], fault.call.number, call[2])
+             for call in map(INJECTED.search, lines) if call]
+    return not calls or any(fault.error in faults.errors_of(call) for call in calls)
+
+
 def inject(scenario, fault):
-    """Returns whether the fault has come about, and the command's status."""
+    """Returns whether the fault was injected, and the command's status."""
     scenario.scene.clear_log()
     scenario.prepare()
-    options = ["-e", f"trace={fault.call.name}", "-e", to_option(fault)]
+    options = ["-y", "-e", f"trace={fault.call.name}", "-e", to_option(fault)]
     process, lines = trace(scenario, options + (["-f", "-b", "execve"] if fault.follows else []))
+    if not has_met_possible_call(fault, lines):
+        return False, process.status
     check_outcome(scenario, process)
     check_without_fault(scenario)
     return any("(INJECTED)" in line for line in lines), process.status
 
 
 class StartWithFailingScript(Start):
-    """The shell that reads the settings meets the fault."""
+    """The fault is injected into the shell that reads the settings."""
 
     def prepare_wrapper(self, verb, fault):
         real = "/etc/real-script"
@@ -155,7 +167,8 @@ def list_script_faults(scenario):
                    timeout=PATIENCE, stdout=subprocess.PIPE)
     lines = read_file(listing).decode().splitlines()
     calls = faults.parse(lines, lines[0].split()[0])
-    # The shell takes a read of its script that fails for the script's end, and nobody can tell it from that.
+    # If reading the script fails, the shell takes that for the script's end, and nobody can tell the
+    # difference.
     calls = [call for call in calls[1:] if not (call.name == "read" and SCRIPT in call.arguments)]
     return [Fault(call, error, False) for call in calls for error in faults.errors_of(call)]
 
@@ -175,7 +188,7 @@ def inject_into_script(scenario, fault):
 
 
 def sample(options, all_faults):
-    """In the short run, each kind of fault at most once, as chance chooses."""
+    """All faults, or, in the short run, one of each kind at random."""
     if options.long:
         return all_faults
     shuffled = list(all_faults)
@@ -193,12 +206,12 @@ def torture_command(options, scenario, list_all, inject_one):
         if options.only not in f"{name} {describe(fault)}":
             continue
         try:
-            came_about, status = inject_one(scenario, fault)
+            was_injected, status = inject_one(scenario, fault)
         except Failure as failure:
             failures.append(f"{name}: {describe(fault)}\n  {failure}")
             continue
-        injected += came_about
-        succeeded += came_about and status == 0
+        injected += was_injected
+        succeeded += was_injected and status == 0
     scenario.clean()
     print(f"{name}: {injected} faults, {succeeded} without consequence, {injected - succeeded} reported, "
           f"{len(failures)} FAILED", flush=True)

@@ -1,17 +1,19 @@
-"""The system's calls as strace lists them, and the errors that each of them really gives."""
+"""System calls as strace lists them, and the errors that each of them can really give."""
 
 import collections
 import re
 
-# An occurrence of a call: the process or thread in the order of their first calls (0 is the main thread of
-# the command), the call's name, which one of that name it is there, and its arguments.
+# An occurrence of a call: the process or thread that makes it, numbered in the order of their first calls (0
+# is the command's main thread), the call's name, its number among the calls of that name there, and its
+# arguments.
 Call = collections.namedtuple("Call", "tracee name number arguments")
 
 LINE = re.compile(r"^(\d+) +(\w+)\((.*)$")
 
-# By the manual pages, section 2, and EIO, which any file system may give. Only what a call of this library
-# can meet: not EBADF, EFAULT, EINVAL. Without brk, whose failure is no error number: strace's would break the
-# C library; without futex, for the same reason; and without kill, which refuses root nothing.
+# From section 2 of the manual pages, with EIO, which any file system may give. Only errors that a call of
+# this library can meet: not EBADF, EFAULT, EINVAL. Three calls are left out: brk and futex, because the C
+# library does not expect the error numbers that strace would give it, and kill, which always succeeds for
+# root.
 ERRORS = {
     "access": "EACCES EIO ENOMEM",
     "chdir": "EACCES EIO ENOENT ENOMEM",
@@ -62,13 +64,14 @@ ERRORS = {
     "wait4": "EINTR",
 }
 
-# These depend on what the descriptor leads to.
+# The errors of these calls depend on what the descriptor leads to.
 OF_FILES = {"close": "EDQUOT EIO ENOSPC", "read": "EIO", "write": "EDQUOT EFBIG EIO ENOSPC"}
 OF_PIPES = {"read": "EINTR", "write": "EINTR"}
 OF_EVENTS = {"read": "EINTR"}
 
+
 def parse(lines, main):
-    """The calls in a listing that strace has made with -f and -y; `main` is the main thread's number."""
+    """The calls in the lines of strace with the options -f and -y; `main` is the main thread's number."""
     tracees = {str(main): 0}
     numbers = collections.Counter()
     calls = []
@@ -92,16 +95,17 @@ def errors_of(call):
     if call.name == "fcntl" and "F_DUPFD" in call.arguments:
         errors += ["EMFILE"]
     if call.name == "setresuid" and "-1" not in call.arguments:
-        errors = ["EAGAIN", "EPERM"]  # to become another user for good; root's rights can always be given up
+        errors = ["EAGAIN", "EPERM"]  # for good; giving up root's rights for a while succeeds
     if call.name == "newfstatat" and ' "", ' in call.arguments:
-        errors = ["EIO", "ENOMEM"]  # of an open file
+        errors = ["EIO", "ENOMEM"]  # the file is open already
     return errors
 
 
 def errors_of_descriptor(call):
     target = call.arguments.partition("<")[2].partition(">")[0]
-    # strace skips the call that it fails. The system closes what it has not written to without an error, and
-    # in any case; a pipe's end that stayed open would be another fault.
+    # strace skips the call that it fails, while the system closes the descriptor even if it reports an error,
+    # which it only does for what was written to. The end of a pipe that stayed open would be a fault of
+    # another kind.
     if call.name == "close" and not target.endswith(".tmp") and not target.endswith(".new"):
         return []
     if target.startswith("pipe:"):
@@ -114,18 +118,18 @@ def errors_of_descriptor(call):
 
 
 def kind_of(call):
-    """What the call is about, without what differs from one run to the next."""
+    """What the call is about, without the numbers that differ from run to run."""
     return re.sub(r"\d+", "#", call.arguments.split(",")[0])
 
 
 def changes_every_thread(call):
-    """The C library makes every thread change its user, and aborts the process when they do not succeed
-    alike."""
+    """The C library makes every thread change its user, and aborts the process if only some of them
+    succeed."""
     return call.name in ("setreuid", "setresuid", "setresgid", "setgroups")
 
 
 def before_exec(calls):
-    """Of the other processes and threads, the calls up to that which makes it another program."""
+    """The calls of each of the other processes and threads up to the one that makes it another program."""
     ended = set()
     kept = []
     for call in calls:

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""Kills the victim's commands with SIGKILL: at every system call that they make, by strace, and at moments
-that chance chooses. What is found afterwards must be a state from which the same command succeeds, and the
-temporary files of killed commands must not add up."""
+"""Kills the victim's commands with SIGKILL: at every system call that they make, through strace, and at
+random moments. Afterwards the same command must succeed, and the temporary files of killed commands must not
+pile up."""
 
 import os
 import signal
@@ -12,13 +12,14 @@ from every_call_fails import check_without_fault, trace
 from scenarios import Install, Reinstall, Start, StartAsRoot, Stop, Uninstall, check
 from torture import Scene, require, run_torture, signal_if_there
 
-SHORT_RUN = 15  # kills of each sort for each command in the short run
+# Kills of each command at random moments. The short run kills as often at system calls, the long run at each.
+SHORT_RUN = 15
 LONG_RUN = 170
 KILLED = -signal.SIGKILL
 
 
 def list_moments(scenario):
-    """One for each system call of the main thread, and of the processes that the command makes."""
+    """A moment for each system call of the main thread, and of the processes that the command makes."""
     scenario.prepare()
     process, lines = trace(scenario, ["-f", "-y"])
     calls = faults.parse(lines, process.pid)
@@ -35,7 +36,7 @@ def kill_at_call(scenario, moment):
 
 
 def measure(scenario):
-    """How long the command takes, in seconds."""
+    """Returns how long the command takes, in seconds."""
     scenario.prepare()
     started = time.monotonic()
     scenario.scene.perform(scenario.words)
@@ -51,8 +52,8 @@ def kill_after(scenario, seconds):
 
 
 def check_aftermath(scenario, process):
-    """Each of the folders may hold one temporary file, until the command is done the next time."""
-    # It may also have lived to say that a process of its own was killed.
+    """Each folder may hold one temporary file until the command is performed again."""
+    # If only a child of the command was killed, the command itself may report that with status 2.
     require(process.status in (0, 2, KILLED), f"status {process.status}: {process.output()}")
     folders = [os.path.dirname(path) for path in scenario.leftovers()]
     require(len(folders) == len(set(folders)), f"left behind: {scenario.leftovers()}")
@@ -61,7 +62,7 @@ def check_aftermath(scenario, process):
 
 
 def torture_one(scenario, kill, moment):
-    """Returns whether the command was killed before its end."""
+    """Returns whether the signal ended the command."""
     scenario.prepare()
     process = kill(scenario, moment)
     check(scenario, lambda: check_aftermath(scenario, process), f"killed at {moment}")

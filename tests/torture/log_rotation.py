@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Has several processes write to one log while it is rotated, by the library itself at its 10 MiB, and by
-logrotate: each entry is there once, and whole."""
+"""Several processes write to one log while it is rotated, by the library itself at 10 MiB or by logrotate:
+each entry must be there once, and whole."""
 
 import collections
 import glob
@@ -16,15 +16,15 @@ from torture import Process, read_file, require, run_torture
 WRITERS = 8
 ENTRY = re.compile(rb'<entry time="[^"<>]+" level="info" process="\d+" thread="\d+">'
                    rb'(\d+) (\d+) \.{200}</entry>')
-# So many that the library keeps all of them: five old files and the one in use, each almost 10 MiB of entries
-# of 320 bytes at most.
+# Few enough for the library to keep them all: in five old files, which each have almost 10 MiB of entries of
+# at most 320 bytes, and in the one in use.
 ENTRIES = 5 * 10 * 1024 * 1024 // 320 // WRITERS
 
-ROTATIONS = 1000  # by logrotate at most; it deletes what is older
+ROTATIONS = 1000  # the most by logrotate, which deletes older files
 
-# Without "nocreate", logrotate makes the file anew after it has moved it; where a writer was quicker, it
-# moves the writer's file to a name with the hour in it, and overwrites what another rotation in that hour has
-# moved there.
+# Without "nocreate", logrotate creates the file after moving the old one away. If a writer has created it
+# first, logrotate moves the writer's file to a name with the hour in it, and overwrites what another rotation
+# in that hour has moved there.
 CONFIGURATION = """{log} {{
     size 1
     rotate {rotations}
@@ -42,7 +42,7 @@ def begin_writers(program, folder, entries, pause):
 
 def end_writers(writers):
     for writer in writers:
-        require(writer.wait() == 0, f"status {writer.status} of a writer: {writer.output()}")
+        require(writer.wait() == 0, f"a writer ended with status {writer.status}: {writer.output()}")
 
 
 def check_log(folder, entries):
@@ -52,12 +52,12 @@ def check_log(folder, entries):
     for file in files:
         for line in read_file(file).splitlines():
             entry = ENTRY.fullmatch(line)
-            require(entry, f"no whole entry: {line}")
+            require(entry, f"not a whole entry: {line}")
             seen[int(entry[1]), int(entry[2])] += 1
     expected = {(writer, number): 1 for writer in range(WRITERS) for number in range(entries)}
     missing = expected.keys() - seen.keys()
-    require(not missing, f"{len(missing)} entries are lost, such as {sorted(missing)[:3]}")
-    require(seen == expected, "an entry is there more than once")
+    require(not missing, f"{len(missing)} entries are lost, for example {sorted(missing)[:3]}")
+    require(seen == expected, "an entry was written more than once, or was never made")
     return len(files)
 
 
@@ -68,7 +68,7 @@ def rotate_by_library(program, folder, entries):
 
 
 def rotate_by_logrotate(program, folder, entries):
-    """logrotate is run again and again while the writers write."""
+    """Runs logrotate again and again while the writers write."""
     configuration = f"{folder}/rotate.conf"
     with open(configuration, "w", encoding="utf-8") as file:
         file.write(CONFIGURATION.format(log=f"{folder}/log", rotations=ROTATIONS))

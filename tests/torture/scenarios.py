@@ -1,4 +1,4 @@
-"""The victim's commands, each with what must be true before and after it."""
+"""The victim's commands, each with the state before it and the states that it may leave."""
 
 import os
 import signal
@@ -6,7 +6,7 @@ import signal
 from torture import (FOLDERS_OF_ETC, LINKS, SCRIPT, Failure, Process, await_that, read_file, require,
                      signal_if_there)
 
-ORDINARY_USER = 61001  # dmnuser; the victim's effective user, where it is not root's
+ORDINARY_USER = 61001  # dmnuser; the victim's effective user unless that is root
 DAEMONS_ACCOUNT = "dmnother"
 DAEMONS_USER = 61002
 TRANSIENT_FOLDER = "/run/victim-run"
@@ -21,7 +21,7 @@ def remove(path):
 
 
 class Scenario:
-    """A command. Its name is that of the class."""
+    """A command of the victim; the class's name is the one to show."""
 
     user = ORDINARY_USER
     words = []
@@ -35,19 +35,19 @@ class Scenario:
         self.remove_installation()
 
     def prepare(self):
-        """Makes the state before the command, whatever was before."""
+        """Makes the state before the command, whatever the state was."""
 
     def stimulate(self, process):
-        """What the command waits for from outside."""
+        """Does from outside what the command waits for."""
 
     def check_done(self):
-        """The command has succeeded: everything must be as it says."""
+        """After the command has succeeded: requires that everything is done."""
 
     def check_failed(self):
-        """The command has failed: nothing may be half done."""
+        """After the command has failed: requires that nothing is half done."""
 
     def clean(self):
-        """Ends the daemon."""
+        """Ends the daemon and removes its files."""
         for victim in self.scene.victims():
             signal_if_there(victim, signal.SIGKILL)
         if self.daemon is not None:
@@ -85,11 +85,11 @@ class Scenario:
 
     def check_installed(self):
         require(read_file(SCRIPT) == self.script, "the script is not the one that was to be installed")
-        require(os.stat(SCRIPT).st_mode == 0o100755, "the script cannot be executed by everybody")
-        require(self.links() == LINKS, f"of the links there are only {self.links()}")
+        require(os.stat(SCRIPT).st_mode == 0o100755, "the script's mode is not 755")
+        require(self.links() == LINKS, f"only some of the links are there: {self.links()}")
 
     def check_uninstalled(self):
-        require(not os.path.lexists(SCRIPT) and not self.links(), "something of the installation is left")
+        require(not os.path.lexists(SCRIPT) and not self.links(), "a part of the installation is left")
 
     def check_script_is_one_of(self, *scripts):
         require(read_file(SCRIPT) in scripts, "the script is half written")
@@ -97,7 +97,7 @@ class Scenario:
             require(os.readlink(link) == SCRIPT, f"the link {link} leads to {os.readlink(link)}")
 
     def leftovers(self):
-        """Files that neither an installation nor a daemon has."""
+        """The files that belong neither to an installation nor to a daemon."""
         found = []
         for folder in [*FOLDERS_OF_ETC, "/run", self.scene.control]:
             found += [f"{folder}/{name}" for name in os.listdir(folder)]
@@ -107,8 +107,8 @@ class Scenario:
 
     def await_daemons_end(self):
         await_that(lambda: self.daemon.has_ended(), "the daemon's end")
-        require(self.daemon.status == 0, f"the daemon has ended with status {self.daemon.status}")
-        require(not os.path.exists(self.scene.pid_file), "the daemon has ended and left its PID file")
+        require(self.daemon.status == 0, f"the daemon ended with status {self.daemon.status}")
+        require(not os.path.exists(self.scene.pid_file), "the daemon ended and left its PID file behind")
 
 
 class Install(Scenario):
@@ -162,7 +162,7 @@ class Start(Scenario):
     def check_done(self):
         scene = self.scene
         await_that(scene.running, "the daemon to run")
-        await_that(lambda: scene.victims() == [scene.holder()], "only one daemon")
+        await_that(lambda: scene.victims() == [scene.holder()], "only one daemon to run")
         expected = f"{DAEMONS_USER} {DAEMONS_USER} a b\n".encode()
         await_that(lambda: read_file(f"{scene.control}/victim.txt") == expected,
                    "the daemon to run as it was installed", 5)
@@ -171,7 +171,7 @@ class Start(Scenario):
                 f"the transient folder is not as it was asked for: {folder}")
 
     def check_failed(self):
-        require(not self.scene.victims(), "the command has failed and the daemon runs")
+        require(not self.scene.victims(), "the command failed, but the daemon runs")
 
 
 class StartAsRoot(Start):
@@ -202,14 +202,14 @@ class Run(Scenario):
             signal_if_there(process.pid, signal.SIGTERM)
 
     def check_done(self):
-        require(self.scene.marks.is_set("returned"), "the process has ended before run() has returned")
+        require(self.scene.marks.is_set("returned"), "the process ended before run() returned")
 
 
 ALL = [Install, Reinstall, Uninstall, Start, Stop, Run]
 
 
 def check(scenario, function, what):
-    """Calls the function; says in its failure what was done before."""
+    """Calls the function, and adds to its failure what was done before."""
     try:
         function()
     except Failure as failure:

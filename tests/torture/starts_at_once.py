@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""Starts the victim two hundred times at once: exactly one runs, and the others say who holds the PID
-file. Then the same while the holder is killed: never do two run, and who did not get the file names a
-process that had it."""
+"""Starts the victim two hundred times at once: exactly one runs, and the others say who holds the PID file.
+Then the same while the holder is killed: two never run at the same time, and each that does not get the file
+names a process that had it."""
 
 import os
 import re
@@ -16,7 +16,7 @@ HELD = re.compile(r"FATAL ERROR: The PID file '(.*)' is held by process (\d+)\."
 
 
 class Crowd:
-    """Victims that all begin when the gate opens."""
+    """Victims that all begin at once, when a gate opens."""
 
     def __init__(self, scene, command="run"):
         self._scene = scene
@@ -24,7 +24,7 @@ class Crowd:
         self._gate, opener = os.pipe()
         self.processes = [self._begin(number) for number in range(STARTS)]
         os.close(self._gate)
-        os.close(opener)  # opens it: the readers see its end
+        os.close(opener)  # opens the gate: those who read from it see its end
 
     def _begin(self, number):
         scene = self._scene
@@ -41,14 +41,14 @@ class Crowd:
         await_that(lambda: len(self.running()) <= count, f"the end of all but {count}", 120)
 
     def check_losers(self, holders):
-        """Who has ended must have said which process holds the file. Returns how many have."""
+        """Each that has ended must have said which process holds the file. Returns how many have ended."""
         losers = [process for process in self.processes if process.has_ended() and process.pid not in holders]
         for process in losers:
             require(process.status == 2, f"status {process.status}: {process.output()}")
             message = HELD.search(process.output())
-            require(message, f"it does not say who holds the file: {process.output()}")
+            require(message, f"a loser does not say who holds the file: {process.output()}")
             require(message[1] == self._scene.pid_file and int(message[2]) in holders,
-                    f"it names another file or process than {holders}: {process.output()}")
+                    f"a loser names another file, or none of the processes {holders}: {process.output()}")
         return len(losers)
 
     def end(self):
@@ -58,17 +58,17 @@ class Crowd:
 
 
 def identify(path):
-    """Which file this is, and its content."""
+    """What would differ if this were another file, or had been written to."""
     status = os.stat(path)
     return status.st_ino, status.st_mtime_ns, read_file(path)
 
 
 def check_winner(scene, process):
-    """It must hold the file until it is told to stop."""
+    """The winner must hold the file until it is told to stop."""
     await_that(lambda: scene.holder() == process.pid, "the winner to hold the file")
     os.kill(process.pid, signal.SIGTERM)
-    require(process.wait() == 0, f"the winner has ended with status {process.status}")
-    require(not os.path.exists(scene.pid_file), "the winner has left its file")
+    require(process.wait() == 0, f"the winner ended with status {process.status}")
+    require(not os.path.exists(scene.pid_file), "the winner left its PID file behind")
 
 
 def start_at_once(scene):
@@ -79,16 +79,16 @@ def start_at_once(scene):
         crowd.await_all_but(1)
         winners = crowd.running()
         require([process.pid for process in winners] == [holder], f"{holder} holds the file, {winners} run")
-        require(identify(scene.pid_file) == first_file, "a loser has touched the winner's file")
+        require(identify(scene.pid_file) == first_file, "a loser touched the winner's file")
         losers = crowd.check_losers({holder})
         check_winner(scene, winners[0])
     finally:
         crowd.end()
-    require(losers == STARTS - 1, f"{losers} have lost")
+    require(losers == STARTS - 1, f"{losers} of {STARTS} have lost")
 
 
 def start_while_holder_dies(scene, delay):
-    """Returns whether one of the crowd has succeeded the holder that was killed."""
+    """Returns how many of the crowd, none or one, have succeeded the holder that was killed."""
     first = Process([scene.program, f"--controlFolder={scene.control}", "run"], scene.environment(),
                     f"{scene.folder}/output")
     await_that(lambda: scene.holder() == first.pid, "the first to hold the file")
@@ -99,7 +99,7 @@ def start_while_holder_dies(scene, delay):
         first.wait()
         crowd.await_all_but(1)
         await_that(lambda: not crowd.running() or scene.holder() == crowd.running()[0].pid, "the successor")
-        # A successor that ends while it is looked at would be a loser: it is no holder.
+        # A successor that ended while it was looked at would count as a loser.
         successors = crowd.running()
         losers = crowd.check_losers({first.pid, *(process.pid for process in successors)})
         require(losers + len(successors) == STARTS, f"{losers} have lost, {len(successors)} run")
@@ -113,7 +113,7 @@ def start_while_holder_dies(scene, delay):
 
 
 def start_installed_at_once(scene):
-    """By the command "start", whose victims tell the log."""
+    """The same with the command "start", whose losers say in the log who holds the file."""
     scenario = Start(scene)
     scenario.prepare()
     scene.clear_log()
@@ -124,7 +124,7 @@ def start_installed_at_once(scene):
     scenario.check_done()
     holders = [int(pid) for pid in re.findall(r"<what>The PID file .* is held by process (\d+)\.</what>",
                                               read_file(scene.log).decode())]
-    # Each loser says it twice: where the daemon runs, and at the end of the command.
+    # Each loser says so twice: when it cannot run, and at the end of its command.
     require(holders == 2 * (STARTS - 1) * [scene.holder()],
             f"of {STARTS} starts, these are said to hold the file: {holders}")
     scenario.clean()
@@ -145,8 +145,8 @@ def torture(options):
                         for _ in range(deaths))
     finally:
         scene.remove()
-    return (f"{rounds} times {STARTS} at once by run and {rounds} times by start, one ran each time; "
-            f"{deaths} times with the holder killed meanwhile, {succeeded} times one of them succeeded it")
+    return (f"{STARTS} at once, {rounds} times by run and {rounds} times by start: one ran each time; "
+            f"{deaths} times with the holder killed meanwhile: {succeeded} times one of them succeeded it")
 
 
 if __name__ == "__main__":

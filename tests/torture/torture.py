@@ -1,4 +1,4 @@
-"""What the programs that torture the victim share: the scene, running the victim, and awaiting what it
+"""What the programs that torture the victim share: the scene, running the victim, and waiting for what it
 does."""
 
 import argparse
@@ -21,7 +21,7 @@ FOLDERS_OF_ETC = ["/etc/init.d"] + [f"/etc/rc{level}.d" for level in range(7)]
 
 
 class Failure(Exception):
-    """A promise that was not kept."""
+    """The library has not kept a promise."""
 
 
 def require(condition, what):
@@ -30,18 +30,18 @@ def require(condition, what):
 
 
 def await_that(condition, what, patience=PATIENCE):
-    """Waits for the condition, looking every millisecond, and returns what it answers."""
+    """Waits until the condition, asked every millisecond, answers with something true, and returns that."""
     deadline = time.monotonic() + patience
     while True:
         answer = condition()
         if answer:
             return answer
-        require(time.monotonic() < deadline, f"waited in vain for this: {what}")
+        require(time.monotonic() < deadline, f"waited {patience} seconds in vain for {what}")
         time.sleep(0.001)
 
 
 def read_file(path):
-    """The content as bytes, or None where there is no such file."""
+    """The content as bytes, or None if there is no such file."""
     try:
         with open(path, "rb") as file:
             return file.read()
@@ -57,7 +57,7 @@ def signal_if_there(process, number):
 
 
 class Marks:
-    """How far a victim has got: its side is Marks.h."""
+    """How far a victim has got, in memory that it shares: Marks.h is the victim's side."""
 
     def __init__(self, path):
         self.path = path
@@ -78,7 +78,7 @@ class Marks:
 
 
 class Process:
-    """A child, whose output goes to a file."""
+    """A child whose output goes to a file."""
 
     def __init__(self, arguments, environment, output):
         self.arguments = arguments
@@ -106,7 +106,7 @@ class Process:
 
 
 class Scene:
-    """Where the victim is tortured: folders, log, environment. To be used in a private root."""
+    """Where the victim is tortured: folders, log, environment. Use it in a private root."""
 
     def __init__(self, program):
         self.program = program
@@ -152,31 +152,31 @@ class Scene:
                 if name.isdecimal() and os.readlink(f"/proc/{name}/exe") == self.program:
                     found.append(int(name))
             except OSError:
-                pass  # it has ended meanwhile
+                pass  # the process has ended meanwhile
         return found
 
     def holder(self):
-        """The process that the PID file names, or None."""
+        """The process that the PID file names, or None if there is no file."""
         content = read_file(self.pid_file)
         return int(content.split()[0]) if content else None
 
     def running(self):
-        """The victim that runs and holds the PID file, or None."""
+        """The victim that holds the PID file and runs, or None."""
         holder = self.holder()
         return holder if holder in self.victims() else None
 
 
 def run_torture(torture, description):
-    """Calls torture(options), which returns a line that counts what was done. A promise that was not kept
-    ends the program with status 1."""
+    """Calls torture(options), which returns a line that counts what was done, and prints it. If a promise was
+    not kept, the program ends with status 1."""
     parser = argparse.ArgumentParser(description=description)
     parser.add_argument("--program", required=True, help="the victim")
     parser.add_argument("--long", action="store_true", help="the long run instead of the short one")
-    parser.add_argument("--seed", type=int, default=None, help="to repeat what chance has chosen")
-    parser.add_argument("--only", default="", help="only the cases in whose names this occurs")
+    parser.add_argument("--seed", type=int, default=None, help="repeat the random choices of an earlier run")
+    parser.add_argument("--only", default="", help="only the cases whose names contain this")
     options = parser.parse_args()
     if os.environ.get("DMN_PRIVATE_ROOT") != "accounts":
-        print("needs a private root that was made by root")
+        print(f"{os.path.basename(sys.argv[0])} needs a private root that was made by root")
         sys.exit(1 if os.environ.get("DMN_TEST_REQUIRE_ALL") == "1" else 77)
     if options.seed is None:
         options.seed = random.SystemRandom().randrange(1000000)
@@ -191,7 +191,7 @@ def run_torture(torture, description):
 
 
 def end(process):
-    """Ends a child, such as strace, that may go on for ever."""
+    """Ends a child that might go on for ever, such as strace."""
     process.terminate()
     process.wait(PATIENCE)
 

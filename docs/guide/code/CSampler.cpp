@@ -34,13 +34,13 @@ void CSampler::writeSample() {
     m_file << m_label.toUTF8() << ": " << load << std::endl;
 }
 
-// Sleeps for the whole interval unless it is woken up: stopping is prompt, and nothing is polled.
+// Sleeps for the whole interval unless woken: it stops promptly without polling.
 void CSampler::waitForNextSample() {
     std::unique_lock<std::mutex> lock(m_waitMutex);
     m_wakeUp.wait_for(lock, m_interval, [this] { return shouldStop() || m_reopeningRequested; });
 }
 
-// The lock keeps the notification from falling between the look at the condition and the sleep.
+// Without the lock, the notification could be lost between the check of the condition and the sleep.
 void CSampler::wakeUp() {
     std::lock_guard<std::mutex> const lock(m_waitMutex);
     m_wakeUp.notify_all();

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <mutex>
 
-/// The service: appends the machine's load to a file in its control folder at regular intervals.
+/// The service: at regular intervals, appends the machine's load to a file in its control folder.
 class CSampler : public dmn::CDaemon {
 public:
     CSampler(fdn::String const& id, fdn::Path const& controlFolder, long intervalSeconds,
@@ -17,11 +17,10 @@ public:
     void init(dmn::IDaemonOperationProgress* progress) override;
     void run() override;
 
-    /// Ends the wait for the next sample, so that run() looks at shouldStop() at once. Any thread may call
-    /// it.
+    /// Ends the wait for the next sample, so that run() checks shouldStop() at once. Any thread may call it.
     void wakeUp();
 
-    /// Has the file opened anew before the next sample, which is taken at once. Any thread may call it.
+    /// Makes run() reopen the file and take the next sample at once. Any thread may call it.
     void requestReopening();
 
 private:

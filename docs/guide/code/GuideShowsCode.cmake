@@ -1,4 +1,4 @@
-# Fails unless every block of C++ in the guide's pages stands word for word in one of the files that are compiled.
+# Fails unless each block of C++ in the guide's pages stands word for word in a file that is compiled.
 # Usage: cmake -D GUIDE=... -P GuideShowsCode.cmake
 
 file(GLOB pages ${GUIDE}/*.md)
@@ -23,7 +23,7 @@ foreach(page IN LISTS pages)
 
         string(FIND "${code}" "\n${block}" position)
         if(position EQUAL -1)
-            message(SEND_ERROR "${page} shows code that no file in ${GUIDE}/code holds:\n${block}")
+            message(SEND_ERROR "${page} shows code that is in no file of ${GUIDE}/code:\n${block}")
         endif()
 
         string(SUBSTRING "${rest}" ${end} -1 rest)

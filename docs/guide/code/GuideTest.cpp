@@ -26,7 +26,7 @@ using testing::HasSubstr;
 using testing::StartsWith;
 using Words = std::vector<std::string>;
 
-/// What the guide says of its programs, tried as a reader would.
+/// Tries what the guide says of its programs, as a reader would.
 class GuideTest : public test::PrivateRootTest {
 protected:
     void SetUp() override {
@@ -78,7 +78,7 @@ TEST_F(GuideTest, SamplerStopsAtOnceThoughItsIntervalIsLong) {
     EXPECT_EQ(0, sampler.wait().status);
 }
 
-TEST_F(GuideTest, SamplerOpensItsFileAnewOnSIGHUP) {
+TEST_F(GuideTest, SamplerReopensItsFileOnSIGHUP) {
     Program sampler(withFolder(DMN_GUIDE_SAMPLER, {"--interval=3600", "run"}));
     ASSERT_TRUE(awaitFile("samples.txt"));
     std::filesystem::rename(m_folder.name("samples.txt"), m_folder.name("samples.txt.1"));

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <string>
 
-/// The service: notes the machine's load in the log once a minute.
+/// The service: logs the machine's load once a minute.
 class CLoadWatch : public dmn::CDaemon {
     using CDaemon::CDaemon;
 
@@ -23,7 +23,7 @@ class CLoadWatch : public dmn::CDaemon {
     }
 };
 
-/// The front end: says who the daemon is and makes it.
+/// The front end: says who the daemon is and creates it.
 class CLoadWatchEntry : public dmn::CDaemonEntry {
     fdn::P<dmn::CDaemonInfo> createDaemonInfo() override {
         auto info = fdn::newObj<dmn::CDaemonInfo>();

@@ -11,7 +11,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-/// The program's own work, as it was: takes texts from a socket and appends them to a file.
+/// The program's own work, unchanged: takes texts from a socket and appends them to a file.
 class CInbox {
 public:
     CInbox() = default;
@@ -36,7 +36,7 @@ public:
         m_file.open(folder + "/inbox.txt", std::ios::app);
     }
 
-    /// Works until stop() is called.
+    /// Takes texts until stop() is called.
     void serve() {
         for (;;) {
             pollfd sources[] = {{m_socket, POLLIN, 0}, {m_stopEvent, POLLIN, 0}};
@@ -49,7 +49,7 @@ public:
         }
     }
 
-    /// Any thread may call it, also before serve().
+    /// Any thread may call it, even before serve().
     void stop() { eventfd_write(m_stopEvent, 1); }
 
 private:
@@ -70,7 +70,7 @@ class CInboxDaemon : public dmn::CDaemon {
 public:
     using CDaemon::CDaemon;
 
-    // Here and not in a constructor: from here on the PID file keeps a second daemon away from the socket.
+    // Not in a constructor: only from here on does the PID file keep a second daemon away from the socket.
     void init(dmn::IDaemonOperationProgress* progress) override {
         m_inbox.open(getControlFolder().getText().toUTF8());
         progress->onOperationStepDone();
@@ -78,7 +78,7 @@ public:
 
     void run() override { m_inbox.serve(); }
 
-    /// Any thread may call it, also before init().
+    /// Any thread may call it, even before init().
     void wakeUp() { m_inbox.stop(); }
 
 private:

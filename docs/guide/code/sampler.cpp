@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-/// Carries signals to the sampler: SIGTERM stops it, SIGHUP has it open its file anew.
+/// Passes signals on to the sampler: SIGTERM stops it, and SIGHUP makes it reopen its file.
 class CSamplerSignals : public fdn::CBase, public virtual fdn::ISystemSignalHandler {
 public:
     CSamplerSignals(fdn::P<fdn::ISystemSignalHandler> const& next, fdn::P<CSampler> const& sampler)
@@ -25,7 +25,7 @@ private:
     fdn::P<CSampler> m_sampler;
 };
 
-/// The front end: adds the options --interval and --label, and the command "last [COUNT]".
+/// The front end: adds the options --interval and --label and the command "last [COUNT]".
 class CSamplerEntry : public dmn::CDaemonEntry {
 public:
     int entry(int argc, char** argv) override {
@@ -86,7 +86,7 @@ public:
     }
 
 private:
-    // 0 when there are samples, 1 when there are none.
+    // Returns the exit status: 0 if there are samples, else 1.
     int printLastSamples() {
         fdn::Path const path = m_controller->getControlFolder() << fdn::Path("samples.txt");
         std::ifstream file(fdn::toFileName(path).data());

@@ -10,7 +10,7 @@
 
 #include <stdlib.h>
 
-/// A manager whose status and progress the test can see.
+/// A manager that shows its status and progress to the test.
 class CObservedManager : public dmn::CDaemonManager {
 public:
     Status getStatus() {
@@ -26,7 +26,7 @@ private:
     std::atomic<int> m_steps{0};
 };
 
-/// Runs a sampler that takes a sample every hour, in this process, on a thread of its own.
+/// Runs a sampler in this process, on a thread of its own. It takes a sample every hour.
 class CSamplerTest : public testing::Test {
 protected:
     using Status = dmn::CDaemonManager::Status;
@@ -48,7 +48,7 @@ protected:
         m_run = std::async(std::launch::async, [this] { m_manager->runDaemon(m_sampler.get()); });
     }
 
-    /// What the handler of SIGTERM does.
+    /// Does what the handler of SIGTERM does.
     void stop() {
         m_manager->signalStop();
         m_sampler->wakeUp();
@@ -76,7 +76,7 @@ TEST_F(CSamplerTest, HoldsItsPIDFileWhileItRuns) {
 
     ASSERT_TRUE(awaitStatus(Status::Running));
     EXPECT_TRUE(std::filesystem::exists(m_folder + "/sampler.pid"));
-    EXPECT_EQ(5, m_manager->getSteps()); // three of the manager, two of the sampler
+    EXPECT_EQ(5, m_manager->getSteps()); // three from the manager, two from the sampler
 }
 
 TEST_F(CSamplerTest, StopsWhenItIsAskedTo) {
@@ -86,7 +86,7 @@ TEST_F(CSamplerTest, StopsWhenItIsAskedTo) {
     stop();
 
     EXPECT_TRUE(awaitStatus(Status::Stopped));
-    m_run.get(); // Throws what the daemon has thrown.
+    m_run.get(); // Rethrows what the daemon has thrown.
     EXPECT_FALSE(std::filesystem::exists(m_folder + "/sampler.pid"));
 }
 
@@ -109,7 +109,7 @@ TEST_F(CSamplerTest, FailsWithoutItsFolder) {
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    setenv("FDN_LOG_FILE", "/dev/stderr", 0); // Otherwise the test would have a log file of its own.
+    setenv("FDN_LOG_FILE", "/dev/stderr", 0); // Otherwise the test would leave a log file.
     fdn::CFdnInit const foundation(true);
     return RUN_ALL_TESTS();
 }

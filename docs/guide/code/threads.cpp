@@ -9,7 +9,7 @@
 
 #include <stdlib.h>
 
-/// Does two things at once, on two threads. When one of them ends, however, so does the other.
+/// Does two things at once, on two threads. When either ends, for whatever reason, so does the other.
 class CTwoWorkers : public dmn::CDaemon {
 public:
     CTwoWorkers(fdn::Path const& controlFolder, std::function<void()> first, std::function<void()> second)

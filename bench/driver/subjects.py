@@ -1,0 +1,162 @@
+"""The programs whose commands are measured: ours, the peers and the floors."""
+
+import collections
+from dataclasses import dataclass
+
+from steps import INSTALL, LOAD, PRINT, START, STOP_RUNNING, STOP_STOPPED, UNINSTALL, UNKNOWN, Step
+
+OURS = "dmn"
+BARE_C = "bare C"
+BARE_WX = "bare wxWidgets"
+
+SCRIPT = "/etc/init.d/heartbeat"
+FOREVER = "--interval=86400"
+
+# How many seconds the commands that stop a daemon sleep between two looks whether it has stopped.
+OUR_POLL = 0.05
+GO_POLL = 1
+POCO_POLL = 0.05
+DEBIAN_POLL = 0.02
+
+# For the shell, which gets the init script as $0 and a command as its arguments: it reads the settings that
+# our command reads before it starts or stops a daemon, and goes on with the other command.
+READ_FOR_START = """
+folder=$($0 printControlFolder) params=$($0 printParams) user=$($0 printRunAs)
+app_id=$($0 printTransientFolderAppID) group=$($0 printTransientFolderGroup) exe=$($0 printExePath)
+"""
+READ_FOR_STOP = "folder=$($0 printControlFolder); "
+GO_ON = """exec "$@" """
+KILL_AND_WAIT = f"""kill "$(cat "$1")"; while [ -e "$1" ]; do sleep {POCO_POLL}; done"""
+
+# A command line, the status that it must end with, and the PID file that the user waits for after it.
+Command = collections.namedtuple("Command", "line status pid_file", defaults=(0, None))
+
+
+@dataclass(frozen=True)
+class Subject:
+    """A program that is measured: its command for each step that it knows.
+
+    `limit` is how many times as long as the program ours may take; a floor, which only shows what is
+    possible, has none. A step that reads settings is limited only by a program that reads them from a script
+    as well."""
+
+    name: str
+    commands: dict[Step, Command]
+    limit: float | None = 1
+    poll: float | None = None
+    reads_settings: bool = False
+    is_watched_idle: bool = False
+
+    def limit_in(self, step):
+        """The limit in this step, or None if the program does less than ours."""
+        return self.limit if self.reads_settings or step.settings == 0 else None
+
+
+def make_subjects(place):
+    """All of them; ours is the first."""
+    return [make_ours(place), make_go_service(place),
+            make_poco_server(place), make_poco_server_with_settings(place),
+            make_start_stop_daemon(place), make_start_stop_daemon_with_settings(place),
+            make_bare_c(place), make_bare_shell(), make_bare_wx(place)]
+
+
+def make_ours(place):
+    heartbeat = place.program("examples/heartbeat")
+    return Subject(OURS, {
+        INSTALL: Command([heartbeat, "install", "--controlFolder=" + place.folder, FOREVER]),
+        PRINT: Command([SCRIPT, "printExePath"]),
+        START: Command([heartbeat, "start"], pid_file=place.pid_file("heartbeat")),
+        STOP_RUNNING: Command([heartbeat, "stop"]),
+        STOP_STOPPED: Command([heartbeat, "stop"]),
+        UNINSTALL: Command([heartbeat, "uninstall"]),
+        UNKNOWN: Command([heartbeat, "bogus"], status=2),
+        LOAD: Command([place.program("bench/start_dmn")])},
+        poll=OUR_POLL, reads_settings=True, is_watched_idle=True)
+
+
+def make_go_service(place):
+    go = place.program("bench/go_service")
+    return Subject("Go service", {
+        INSTALL: Command([go, "install"]),
+        START: Command([go, "start"], pid_file="/var/run/go_service.pid"),
+        STOP_RUNNING: Command([go, "stop"]),
+        STOP_STOPPED: Command([go, "stop"]),
+        UNINSTALL: Command([go, "remove"]),
+        UNKNOWN: Command([go, "bogus"], status=1)}, poll=GO_POLL, reads_settings=True, is_watched_idle=True)
+
+
+def run_shell(text, *arguments):
+    return ["/bin/sh", "-c", text, SCRIPT, *arguments]
+
+
+def start_poco(place, name):
+    return [place.program("bench/poco_server"), "--daemon", "--pidfile=" + place.pid_file(name)]
+
+
+def make_poco_server(place):
+    pid_file = place.pid_file("poco")
+    return Subject("Poco server", {
+        START: Command(start_poco(place, "poco"), pid_file=pid_file),
+        STOP_RUNNING: Command(run_shell(KILL_AND_WAIT, pid_file)),
+        UNKNOWN: Command([place.program("bench/poco_server"), "--bogus"], status=78)},
+        poll=POCO_POLL, is_watched_idle=True)
+
+
+def make_poco_server_with_settings(place):
+    pid_file = place.pid_file("poco_2")
+    return Subject("Poco server, settings read", {
+        START: Command(run_shell(READ_FOR_START + GO_ON, *start_poco(place, "poco_2")), pid_file=pid_file),
+        STOP_RUNNING: Command(run_shell(READ_FOR_STOP + KILL_AND_WAIT, pid_file))},
+        poll=POCO_POLL, reads_settings=True)
+
+
+def call_start_stop_daemon(pid_file, *arguments):
+    return ["start-stop-daemon", "--quiet", "--pidfile", pid_file, *arguments]
+
+
+def start_by_debian(pid_file, *arguments):
+    return call_start_stop_daemon(pid_file, "--start", "--background", *arguments)
+
+
+def stop_by_debian(pid_file):
+    return call_start_stop_daemon(pid_file, "--stop", "--oknodo", "--retry", "5", "--remove-pidfile")
+
+
+def make_start_stop_daemon(place):
+    pid_file = place.pid_file("debian")
+    start = start_by_debian(pid_file, "--make-pidfile", "--exec", place.program("bench/floor"), "--", "wait")
+    return Subject("start-stop-daemon", {
+        START: Command(start, pid_file=pid_file),
+        STOP_RUNNING: Command(stop_by_debian(pid_file)),
+        STOP_STOPPED: Command(stop_by_debian(pid_file)),
+        UNKNOWN: Command(["start-stop-daemon", "--bogus"], status=3)}, poll=DEBIAN_POLL)
+
+
+def make_start_stop_daemon_with_settings(place):
+    """Starts the same daemon as ours, which writes its PID file itself."""
+    pid_file = place.pid_file("settings")
+    start = start_by_debian(pid_file, "--exec", place.program("examples/heartbeat"), "--", "--id=settings",
+                            "--controlFolder=" + place.folder, "daemon", FOREVER)
+    stop = Command(run_shell(READ_FOR_STOP + GO_ON, *stop_by_debian(pid_file)))
+    return Subject("start-stop-daemon, settings read", {
+        START: Command(run_shell(READ_FOR_START + GO_ON, *start), pid_file=pid_file),
+        STOP_RUNNING: stop,
+        STOP_STOPPED: stop}, poll=DEBIAN_POLL, reads_settings=True)
+
+
+def make_bare_c(place):
+    floor, pid_file = place.program("bench/floor"), place.pid_file("floor")
+    return Subject(BARE_C, {
+        START: Command([floor, "start", pid_file], pid_file=pid_file),
+        STOP_RUNNING: Command([floor, "stop", pid_file]),
+        STOP_STOPPED: Command([floor, "stop", pid_file]),
+        UNKNOWN: Command([floor, "bogus"], status=2)}, limit=None, is_watched_idle=True)
+
+
+def make_bare_shell():
+    return Subject("sh -c echo", {PRINT: Command(["/bin/sh", "-c", "echo /usr/sbin/heartbeat"])}, limit=None)
+
+
+def make_bare_wx(place):
+    start = Command([place.program("bench/start_wx")])
+    return Subject(BARE_WX, {UNKNOWN: start, LOAD: start}, limit=1.5)
