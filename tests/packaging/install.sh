@@ -167,8 +167,8 @@ needed_names() {
     echo compareNarrow
 }
 
-# offered_names: prints every word of the installed headers' code, except in private sections. Such a section ends with the
-# next one, or with its class, at the same indentation.
+# offered_names: prints every word of the installed headers' code, except in private sections. Such a section ends with
+# the next one, or with its class, at the same indentation.
 offered_names() {
     find "$prefix/include" -name '*.h' -exec sed 's,//.*,,' {} + | awk '
         { column = match($0, /[^ ]/) }
