@@ -13,8 +13,8 @@ namespace dmn {
 /// The base of an application's service.
 ///
 /// The application implements run(), which does the work and returns once shouldStop() is true, and may
-/// override init(). Both are called on the main thread, by the manager; signalStop() comes from another
-/// thread.
+/// override init(). The manager calls both on the main thread, once, with no lock held; signalStop() comes
+/// from another thread. One object serves one run, because a stop request is never taken back.
 ///
 ///     void CMyDaemon::run() {
 ///         while (!shouldStop())
@@ -22,31 +22,34 @@ namespace dmn {
 ///     }
 class DMN_EXPORT CDaemon : public fdn::CBase {
 public:
-    /// The ID and the control folder under which the daemon is installed and controlled.
+    /// Stores the ID and the control folder under which the daemon is installed and controlled. Touches no
+    /// file.
     CDaemon(fdn::String const& id, fdn::Path const& controlFolder);
     CDaemon(CDaemon const&) = delete;
     CDaemon& operator=(CDaemon const&) = delete;
     ~CDaemon() override;
 
-    /// Prepares the service, before run(). An override may report each step of a lengthy preparation to the
-    /// progress object, which outlives the call. What it throws ends the daemon without run() being called.
-    /// The base version does nothing.
+    /// Prepares the service, before run(); the PID file is held by then. An override may report each step of
+    /// a lengthy preparation to the progress object, which outlives the call. What it throws ends the daemon,
+    /// and run() is not called. The base version does nothing.
     virtual void init(IDaemonOperationProgress* progress);
 
-    /// Does the daemon's work and returns when the service has stopped. How it waits between looks at
-    /// shouldStop() is the application's choice. What it throws ends the daemon.
+    /// Does the daemon's work and returns when the service has stopped. Called even if a stop was requested
+    /// before. How to wait between looks at shouldStop() is the application's choice; nothing wakes it up.
+    /// What it throws ends the daemon.
     virtual void run() = 0;
 
-    /// Asks the daemon to stop, for good. Any thread may call it, any number of times.
+    /// Asks the daemon to stop, for good, and returns at once. Any thread may call it, any number of times,
+    /// but no handler of the system's signals may: it takes a lock.
     void signalStop();
 
-    /// Whether the daemon was asked to stop. Any thread may call it, as often as it likes.
+    /// Whether the daemon was asked to stop. Never blocks for long. Any thread may call it.
     bool shouldStop() const;
 
-    /// The ID under which the daemon is installed and controlled. It never changes.
+    /// The ID under which the daemon is installed and controlled. Never changes.
     fdn::String const& getId() const { return m_id; }
 
-    /// The folder that holds the PID file, as it was given. It never changes.
+    /// The folder that holds the PID file, as it was given. Never changes.
     fdn::Path const& getControlFolder() const { return m_controlFolder; }
 
 private:

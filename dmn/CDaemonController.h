@@ -11,33 +11,35 @@
 
 namespace dmn {
 
-/// The handle through which one daemon is installed, started, stopped, uninstalled and looked at, from any
-/// process.
+/// The handle through which any process installs, starts, stops, uninstalls and queries one daemon.
 ///
-/// A daemon is known by its ID. It is installed exactly when its init script exists, and everything else that
-/// is known of an installed daemon is read back from that script by running it; nothing is cached but the
-/// control folder. Operations that change the system or signal a process raise the effective user to root for
-/// their duration, so they need root's rights or a set-user-ID executable.
+/// A daemon is known by its ID. It is installed exactly when its init script exists. The script stores all
+/// its settings, and they are read back by running it. Every call asks the system: of all that, the object
+/// keeps nothing but the control folder. Its end changes nothing about the daemon.
 ///
-/// Failures are thrown as fdn::CError. An ID that cannot name files stands for no daemon: the queries say
-/// that it is not installed and stopped, and everything else throws "Invalid daemon id: '...'." before
-/// anything is touched. Such are the empty ID, ".", "..", one with a "/" or the character NUL, and one of
-/// more than 251 bytes, because of its PID file.
+/// Operations that change the system or signal a process raise the effective user to root for their duration,
+/// so they need root's rights or a set-user-ID executable.
 ///
-/// The class takes no lock: use it from one thread, and because the
-/// effective user is the whole process's, from one controller at a time.
+/// Failures are thrown as fdn::CError. An ID that cannot name files stands for no daemon: queries answer that
+/// it is not installed and stopped, and everything else throws "Invalid daemon id: '...'." before it touches
+/// anything. Such IDs are the empty one, ".", "..", any with a "/" or the character NUL, and those of more
+/// than 251 bytes, which are too long for the name of a PID file.
+///
+/// The class takes no lock. Use an object from one thread at a time, and only one object at a time, because
+/// the effective user is that of the whole process.
 ///
 ///     dmn::CDaemonController controller("backupd", fdn::Path());
 ///     controller.stop();
 ///     bool const stopped = controller.waitStopped(10000);
 class DMN_EXPORT CDaemonController : public fdn::CBase {
 public:
-    /// Raises the effective user of the process to root while it lives, and restores it on every way out.
-    /// Guards nest.
+    /// Raises the effective user of the process to root while the object lives, and restores it on every way
+    /// out. Guards nest. The effective user is that of all threads (POSIX setreuid).
     class DMN_EXPORT CMakeRoot {
     public:
         /// Throws "The process does not have the necessary root privileges for this operation." when neither
-        /// the real nor the saved user is root (POSIX setreuid, EPERM); nothing is changed then.
+        /// the real nor the saved user is root (EPERM), and a system error for any other reason. The
+        /// effective user is unchanged then.
         CMakeRoot();
         CMakeRoot(CMakeRoot const&) = delete;
         CMakeRoot& operator=(CMakeRoot const&) = delete;
@@ -47,39 +49,45 @@ public:
         uid_t m_effectiveUser;
     };
 
-    /// Touches no file. An empty control folder means that it is read from the init script when it is needed.
+    /// Touches no file and accepts any ID. Pass an empty control folder to have it read from the init script
+    /// when it is first needed.
     CDaemonController(fdn::String const& id, fdn::Path const& controlFolder);
     ~CDaemonController() override;
 
-    /// Installs the daemon: writes its init script and links it into the run levels 0 and 6, and 2 to 5 when
-    /// it starts at boot. An existing installation is replaced. The daemon is not started, and neither the
-    /// account nor the executable is looked at. When something fails, the daemon is uninstalled again as far
-    /// as that gets, also where an earlier installation was to be replaced, and the error is thrown. The
-    /// password is neither used nor stored. Nothing keeps two processes from installing the same ID at once.
-    /// A run parameter that holds the character NUL, which no program can be given, is refused before
-    /// anything is changed.
+    /// Installs the daemon: writes its init script and links it into the run levels 0 and 6, and also 2 to 5
+    /// when it starts at boot. Replaces an existing installation. Does not start the daemon and looks at
+    /// neither the account nor the executable. The password is neither used nor stored.
+    ///
+    /// When a step fails, uninstalls the daemon as far as possible, even if this was to replace an earlier
+    /// installation, and throws the error of that step. A run parameter that holds the character NUL, which
+    /// no program can be given, is refused before anything is changed. Two processes that install the same ID
+    /// at once are not kept apart.
     ///
     /// The ID, the display name, the control folder, the account and the two texts about the transient folder
-    /// stand in double quotes in a shell script, as they are: a double quote, "$", "`" or backslash in them
-    /// means what it means to the shell.
+    /// go between double quotes into a shell script, as they are: the shell acts on a double quote, "$", "`"
+    /// or backslash in them.
     static void install(CDaemonInfo const& info, fdn::String const& id, fdn::Path const& controlFolder,
                         fdn::String runAs, fdn::String runAsPassword, fdn::String transientFolderAppID,
                         fdn::String transientFolderGroup);
 
-    /// Asks the daemon to stop, without waiting, then removes its run-level links and last its init script.
-    /// An empty control folder is read from the script. The first error ends it; what was not reached stays.
+    /// Asks the daemon to stop, without waiting for that, then removes its run-level links and, last, its
+    /// init script. An empty control folder is read from the script. The first error ends it; whatever it has
+    /// not reached by then stays.
     static void uninstall(fdn::String const& id, fdn::Path const& controlFolder);
 
     /// The same for this controller's daemon. Does nothing when it is not installed.
     void uninstall();
 
-    /// Launches the installed daemon as a detached process with the settings that its init script holds, all
-    /// of one installation, after making its transient folder if it wants one. Returns as soon as the process
-    /// is launched: whether the daemon comes up shows in waitRunningAndReady(). An already running daemon is
-    /// not noticed here; the second process fails to claim the PID file.
+    /// Launches the installed daemon as a detached process with the settings in its init script, all from one
+    /// installation, after making its transient folder if it wants one. Returns as soon as the process runs
+    /// the executable; waitRunningAndReady() tells whether the daemon comes up. Does not notice that the
+    /// daemon runs already: the second process then fails to claim the PID file. A failure leaves no process
+    /// behind, but the transient folder stays once it is complete.
     void start();
 
     /// Sends SIGTERM to the process that holds the daemon's PID file, if there is one, and returns at once.
+    /// Whether the signal arrived is not reported: see waitStopped(). Throws when the holder cannot be made
+    /// out.
     static void stop(fdn::Path const& controlFolder, fdn::String const& id);
 
     /// The same, with the control folder from the init script.
@@ -88,22 +96,24 @@ public:
     /// The same for this controller's daemon.
     void stop();
 
-    /// Whether the daemon's init script exists; what it holds is not examined.
+    /// Whether the daemon's init script exists, whatever is in it. Throws when the system has no folder for
+    /// init scripts.
     bool isInstalled();
 
-    /// Whether the daemon is not installed, or no live process holds its PID file.
+    /// Whether the daemon is not installed, or no live process holds its PID file. Throws when that cannot be
+    /// told.
     bool isStopped();
 
-    /// 0 when the daemon is stopped or not installed, -1 when it runs. Never 1, "running and ready": a daemon
-    /// has no way to say so on this system.
+    /// 0 when the daemon is stopped or not installed, -1 when it runs. Never 1, "running and ready": on this
+    /// system a daemon has no way to say so.
     int checkRunningAndReady();
 
-    /// Waits, for so many milliseconds at most, until the predicate gives the expected answer, and returns
-    /// whether it did. The predicate is asked at once and then every 50 ms; with 0 or less, only once. What
-    /// it throws ends the wait.
+    /// Blocks until the predicate gives the expected answer, for at most `timeoutMs` milliseconds, and
+    /// returns whether it did. Asks at once and then every 50 ms; only once for a time-out of 0 or less. What
+    /// the predicate throws ends the wait.
     bool waitForStatus(bool (CDaemonController::*predicate)(), bool expected, int timeoutMs);
 
-    /// Waits until isStopped(). Returns false on time-out.
+    /// Waits in the same way until isStopped(). Returns false on time-out.
     bool waitStopped(int timeoutMs);
 
     /// Waits until isInstalled(). Returns false on time-out.
@@ -115,54 +125,64 @@ public:
     /// Waits until checkRunningAndReady() is not 0 and returns its answer, or 0 on time-out.
     int waitRunningAndReady(int timeoutMs);
 
-    /// The control folder: the one given to the constructor, else the init script's, which is read once.
+    /// The control folder: the one given to the constructor, else the init script's, which the object keeps
+    /// once it has read it. Empty when the script's is.
     fdn::Path getControlFolder();
 
-    /// The process identifier of the running daemon, or a value below 1 when none runs.
+    /// The process identifier of the running daemon, or a value below 1 when none runs. Throws when a process
+    /// holds the PID file but cannot be identified.
     static int getActivePID(fdn::Path const& controlFolder, fdn::String const& id);
 
-    /// Where the init script of this ID is: in "/etc/init.d", or in "/etc/rc.d/init.d" where that is missing.
-    /// Throws when both are.
+    /// Where the init script of this ID belongs, whether or not it exists: in "/etc/init.d" or, where that is
+    /// missing, in "/etc/rc.d/init.d". Throws when both are missing.
     static fdn::Path getInitScriptPath(fdn::String const& id);
 
-    /// The setting that the init script answers to "print" and the attribute, without white space around it.
-    /// An unknown attribute gives the empty text; throws when the script cannot be run, fails without a word,
-    /// or prints not even an empty line for a setting that every script has.
+    /// The setting that the init script prints for "print" followed by the attribute, without white space
+    /// around it. The text is empty when the setting is, and for an unknown attribute. Throws when the script
+    /// cannot be run, fails without a word, or prints not even an empty line for a setting that every script
+    /// has. Blocks until the script ends; so do the getters below.
     static fdn::String getDaemonAttribute(fdn::String const& id, fdn::String const& attr);
 
-    /// The run parameters as they are stored: URI-escaped, with blanks between them.
+    /// The run parameters as they are stored: URI-escaped, with blanks between them. Empty when there are
+    /// none.
     static fdn::String getDaemonParams(fdn::String const& id);
 
-    /// The account that the daemon runs under; empty for that of whoever starts it.
+    /// The account that the daemon runs under. Empty for the account of whoever starts it.
     static fdn::String getDaemonRunAs(fdn::String const& id);
 
-    /// The name of the daemon's transient folder; empty when it has none.
+    /// The name of the daemon's transient folder. Empty when it has none.
     static fdn::String getDaemonTransientFolderAppID(fdn::String const& id);
 
-    /// The group of the transient folder; empty for the one named like the account.
+    /// The group of the transient folder. Empty for the group that is named like the account.
     static fdn::String getDaemonTransientFolderGroup(fdn::String const& id);
 
-    /// The control folder, in the normal form that install() has given it.
+    /// The control folder, in the normal form that install() gave it. Empty when it was installed without
+    /// one.
     static fdn::Path getControlFolder(fdn::String const& id);
 
-    /// The executable, in the normal form that install() has given it.
+    /// The executable, in the normal form that install() gave it.
     static fdn::Path getDaemonExePath(fdn::String const& id);
 
-    /// Writes the init script, the one place where the daemon's settings live, in place of an existing one,
-    /// and makes it executable. Returns its path. The caller needs root's rights.
+    /// Writes the init script in place of an existing one, makes it executable for everybody, and returns its
+    /// path. The caller needs root's rights; this does not raise them. After a failure the old script is
+    /// still there, or the new one is, possibly not executable.
     static fdn::Path createInitScript(CDaemonInfo const& info, fdn::String const& id,
                                       fdn::Path const& controlFolder, fdn::String const& runAs,
                                       fdn::String const& transientFolderAppID,
                                       fdn::String const& transientFolderGroup);
 
-    /// The folder of the run level's links: "/etc/rcN.d", or "/etc/rc.d/rcN.d" where that is missing. Throws,
-    /// naming the folder, when both are.
+    /// The folder of the run level's links: "/etc/rcN.d" or, where that is missing, "/etc/rc.d/rcN.d".
+    /// Throws, naming the folder, when both are missing.
     static fdn::Path getRunLevelDir(int level);
 
-    /// The name of the daemon's link in a run level: a kill link for 0 and 6, a start link for every other.
+    /// The name of the daemon's link in a run level: a kill link for 0 and 6, a start link for any other
+    /// number.
     static fdn::String getRunLevelLinkName(int level, fdn::String const& id);
 
-    /// Always false: an installed daemon cannot be disabled on this system.
+    // On this system an installed daemon cannot be disabled. The interface is fixed and has these operations
+    // all the same, and they do no more: do not complete them.
+
+    /// Always false.
     bool isDisabled();
 
     /// Does nothing.
@@ -171,13 +191,12 @@ public:
     /// Throws fdn::CNotImplementedError.
     void disable();
 
-    /// The name that a daemon's own account has by convention: the ID between underscores.
+    /// The name that a daemon's own account has by convention: the ID between underscores. The interface
+    /// fixes the operation's name, although there is nothing of Windows here, and the library does not call
+    /// it.
     static fdn::String getWindowsSpecialDaemonUserName(fdn::String const& id);
 
 private:
-    static void createRunLevelLinks(fdn::Path const& script, fdn::String const& id, bool startAtBoot);
-    static void removeRunLevelLinks(fdn::String const& id);
-
     fdn::String m_id;
     fdn::Path m_controlFolder;
 };

@@ -36,12 +36,13 @@ namespace dmn {
 ///     }
 ///
 /// The command line is one command word and options. The words are run, daemon, install, uninstall, start and
-/// stop; an application adds words of its own in doCommand(), and options in addCommandLineOptions() and
-/// handleCommandParams(). Everything is called on the thread that called entry(), except for signalStop(),
-/// which any thread may call. While a daemon runs, SIGTERM stops it.
+/// stop. An application adds words of its own in doCommand(), and options in addCommandLineOptions() and
+/// handleCommandParams(). Unless its comment says otherwise, an operation belongs to the thread that called
+/// entry(). While a daemon runs, SIGTERM stops it.
 class DMN_EXPORT CDaemonEntry : public fdn::CBase, public virtual dmnm::IDaemonEntry {
 public:
-    /// Carries the termination signal to the manager, also when it came before there was one.
+    /// Carries the termination signal to the manager, even if the signal comes before there is one. Holds a
+    /// reference to the manager meanwhile.
     class DMN_EXPORT CSignalHandler : public fdn::CBase, public virtual fdn::ISystemSignalHandler {
     public:
         CSignalHandler();
@@ -49,12 +50,13 @@ public:
         CSignalHandler& operator=(CSignalHandler const&) = delete;
         ~CSignalHandler() override;
 
-        /// Asks the manager to stop, now or as soon as there is one. Called on the signal receiver's thread,
-        /// whatever the signal.
+        /// Asks the manager to stop, now or as soon as there is one. Called on the signal receiver's thread.
+        /// Does not look at the signal: whatever it is registered for stops the daemon.
         void handleSystemSignal(fdn::SysSignal signal) override;
 
-        /// Sets the manager to forward to, or none. Waits until a forwarding call has returned; a manager
-        /// that comes after a signal is asked to stop at once. Any thread may call it.
+        /// Sets the manager to forward to, or none (null). A manager that comes after a signal is asked to
+        /// stop at once. Blocks until a forwarding call that is under way has returned. Any thread may call
+        /// it.
         void setDaemonManager(CDaemonManager* manager);
 
     private:
@@ -76,89 +78,99 @@ public:
     /// - -1: verifyCommandParams() refused the command line, or help was shown;
     /// - another number: the command line could not be parsed.
     ///
-    /// The parser's usage and messages go to standard output, or to the wxMessageOutput that the application
-    /// has set before. The log lists a bad command line, but no password.
+    /// The parser prints its usage and messages to standard output, or to the wxMessageOutput that the
+    /// application has set before. A bad command line is listed in the log, but not the password in it.
     ///
-    /// Every std::exception ends here; others pass through. Meant to be called once. Standard streams that
-    /// the caller has closed are opened on /dev/null first.
+    /// Every std::exception ends here; others pass through once the log is closed. Meant to be called once,
+    /// at the beginning of main(): first of all, it opens /dev/null in place of each standard stream that the
+    /// caller of the program has closed. SIGTERM stays handled when it returns.
     int entry(int argc, char** argv) override;
 
-    /// Drops the caller's reference.
+    /// Drops the caller's reference, and so deletes the object if that was the last.
     void dispose() override;
 
-    /// Asks the running daemon to stop. Without one it has no effect, also not on a daemon that is run later.
-    /// Any thread may call it.
+    /// Asks the running daemon to stop, and returns at once. Has no effect when no daemon runs, not even on
+    /// one that is run later. Any thread may call it.
     void signalStop() override;
 
-    /// Called first in entry(). Does nothing; for the application's own preparation.
+    // The operations from here to doDaemon() are the steps of entry(), which calls them. What they throw
+    // fails the command.
+
+    /// Called before all other steps. Does nothing; an override does the application's own preparation.
     virtual void init();
 
-    /// The description of the application's daemon. Called for every command, after the options are stored.
+    /// Returns the description of the application's daemon. Called for every command, once the options are
+    /// stored. An empty pointer fails the command.
     virtual fdn::P<CDaemonInfo> createDaemonInfo() = 0;
 
-    /// The daemon to run, made for this ID and control folder. Called for the commands run and daemon.
+    /// Returns the daemon to run, made for this ID and control folder. Called for the commands run and
+    /// daemon. An empty pointer fails the command.
     virtual fdn::P<CDaemon> createDaemon(fdn::String const& id, fdn::Path const& controlFolder) = 0;
 
     /// Declares the options. Applications with options of their own extend it and call the base version.
     virtual void addCommandLineOptions(wxCmdLineParser& parser);
 
-    /// Whether the parsed command line makes sense for the command; called before any option is stored. An
-    /// override that refuses tells the user why. The base version wants a control folder for install.
+    /// Whether the parsed command line makes sense for the command. Called before any option is stored. An
+    /// override that refuses must tell the user why; entry() then shows the usage. The base version refuses
+    /// install without a control folder.
     virtual bool verifyCommandParams(fdn::String const& command, wxCmdLineParser& parser);
 
     /// Stores the options. Applications with options of their own extend it and call the base version.
     virtual void handleCommandParams(wxCmdLineParser& parser);
 
-    /// Called when the options are stored and the control folder is there. Does nothing.
+    /// Called when the options are stored and the control folder exists. Does nothing.
     virtual void onCommandLineParsed();
 
     /// Carries out the command. Applications with commands of their own handle them here and call the base
-    /// version for the others; it throws for a word that it does not know.
+    /// version for the others. The base version throws for a word that it does not know.
     virtual void doCommand(fdn::String const& command);
 
-    /// Installs the daemon and waits until it is installed.
+    /// Installs the daemon and waits until it is installed. Throws when that takes longer than the time-out.
     virtual void doInstall();
 
-    /// Asks the daemon to stop, uninstalls it, and waits until it is no longer installed.
+    /// Asks the daemon to stop, uninstalls it, and waits until it is no longer installed. Throws when that
+    /// takes longer than the time-out.
     virtual void doUninstall();
 
     /// Launches the installed daemon. Does not wait for it to come up.
     virtual void doStart();
 
-    /// Asks the running daemon to stop and waits until it has. One that is not installed is not waited for.
+    /// Asks the running daemon to stop and waits until it has. Does not wait for one that is not installed.
+    /// Throws when the daemon takes longer than the time-out; it may still stop later.
     virtual void doStop();
 
-    /// Runs the daemon in this process until it stops.
+    /// Runs the daemon in this process and returns when it has stopped.
     virtual void doRun();
 
-    /// The same, as the background service. The process is detached already when the daemon was started by
-    /// doStart(); an override may do more.
+    /// Runs the daemon as the background service: calls doRun(). A process that doStart() has launched is
+    /// detached already; an override may do more.
     virtual void doDaemon();
 
-    /// Makes a manager and attaches it to this object and to the signal handler: from here on signalStop()
-    /// and the termination signal reach it. A signal that came before stops it at once. For use within
-    /// entry(), which makes the signal handler; so is destroyDaemonManager().
+    /// Makes a manager and attaches it to this object and to the signal handler: from here on, signalStop()
+    /// and the termination signal reach it. A signal that came before stops it at once. Call it and
+    /// destroyDaemonManager() only within entry(), which makes the signal handler.
     void createDaemonManager();
 
-    /// Detaches the manager again.
+    /// Detaches the manager again. Blocks until a request to stop that is under way has reached it.
     void destroyDaemonManager();
 
-    /// Sets the manager that signalStop() reaches, or none. Any thread may call it.
+    /// Sets the manager that signalStop() reaches, or none (null). A signalStop() that came before does not
+    /// stop it. Any thread may call it.
     void setDaemonManager(CDaemonManager* manager);
 
-    /// The manager of the running daemon, or an empty pointer. Any thread may call it.
+    /// Returns the manager of the running daemon, or an empty pointer when none runs. Any thread may call it.
     fdn::P<CDaemonManager> getDaemonManager();
 
 protected:
     bool m_stopRequested = false;           ///< signalStop() was called
-    fdn::P<CSignalHandler> m_signalHandler; ///< handles SIGTERM; what replaces it must call it
-    fdn::P<CDaemonInfo> m_daemonInfo;       ///< what createDaemonInfo() has made
+    fdn::P<CSignalHandler> m_signalHandler; ///< handles SIGTERM; a replacement must call it
+    fdn::P<CDaemonInfo> m_daemonInfo;       ///< what createDaemonInfo() returned
     fdn::Path m_controlFolder;              ///< --controlFolder as it was given
     fdn::Path m_exePath;                    ///< the normal form of how the program was called
     fdn::P<CDaemonController> m_controller; ///< of the daemon m_daemonId
     fdn::P<CDaemonManager> m_daemonManager; ///< only while a daemon runs
     fdn::CMutex m_mutex;                    ///< guards m_daemonManager and m_stopRequested
-    std::int32_t m_timeoutMs = 60000;       ///< how long install, uninstall and stop wait
+    std::int32_t m_timeoutMs = 60000;       ///< how long commands wait, whatever the help says
     fdn::String m_idOption;                 ///< --id as it was given
     fdn::String m_daemonId;                 ///< --id, else the daemon's default ID
     fdn::String m_command;                  ///< the command word
@@ -168,14 +180,12 @@ protected:
     fdn::String m_transientFolderGroup;     ///< --transientFolderGroup as it was given
 
 private:
-    int performLogged(int argc, char** argv);
-    int perform(int argc, char** argv);
-    void registerSignalHandler();
-    void declareArguments(wxCmdLineParser& parser);
-    int takeCommand(wxCmdLineParser& parser);
-    void performCommand(wxCmdLineParser& parser, char const* program);
-    void storeTimeout(wxCmdLineParser& parser);
-    void concludeWait(bool succeeded, char const* success, char const* timeoutTail, char const* timeout);
+    DMN_HIDDEN int performLogged(int argc, char** argv);
+    DMN_HIDDEN int perform(int argc, char** argv);
+    DMN_HIDDEN void registerSignalHandler();
+    DMN_HIDDEN void declareArguments(wxCmdLineParser& parser);
+    DMN_HIDDEN int takeCommand(wxCmdLineParser& parser);
+    DMN_HIDDEN void performCommand(wxCmdLineParser& parser, char const* program);
 };
 
 } // namespace dmn

@@ -4,7 +4,7 @@
 #include <fdn/CPIDFile.h>
 #include <fdn/log.h>
 
-#include <dmn/id/PIDFilePath.h>
+#include <dmn/id/DaemonId.h>
 
 namespace dmn {
 
@@ -16,6 +16,7 @@ void CDaemonManager::runDaemon(CDaemon* daemon) {
     try {
         runHoldingPIDFile(daemon);
     } catch (std::exception const& e) {
+        // The PID file has been given up on the way here: another process may run the daemon.
         fdn::logError(e, "", "CDaemonManager - running daemon");
         detachDaemon();
         setStatus(Status::Stopped);
@@ -27,6 +28,7 @@ void CDaemonManager::runHoldingPIDFile(CDaemon* daemon) {
     onOperationStepDone();
     if (daemon == nullptr)
         throw fdn::CError("There is no daemon to run.");
+    // Claimed first, so that a second process fails before it prepares its daemon.
     fdn::CPIDFile const pidFile(getPIDFilePath(daemon->getControlFolder(), daemon->getId()));
     attachDaemon(daemon);
     onOperationStepDone();
@@ -41,7 +43,7 @@ void CDaemonManager::runHoldingPIDFile(CDaemon* daemon) {
 void CDaemonManager::attachDaemon(CDaemon* daemon) {
     fdn::CMutexLock const lock(m_mutex);
     m_daemon = daemon;
-    if (m_status == Status::Stopping)
+    if (m_status == Status::Stopping) // the request came before there was a daemon to tell
         m_daemon->signalStop();
 }
 
@@ -51,7 +53,7 @@ void CDaemonManager::detachDaemon() {
 }
 
 void CDaemonManager::signalStop() {
-    fdn::CMutexLock const lock(m_mutex);
+    fdn::CMutexLock const lock(m_mutex); // setStatus() takes it again, which this mutex allows
     setStatus(Status::Stopping);
     if (m_daemon)
         m_daemon->signalStop();

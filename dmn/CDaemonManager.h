@@ -13,11 +13,14 @@ namespace dmn {
 /// Runs one daemon in the current process: holds its PID file for exactly as long as it runs, keeps the run
 /// status, and carries a stop request from any thread to the daemon.
 ///
-/// A manager serves one run. Locks are taken in the order manager, daemon; the daemon's init() and run() are
-/// called without any lock held.
+/// A manager serves one run, because its status never leaves Stopped. It locks first itself, then the daemon;
+/// it calls the daemon's init() and run() with no lock held, so that a running daemon delays no stop request.
+///
+///     fdn::P<dmn::CDaemonManager> const manager = fdn::newObj<dmn::CDaemonManager>();
+///     manager->runDaemon(daemon.get()); // until another thread calls manager->signalStop()
 class DMN_EXPORT CDaemonManager : public fdn::CBase, public virtual IDaemonOperationProgress {
 public:
-    /// Where the run is; setStatus() says what may follow what.
+    /// How far the run has come. setStatus() says what may follow what; the numbers are fixed.
     enum class Status : int {
         Starting = 0, ///< until the daemon's init() has returned
         Running = 1,  ///< the daemon's run() has been entered
@@ -30,22 +33,27 @@ public:
     CDaemonManager& operator=(CDaemonManager const&) = delete;
     ~CDaemonManager() override;
 
-    /// Runs the daemon to completion on the calling thread. The manager holds a reference to it meanwhile. A
-    /// stop that was requested before reaches the daemon before its init().
+    /// Claims the PID file, runs the daemon on the calling thread, and returns when it has ended and the file
+    /// is given up. The manager holds a reference to the daemon meanwhile. A stop that was requested before
+    /// reaches the daemon before its init().
     ///
-    /// Throws what the daemon's init() and run() throw, and a CError when the PID file cannot be claimed,
-    /// such as when another process holds it. Errors are logged; in each case the PID file is given up first.
+    /// Throws whatever the daemon's init() and run() throw, and a CError for no daemon (null) and when the
+    /// PID file cannot be claimed, for instance because another process holds it. Every std::exception is
+    /// logged. The PID file is given up before that, and the status is Stopped afterwards. Any other
+    /// exception passes through: the PID file is given up, but the daemon stays attached, and the status
+    /// stays.
     void runDaemon(CDaemon* daemon);
 
-    /// Requests the stop: of the daemon that runs, or of the one that will. Any thread may call it at any
-    /// time.
+    /// Asks the daemon that runs, or the next one that will, to stop, and returns at once. Any thread may
+    /// call it at any time.
     void signalStop();
 
-    /// Changes the status. Stopping only ever becomes Stopped, and Stopped stays. Any thread may call it.
+    /// Changes the status, unless the change would undo a stop: Stopping can only become Stopped, and Stopped
+    /// stays. Any thread may call it.
     void setStatus(Status status);
 
-    /// A step of starting the daemon is done: called three times by runDaemon() and by the daemon's init().
-    /// Does nothing; a derived class may observe the progress.
+    /// Called when a step of starting the daemon is done: three times by runDaemon(), and by the daemon's
+    /// init() as it likes. Does nothing; a derived class may override it to observe the progress.
     void onOperationStepDone() override;
 
 protected:
@@ -54,9 +62,9 @@ protected:
     fdn::P<CDaemon> m_daemon;           ///< the daemon that runs, or empty
 
 private:
-    void runHoldingPIDFile(CDaemon* daemon);
-    void attachDaemon(CDaemon* daemon);
-    void detachDaemon();
+    DMN_HIDDEN void runHoldingPIDFile(CDaemon* daemon);
+    DMN_HIDDEN void attachDaemon(CDaemon* daemon);
+    DMN_HIDDEN void detachDaemon();
 };
 
 } // namespace dmn

@@ -2,21 +2,24 @@
 
 #include <dmn/Export.h>
 
+// The namespace is dmnm, not dmn: the interface is fixed, and so is its binary form. Do not repair it.
 namespace dmnm {
 
-/// What a host that knows nothing of the framework holds of a daemon's front end: it runs a command line,
-/// gives the object up, and may ask a running daemon to stop.
+/// A daemon's front end as a host sees it that knows nothing else of the framework: the host runs a command
+/// line on it, may ask the running daemon to stop, and gives the object up. The order of the operations is
+/// fixed.
 class DMN_EXPORT IDaemonEntry {
 public:
     virtual ~IDaemonEntry();
 
-    /// Runs one command line on the calling thread and returns the exit status.
+    /// Runs one command line on the calling thread, which for a daemon lasts until it stops. Returns the exit
+    /// status: 0 for success.
     virtual int entry(int argc, char** argv) = 0;
 
-    /// Gives the object up; it must not be used afterwards.
+    /// Gives the object up: the host must neither use nor delete it afterwards.
     virtual void dispose() = 0;
 
-    /// Asks the daemon that entry() is running to stop. Any thread may call it.
+    /// Asks the daemon that entry() is running to stop, and returns at once. Any thread may call it.
     virtual void signalStop() = 0;
 };
 

@@ -6,11 +6,14 @@
 
 namespace dmn {
 
-/// Through this a daemon reports that one step of a lengthy operation is done. The object belongs to whoever
-/// hands it out and lives at least as long as the operation.
+/// The receiver of a daemon's reports on a lengthy operation. The object belongs to whoever hands it out, and
+/// lives at least as long as the operation.
 class DMN_EXPORT IDaemonOperationProgress : public virtual fdn::IBase {
 public:
-    /// One more step is done. Called on the thread that performs the operation.
+    ~IDaemonOperationProgress() override;
+
+    /// Reports that one more step is done. Call it on the thread that performs the operation; what it throws
+    /// ends the operation.
     virtual void onOperationStepDone() = 0;
 };
 

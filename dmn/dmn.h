@@ -1,6 +1,6 @@
 #pragma once
 
-/// The whole daemon framework, and the foundation that it stands on.
+/// The whole daemon framework, and the foundation on which it stands.
 
 #include <fdn/fdn.h>
 

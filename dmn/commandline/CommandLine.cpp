@@ -3,8 +3,10 @@
 #include <fdn/CError.h>
 #include <fdn/files.h>
 
+#include <dmn/commandline/IgnoredAssertions.h>
+#include <dmn/commandline/ParserOutput.h>
+
 #include <wx/crt.h>
-#include <wx/msgout.h>
 
 #include <algorithm>
 #include <optional>
@@ -16,31 +18,16 @@ namespace {
 
 using Texts = std::vector<fdn::String>;
 
-// What the parser takes for an option without a name, and can read.
+// The parser takes this for an option without a name, and copes with it.
 constexpr char kNamelessOption[] = "---";
 
-// No option's name ends with it.
+// Stands for the argument that follows. No option's name ends with it.
 constexpr char kNextArgument[] = " ";
 
 constexpr char kHidden[] = "***";
 
-/// While it lives, the parser says nothing.
-class SilentParser : public wxMessageOutput {
-public:
-    SilentParser() : m_previous(wxMessageOutput::Set(this)) {}
-
-    SilentParser(SilentParser const&) = delete;
-    SilentParser& operator=(SilentParser const&) = delete;
-
-    ~SilentParser() override { wxMessageOutput::Set(m_previous); }
-
-    void Output(wxString const&) override {}
-
-private:
-    wxMessageOutput* m_previous;
-};
-
-// As an option it would have the parser look at the last character of a name that has none.
+// Whether the parser, if it takes the argument for an option, finds no name in it: it would then look at the
+// last character of the empty name.
 bool isNameless(fdn::String const& argument) {
     wxString afterDashes;
     if (!argument.StartsWith("--", &afterDashes) || afterDashes.empty())
@@ -49,7 +36,8 @@ bool isNameless(fdn::String const& argument) {
     return !wxIsalnum(first) && first != '_' && first != '-';
 }
 
-// The parser would read the arguments by the environment's locale, which knows no umlaut at boot.
+// Hands the arguments over as texts. The parser would read bytes by the environment's locale, in which there
+// are no umlauts at boot.
 void setArguments(wxCmdLineParser& parser, Texts const& texts) {
     std::vector<std::wstring> buffers;
     std::vector<wchar_t*> pointers;
@@ -67,17 +55,19 @@ Texts readArguments(std::vector<char const*> const& arguments) {
     return texts;
 }
 
-// The same arguments, with one that the parser can read in the place of each nameless one.
+// The same arguments, with one that the parser copes with in the place of each nameless one. The first is the
+// program's name, which is never an option.
 Texts makeReadable(Texts texts) {
     if (!texts.empty())
         std::replace_if(texts.begin() + 1, texts.end(), isNameless, fdn::String(kNamelessOption));
     return texts;
 }
 
-// The password that the argument gives, as an option, if another one follows it. Only the parser knows the
-// application's options, with which the password's can stand in one argument.
+// Returns the password that the argument gives if it is an option: kNextArgument if the next argument is the
+// password, the empty text if there is none. Asks the parser, because only that knows the application's
+// options, and several options of one letter may share an argument with the password's.
 fdn::String askForPassword(wxCmdLineParser& parser, fdn::String const& argument) {
-    SilentParser const silent;
+    NoParserOutput const silent;
     IgnoredAssertions const ignored; // of an option that the application has not declared
     setArguments(parser, makeReadable({fdn::String(), argument, kNextArgument}));
     parser.Parse(false);
@@ -104,11 +94,12 @@ void CommandLine::giveTo(wxCmdLineParser& parser) const {
 }
 
 int CommandLine::parse(wxCmdLineParser& parser) const {
+    ParserOutput const output;
     Texts const texts = readArguments(m_arguments);
     Texts const readable = makeReadable(texts);
     if (readable == texts)
         return parser.Parse(true);
-    // It succeeds where none of them stands for an option. Then they can be read as they are.
+    // This succeeds if no nameless argument stands for an option. Then they can be read as they are.
     setArguments(parser, readable);
     int const result = parser.Parse(true);
     if (result != 0)

@@ -3,31 +3,17 @@
 #include <fdn/String.h>
 
 #include <wx/cmdline.h>
-#include <wx/debug.h>
 
 #include <vector>
 
 namespace dmn {
 
-/// While it lives, what wxWidgets takes for a programming error is not reported.
-class IgnoredAssertions {
-public:
-    IgnoredAssertions() : m_previous(wxSetAssertHandler(nullptr)) {}
-
-    IgnoredAssertions(IgnoredAssertions const&) = delete;
-    IgnoredAssertions& operator=(IgnoredAssertions const&) = delete;
-
-    ~IgnoredAssertions() { wxSetAssertHandler(m_previous); }
-
-private:
-    wxAssertHandler_t m_previous;
-};
-
-/// An argument in the encoding of file names, so that a path names the same file again; null as the empty
-/// text. Throws for one that is no text, and never shows it, for it may be a password.
+/// Reads an argument by the encoding of file names, so that a path in it names the same file again. Null is
+/// the empty text. Throws a CError for one that is no text, but does not show it: it may be a password.
 fdn::String readArgument(char const* argument);
 
-/// The arguments that a program was called with, on their way to the parser.
+/// The arguments that a program was called with, on their way to the parser. Keeps the caller's pointers,
+/// and must not outlive what they point to. Every operation throws a CError for an argument that is no text.
 class CommandLine {
 public:
     CommandLine(int argc, char** argv);
@@ -35,11 +21,12 @@ public:
     /// Gives the arguments to the parser.
     void giveTo(wxCmdLineParser& parser) const;
 
-    /// Has the parser read them. Returns its result, and prints as it does.
+    /// Has the parser, whose options are declared by now, read the arguments. Prints its messages and usage,
+    /// and returns its result: 0 for success, below 0 when it has shown the help, above 0 for a fault.
     int parse(wxCmdLineParser& parser) const;
 
-    /// The arguments in double quotes, with "***" in the place of a password's value. The parser, whose
-    /// options are declared, has forgotten its own arguments afterwards.
+    /// The arguments in double quotes, separated by commas, with "***" in the place of a password. Uses the
+    /// parser, and so replaces the arguments that it was given.
     fdn::String describe(wxCmdLineParser& parser) const;
 
 private:

@@ -1,16 +1,13 @@
 #include <dmn/script/InitScript.h>
 
-#include <fdn/CError.h>
-#include <fdn/uri.h>
-
-#include <wx/tokenzr.h>
-
 #include <iterator>
 
 namespace dmn {
 
 namespace {
 
+// The text is fixed, and odd in places: the start passes options that the command does not use, the restart
+// does without them, and only some lines quote the control folder. Do not repair it: others rely on the text.
 constexpr wchar_t kVerbs[] = LR"(
 
 case "$1" in
@@ -56,9 +53,9 @@ esac
 exit 0
 )";
 
-// Whether the shell takes the text, on the right of an unquoted assignment, as one word that means itself
-// (POSIX.1-2017, Shell Command Language, 2.2 Quoting and 2.6.1 Tilde Expansion). None begins with "~": paths
-// are absolute, parameters escaped.
+// Whether the shell takes the text, on the right of an unquoted assignment, as one word that stands for
+// itself (POSIX.1-2017, Shell Command Language, 2.2 Quoting and 2.6.1 Tilde Expansion). No text begins with
+// "~", because paths are absolute and parameters are escaped.
 bool isPlainWord(fdn::String const& text) {
     return text.find_first_of(" \t\n\"'\\$`;&|<>()") == fdn::String::npos &&
            text.find(":~") == fdn::String::npos;
@@ -74,8 +71,8 @@ void appendQuoted(fdn::String& script, fdn::String const& text) {
     script += '"';
 }
 
-// Unquoted values stand in the script as they are, unless the shell would take them apart: it would then run
-// the second word as a program, at every call of the script.
+// Writes the value without quotes, as it is, unless the shell would split it: every call of the script would
+// then run the second word as a program.
 void appendAssignment(fdn::String& script, char const* name, fdn::String const& value) {
     script << "\n" << name << "=";
     if (isPlainWord(value))
@@ -84,21 +81,11 @@ void appendAssignment(fdn::String& script, char const* name, fdn::String const& 
         appendQuoted(script, value);
 }
 
-// The echo of some shells takes a first word such as "-n" as an option and prints nothing of it.
-bool isEchoOption(fdn::String const& word) {
-    return word.length() > 1 && word[0] == '-' && word.find_first_not_of("neE", 1) == fdn::String::npos;
-}
-
-void protectFromEcho(fdn::String& line) {
-    if (isEchoOption(line.BeforeFirst(' ')))
-        line.replace(0, 1, "%2D");
-}
-
 } // namespace
 
 fdn::String composeInitScript(InitScriptValues const& values) {
     fdn::String script;
-    // The parameters may be many; everything else is short.
+    // There may be many parameters; everything else is short. One allocation holds it all.
     script.reserve(values.parameterLine.length() + 2 * std::size(kVerbs));
     script << "#!/bin/sh\n"                                                      //
            << "\nDAEMONID=\"" << values.daemonId << "\""                         //
@@ -112,35 +99,6 @@ fdn::String composeInitScript(InitScriptValues const& values) {
     appendAssignment(script, "INITFILEPATH", values.initFilePath.getText());
     script << kVerbs;
     return script;
-}
-
-void requireArguments(fdn::TList<fdn::String> const& params) {
-    int number = 0;
-    for (fdn::String const& param : params) {
-        ++number;
-        if (param.find(L'\0') != fdn::String::npos)
-            throw fdn::CError(
-                fdn::String::Format("Invalid run parameter %d: it holds the character NUL.", number));
-    }
-}
-
-fdn::String composeParameterLine(fdn::TList<fdn::String> const& params) {
-    fdn::String line;
-    for (auto param = params.begin(); param != params.end(); ++param) {
-        line.append(fdn::uriEscape(*param));
-        if (std::next(param) != params.end() && !line.empty())
-            line.append(" ");
-    }
-    protectFromEcho(line);
-    return line;
-}
-
-fdn::TArray<fdn::String> splitParameterLine(fdn::String const& line) {
-    fdn::TArray<fdn::String> params;
-    wxStringTokenizer pieces(line, " \t\r\n", wxTOKEN_STRTOK);
-    while (pieces.HasMoreTokens())
-        params.push_back(fdn::uriUnescape(pieces.GetNextToken()));
-    return params;
 }
 
 } // namespace dmn

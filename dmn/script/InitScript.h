@@ -2,11 +2,11 @@
 
 #include <fdn/Path.h>
 #include <fdn/String.h>
-#include <fdn/containers.h>
 
 namespace dmn {
 
-/// What an init script holds of a daemon. The paths are in normal form.
+/// What an init script stores about a daemon. The paths are in normal form. The texts go into the script as
+/// they are, between double quotes: the shell acts on a double quote, "$", "`" or backslash in them.
 struct InitScriptValues {
     fdn::String daemonId;
     fdn::String runAs;
@@ -15,20 +15,13 @@ struct InitScriptValues {
     fdn::String displayName;
     fdn::Path controlFolder;
     fdn::Path exePath;
-    fdn::String parameterLine;
-    fdn::Path initFilePath;
+    fdn::String parameterLine; ///< of composeParameterLine()
+    fdn::Path initFilePath;    ///< the script's own path
 };
 
-/// The text of the init script.
+/// The text of the init script. It answers to start, stop, restart and force-reload, and to a print verb for
+/// each setting that is read back. The paths and the parameter line read back unchanged through the shell, as
+/// far as its echo allows.
 fdn::String composeInitScript(InitScriptValues const& values);
-
-/// Throws a CError for a run parameter that no program can be given, naming its number.
-void requireArguments(fdn::TList<fdn::String> const& params);
-
-/// The line in which the run parameters are stored.
-fdn::String composeParameterLine(fdn::TList<fdn::String> const& params);
-
-/// The run parameters that a stored parameter line holds.
-fdn::TArray<fdn::String> splitParameterLine(fdn::String const& line);
 
 } // namespace dmn

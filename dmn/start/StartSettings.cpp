@@ -1,9 +1,11 @@
 #include <dmn/start/StartSettings.h>
 
-#include <dmn/CDaemonController.h>
-
 #include <fdn/CError.h>
 #include <fdn/files.h>
+
+#include <dmn/script/InitScriptFile.h>
+
+#include <tuple>
 
 #include <sys/stat.h>
 
@@ -13,44 +15,37 @@ namespace {
 
 constexpr int kReadings = 10;
 
-// Nothing but zeros for a script that is not there; reading it says so.
-struct stat lookAt(fdn::Path const& script) {
+// What tells this version of the script from any other. All versions of a missing script are the same;
+// reading it reports that it is missing.
+auto getVersion(fdn::Path const& script) {
     struct stat info = {};
     if (stat(fdn::toFileName(script), &info) != 0)
         info = {};
-    return info;
-}
-
-bool isSame(timespec const& one, timespec const& other) {
-    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
-}
-
-bool isSame(struct stat const& one, struct stat const& other) {
-    return one.st_dev == other.st_dev && one.st_ino == other.st_ino && one.st_size == other.st_size &&
-           isSame(one.st_mtim, other.st_mtim) && isSame(one.st_ctim, other.st_ctim);
+    return std::make_tuple(info.st_dev, info.st_ino, info.st_size, info.st_mtim.tv_sec, info.st_mtim.tv_nsec,
+                           info.st_ctim.tv_sec, info.st_ctim.tv_nsec);
 }
 
 StartSettings readOnce(fdn::String const& id, fdn::Path const& controlFolder) {
     StartSettings settings;
     settings.controlFolder =
-        controlFolder.getText().empty() ? CDaemonController::getControlFolder(id) : controlFolder;
-    settings.params = CDaemonController::getDaemonParams(id);
-    settings.runAs = CDaemonController::getDaemonRunAs(id);
-    settings.transientFolderAppID = CDaemonController::getDaemonTransientFolderAppID(id);
-    settings.transientFolderGroup = CDaemonController::getDaemonTransientFolderGroup(id);
-    settings.exePath = CDaemonController::getDaemonExePath(id);
+        controlFolder.getText().empty() ? fdn::Path(readSetting(id, setting::kControlFolder)) : controlFolder;
+    settings.params = readSetting(id, setting::kParams);
+    settings.runAs = readSetting(id, setting::kRunAs);
+    settings.transientFolderAppID = readSetting(id, setting::kTransientFolderAppID);
+    settings.transientFolderGroup = readSetting(id, setting::kTransientFolderGroup);
+    settings.exePath = fdn::Path(readSetting(id, setting::kExePath));
     return settings;
 }
 
 } // namespace
 
-// Each setting is read by a run of the script, and another installation may replace the script in between.
 StartSettings readStartSettings(fdn::String const& id, fdn::Path const& controlFolder) {
-    fdn::Path const script = CDaemonController::getInitScriptPath(id);
+    fdn::Path const script = locateInitScript(id);
+    // Each setting takes a run of the script, and another installation may replace the script in between.
     for (int reading = 0; reading < kReadings; ++reading) {
-        struct stat const before = lookAt(script);
+        auto const before = getVersion(script);
         StartSettings const settings = readOnce(id, controlFolder);
-        if (isSame(before, lookAt(script)))
+        if (before == getVersion(script))
             return settings;
     }
     throw fdn::CError("The init script '" + script.getText() + "' was changed each time that it was read.");

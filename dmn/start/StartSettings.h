@@ -5,18 +5,20 @@
 
 namespace dmn {
 
-/// What the init script says about how to start the daemon.
+/// How to start an installed daemon, as its init script says. An empty text means that the setting is not
+/// set.
 struct StartSettings {
     fdn::Path controlFolder;
-    fdn::String params;
-    fdn::String runAs;
+    fdn::String params; ///< as stored: see splitParameterLine()
+    fdn::String runAs;  ///< the account; empty for that of the starting process
     fdn::String transientFolderAppID;
-    fdn::String transientFolderGroup;
+    fdn::String transientFolderGroup; ///< empty for the group that is named like the account
     fdn::Path exePath;
 };
 
-/// Reads the settings, all from one version of the script. The control folder is the one given, unless that
-/// is empty. Throws a CError for a script that does not stay the same for long enough.
+/// Reads the settings, all from one version of the script. A control folder that is not empty is taken
+/// instead of the script's. Throws a CError for a setting that cannot be read, and for a script that changes
+/// again and again meanwhile. Blocks while the script runs, once per setting.
 StartSettings readStartSettings(fdn::String const& id, fdn::Path const& controlFolder);
 
 } // namespace dmn

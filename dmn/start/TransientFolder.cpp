@@ -1,5 +1,7 @@
 #include <dmn/start/TransientFolder.h>
 
+#include <fdn/CError.h>
+#include <fdn/CSystemAccountManager.h>
 #include <fdn/CSystemPaths.h>
 #include <fdn/files.h>
 
@@ -10,15 +12,28 @@ namespace {
 // The owner gets everything, the group may look and enter, others get nothing.
 constexpr int kMode = 0750;
 
-} // namespace
-
-fdn::Path getTransientFolder(fdn::String const& appID) {
-    return fdn::CSystemPaths(appID).getSharedAppTransientFolder(false);
+unsigned getOwner(fdn::CImpersonateInfo const* impersonation) {
+    return impersonation == nullptr ? 0 : impersonation->getUserID().getUID();
 }
 
-void makeTransientFolder(fdn::String const& appID, FolderOwner const& owner) {
-    // A folder that has the name is never touched again, so it must not have it before it is complete.
-    fdn::ensureOwnedFolderExists(getTransientFolder(appID), kMode, owner.uid, owner.gid);
+unsigned getGroup(StartSettings const& settings) {
+    bool const isSet = !settings.transientFolderGroup.empty();
+    fdn::String const& name = isSet ? settings.transientFolderGroup : settings.runAs;
+    return fdn::CSystemAccountManager::get().getGroupID(name).getGID();
+}
+
+} // namespace
+
+void prepareTransientFolder(StartSettings const& settings, fdn::CImpersonateInfo const* impersonation) {
+    fdn::String const& appID = settings.transientFolderAppID;
+    if (appID.empty())
+        return;
+    if (appID.find('/') != fdn::String::npos)
+        throw fdn::CError("Invalid transient folder app id: '" + appID + "'.");
+    fdn::Path const folder = fdn::CSystemPaths(appID).getSharedAppTransientFolder(false);
+    // An existing folder needs no group: one that is unknown by now must not keep the daemon from starting.
+    if (!fdn::folderExists(folder))
+        fdn::ensureOwnedFolderExists(folder, kMode, getOwner(impersonation), getGroup(settings));
 }
 
 } // namespace dmn

@@ -1,22 +1,15 @@
 #pragma once
 
-#include <fdn/Path.h>
-#include <fdn/String.h>
+#include <dmn/start/StartSettings.h>
+
+#include <fdn/CImpersonateInfo.h>
 
 namespace dmn {
 
-/// Whom a transient folder is made for.
-struct FolderOwner {
-    unsigned uid;
-    unsigned gid;
-};
-
-/// The transient folder of this application ID. Throws CError for an ID that is no folder's
-/// name.
-fdn::Path getTransientFolder(fdn::String const& appID);
-
-/// Makes the folder, complete with its mode and owner, and leaves one that exists as it is. After an error
-/// there is none, because the next start would keep a folder of the wrong owner.
-void makeTransientFolder(fdn::String const& appID, FolderOwner const& owner);
+/// Makes the daemon's transient folder if the settings name one that does not exist yet, for the account that
+/// the daemon is started as (root for null) and the group of the settings. An existing folder stays as it is.
+/// Throws a CError for an application ID that is no folder's name, for an unknown group, and when the folder
+/// cannot be made. None is left then, because the next start would keep a folder of the wrong owner.
+void prepareTransientFolder(StartSettings const& settings, fdn::CImpersonateInfo const* impersonation);
 
 } // namespace dmn

@@ -4,6 +4,7 @@
 #include "FuzzSupport.h"
 
 #include <dmn/script/InitScript.h>
+#include <dmn/script/ParameterLine.h>
 
 #include <fdn/programs.h>
 

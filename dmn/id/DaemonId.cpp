@@ -1,4 +1,4 @@
-#include <dmn/id/PIDFilePath.h>
+#include <dmn/id/DaemonId.h>
 
 #include <fdn/CError.h>
 #include <fdn/files.h>
@@ -13,6 +13,7 @@ fdn::Path getPIDFileName(fdn::String const& id) {
     return fdn::Path(id + ".pid");
 }
 
+// A file name's limit counts bytes, not characters (POSIX NAME_MAX).
 bool isFileName(fdn::Path const& name) {
     try {
         return fdn::toFileName(name).length() <= NAME_MAX;

@@ -1,0 +1,7 @@
+#include <dmn/IDaemonEntry.h>
+
+namespace dmnm {
+
+IDaemonEntry::~IDaemonEntry() = default;
+
+} // namespace dmnm

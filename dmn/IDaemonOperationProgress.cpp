@@ -1,0 +1,7 @@
+#include <dmn/IDaemonOperationProgress.h>
+
+namespace dmn {
+
+IDaemonOperationProgress::~IDaemonOperationProgress() = default;
+
+} // namespace dmn

@@ -1,0 +1,78 @@
+#include <dmn/runlevels/RunLevels.h>
+
+#include <fdn/CFileSystemIterator.h>
+#include <fdn/files.h>
+
+#include <dmn/script/InitFolder.h>
+
+namespace dmn {
+
+namespace {
+
+enum class LinkKind { Kill, Start };
+
+struct RunLevel {
+    int level;
+    LinkKind kind;
+};
+
+// The run levels that have links, in the order in which they are visited. Halt and reboot stop the daemon.
+// Level 1, single user, is left to the administrator.
+constexpr RunLevel kRunLevels[] = {
+    {0, LinkKind::Kill},  {2, LinkKind::Start}, {3, LinkKind::Start},
+    {4, LinkKind::Start}, {5, LinkKind::Start}, {6, LinkKind::Kill},
+};
+
+// Levels without links count as such that start: the interface gives them the name of a start link.
+LinkKind getLinkKind(int level) {
+    for (RunLevel const& runLevel : kRunLevels) {
+        if (runLevel.level == level)
+            return runLevel.kind;
+    }
+    return LinkKind::Start;
+}
+
+// Whether the name is that of a start or kill link of this ID. Any sequence number of two characters will do,
+// because other tools renumber links.
+bool isLinkNameOf(fdn::String const& id, fdn::String const& name) {
+    return (name.StartsWith("K") || name.StartsWith("S")) && name.EndsWith(id) &&
+           name.length() == id.length() + 3;
+}
+
+void createLink(fdn::Path const& script, int level, fdn::String const& id) {
+    fdn::Path const link = locateRunLevelFolder(level) << fdn::Path(composeRunLevelLinkName(level, id));
+    deleteFromInitFolder(link);
+    fdn::createFileSymLink(script, link);
+}
+
+void removeLinks(fdn::Path const& folder, fdn::String const& id) {
+    fdn::CFileSystemIterator entries(folder);
+    while (entries.next()) {
+        if (isLinkNameOf(id, entries.getItemName()))
+            deleteFromInitFolder(entries.getItemPath());
+    }
+}
+
+} // namespace
+
+fdn::Path locateRunLevelFolder(int level) {
+    return findInitFolder(fdn::String::Format("rc%d.d", level));
+}
+
+fdn::String composeRunLevelLinkName(int level, fdn::String const& id) {
+    return (getLinkKind(level) == LinkKind::Kill ? "K10" : "S90") + id;
+}
+
+void createRunLevelLinks(fdn::Path const& script, fdn::String const& id, bool startAtBoot) {
+    for (RunLevel const& runLevel : kRunLevels) {
+        if (startAtBoot || runLevel.kind == LinkKind::Kill)
+            createLink(script, runLevel.level, id);
+    }
+}
+
+void removeRunLevelLinks(fdn::String const& id) {
+    for (RunLevel const& runLevel : kRunLevels)
+        removeLinks(locateRunLevelFolder(runLevel.level), id);
+}
+
+} // namespace dmn

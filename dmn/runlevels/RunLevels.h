@@ -1,0 +1,25 @@
+#pragma once
+
+#include <fdn/Path.h>
+#include <fdn/String.h>
+
+namespace dmn {
+
+// The links by which System V init starts and stops a daemon: one in the folder of each run level, to the
+// init script.
+
+/// The folder of a run level's links. Throws a CError that names it when it is missing.
+fdn::Path locateRunLevelFolder(int level);
+
+/// The name of the daemon's link in a run level.
+fdn::String composeRunLevelLinkName(int level, fdn::String const& id);
+
+/// Links the script into the run levels that stop the daemon and, with `startAtBoot`, into those that start
+/// it, in place of whatever has the names of the links. The first error ends it; links made by then stay.
+void createRunLevelLinks(fdn::Path const& script, fdn::String const& id, bool startAtBoot);
+
+/// Removes the daemon's links from every run level, whatever their sequence numbers. The first error ends it;
+/// links that were not reached stay.
+void removeRunLevelLinks(fdn::String const& id);
+
+} // namespace dmn

@@ -1,0 +1,57 @@
+#include <dmn/script/InitScriptFile.h>
+
+#include <fdn/CError.h>
+#include <fdn/CExecCommand.h>
+#include <fdn/files.h>
+#include <fdn/programs.h>
+#include <fdn/sysError.h>
+
+#include <dmn/id/DaemonId.h>
+#include <dmn/script/InitFolder.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include <sys/stat.h>
+
+namespace dmn {
+
+namespace {
+
+constexpr int kScriptMode = 0755;
+
+bool isInEveryScript(fdn::String const& name) {
+    constexpr char const* settings[] = {
+        setting::kControlFolder,        setting::kRunAs,  setting::kTransientFolderAppID,
+        setting::kTransientFolderGroup, setting::kParams, setting::kExePath};
+    return std::find(std::begin(settings), std::end(settings), name) != std::end(settings);
+}
+
+} // namespace
+
+fdn::Path locateInitScript(fdn::String const& id) {
+    requireDaemonId(id);
+    return findInitFolder("init.d") << fdn::Path(id);
+}
+
+void writeInitScript(fdn::Path const& script, fdn::String const& text) {
+    fdn::writeUTF8TextFile(script.getText(), text, kScriptMode);
+    // The new file's mode obeys the umask, and a replaced file keeps the mode that it had.
+    wxCharBuffer const fileName = fdn::toFileName(script); // freed after errno is read
+    if (chmod(fileName, kScriptMode) != 0)
+        fdn::throwLastSysError("chmod", "CDaemonController::createInitScript", script);
+}
+
+fdn::String readSetting(fdn::String const& id, fdn::String const& name) {
+    fdn::CExecCommand const command(locateInitScript(id), {"print" + name});
+    fdn::String output = fdn::execSyncReturnOutputAsString(command, false, nullptr, fdn::Path());
+    // The script's echo prints a line even for an empty setting. A shell that cannot read the script to its
+    // end prints nothing, and its exit status may claim success.
+    if (output.empty() && isInEveryScript(name))
+        throw fdn::CError("The init script '" + command.getProgram().getText() +
+                          "' has printed nothing for the setting '" + name + "'.");
+    output.Trim(true).Trim(false);
+    return output;
+}
+
+} // namespace dmn

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <fdn/Path.h>
+#include <fdn/String.h>
+
+namespace dmn {
+
+// The init script as a file: the one place where an installed daemon's settings are stored.
+
+/// The settings that every init script has, by the names under which it prints them.
+namespace setting {
+
+inline constexpr char kControlFolder[] = "ControlFolder";
+inline constexpr char kRunAs[] = "RunAs";
+inline constexpr char kTransientFolderAppID[] = "TransientFolderAppID";
+inline constexpr char kTransientFolderGroup[] = "TransientFolderGroup";
+inline constexpr char kParams[] = "Params";
+inline constexpr char kExePath[] = "ExePath";
+
+} // namespace setting
+
+/// Where the script of this ID is, whether or not it exists. Throws a CError for an ID that cannot name
+/// files, and where the system has no folder for init scripts.
+fdn::Path locateInitScript(fdn::String const& id);
+
+/// Writes the script in place of an existing one, in UTF-8, and lets everybody run it. Throws a CError that
+/// names the file; one that was written stays when its mode cannot be set.
+void writeInitScript(fdn::Path const& script, fdn::String const& text);
+
+/// Runs the script to have it print the setting, and returns what it prints without white space around it:
+/// the empty text for a name that it does not know. Throws a CError when the script cannot be run, fails
+/// without a word, or prints not even an empty line for a setting that every script has. Blocks until the
+/// script ends.
+fdn::String readSetting(fdn::String const& id, fdn::String const& name);
+
+} // namespace dmn
