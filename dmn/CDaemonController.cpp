@@ -8,7 +8,6 @@
 #include <fdn/files.h>
 #include <fdn/log.h>
 #include <fdn/programs.h>
-#include <fdn/sysError.h>
 
 #include <dmn/id/DaemonId.h>
 #include <dmn/runlevels/RunLevels.h>
@@ -17,15 +16,12 @@
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ParameterLine.h>
 #include <dmn/start/DaemonCommand.h>
-#include <dmn/start/Impersonation.h>
+#include <dmn/start/RunAsAccount.h>
 #include <dmn/start/StartSettings.h>
 #include <dmn/start/TransientFolder.h>
 #include <dmn/wait/awaitAnswer.h>
 
-#include <cerrno>
-
 #include <signal.h>
-#include <unistd.h>
 
 namespace dmn {
 
@@ -44,20 +40,6 @@ void uninstallQuietly(fdn::String const& id) {
 }
 
 } // namespace
-
-CDaemonController::CMakeRoot::CMakeRoot() : m_effectiveUser(geteuid()) {
-    // -1 leaves the real user alone (POSIX setreuid).
-    if (setreuid(static_cast<uid_t>(-1), 0) == 0)
-        return;
-    if (errno == EPERM)
-        throw fdn::CError("The process does not have the necessary root privileges for this operation.");
-    fdn::throwLastSysError("setreuid", "CDaemonController::CMakeRoot constructor");
-}
-
-CDaemonController::CMakeRoot::~CMakeRoot() {
-    // A destructor cannot report a failure, and going back to the user that the process was cannot fail.
-    static_cast<void>(seteuid(m_effectiveUser) != 0);
-}
 
 CDaemonController::CDaemonController(fdn::String const& id, fdn::Path const& controlFolder)
     : m_id(id), m_controlFolder(controlFolder) {}
@@ -122,7 +104,7 @@ void CDaemonController::start() {
     StartSettings const settings = readStartSettings(m_id, m_controlFolder);
     m_controlFolder = settings.controlFolder;
     fdn::CExecCommand const command = composeDaemonCommand(m_id, settings);
-    fdn::P<fdn::CImpersonateInfo> const impersonation = makeImpersonation(settings.runAs);
+    fdn::P<fdn::CImpersonateInfo> const impersonation = findRunAsAccount(settings.runAs);
     prepareTransientFolder(settings, impersonation.get());
     fdn::forkAndExec(command, impersonation.get(), fdn::ForkExecLevel::Detached, settings.controlFolder,
                      nullptr, nullptr, nullptr, nullptr);

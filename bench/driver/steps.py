@@ -2,7 +2,7 @@
 
 from dataclasses import dataclass
 
-from targets import check_reason
+from reasons import check_reason
 
 STARTING = ("Every command starts wxWidgets' base library, on which the library is built: see \"start the "
             "libraries alone\".")

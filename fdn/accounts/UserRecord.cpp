@@ -3,14 +3,11 @@
 #include <fdn/CError.h>
 #include <fdn/accounts/AccountLookUp.h>
 
-#include <grp.h>
 #include <pwd.h>
 
 namespace fdn {
 
 namespace {
-
-constexpr int kFirstGroupCount = 32;
 
 // An empty field stands for the usual shell (passwd(5)).
 std::string shellOf(passwd const& record) {
@@ -36,18 +33,6 @@ UserRecord getUserRecord(CSystemUserID const& user) {
         throw CError("The user '" + user.getName() + "' does not have the number " +
                      String(std::to_string(user.getUID()).c_str()) + ".");
     return record;
-}
-
-std::vector<gid_t> findGroups(UserRecord const& record) {
-    int count = kFirstGroupCount;
-    std::vector<gid_t> groups(kFirstGroupCount);
-    // The room is doubled, because the size that a failed call reports may be outdated by the next one.
-    while (getgrouplist(record.name.c_str(), record.group, groups.data(), &count) == -1) {
-        groups.resize(groups.size() * 2);
-        count = static_cast<int>(groups.size());
-    }
-    groups.resize(static_cast<std::size_t>(count));
-    return groups;
 }
 
 } // namespace fdn

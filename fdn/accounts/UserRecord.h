@@ -4,7 +4,6 @@
 #include <fdn/String.h>
 
 #include <string>
-#include <vector>
 
 #include <sys/types.h>
 
@@ -26,8 +25,5 @@ UserRecord findUserRecord(String const& name, char const* action);
 /// The record that the account manager has found for this user. A user that the application has put together
 /// is looked up instead, and CError is thrown when it is unknown or has another number.
 UserRecord getUserRecord(CSystemUserID const& user);
-
-/// Every group of the account, its own included. Looked up at each call, in the group database.
-std::vector<gid_t> findGroups(UserRecord const& record);
 
 } // namespace fdn

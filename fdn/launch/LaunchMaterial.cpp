@@ -1,7 +1,7 @@
 #include <fdn/launch/LaunchMaterial.h>
 
 #include <fdn/CError.h>
-#include <fdn/accounts/UserRecord.h>
+#include <fdn/accounts/SupplementaryGroups.h>
 #include <fdn/currentFolder.h>
 #include <fdn/fileName.h>
 
@@ -92,7 +92,7 @@ void LaunchMaterial::takeEnvironment(TMap<String, String> const* environment) {
 
 void LaunchMaterial::takeAccount(CSystemUserID const& user) {
     UserRecord const record = getUserRecord(user);
-    m_groups = findGroups(record);
+    m_groups = findSupplementaryGroups(record);
     m_plan.changesAccount = true;
     m_plan.user = record.user;
     m_plan.group = record.group;

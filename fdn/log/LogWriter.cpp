@@ -1,7 +1,7 @@
 #include <fdn/log/LogWriter.h>
 
 #include <fdn/log/LogPlace.h>
-#include <fdn/log/Syslog.h>
+#include <fdn/log/sendToSyslog.h>
 
 #include <exception>
 #include <mutex>

@@ -1,6 +1,6 @@
 #include "BareEntry.h"
 #include "ObservedManager.h"
-#include "TestDaemon.h"
+#include "TestDaemonTest.h"
 
 #include "support/BackgroundCall.h"
 #include "support/await.h"

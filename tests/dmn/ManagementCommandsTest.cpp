@@ -1,5 +1,5 @@
 #include "BareEntry.h"
-#include "TestDaemon.h"
+#include "TestDaemonTest.h"
 
 #include "support/InitLayout.h"
 #include "support/Obstacles.h"

@@ -26,7 +26,7 @@ holds = CController
 """
 
 FILES = {
-    "tests/layers.ini": LIST,
+    "tests/layers/layers.ini": LIST,
     "docs/diagrams/layers.dot": "",
     "fdn/CMakeLists.txt": "dmn_add_library(fdn HEADERS String.h Path.h files.h SOURCES Path.cpp log/File.cpp)",
     "fdn/String.h": "",
@@ -94,7 +94,7 @@ class FaultTest(unittest.TestCase):
 
     def test_finds_a_private_header_at_the_top(self):
         self.write("fdn/Path2.h", "")
-        self.write("tests/layers.ini", LIST.replace("Path", "Path Path2"))
+        self.write("tests/layers/layers.ini", LIST.replace("Path", "Path Path2"))
         layers.write_drawing(self.sources)
         self.expect_fault("fdn/Path2.h is neither a public header nor the source of one")
 
@@ -115,18 +115,18 @@ class FaultTest(unittest.TestCase):
         self.expect_fault("fdn/system/ is in no layer")
 
     def test_finds_a_layer_of_what_does_not_exist(self):
-        self.write("tests/layers.ini", LIST.replace("log/", "log/ system/"))
+        self.write("tests/layers/layers.ini", LIST.replace("log/", "log/ system/"))
         layers.write_drawing(self.sources)
         self.expect_fault("fdn/system/ is in a layer, and does not exist")
 
     def test_finds_what_is_in_two_layers(self):
-        self.write("tests/layers.ini", LIST.replace("Path", "Path String"))
+        self.write("tests/layers/layers.ini", LIST.replace("Path", "Path String"))
         layers.write_drawing(self.sources)
         self.assertIn("fdn/String is in the layers more than once", self.find_faults())
 
     def test_finds_a_drawing_of_another_list(self):
-        self.write("tests/layers.ini", LIST.replace("daemon", "runtime"))
-        self.expect_fault('docs/diagrams/layers.dot is not the drawing of tests/layers.ini; '
+        self.write("tests/layers/layers.ini", LIST.replace("daemon", "runtime"))
+        self.expect_fault('docs/diagrams/layers.dot is not the drawing of tests/layers/layers.ini; '
                           'build the target "diagrams"')
 
 

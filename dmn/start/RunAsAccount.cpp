@@ -1,11 +1,11 @@
-#include <dmn/start/Impersonation.h>
+#include <dmn/start/RunAsAccount.h>
 
 #include <fdn/CError.h>
 #include <fdn/CSystemAccountManager.h>
 
 namespace dmn {
 
-fdn::P<fdn::CImpersonateInfo> makeImpersonation(fdn::String const& runAs) {
+fdn::P<fdn::CImpersonateInfo> findRunAsAccount(fdn::String const& runAs) {
     if (runAs.empty())
         return nullptr;
     fdn::CSystemAccountManager const& accounts = fdn::CSystemAccountManager::get();

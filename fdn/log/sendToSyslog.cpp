@@ -1,4 +1,4 @@
-#include <fdn/log/Syslog.h>
+#include <fdn/log/sendToSyslog.h>
 
 #include <fdn/system/Descriptor.h>
 

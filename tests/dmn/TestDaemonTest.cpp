@@ -1,4 +1,4 @@
-#include "TestDaemon.h"
+#include "TestDaemonTest.h"
 
 #include <fdn/String.h>
 

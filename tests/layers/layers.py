@@ -32,7 +32,7 @@ class Layer:
 def read_layers(sources):
     """By name, from the lowest up, so that what a layer stands on is complete before it."""
     parser = configparser.ConfigParser()
-    parser.read_string((sources / "tests/layers.ini").read_text("utf-8"))
+    parser.read_string((sources / "tests/layers/layers.ini").read_text("utf-8"))
     layers = {}
     for name in parser.sections():
         layers[name] = layer = Layer(name, parser[name])
@@ -174,7 +174,7 @@ def draw(layers):
     top, bottom = list(layers)[-1], list(layers)[0]
     arrows = "\n".join(f"    {layer.name} -> {lower}" for layer in reversed(layers.values()) for lower in layer.on)
     return f"""\
-// The layers: each knows only those below it. Made from tests/layers.ini by the target "diagrams".
+// The layers: each knows only those below it. Made from tests/layers/layers.ini by the target "diagrams".
 digraph layers {{
     rankdir=TB
     bgcolor="white"
@@ -202,7 +202,7 @@ fontcolor="#1d2b36" margin="0.18,0.1"]
 
 def find_drawing_faults(sources):
     if (sources / DRAWING).read_text("utf-8") != draw(read_layers(sources)):
-        yield f'{DRAWING} is not the drawing of tests/layers.ini; build the target "diagrams"'
+        yield f'{DRAWING} is not the drawing of tests/layers/layers.ini; build the target "diagrams"'
 
 
 def write_drawing(sources):
