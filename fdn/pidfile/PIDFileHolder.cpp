@@ -128,6 +128,12 @@ PIDFileHolder judgeRecord(PIDFileLook const& look, Path const& path) {
     return *isSame ? judgeKnown(look, path) : PIDFileHolder();
 }
 
+// A process that has ended since the look leaves its questions without an answer: its lock is gone, and so is
+// what /proc told of it.
+bool hasEnded(PIDFileHolder const& holder) {
+    return holder.standing == Standing::Unclear && holder.process > 0 && !isProcessAlive(holder.process);
+}
+
 } // namespace
 
 PIDFileHolder findHolder(PIDFileLook const& look, Path const& path) {
@@ -137,7 +143,8 @@ PIDFileHolder findHolder(PIDFileLook const& look, Path const& path) {
         return {Standing::NotTrusted, 0, String()};
     if (!look.isThere)
         return PIDFileHolder();
-    return look.isLocked ? judgeLocker(look, path) : judgeRecord(look, path);
+    PIDFileHolder const holder = look.isLocked ? judgeLocker(look, path) : judgeRecord(look, path);
+    return hasEnded(holder) ? judgeRecord(look, path) : holder;
 }
 
 } // namespace fdn
