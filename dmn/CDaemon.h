@@ -35,7 +35,7 @@ public:
     virtual void init(IDaemonOperationProgress* progress);
 
     /// Does the daemon's work and returns when the service has stopped. Called even if a stop was requested
-    /// before. How to wait between looks at shouldStop() is the application's choice; nothing wakes it up.
+    /// before. How to wait between checks of shouldStop() is the application's choice; nothing wakes it up.
     /// What it throws ends the daemon.
     virtual void run() = 0;
 

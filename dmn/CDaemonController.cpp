@@ -35,7 +35,7 @@ fdn::Path normalize(fdn::Path const& path) {
 void uninstallQuietly(fdn::String const& id) {
     try {
         CDaemonController::uninstall(id, fdn::Path());
-    } catch (...) { // NOLINT(bugprone-empty-catch): it goes as far as it gets
+    } catch (...) { // NOLINT(bugprone-empty-catch): it gets as far as it can
     }
 }
 
@@ -117,7 +117,7 @@ void CDaemonController::stop(fdn::Path const& controlFolder, fdn::String const& 
     int const pid = getActivePID(controlFolder, id);
     if (pid < 1)
         return;
-    // The process may have ended since, and its number may be another one's. The handle stays with one
+    // The process may have ended since, and its number may be another process's. The handle stays with one
     // process, and the second look tells whether that is the daemon.
     fdn::CProcessHandle const process(pid);
     if (getActivePID(controlFolder, id) == pid)

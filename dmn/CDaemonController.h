@@ -14,16 +14,16 @@ namespace dmn {
 /// The handle through which any process installs, starts, stops, uninstalls and queries one daemon.
 ///
 /// A daemon is known by its ID. It is installed exactly when its init script exists. The script stores all
-/// its settings, and they are read back by running it. Every call asks the system: of all that, the object
-/// keeps nothing but the control folder. Its end changes nothing about the daemon.
+/// its settings, and running it reads them back. Every call asks the system: of all that, the object keeps
+/// nothing but the control folder. Destroying it does not affect the daemon.
 ///
 /// Operations that change the system or signal a process raise the effective user to root for their duration,
 /// so they need root's rights or a set-user-ID executable.
 ///
 /// Failures are thrown as fdn::CError. An ID that cannot name files stands for no daemon: queries answer that
-/// it is not installed and stopped, and everything else throws "Invalid daemon id: '...'." before it touches
-/// anything. Such IDs are the empty one, ".", "..", any with a "/" or the character NUL, and those of more
-/// than 251 bytes, which are too long for the name of a PID file.
+/// it is stopped and not installed, and everything else throws "Invalid daemon id: '...'." before it touches
+/// anything. Such IDs are the empty one, ".", "..", any with a "/" or the character NUL, and any of more than
+/// 251 bytes, which is too long for the name of a PID file.
 ///
 /// The class takes no lock. Use an object from one thread at a time, and only one object at a time, because
 /// the effective user is that of the whole process.
@@ -58,10 +58,10 @@ public:
     /// when it starts at boot. Replaces an existing installation. Does not start the daemon and looks at
     /// neither the account nor the executable. The password is neither used nor stored.
     ///
-    /// When a step fails, uninstalls the daemon as far as possible, even if this was to replace an earlier
+    /// When a step fails, uninstalls the daemon as far as possible, even if it was replacing an earlier
     /// installation, and throws the error of that step. A run parameter that holds the character NUL, which
-    /// no program can be given, is refused before anything is changed. Two processes that install the same ID
-    /// at once are not kept apart.
+    /// no program can be given, is refused before anything is changed. Nothing keeps apart two processes that
+    /// install the same ID at once.
     ///
     /// The ID, the display name, the control folder, the account and the two texts about the transient folder
     /// go between double quotes into a shell script, as they are: the shell acts on a double quote, "$", "`"
@@ -70,9 +70,9 @@ public:
                         fdn::String runAs, fdn::String runAsPassword, fdn::String transientFolderAppID,
                         fdn::String transientFolderGroup);
 
-    /// Asks the daemon to stop, without waiting for that, then removes its run-level links and, last, its
-    /// init script. An empty control folder is read from the script. The first error ends it; whatever it has
-    /// not reached by then stays.
+    /// Asks the daemon to stop without waiting for it, then removes its run-level links and, last, its init
+    /// script. An empty control folder is read from the script. Ends at the first error; whatever it has not
+    /// reached by then stays.
     static void uninstall(fdn::String const& id, fdn::Path const& controlFolder);
 
     /// The same for this controller's daemon. Does nothing when it is not installed.
@@ -81,13 +81,13 @@ public:
     /// Launches the installed daemon as a detached process with the settings in its init script, all from one
     /// installation, after making its transient folder if it wants one. Returns as soon as the process runs
     /// the executable; waitRunningAndReady() tells whether the daemon comes up. Does not notice that the
-    /// daemon runs already: the second process then fails to claim the PID file. A failure leaves no process
-    /// behind, but the transient folder stays once it is complete.
+    /// daemon is already running: the second process then fails to claim the PID file. A failure leaves no
+    /// process behind, but the transient folder stays once it is complete.
     void start();
 
     /// Sends SIGTERM to the process that holds the daemon's PID file, if there is one, and returns at once.
-    /// Whether the signal arrived is not reported: see waitStopped(). Throws when the holder cannot be made
-    /// out.
+    /// Whether the signal arrived is not reported: see waitStopped(). Throws when the holder cannot be
+    /// determined.
     static void stop(fdn::Path const& controlFolder, fdn::String const& id);
 
     /// The same, with the control folder from the init script.
@@ -101,7 +101,7 @@ public:
     bool isInstalled();
 
     /// Whether the daemon is not installed, or no live process holds its PID file. Throws when that cannot be
-    /// told.
+    /// determined.
     bool isStopped();
 
     /// 0 when the daemon is stopped or not installed, -1 when it runs. Never 1, "running and ready": on this
@@ -153,7 +153,7 @@ public:
     /// The name of the daemon's transient folder. Empty when it has none.
     static fdn::String getDaemonTransientFolderAppID(fdn::String const& id);
 
-    /// The group of the transient folder. Empty for the group that is named like the account.
+    /// The group of the transient folder. Empty for the group with the account's name.
     static fdn::String getDaemonTransientFolderGroup(fdn::String const& id);
 
     /// The control folder, in the normal form that install() gave it. Empty when it was installed without
@@ -180,7 +180,7 @@ public:
     static fdn::String getRunLevelLinkName(int level, fdn::String const& id);
 
     // On this system an installed daemon cannot be disabled. The interface is fixed and has these operations
-    // all the same, and they do no more: do not complete them.
+    // nevertheless: do not complete them.
 
     /// Always false.
     bool isDisabled();
@@ -192,8 +192,7 @@ public:
     void disable();
 
     /// The name that a daemon's own account has by convention: the ID between underscores. The interface
-    /// fixes the operation's name, although there is nothing of Windows here, and the library does not call
-    /// it.
+    /// fixes the operation's name, although nothing here concerns Windows, and the library does not call it.
     static fdn::String getWindowsSpecialDaemonUserName(fdn::String const& id);
 
 private:

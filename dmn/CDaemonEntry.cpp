@@ -40,7 +40,7 @@ void reportBadCommandLine(int parseResult, fdn::String const& arguments) {
     printCommandSummary();
 }
 
-// The log names the daemon; the user, who is shown the error, has named it.
+// The log's text names the daemon; the user's does not, because the user has just named it.
 [[noreturn]] void failAfterTimeout(fdn::String const& logged, fdn::String const& shown) {
     fdn::logError(logged);
     throw fdn::CError(shown);
@@ -70,7 +70,8 @@ CDaemonEntry::CSignalHandler::CSignalHandler() = default;
 CDaemonEntry::CSignalHandler::~CSignalHandler() = default;
 
 void CDaemonEntry::CSignalHandler::handleSystemSignal(fdn::SysSignal) {
-    // The lock is kept for the call, so that detaching waits for it, and the manager cannot go meanwhile.
+    // The lock is kept for the call, so that detaching waits for it, and the manager cannot disappear
+    // meanwhile.
     fdn::CMutexLock const lock(m_mutex);
     m_stopRequested = true;
     if (m_daemonManager)
@@ -131,7 +132,7 @@ int CDaemonEntry::perform(int argc, char** argv) {
     return kStatusDone;
 }
 
-// From here on a signal is kept until there is a manager. Nobody takes the handler back: a signal that comes
+// From here on a signal is kept until there is a manager. The handler is never removed: a signal that comes
 // after the daemon has ended must not change the exit status.
 void CDaemonEntry::registerSignalHandler() {
     m_signalHandler = fdn::newObj<CSignalHandler>();
@@ -286,7 +287,7 @@ void CDaemonEntry::destroyDaemonManager() {
 }
 
 void CDaemonEntry::setDaemonManager(CDaemonManager* manager) {
-    // Unlike the signal handler's, an earlier request is not passed on: the interface is fixed.
+    // Unlike the signal handler, this does not pass on an earlier request: the interface is fixed.
     fdn::CMutexLock const lock(m_mutex);
     m_daemonManager = manager;
 }

@@ -42,7 +42,7 @@ namespace dmn {
 class DMN_EXPORT CDaemonEntry : public fdn::CBase, public virtual dmnm::IDaemonEntry {
 public:
     /// Carries the termination signal to the manager, even if the signal comes before there is one. Holds a
-    /// reference to the manager meanwhile.
+    /// reference to the manager that is set.
     class DMN_EXPORT CSignalHandler : public fdn::CBase, public virtual fdn::ISystemSignalHandler {
     public:
         CSignalHandler();
@@ -51,7 +51,7 @@ public:
         ~CSignalHandler() override;
 
         /// Asks the manager to stop, now or as soon as there is one. Called on the signal receiver's thread.
-        /// Does not look at the signal: whatever it is registered for stops the daemon.
+        /// Does not look at the signal: every signal that it is registered for stops the daemon.
         void handleSystemSignal(fdn::SysSignal signal) override;
 
         /// Sets the manager to forward to, or none (null). A manager that comes after a signal is asked to
@@ -83,7 +83,7 @@ public:
     ///
     /// Every std::exception ends here; others pass through once the log is closed. Meant to be called once,
     /// at the beginning of main(): first of all, it opens /dev/null in place of each standard stream that the
-    /// caller of the program has closed. SIGTERM stays handled when it returns.
+    /// caller of the program has closed. SIGTERM is still handled after it returns.
     int entry(int argc, char** argv) override;
 
     /// Drops the caller's reference, and so deletes the object if that was the last.
@@ -93,8 +93,8 @@ public:
     /// one that is run later. Any thread may call it.
     void signalStop() override;
 
-    // The operations from here to doDaemon() are the steps of entry(), which calls them. What they throw
-    // fails the command.
+    // The operations from here to doDaemon() are the steps of entry(), which calls them. An exception from
+    // any of them fails the command.
 
     /// Called before all other steps. Does nothing; an override does the application's own preparation.
     virtual void init();

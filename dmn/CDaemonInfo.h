@@ -40,7 +40,7 @@ public:
     /// installed.
     fdn::TList<fdn::String> params;
 
-    /// For the application's own use, for instance in a command that tells about the daemon.
+    /// For the application's own use, for instance in a command that describes the daemon.
     fdn::String description;
     fdn::String version; ///< likewise
 };

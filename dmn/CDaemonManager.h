@@ -13,14 +13,14 @@ namespace dmn {
 /// Runs one daemon in the current process: holds its PID file for exactly as long as it runs, keeps the run
 /// status, and carries a stop request from any thread to the daemon.
 ///
-/// A manager serves one run, because its status never leaves Stopped. It locks first itself, then the daemon;
+/// A manager serves one run, because its status never leaves Stopped. It locks itself first, then the daemon;
 /// it calls the daemon's init() and run() with no lock held, so that a running daemon delays no stop request.
 ///
 ///     fdn::P<dmn::CDaemonManager> const manager = fdn::newObj<dmn::CDaemonManager>();
 ///     manager->runDaemon(daemon.get()); // until another thread calls manager->signalStop()
 class DMN_EXPORT CDaemonManager : public fdn::CBase, public virtual IDaemonOperationProgress {
 public:
-    /// How far the run has come. setStatus() says what may follow what; the numbers are fixed.
+    /// How far the run has come. setStatus() says which status may follow which; the numbers are fixed.
     enum class Status : int {
         Starting = 0, ///< until the daemon's init() has returned
         Running = 1,  ///< the daemon's run() has been entered
@@ -37,15 +37,14 @@ public:
     /// is given up. The manager holds a reference to the daemon meanwhile. A stop that was requested before
     /// reaches the daemon before its init().
     ///
-    /// Throws whatever the daemon's init() and run() throw, and a CError for no daemon (null) and when the
-    /// PID file cannot be claimed, for instance because another process holds it. Every std::exception is
-    /// logged. The PID file is given up before that, and the status is Stopped afterwards. Any other
-    /// exception passes through: the PID file is given up, but the daemon stays attached, and the status
-    /// stays.
+    /// Throws whatever the daemon's init() and run() throw, and a CError when the daemon is null or the PID
+    /// file cannot be claimed, for instance because another process holds it. Every std::exception is logged.
+    /// The PID file is given up before that, and the status is Stopped afterwards. Any other exception passes
+    /// through: the PID file is given up, but the daemon stays attached, and the status stays.
     void runDaemon(CDaemon* daemon);
 
-    /// Asks the daemon that runs, or the next one that will, to stop, and returns at once. Any thread may
-    /// call it at any time.
+    /// Asks the running daemon, or the next one to run, to stop, and returns at once. Any thread may call it
+    /// at any time.
     void signalStop();
 
     /// Changes the status, unless the change would undo a stop: Stopping can only become Stopped, and Stopped
@@ -59,7 +58,7 @@ public:
 protected:
     fdn::CMutex m_mutex;                ///< guards the two fields below
     Status m_status = Status::Starting; ///< see setStatus()
-    fdn::P<CDaemon> m_daemon;           ///< the daemon that runs, or empty
+    fdn::P<CDaemon> m_daemon;           ///< the running daemon, or empty
 
 private:
     DMN_HIDDEN void runHoldingPIDFile(CDaemon* daemon);

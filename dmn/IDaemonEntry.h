@@ -5,14 +5,14 @@
 // The namespace is dmnm, not dmn: the interface is fixed, and so is its binary form. Do not repair it.
 namespace dmnm {
 
-/// A daemon's front end as a host sees it that knows nothing else of the framework: the host runs a command
+/// A daemon's front end as seen by a host that knows nothing else of the framework: the host runs a command
 /// line on it, may ask the running daemon to stop, and gives the object up. The order of the operations is
 /// fixed.
 class DMN_EXPORT IDaemonEntry {
 public:
     virtual ~IDaemonEntry();
 
-    /// Runs one command line on the calling thread, which for a daemon lasts until it stops. Returns the exit
+    /// Runs one command line on the calling thread; for a daemon, that lasts until it stops. Returns the exit
     /// status: 0 for success.
     virtual int entry(int argc, char** argv) = 0;
 

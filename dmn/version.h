@@ -10,7 +10,7 @@
 /// Grows when something is added. Starts at 0 again with each major version.
 #define DMN_VERSION_MINOR 0
 
-/// Grows when faults are mended. Starts at 0 again with each minor version.
+/// Grows when faults are fixed. Starts at 0 again with each minor version.
 #define DMN_VERSION_PATCH 0
 
 /// The version as one number that grows with it, for `#if DMN_VERSION >= 10200`: 1.2.3 is 10203.

@@ -27,8 +27,9 @@ public:
     /// An error with a message alone: no second text, code -1, no properties, no cause.
     explicit CError(String const& message);
 
-    /// An error with everything. A non-null cause is shared, not copied: this error adds a reference to it
-    /// and drops that at its end. The cause must therefore live on the heap, as what clone() returns does.
+    /// An error with all its parts. A non-null cause is shared, not copied: this error adds a reference to it
+    /// and drops that when it is destroyed. The cause must therefore live on the heap, as what clone()
+    /// returns does.
     CError(String const& message, String const& second, long long code, CProps const& props,
            CError const* cause);
 
@@ -73,7 +74,7 @@ private:
     P<CError> m_cause;
 };
 
-/// A text that an encoding cannot represent. The message is always the same and does not tell the text.
+/// A text that an encoding cannot represent. The message is always the same and does not reveal the text.
 class FDN_EXPORT CUnencodableStringError : public CError {
 public:
     CUnencodableStringError();

@@ -23,7 +23,7 @@ void adoptLocale() {
     std::string const encodingLocale = std::setlocale(LC_CTYPE, nullptr);
     if (encodingLocale == "C" || encodingLocale == "POSIX")
         std::setlocale(LC_CTYPE, "C.UTF-8");
-    // wxWidgets has chosen this converter when the program started, from the environment alone.
+    // wxWidgets chose this converter when the program started, from the environment alone.
     wxConvLocal = wxCSConv(wxString::FromAscii(nl_langinfo(CODESET)));
 }
 
@@ -34,7 +34,7 @@ CFdnInit::CFdnInit(bool startRuntime) : m_started(startRuntime) {
         return;
     if (!wxInitialize())
         throw CError("The wxWidgets base library cannot be started.");
-    // Once only, because later another thread may be converting text.
+    // Once only, because another thread may be converting text later.
     static std::once_flag adopted;
     std::call_once(adopted, adoptLocale);
 }

@@ -30,7 +30,7 @@ private:
 };
 
 /// Opens /dev/null in place of each standard stream that the caller of the program has closed. Otherwise the
-/// next file that the program opens gets that stream's number, and then what the program prints.
+/// next file that the program opens gets that stream's number, and then receives what the program prints.
 ///
 /// Call it at the start of main(), while nothing else can open files. The programs that this one starts
 /// inherit these streams. Where /dev/null cannot be opened, the missing streams stay closed.

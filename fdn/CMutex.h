@@ -7,7 +7,8 @@
 
 namespace fdn {
 
-/// A lock that can be shared by reference counting. Held with CMutexLock rather than by its own operations.
+/// A lock that can be shared by reference counting. Hold it with a CMutexLock rather than by its own
+/// operations.
 class FDN_EXPORT IMutex : public virtual IBase {
 public:
     ~IMutex() override;

@@ -21,9 +21,9 @@ class PIDFileClaim;
 /// there.
 ///
 /// The process also keeps a write lock on the file (POSIX fcntl), which the kernel takes away when the
-/// process ends, and which is seen without /proc and from other PID name spaces. A process loses the lock
-/// when it closes any descriptor of the file, as programs do that close all descriptors, or that open and
-/// close their own PID file. Then the second line is what still counts.
+/// process ends, and which can be seen without /proc and from other PID namespaces. A process loses the lock
+/// when it closes any descriptor of the file, as a program does that closes all descriptors, or that opens
+/// and closes its own PID file. Then the second line is what still counts.
 ///
 /// Any thread may make, destroy and query PID files. A forked process inherits the object but does not hold
 /// the file.
@@ -34,10 +34,10 @@ public:
     /// while it held the file (POSIX exec) gets it again.
     ///
     /// Throws a CError that says "The PID file 'PATH' is held by process N." when another process holds it,
-    /// and one that says why when it cannot be told whether a process holds it, or which. So a living process
-    /// whose identity cannot be read counts as the holder. Other CErrors come from the system, such as when
-    /// the folder is missing or may not be changed. After any error the file is as it was, and nothing is
-    /// added to its folder.
+    /// and one that says why when it is unclear whether a process holds it, or which. A living process whose
+    /// identity cannot be read therefore counts as the holder. Other CErrors come from the system, for
+    /// example when the folder is missing or may not be changed. After any error the file is as it was, and
+    /// nothing is added to its folder.
     ///
     /// Waits for other claims in the same folder, which are kept apart by an unfinished file,
     /// ".pid-file.new", that only this account can open or lock. If another account keeps such a file there,
@@ -52,15 +52,16 @@ public:
     /// process is gone.
     ~CPIDFile() override;
 
-    /// The process that holds the file, for signalling it, or 0 when none does: there is no file, its process
-    /// is gone or a zombie, or the file is not to be believed. A process that may not be signalled holds its
-    /// file all the same. This process is told about its own file too.
+    /// The process that holds the file, for signalling it, or 0 when there is none: the file is missing, its
+    /// process is gone or a zombie, or the file is not to be believed. A process that may not be signalled
+    /// holds its file all the same. The holder may be this process itself.
     ///
     /// The holder is the process that keeps a write lock on the file. If there is no lock, it is the process
     /// that the file describes: a regular file, not a link, of at most 4096 bytes, whose first line is a
-    /// decimal number from 1 on and nothing else, and whose second line is missing or is that process's own.
+    /// decimal number of 1 or more and nothing else, and whose second line is missing or is that process's
+    /// own.
     ///
-    /// No account can use a file to make root signal a process that the account may not signal itself:
+    /// An account cannot use a file to make root signal a process that the account may not signal itself:
     ///
     /// - The file of any user but root is believed only about processes that this user may signal (kill(2)).
     ///   Those do not include a process of root's that has taken the user's rights by seteuid() alone, and
@@ -70,13 +71,13 @@ public:
     ///   may write to the folder.
     /// - A file that cannot be opened at once, such as one with a lease, is not believed.
     ///
-    /// A file that is not believed may still keep a claim from succeeding, when it describes a living process
-    /// in full; a number alone, without a lock, does not.
+    /// A file that is not believed may still make a claim fail when it describes a living process in full; a
+    /// number alone, without a lock, does not.
     ///
-    /// Throws a CError that says why when a process holds the file, or may hold it, but it cannot be told
-    /// which one or that it may be signalled; also when the system does not tell, such as for a file that may
-    /// not be read. Blocks only if the file system does. Root waits for a file system of a user's own for a
-    /// second at most, and while any user has one mounted, for every other one for half a minute.
+    /// Throws a CError that says why when a process holds or may hold the file, but it is unknown which one,
+    /// or whether it may be signalled; also when the system gives no answer, for example about a file that
+    /// may not be read. Blocks only if the file system does. Root waits at most a second for a user's own
+    /// file system and, while any user has one mounted, half a minute for every other one.
     static int getActivePID(Path const& path);
 
 private:

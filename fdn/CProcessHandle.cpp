@@ -29,7 +29,7 @@ bool CProcessHandle::sendSignal(int signal) const noexcept {
     }
     if (m_handle != -1) {
         bool const isSent = syscall(SYS_pidfd_send_signal, m_handle, signal, nullptr, 0) == 0;
-        // Some sandboxes give a handle and then know no use for it.
+        // Some sandboxes give a handle but do not let it be used.
         if (isSent || errno != ENOSYS)
             return isSent;
     }

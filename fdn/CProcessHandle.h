@@ -16,11 +16,11 @@ namespace fdn {
 ///     if (CPIDFile::getActivePID(path) == pid)
 ///         process.sendSignal(SIGTERM);
 ///
-/// Where the system gives no handles (Linux before 5.3, some sandboxes), the object keeps the number instead,
+/// Where the system has no handles (Linux before 5.3, some sandboxes), the object keeps the number instead,
 /// which the system may give to another process. Any thread may use the object.
 class FDN_EXPORT CProcessHandle {
 public:
-    /// Takes the handle. That never fails: what became of it shows when a signal is sent.
+    /// Takes the handle. Throws nothing: whether it worked shows when a signal is sent.
     explicit CProcessHandle(pid_t process) noexcept;
 
     CProcessHandle(CProcessHandle const&) = delete;
@@ -28,13 +28,13 @@ public:
     ~CProcessHandle();
 
     /// Sends the signal, or with 0 only asks whether one could be sent (POSIX kill). Returns whether the
-    /// system took it; otherwise errno says why: ESRCH when the process is gone, which holds also for every
-    /// number below 1, EPERM when this process may not signal it, EINVAL when there is no such signal. Does
-    /// not wait for what the process makes of it.
+    /// system took it; otherwise errno says why: ESRCH when the process is gone, and for every number below
+    /// 1, EPERM when this process may not signal it, EINVAL when there is no such signal. Does not wait for
+    /// the process to react.
     bool sendSignal(int signal) const noexcept;
 
 private:
-    pid_t m_process; // 0: gone already when the handle was taken
+    pid_t m_process; // 0: already gone when the handle was taken
     int m_handle;    // -1: none
 };
 

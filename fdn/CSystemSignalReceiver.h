@@ -18,7 +18,7 @@ class SignalDelivery;
 /// It works whatever signals the program's threads block, even when the process was started with the signal
 /// blocked or ignored, and it needs no file descriptor that the program might close. The thread sleeps until
 /// a signal comes. Several signals of the same kind that come before the thread runs may count as one (POSIX
-/// 2.4.1), and different ones may be handled in another order than they came in.
+/// 2.4.1), and different ones may be handled out of order.
 ///
 /// A process that is forked without running another program has no receiver: the signals that are handled
 /// here end it, as they end any program that does not handle them. When the process exits, signals that still

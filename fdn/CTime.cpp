@@ -14,7 +14,7 @@ std::int64_t microsecondsOf() {
 } // namespace
 
 CTime CTime::now() {
-    // The steady clock (CLOCK_MONOTONIC) counts from no date: the system's clock is asked once for that.
+    // The steady clock (CLOCK_MONOTONIC) counts from no date, so the system's clock is asked for one, once.
     static std::int64_t const offset =
         microsecondsOf<std::chrono::system_clock>() - microsecondsOf<std::chrono::steady_clock>();
     return CTime(microsecondsOf<std::chrono::steady_clock>() + offset);

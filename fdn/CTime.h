@@ -13,7 +13,7 @@ namespace fdn {
 ///         CThread::sleep(50);
 class FDN_EXPORT CTime {
 public:
-    /// So many microseconds after the beginning of 1970, UTC; negative for times before it.
+    /// The time that many microseconds after the beginning of 1970, UTC; negative for times before it.
     constexpr explicit CTime(std::int64_t microseconds) : m_microseconds(microseconds) {}
 
     /// The current time: what the system's clock said when the process first asked, plus the time that has

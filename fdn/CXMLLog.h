@@ -30,7 +30,7 @@ class LogWriter;
 /// **Place.** /var/log/NAME/NAME.log when the effective user is root, otherwise NAME/NAME.log in the folder
 /// XDG_STATE_HOME or, if that is no absolute path, in .local/state of HOME (XDG Base Directory); NAME is the
 /// name of the executable's file. Missing folders are made (mode 0750 for root, otherwise 0700); the file
-/// gets the mode 0640 or 0600, less the umask. It must be a regular file, and no symbolic link.
+/// gets the mode 0640 or 0600, less the umask. It must be a regular file, not a symbolic link.
 ///
 /// The environment variable FDN_LOG_FILE names another file, whose folder must exist. It may be anything that
 /// can be written to, but a pipe, socket or terminal misses an entry that it does not take at once.
@@ -53,7 +53,7 @@ class LogWriter;
 /// may log.
 class FDN_EXPORT CXMLLog : public CBase {
 public:
-    /// Closes the process's log at the end of a scope, on every way out of it:
+    /// Closes the process's log at the end of a scope, however it is left:
     ///
     ///     CXMLLog::CGlobalLogCloser const closer;
     class FDN_EXPORT CGlobalLogCloser : public CBase {
@@ -69,7 +69,7 @@ public:
     /// The process's log, constructed by the first call. Throws CError when its construction has failed.
     static CXMLLog& getGlobal();
 
-    /// What getGlobal() constructs the log with. No file is touched.
+    /// Constructs the log for getGlobal(). Touches no file.
     static P<CXMLLog> createGlobalInstance();
 
     /// The flag by which getGlobal() knows whether somebody has begun to construct the log.

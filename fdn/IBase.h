@@ -23,9 +23,9 @@ public:
     /// Whether the object may be treated as the given type. True for every type unless a class overrides it.
     virtual bool checkCastAllowed(std::type_info const& type) const = 0;
 
-    /// Destroys and frees the object. Called by release(), never by users of the object. A class whose end
-    /// can fail overrides this to throw, not its destructor: one that may throw forces the same upon the
-    /// destructor of every class that has such an object as a base or a member.
+    /// Destroys and frees the object. Called by release(), never by users of the object. A class whose
+    /// destruction can fail throws from an override of this, not from its destructor: one that may throw
+    /// forces the same on the destructor of every class that has such an object as a base or a member.
     virtual void deleteThis() = 0;
 };
 

@@ -11,9 +11,9 @@ namespace fdn {
 ///     P<CThing> const thing = newObj<CThing>(argument);
 ///
 /// Copying adds a reference; destroying, resetting and reassigning drop one, and the object is deleted with
-/// the last. What an object throws at its end leaves reset(), but ends the process where a P is destroyed or
-/// assigned to (a destructor is noexcept). Different P may be used by different threads at once, even for the
-/// same object; one and the same P may not.
+/// the last. What an object throws when it is destroyed leaves reset(), but ends the process where a P is
+/// destroyed or assigned to (a destructor is noexcept). Different P may be used by different threads at once,
+/// even for the same object; one and the same P may not.
 template <class T>
 class P {
 public:

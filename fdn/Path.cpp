@@ -48,8 +48,8 @@ std::wstring_view viewOf(String const& text) {
     return {text.wc_str(), text.length()};
 }
 
-// Takes off the last name behind the root, for "..". False when there is none, or when it is ".." itself: one
-// ".." does not undo another.
+// Removes the last name after the root, for "..". Returns false when there is none, or when it is ".."
+// itself: one ".." does not undo another.
 template <class Traits>
 bool dropLastName(String& text, std::size_t rootLength) {
     std::wstring_view const names = viewOf(text).substr(rootLength);
@@ -125,7 +125,7 @@ TPathImpl<Traits> TPathImpl<Traits>::toNormalized(bool makeAbsolute, TPathImpl c
 
 template <class Traits>
 String TPathImpl<Traits>::getWorkingText(bool makeAbsolute, TPathImpl const& base) const {
-    // The empty path means that there is none: joined to a folder it would become that folder.
+    // The empty path stands for no path: joined to a folder it would become that folder.
     if (!makeAbsolute || m_text.empty() || Traits::isAbsolute(m_text))
         return m_text;
     if (!base.m_text.empty())

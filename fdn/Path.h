@@ -22,7 +22,7 @@ public:
     /// making it has failed.
     static String const& getSep();
 
-    /// All separators in one text: "/". The same otherwise.
+    /// All separators in one text: "/". Otherwise like getSep().
     static String const& getAllSeps();
 
     /// Whether the text begins with the root "/"; the empty text does not.
@@ -52,7 +52,7 @@ public:
     /// checks that. The flag before it has no effect: the interface is fixed.
     explicit TPathImpl(String const& text, bool = true, bool normalized = false);
 
-    /// The same, of a text that nobody needs any more; it is empty afterwards.
+    /// The same, from a text that nobody needs any more; it is empty afterwards.
     explicit TPathImpl(String&& text, bool = true, bool normalized = false);
 
     /// The same text and mark.
@@ -78,10 +78,11 @@ public:
     /// added.
     TPathImpl operator<<(TPathImpl const& right) const;
 
-    /// The normal form: without ".", doubled separators and a separator at the end, each ".." taken away with
-    /// the name before it. Leading ".." of a relative path stay. With `makeAbsolute`, a relative path is
-    /// first joined to the base, or to the process's current folder when the base is empty; the empty path
-    /// stays empty. The result is marked when it is absolute or `makeAbsolute` was given.
+    /// The normal form: without ".", doubled separators and a separator at the end, and with each ".."
+    /// removed together with the name before it. A leading ".." of a relative path stays. With
+    /// `makeAbsolute`, a relative path is first joined to the base, or to the process's current folder when
+    /// the base is empty; the empty path stays empty. The result is marked when it is absolute or
+    /// `makeAbsolute` was given.
     ///
     /// Throws CBadPathError, which names this path, when ".." would climb above the root, and what
     /// getCurrentWorkDirectoryAsString() throws.

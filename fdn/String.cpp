@@ -28,8 +28,8 @@ std::size_t getUTF8Size(wxString const& text) {
     return wxConvUTF8.FromWChar(nullptr, 0, text.wc_str(), text.length());
 }
 
-// Most texts are ASCII. Looking at all bytes without stopping at the first other one lets the compiler take
-// several at a time.
+// Most texts are ASCII. Looking at all bytes, without stopping at the first that is not, lets the compiler
+// take several at a time.
 bool isASCII(std::string const& bytes) {
     unsigned bits = 0;
     for (char const c : bytes)
@@ -63,8 +63,8 @@ String::~String() = default;
 String String::fromBytes(std::string const& bytes) {
     if (!isASCII(bytes)) {
         wxString text(bytes.data(), wxConvUTF8, bytes.size());
-        // wxWidgets reads overlong forms and surrogates too. Those do not make the same number of bytes
-        // again.
+        // wxWidgets reads overlong forms and surrogates too. Those do not convert back to the same number of
+        // bytes.
         if (getUTF8Size(text) == bytes.size())
             return String(std::move(text));
     }

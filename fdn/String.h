@@ -40,7 +40,7 @@ using EnableIfText = std::enable_if_t<isNarrow<Text> || (std::is_convertible_v<T
 /// encoding, and may drop what is not in it. Read text from outside the program with fromBytes().
 ///
 /// Several threads may read one String at once, as long as none changes it. Taking c_str() as a `char const*`
-/// changes it: wxString keeps the converted bytes within.
+/// changes it: wxString then stores the converted bytes.
 class FDN_EXPORT String : public wxString, public CBase {
 public:
     /// The empty text.
@@ -63,7 +63,7 @@ public:
     /// The same code points. Implicit, so that the results of wxString's operations become Strings again.
     String(wxString const& text);
 
-    /// The same, of a text that nobody needs any more; it is empty afterwards.
+    /// The same, from a text that nobody needs any more; it is empty afterwards.
     String(wxString&& text) noexcept { swap(text); }
 
     /// A copy of the text, with a count of its own.
@@ -89,9 +89,9 @@ public:
     static String fromBytes(std::string const& bytes);
 
     /// The text as zero-terminated bytes in the encoding of the process's locale (wxConvLocal, which CFdnInit
-    /// sets). A text that the locale cannot represent gives no bytes at all, so an empty answer for a text
-    /// that is not empty means that. CUnencodableStringError is thrown only when there is no memory for a
-    /// buffer. The caller owns the bytes.
+    /// sets). A text that the locale cannot represent gives no bytes at all: that is what an empty answer
+    /// means for a text that is not empty. CUnencodableStringError is thrown only when there is no memory for
+    /// a buffer. The caller owns the bytes.
     wxCharBuffer toCP() const;
 
     /// The text as zero-terminated bytes in the given encoding. Where an encoding has states, as ISO-2022-JP
@@ -238,7 +238,7 @@ private:
 
     static std::string_view viewOf(std::string_view text) { return text; }
 
-    // Below, equal to or above 0, when this text comes before, is, or comes after the other one, code point
+    // Below, equal to or above 0 when this text comes before, equals or comes after the other one, code point
     // by code point.
     template <class Text>
     int compareWith(Text const& other) const {
@@ -270,8 +270,8 @@ FDN_EXPORT String operator+(String&& left, char const* right);
 
 } // namespace fdn
 
-/// Lets Strings be arguments of Format(), wxPrintf() and their kin, as wxStrings are: those look the type of
-/// an argument up here, and take no base class for it.
+/// Lets Strings be arguments of Format(), wxPrintf() and their kin, as wxStrings are: those look up the type
+/// of an argument here, and do not accept its base class instead.
 template <>
 struct wxArgNormalizerWchar<fdn::String> : wxArgNormalizerWchar<wxString const&> {
     using wxArgNormalizerWchar<wxString const&>::wxArgNormalizerWchar;

@@ -25,9 +25,10 @@ namespace fdn {
 /// one. Its data can be aligned, and it can wrap storage that it does not own. Growing, assigning and
 /// aligning move the elements to new storage: pointers to them are good until then.
 ///
-/// Counts and positions are in elements and must make sense: nothing is checked. When storage cannot be had,
+/// Counts and positions are in elements and must be valid: nothing is checked. When storage cannot be had,
 /// the allocator's exception leaves the buffer as it was; it is std::bad_array_new_length for more elements,
-/// or for a grow factor that asks for more, than an `int` counts. A buffer belongs to one thread at a time.
+/// or for a grow factor that asks for more, than an `int` can count. A buffer belongs to one thread at a
+/// time.
 template <class T>
 class TBuffer : public CBase {
     static_assert(std::is_trivially_copyable_v<T>, "elements are moved as bytes");
@@ -62,7 +63,7 @@ public:
     ~TBuffer() override { TBuffer::freeStorage(); }
 
     /// Copies the other's used elements into new storage with as much room as the other has; keeps its own
-    /// alignment and grow factor. The storage that it had is given up, also one that was attached.
+    /// alignment and grow factor. Gives up the storage that it had, whether owned or attached.
     void assign(TBuffer const& other) {
         alloc(other.m_allocated);
         m_used = other.m_used;
@@ -174,7 +175,7 @@ public:
     /// The same for reading.
     T const& operator[](int index) const { return m_data[index]; }
 
-    /// The same for every other integer, between which and the conversion to T* compilers could not choose.
+    /// The same for every other integer; compilers could not choose between int and the conversion to T*.
     template <class Index, class = std::enable_if_t<std::is_integral_v<Index>>>
     T& operator[](Index index) {
         return m_data[static_cast<std::ptrdiff_t>(index)];
@@ -195,7 +196,7 @@ public:
     /// How many more elements there is room for.
     int getFree() const { return m_allocated - m_used; }
 
-    /// Sets the alignment of the data in bytes (1: none). Existing data moves to comply. It costs up to so
+    /// Sets the alignment of the data in bytes (1: none). Existing data moves to comply. It costs up to that
     /// many elements, less one, of extra storage.
     void setAllocAlignBytes(int bytes) {
         if (m_storage != nullptr && bytes >= 2 && bytes != m_alignment)
@@ -203,9 +204,8 @@ public:
         m_alignment = bytes;
     }
 
-    /// Sets by how much the room grows at least when it must grow: to the old room times the factor, rounded
-    /// down. 2.0 makes appending cheap; 0, as at first, and everything up to 1 makes it grow to what is
-    /// needed.
+    /// Sets the least room after growing: the old room times the factor, rounded down. 2.0 makes appending
+    /// cheap; 0, the initial value, and everything up to 1 make it grow to what is needed.
     void setMinGrowFactor(double factor) { m_minGrowFactor = factor; }
 
     /// The factor that setMinGrowFactor() has set; 0 before.
@@ -242,14 +242,14 @@ private:
         setUsed(used);
     }
 
-    // Out of line: a loop that appends stays small, and seldom comes here.
+    // Out of line: a loop that appends stays small and seldom gets here.
     [[gnu::noinline]] void grow(std::int64_t needed) {
-        // A double has every number that can be counted here. A factor that is no number has no effect.
+        // A double represents every count exactly. A factor that is not a number has no effect.
         alloc(toCount(std::max(static_cast<double>(needed), m_allocated * m_minGrowFactor)));
     }
 
-    // Truncates. A product beyond what an int counts is an error rather than cut down to that: the factor
-    // asks for storage of that size, which cannot be had.
+    // Truncates. A product beyond what an int counts is an error rather than being cut down to that: the
+    // factor asks for storage of that size, which cannot be had.
     static int toCount(double count) {
         if (count >= std::numeric_limits<int>::max() + 1.0)
             throw std::bad_array_new_length();
@@ -298,7 +298,7 @@ private:
     double m_minGrowFactor = 0.0;
 };
 
-/// A buffer for secrets, which overwrites its storage with zeros before freeing it, also when it grows. It
+/// A buffer for secrets, which overwrites its storage with zeros before freeing it, even when it grows. It
 /// wipes as many bytes as the storage has elements, and so only a part of it when elements are larger than a
 /// byte: the interface is fixed.
 template <class T>

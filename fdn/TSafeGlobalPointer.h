@@ -9,8 +9,8 @@
 
 namespace fdn {
 
-/// Throws a CError with the message. It is what a safe global pointer throws; defined with the errors, which
-/// the objects do not know.
+/// Throws a CError with the message, for safe global pointers. It is defined with the errors, because the
+/// objects do not know those.
 [[noreturn]] FDN_EXPORT void throwGlobalObjectError(char const* message);
 
 /// A process-wide object that is constructed once, by the first thread that uses it, and destroyed at process
@@ -34,15 +34,15 @@ namespace fdn {
 template <class T>
 class TSafeGlobalPointer {
 public:
-    /// Returns the flag byte of this global, which starts as zero and outlives the pointer. The pointer alone
+    /// Returns the flag byte of this global, which starts at zero and outlives the pointer. The pointer alone
     /// writes it: 1 from the beginning of the construction on, 0 again when that has failed.
     using GuardFunction = char& (*)();
 
-    /// Makes the object; called at most once. It may use other globals, but must not use this one, which it
-    /// would wait for without end.
+    /// Makes the object; called at most once. It may use other globals, but must not use this one, for which
+    /// it would wait forever.
     using CreateFunction = P<T> (*)();
 
-    /// Constructs no object yet, so that the initialisation of a static ends at once: its lock is not held
+    /// Constructs no object yet, so that the initialization of a static ends at once: its lock is not held
     /// while the object is constructed.
     constexpr TSafeGlobalPointer(GuardFunction guard, CreateFunction create)
         : m_guard(guard), m_create(create) {}
@@ -67,7 +67,7 @@ public:
         return *m_object;
     }
 
-    /// The same as the operator *, which may construct, block and throw.
+    /// The same as operator *, which may construct, block and throw.
     T* operator->() { return &**this; }
 
     /// Whether the object is there. Never blocks. Throws "Construction of static object has failed." when it
@@ -97,8 +97,8 @@ private:
         }
     }
 
-    // Waiting threads read the flag without the mutex. The compiler's own atomic access, because the flag is
-    // the user's plain char and C++17 has no std::atomic_ref.
+    // Waiting threads read the flag without the mutex. This uses the compiler's own atomic access, because
+    // the flag is the user's plain char and C++17 has no std::atomic_ref.
     bool isBegun() const { return __atomic_load_n(&m_guard(), __ATOMIC_ACQUIRE) != 0; }
 
     static void setGuard(char& guard, char value) { __atomic_store_n(&guard, value, __ATOMIC_RELEASE); }
@@ -106,7 +106,7 @@ private:
     void constructUnlessBegun() {
         CMutexLock const lock(getGlobalMutex());
         // Another thread may have constructed it, or failed, while this one waited for the lock. A failure
-        // resets the flag, so the flag alone does not tell.
+        // resets the flag, so the flag alone does not show which.
         if (_isConstructed() || isBegun())
             return;
         char& guard = m_guard();

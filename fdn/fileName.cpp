@@ -12,7 +12,7 @@ namespace fdn {
 namespace {
 
 // Whether the text names the same file as these bytes. wxWidgets also reads surrogates and numbers beyond
-// Unicode, of which no name can be made again, and gives the empty text for what it cannot read.
+// Unicode, which cannot be turned back into a name, and gives the empty text for what it cannot read.
 bool standsFor(String const& text, char const* name) {
     try {
         return std::strcmp(toFileName(text), name) == 0;

@@ -24,8 +24,8 @@ FDN_EXPORT bool folderExists(Path const& path);
 /// processes may make the same folders at once. Throws ENOTDIR, with its path, when something else is in the
 /// way; folders made by then stay.
 ///
-/// While any user has a file system mounted (FUSE), root waits for the answer for a second at most, and takes
-/// a folder that does not answer to exist.
+/// While any user has a file system mounted (FUSE), root waits for the answer for a second at most, and
+/// assumes that a folder which does not answer exists.
 FDN_EXPORT void ensureFolderExists(Path const& path, int mode);
 
 /// Makes the folder for a user and a group, unless it exists. It appears under its name only when it is
@@ -36,11 +36,10 @@ FDN_EXPORT void ensureFolderExists(Path const& path, int mode);
 /// with 0777. A folder that exists already, or that another process makes at the same time, is left exactly
 /// as it is.
 ///
-/// Throws when the folder cannot be made, or not be given away (POSIX chown: only root may give to another
+/// Throws when the folder cannot be made, or cannot be given away (POSIX chown: only root may give to another
 /// user), or when something else has its name; then there is no folder, but those above it stay. The process
-/// must be allowed to read and to change the folder above. Meanwhile that holds a folder with a temporary
-/// name,
-/// ".folder.new", which the next call deletes if the process is killed.
+/// must be allowed to read and to change the folder above. During the call, that folder also holds one with a
+/// temporary name, ".folder.new", which the next call deletes if the process is killed.
 FDN_EXPORT void ensureOwnedFolderExists(Path const& path, int mode, unsigned uid, unsigned gid);
 
 /// Deletes a file of any kind, and of a symbolic link the link, never its target (POSIX unlink). A folder is
@@ -48,10 +47,10 @@ FDN_EXPORT void ensureOwnedFolderExists(Path const& path, int mode, unsigned uid
 ///
 /// - `ignoreMissing`: whether it is a success that nothing is there.
 /// - `attempts`: how often to try at most, at least once, while the file cannot be deleted for a reason that
-///   passes by itself (EBUSY, ETXTBSY, EAGAIN, EINTR). The call sleeps 10 milliseconds before each further
+///   may pass by itself (EBUSY, ETXTBSY, EAGAIN, EINTR). The call sleeps 10 milliseconds before each further
 ///   attempt.
 /// - `force`: whether to delete also files that are protected against writing. It makes no difference here: a
-///   file's own mode never hinders its deletion, only that of its folder does. The interface is fixed.
+///   file's own mode never prevents its deletion, only that of its folder does. The interface is fixed.
 FDN_EXPORT void deleteFile(Path const& path, bool ignoreMissing, int attempts, bool force);
 
 /// The same for a path given as text.

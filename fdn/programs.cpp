@@ -13,7 +13,7 @@ namespace fdn {
 
 namespace {
 
-constexpr int kStatusOfNo = 1; // many programs, grep and diff among them, only say no by it
+constexpr int kStatusOfNo = 1; // with it, many programs, grep and diff among them, just say no
 
 StandardStream useDefault(ForkExecLevel level) {
     return level == ForkExecLevel::Detached ? useNothing() : StandardStream();

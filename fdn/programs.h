@@ -26,7 +26,7 @@ namespace fdn {
 // the folder as "path", or "setresgid", "setgroups" or "setresuid" with the "account". Such an attempt leaves
 // nothing behind.
 //
-// A start that a process with memory of its own makes is given up after ten seconds: at the level Detached,
+// A start through a process with memory of its own is given up after ten seconds: at the level Detached,
 // under another account, and where execSyncReturnOutputAsString() needs such a process. Its processes are
 // killed, and the CError has the code ETIMEDOUT and names the step that hangs: entering a folder on a file
 // system that does not answer, for instance. A process that is stuck in the kernel ends once the kernel lets
@@ -60,15 +60,15 @@ FDN_EXPORT int forkAndExec(CExecCommand const& command, CImpersonateInfo* impers
 ///
 /// The exit status of a program that has printed something does not matter. A program that has printed
 /// nothing and was ended by a signal, or by a status above 1, has failed without an answer: that is a CError,
-/// which names the program and its arguments. So is, whatever was printed, an end that nobody knows because
-/// another thread has waited for the program.
+/// which names the program and its arguments. Whatever was printed, it is also a CError if the end is unknown
+/// because another thread has waited for the program.
 ///
 /// The program is a child of the caller. If the caller ignores SIGCHLD, handles it, or lets the system forget
 /// its children (SA_NOCLDWAIT), it is the child of a process in between, which reports how it ends; the
 /// caller's treatment of SIGCHLD stays as it is. If that process is killed, so is the program.
 ///
-/// Blocks until the program has ended, and has waited for it then. What another process that holds the output
-/// writes after that is not read, and raises SIGPIPE there. Where the kernel gives no handle on a child
+/// Blocks until the program has ended, and reaps it. Whatever another process that holds the output writes
+/// after that is not read, and raises SIGPIPE there. Where the kernel offers no handle on a child
 /// (pidfd_open, before Linux 5.3), this also blocks until no process holds the output open.
 FDN_EXPORT String execSyncReturnOutputAsString(CExecCommand const& command, bool includeStandardError,
                                                TMap<String, String> const* environment, Path const& folder);

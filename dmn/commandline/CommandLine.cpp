@@ -55,7 +55,7 @@ Texts readArguments(std::vector<char const*> const& arguments) {
     return texts;
 }
 
-// The same arguments, with one that the parser copes with in the place of each nameless one. The first is the
+// The same arguments, with one that the parser copes with in place of each nameless one. The first is the
 // program's name, which is never an option.
 Texts makeReadable(Texts texts) {
     if (!texts.empty())

@@ -9,11 +9,12 @@
 namespace dmn {
 
 /// Reads an argument by the encoding of file names, so that a path in it names the same file again. Null is
-/// the empty text. Throws a CError for one that is no text, but does not show it: it may be a password.
+/// the empty text. Throws a CError for an argument that is not text, but does not show it: it may be a
+/// password.
 fdn::String readArgument(char const* argument);
 
-/// The arguments that a program was called with, on their way to the parser. Keeps the caller's pointers,
-/// and must not outlive what they point to. Every operation throws a CError for an argument that is no text.
+/// The arguments that a program was called with, on their way to the parser. Keeps the caller's pointers, and
+/// must not outlive what they point to. Every operation throws a CError for an argument that is not text.
 class CommandLine {
 public:
     CommandLine(int argc, char** argv);
@@ -25,7 +26,7 @@ public:
     /// and returns its result: 0 for success, below 0 when it has shown the help, above 0 for a fault.
     int parse(wxCmdLineParser& parser) const;
 
-    /// The arguments in double quotes, separated by commas, with "***" in the place of a password. Uses the
+    /// The arguments in double quotes, separated by commas, with "***" in place of a password. Uses the
     /// parser, and so replaces the arguments that it was given.
     fdn::String describe(wxCmdLineParser& parser) const;
 

@@ -2,8 +2,8 @@
 
 namespace dmn {
 
-/// Prints the standard commands to standard output, with a line about each. The parser's usage knows only
-/// that there is a command.
+/// Prints the standard commands to standard output, with a line about each. The parser's usage says only that
+/// there is a command.
 void printCommandSummary();
 
 } // namespace dmn

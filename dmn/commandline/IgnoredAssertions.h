@@ -4,8 +4,8 @@
 
 namespace dmn {
 
-/// While it lives, wxWidgets does not report what it takes for a programming error. The handler is the whole
-/// process's: keep the object for single calls on the main thread.
+/// While it lives, wxWidgets does not report what it takes for a programming error. The handler belongs to
+/// the whole process: keep the object for single calls on the main thread.
 class IgnoredAssertions {
 public:
     IgnoredAssertions() : m_previous(wxSetAssertHandler(nullptr)) {}

@@ -11,7 +11,7 @@ namespace {
 class DefaultOutput : public wxMessageOutputStderr {
 public:
     /// Whether the output is that object. wxWidgets makes it for the first message; until then it is null.
-    /// Its file is protected: only a pointer to the member, taken in a derived class, gets at it.
+    /// Its file is protected: only a pointer to the member, taken in a derived class, reaches it.
     static bool is(wxMessageOutput const* output) {
         return output == nullptr ||
                (typeid(*output) == typeid(wxMessageOutputStderr) &&

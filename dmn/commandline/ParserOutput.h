@@ -5,10 +5,10 @@
 namespace dmn {
 
 // Where the parser's usage and error messages go. wxWidgets keeps one output for the whole process, and the
-// application may replace it with its own. Meanwhile none of its code may run: it could set another output,
-// and delete the one that an object here has to restore.
+// application may replace it with its own. While an object here lives, none of the application's code may
+// run: it could set another output, and delete the one that the object has to restore.
 
-/// While it lives, the parser prints to standard output, or wherever the application has set before.
+/// While it lives, the parser prints to standard output, or wherever the application has directed it before.
 class ParserOutput {
 public:
     ParserOutput();

@@ -13,7 +13,7 @@ struct OptionDescription {
 };
 
 // The texts are fixed, and some are odd: the time-out's default is 60 seconds, not 30; most options serve
-// more commands than they list; the password's text lacks a line break; and there is talk of Windows. Do not
+// more commands than they list; the password's text lacks a line break; and some mention Windows. Do not
 // repair them. The blanks put each line of a text under the first in the parser's usage.
 constexpr OptionDescription kOptions[] = {
     {"c", "controlFolder",

@@ -37,7 +37,7 @@ void storeTimeout(wxCmdLineParser const& parser, std::int32_t& timeoutMs) {
                       (isInteger(text) ? "' is out of range." : "' is not a number."));
         return;
     }
-    // Unsigned, because the product may leave the 32 bits, and only unsigned arithmetic then is defined.
+    // Unsigned, because the product may exceed 32 bits, and only unsigned arithmetic is defined then.
     timeoutMs = static_cast<std::int32_t>(static_cast<std::uint32_t>(seconds) * 1000U);
 }
 

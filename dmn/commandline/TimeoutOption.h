@@ -6,8 +6,8 @@
 
 namespace dmn {
 
-/// Stores the time-out, which is given in seconds, in milliseconds. One that is not given leaves the field as
-/// it is; so does a text that is no number or out of range, which makes an error entry in the log. A product
+/// Stores in milliseconds the time-out, which is given in seconds. The field stays as it is if the option is
+/// missing, and also if its text is not a number or is out of range, which is logged as an error. A product
 /// of more than 32 bits loses its upper bits.
 void storeTimeout(wxCmdLineParser const& parser, std::int32_t& timeoutMs);
 

@@ -19,7 +19,7 @@ CDaemonController::CMakeRoot::CMakeRoot() : m_effectiveUser(geteuid()) {
 }
 
 CDaemonController::CMakeRoot::~CMakeRoot() {
-    // A destructor cannot report a failure, and going back to the user that the process was cannot fail.
+    // A destructor cannot report a failure, and going back to the user of before cannot fail.
     static_cast<void>(seteuid(m_effectiveUser) != 0);
 }
 

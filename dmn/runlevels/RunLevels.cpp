@@ -23,7 +23,8 @@ constexpr RunLevel kRunLevels[] = {
     {4, LinkKind::Start}, {5, LinkKind::Start}, {6, LinkKind::Kill},
 };
 
-// Levels without links count as such that start: the interface gives them the name of a start link.
+// Levels without links count as ones that start the daemon: the interface gives them the name of a start
+// link.
 LinkKind getLinkKind(int level) {
     for (RunLevel const& runLevel : kRunLevels) {
         if (runLevel.level == level)

@@ -15,10 +15,10 @@ fdn::Path locateRunLevelFolder(int level);
 fdn::String composeRunLevelLinkName(int level, fdn::String const& id);
 
 /// Links the script into the run levels that stop the daemon and, with `startAtBoot`, into those that start
-/// it, in place of whatever has the names of the links. The first error ends it; links made by then stay.
+/// it, in place of whatever has the names of the links. Ends at the first error; links made by then stay.
 void createRunLevelLinks(fdn::Path const& script, fdn::String const& id, bool startAtBoot);
 
-/// Removes the daemon's links from every run level, whatever their sequence numbers. The first error ends it;
+/// Removes the daemon's links from every run level, whatever their sequence numbers. Ends at the first error;
 /// links that were not reached stay.
 void removeRunLevelLinks(fdn::String const& id);
 

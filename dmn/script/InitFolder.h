@@ -14,7 +14,7 @@ namespace dmn {
 fdn::Path findInitFolder(fdn::String const& name);
 
 /// Deletes an entry of such a folder, whatever kind of file it is. Succeeds when nothing is there. Throws a
-/// CError that names the entry, for a folder as well.
+/// CError that names the entry; a folder is an error as well.
 void deleteFromInitFolder(fdn::Path const& entry);
 
 } // namespace dmn

@@ -24,7 +24,7 @@ inline constexpr char kExePath[] = "ExePath";
 fdn::Path locateInitScript(fdn::String const& id);
 
 /// Writes the script in place of an existing one, in UTF-8, and lets everybody run it. Throws a CError that
-/// names the file; one that was written stays when its mode cannot be set.
+/// names the file; if only its mode cannot be set, the new file stays.
 void writeInitScript(fdn::Path const& script, fdn::String const& text);
 
 /// Runs the script to have it print the setting, and returns what it prints without white space around it:

@@ -31,7 +31,8 @@ void prepareTransientFolder(StartSettings const& settings, fdn::CImpersonateInfo
     if (appID.find('/') != fdn::String::npos)
         throw fdn::CError("Invalid transient folder app id: '" + appID + "'.");
     fdn::Path const folder = fdn::CSystemPaths(appID).getSharedAppTransientFolder(false);
-    // An existing folder needs no group: one that is unknown by now must not keep the daemon from starting.
+    // An existing folder needs no group: a group that is unknown by now must not keep the daemon from
+    // starting.
     if (!fdn::folderExists(folder))
         fdn::ensureOwnedFolderExists(folder, kMode, getOwner(impersonation), getGroup(settings));
 }

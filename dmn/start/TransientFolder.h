@@ -8,8 +8,8 @@ namespace dmn {
 
 /// Makes the daemon's transient folder if the settings name one that does not exist yet, for the account that
 /// the daemon is started as (root for null) and the group of the settings. An existing folder stays as it is.
-/// Throws a CError for an application ID that is no folder's name, for an unknown group, and when the folder
-/// cannot be made. None is left then, because the next start would keep a folder of the wrong owner.
+/// Throws a CError for an application ID that cannot name a folder, for an unknown group, and when the folder
+/// cannot be made. Leaves no folder then, because the next start would keep one with the wrong owner.
 void prepareTransientFolder(StartSettings const& settings, fdn::CImpersonateInfo const* impersonation);
 
 } // namespace dmn

@@ -13,7 +13,8 @@
 namespace fdn {
 
 /// An entry of the user or the group database: a passwd or a group (POSIX pwd.h, grp.h), which points into
-/// the texts beside it. A moved entry keeps its texts where they are; a copy would point into another's.
+/// the texts beside it. A moved entry keeps its texts where they are; a copy would point into those of the
+/// original.
 template <class Record>
 struct Account {
     Account() = default;
@@ -43,7 +44,7 @@ std::optional<Account<Record>> findAccount(AccountFunction<Record>* function, St
     Account<Record> account;
     Record* result = nullptr;
     int error = ERANGE;
-    // ERANGE: the room was too small for the texts. Nobody tells in advance how much they need.
+    // ERANGE: the room was too small for the texts. How much they need is not known in advance.
     for (std::size_t size = 1024; error == ERANGE || error == EINTR; size *= 2) {
         account.texts.resize(size);
         error = function(accountName.c_str(), &account.record, account.texts.data(), size, &result);

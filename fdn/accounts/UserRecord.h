@@ -22,8 +22,8 @@ struct UserRecord {
 /// and when the database cannot be read; `action` is the operation that such an error names.
 UserRecord findUserRecord(String const& name, char const* action);
 
-/// The record that the account manager has found for this user. A user that the application has put together
-/// is looked up instead, and CError is thrown when it is unknown or has another number.
+/// The record that the account manager has found for this user. A user that the application has made itself
+/// is looked up instead. Throws CError when that one is unknown or has another number.
 UserRecord getUserRecord(CSystemUserID const& user);
 
 } // namespace fdn

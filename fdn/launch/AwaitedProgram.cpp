@@ -34,7 +34,7 @@ std::size_t appendPart(std::string& content, Descriptor const& output) {
     return static_cast<std::size_t>(count);
 }
 
-// Takes no more than is in the pipe now, because another process may go on writing for ever.
+// Takes no more than is in the pipe now, because another process may go on writing forever.
 void appendRest(std::string& content, Descriptor const& output) {
     int size = 0;
     ioctl(output.get(), FIONREAD, &size);
@@ -43,7 +43,7 @@ void appendRest(std::string& content, Descriptor const& output) {
     }
 }
 
-// The process in between has ended, so its report is in the pipe by now, or never comes.
+// The process in between has ended, so its report is in the pipe by now, or will never come.
 std::optional<int> readReportedEnd(Descriptor const& endReport) {
     pollfd report = {endReport.get(), POLLIN, 0};
     int state = 0;

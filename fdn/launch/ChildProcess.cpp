@@ -137,7 +137,7 @@ void reportEnd(LaunchPlan const& plan, pid_t program) {
         uninterrupted([&] { return write(0, &state, sizeof state); });
 }
 
-// The end to write to gets a number beyond the standard streams, which the program's process overwrites.
+// The write end gets a number beyond the standard streams, which the program's process overwrites.
 Pipe makeSignPipe(LaunchPlan const& plan) {
     std::array<int, 2> ends = {-1, -1};
     if (pipe2(ends.data(), O_CLOEXEC) == -1)

@@ -31,7 +31,7 @@ LaunchPlan complete(LaunchPlan plan, StandardStreams const& streams, Descriptor 
     return plan;
 }
 
-// When a process takes another account's rights, the kernel forbids to dump its memory (prctl,
+// When a process takes another account's rights, the kernel forbids dumping its memory (prctl,
 // PR_SET_DUMPABLE): in borrowed memory, this process would lose its core dumps as well. And a process in
 // between waits, which must not keep this one in vfork().
 bool needsOwnMemory(LaunchPlan const& plan) {

@@ -25,7 +25,7 @@ struct LaunchPlan {
     bool startsSession = false;
     bool leavesParent = false;
 
-    /// What becomes 0, 1 and 2; -1 for the caller's. None of them is 0, 1 or 2 itself.
+    /// The descriptors that become 0, 1 and 2; -1 for the caller's. None of them is 0, 1 or 2 itself.
     std::array<int, 3> streams = {-1, -1, -1};
     int reports = -1;   ///< takes LaunchReports; closed when the program starts
     int endReport = -1; ///< as in the LaunchRequest

@@ -36,7 +36,7 @@ StandardStream writeToCaller();
 /// /dev/null.
 StandardStream useNothing();
 
-/// What the other stream of the process is.
+/// The same as the other stream of the process.
 StandardStream useSameAs(StandardStream const& other);
 
 } // namespace fdn

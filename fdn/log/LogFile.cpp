@@ -112,7 +112,7 @@ Descriptor LogFile::duplicateGiven() const {
                                            : fcntl(m_place.descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     mode_t const mode = examine(copy).st_mode;
     if (!S_ISSOCK(mode) && !S_ISFIFO(mode) && !S_ISREG(mode))
-        copy.reset(); // a blocking terminal may hold up the program: nothing tells how much it takes at once
+        copy.reset(); // a blocking terminal may hold up the program: nothing shows how much it takes at once
     errno = savedError;
     return copy;
 }
@@ -121,7 +121,7 @@ Descriptor LogFile::duplicateGiven() const {
 // at the path then.
 void LogFile::rotate(std::size_t size) {
     // The lock is taken on a descriptor of its own: m_file may be shared with the process that this one was
-    // forked from, and so would be its lock. A link is not rotated, because its target belongs to others.
+    // forked from, and so would a lock on it. A link is not rotated, because its target belongs to others.
     Descriptor const lock(::open(m_name, kOpenFlags | O_WRONLY | O_NOFOLLOW));
     if (!lock.isOpen() || flock(lock.get(), LOCK_EX | LOCK_NB) != 0)
         return;
@@ -147,8 +147,7 @@ Path LogFile::getOldFile(int age) const {
     return Path(m_place.file.getText() + "." + std::to_string(age).c_str());
 }
 
-// A file that is not as this process has left it may end with a torn line of another process or an earlier
-// one.
+// A file that is not as this process left it may end with a torn line of another process or an earlier one.
 void LogFile::lookForTornLine() {
     if (S_ISREG(m_info.st_mode) && m_info.st_size != m_end)
         m_isLineTorn = endsWithinLine();

@@ -16,7 +16,7 @@ namespace fdn {
 
 namespace {
 
-// Refuses a name that is no text, because its nearest text would name another file.
+// Refuses a name that is not text, because its nearest text would name another file.
 String toText(char const* name) {
     std::optional<String> const text = fromFileName(name);
     if (!text)
@@ -49,7 +49,7 @@ String getProgramName() {
     return name;
 }
 
-// As the XDG Base Directory specification 0.8 says, by which a relative path does not count either.
+// Follows the XDG Base Directory specification 0.8, by which a relative path does not count either.
 String getUserStateFolder() {
     String const stateFolder = getTrustedVariable("XDG_STATE_HOME");
     if (CUnixPathTraits::isAbsolute(stateFolder))

@@ -24,8 +24,8 @@ constexpr int takePeriods(int& days, int length, int atMost = std::numeric_limit
 /// Unlike gmtime_r(), this takes no lock: in the child of a fork, another thread's lock is never released. It
 /// reads no file either.
 constexpr UTCDate toUTCDate(int daysSince1970) {
-    // A year that begins in March has its leap day at its end, and so have four such years and four hundred.
-    // The last year of four, and the last century of four hundred years, may therefore be a day longer.
+    // A year that begins in March has its leap day at its end, as do four such years and four hundred. The
+    // last year of four, and the last century of four hundred years, may therefore be a day longer.
     int days = daysSince1970 + 135080;
     int year = 1600;
     year += 400 * takePeriods(days, 146097);

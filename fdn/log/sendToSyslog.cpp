@@ -16,7 +16,7 @@ namespace {
 constexpr sockaddr_un kAddress = {AF_UNIX, _PATH_LOG};
 
 // In the form of RFC 3164, but without the time, which the receiver adds. It would have to be local time, for
-// which the C library takes a lock, and the child of a fork may find that lock taken for ever.
+// which the C library takes a lock, and the child of a fork may find that lock taken forever.
 std::string frame(int priority, std::string const& message) {
     return "<" + std::to_string(priority) + ">" + program_invocation_short_name + "[" +
            std::to_string(getpid()) + "]: " + message;
@@ -26,8 +26,8 @@ bool connectToSyslog(Descriptor const& socket) {
     return connect(socket.get(), reinterpret_cast<sockaddr const*>(&kAddress), sizeof kAddress) == 0;
 }
 
-// Each message gets a socket of its own, which is right even after the reader was restarted, or the program
-// has closed descriptors that it does not know.
+// Each message gets a socket of its own, which works even after the reader was restarted, or the program has
+// closed descriptors that it does not know.
 bool sendOver(int type, std::string const& bytes) {
     Descriptor const connection(socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!connection.isOpen() || !connectToSyslog(connection))

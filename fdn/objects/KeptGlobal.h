@@ -26,7 +26,7 @@ P<T> createOnly() {
 /// A class with one global object needs no more than getKeptGlobal<CThing>(). Guard and create functions tell
 /// several of one class apart, or have the names that the interface fixes.
 ///
-/// Only the global mutex is locked during the construction. Were the object constructed in the initialisation
+/// Only the global mutex is locked during the construction. Were the object constructed in the initialization
 /// of a local static, the lock of that static would be a second one, and two threads could take both in
 /// opposite orders.
 template <class T, char& (*guard)() = &getOnlyGuard<T>, P<T> (*create)() = &createOnly<T>>

@@ -38,7 +38,7 @@ void unlockAfterFork() {
 }
 
 // The child of a fork has only the thread that called it. If another one were looking at a file just then,
-// the child would find the mutex locked for ever.
+// the child would find the mutex locked forever.
 std::mutex& getMutexKeptFromForks() {
     static int const registered = pthread_atfork(&lockBeforeFork, &unlockAfterFork, &unlockAfterFork);
     static_cast<void>(registered);

@@ -22,7 +22,7 @@ private:
     std::lock_guard<std::mutex> m_lock;
 };
 
-// Whoever calls one of these needs a guard.
+// Callers of these need a guard.
 
 /// Whether this process holds the file.
 bool isHeldHere(FileId const& file);

@@ -112,7 +112,7 @@ void PIDFileClaim::awaitTurn() {
 }
 
 // Nobody else can open the file before it is locked. But another process may have found it unlocked, taken it
-// for left behind and deleted it: then it does not count.
+// for a leftover and deleted it: then it does not count.
 bool PIDFileClaim::createUnfinished() {
     HeldFilesGuard const guard;
     Descriptor file(openat(m_folder.get(), kUnfinishedName,
@@ -136,7 +136,7 @@ void PIDFileClaim::refuseWhenHeld() const {
     if (look.isOutOfReach)
         fail(EWOULDBLOCK, "open");
     // The file names this process, which does not hold it. Either the process has become another program
-    // (exec) and lost its lock by that, or an earlier process had the number, as in a container, which gives
+    // (exec) and thereby lost its lock, or an earlier process had the number, as in a container, which gives
     // its daemon the same one at each start.
     if (!look.isHeldHere && !look.isLocked && look.record.process == m_process)
         return;
@@ -147,7 +147,7 @@ void PIDFileClaim::refuseWhenHeld() const {
         failHeld(m_path, holder.process);
 }
 
-// Deletes an unfinished file at which nobody works any more. Returns whether the name is free now.
+// Deletes an unfinished file on which nobody is working any more. Returns whether the name is free now.
 bool PIDFileClaim::clearUnfinished(Clock::duration waited) const {
     HeldFilesGuard const guard;
     struct stat info = {};
@@ -158,7 +158,7 @@ bool PIDFileClaim::clearUnfinished(Clock::duration waited) const {
     Descriptor const file = openOwn(info); // keeps the lock until the name is gone
     if (!isNobodys(file, info, waited))
         return false;
-    // Then the file is still in the way: the same error as when it was to be made.
+    // A file that stays is still in the way: this is the error with which making it failed.
     if (unlinkat(m_folder.get(), kUnfinishedName, 0) == -1 && errno != ENOENT)
         fail(EEXIST, "open");
     return true;
@@ -171,9 +171,8 @@ Descriptor PIDFileClaim::openOwn(struct stat const& info) const {
     return Descriptor(openat(m_folder.get(), kUnfinishedName, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
 }
 
-// Whoever works at the file has it locked. That cannot be seen for another account's file, nor on a file
-// system without locks: there a file is nobody's once it is too old. What is not a regular file was made by
-// no claim.
+// Whoever is working on the file has it locked. That cannot be seen for another account's file, nor on a file
+// system without locks: there a file is nobody's once it is too old. A claim makes only regular files.
 bool PIDFileClaim::isNobodys(Descriptor const& file, struct stat const& info, Clock::duration waited) const {
     switch (file.isOpen() ? tryLock(file) : LockAttempt::Impossible) {
     case LockAttempt::Locked:
@@ -210,7 +209,7 @@ void PIDFileClaim::removeUnfinished() const noexcept {
         unlinkat(m_folder.get(), kUnfinishedName, 0);
 }
 
-// The lock stays until the file is gone, so that nobody takes its place before.
+// The lock stays until the file is gone, so that nobody takes its place before that.
 void PIDFileClaim::giveUp() {
     reopenFolderWhenLost();
     if (isStillOwn() && unlinkat(m_folder.get(), m_place.name.c_str(), 0) == -1 && errno != ENOENT)

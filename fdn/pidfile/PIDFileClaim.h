@@ -15,7 +15,7 @@ namespace fdn {
 /// One process's claim on a PID file, from before the file is there until it is deleted.
 ///
 /// The file is made under a name for unfinished ones, where nobody else can open it, and locked at once.
-/// Whoever has the unfinished file is the only one in that folder who may look whether the PID file is held,
+/// Whoever has the unfinished file is the only one in that folder who may check whether the PID file is held,
 /// write the record, and rename the file into place. The lock stays until the claim is given up. The steps
 /// have the same names in tests/model/claim.pml, which shows that there are never two holders.
 ///

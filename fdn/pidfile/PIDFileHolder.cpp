@@ -54,7 +54,7 @@ std::optional<bool> mayWriterSignal(PIDFileLook const& look, pid_t process) {
     return look.owner == 0 ? true : mayBeSignalledBy(look.owner, process);
 }
 
-// In another PID name space a process has another number but the same start time, so the identity decides.
+// In another PID namespace a process has another number but the same start time, so the identity decides.
 bool tellsOf(PIDRecord const& record, pid_t process) {
     bool const isNamed = record.process == process;
     return record.identity.empty() ? isNamed : hasIdentity(process, record.identity).value_or(isNamed);
@@ -105,7 +105,7 @@ PIDFileHolder judgeKnown(PIDFileLook const& look, Path const& path) {
 }
 
 // The process lives, but /proc hides whether it is the one described. Any account can hide processes in a
-// name space of its own, so that must not stop root. About its own processes an account is believed.
+// namespace of its own, so that must not stop root. About its own processes an account is believed.
 PIDFileHolder judgeHidden(PIDFileLook const& look, Path const& path) {
     pid_t const process = look.record.process;
     std::optional<bool> const maySignal = mayWriterSignal(look, process);
@@ -128,8 +128,8 @@ PIDFileHolder judgeRecord(PIDFileLook const& look, Path const& path) {
     return *isSame ? judgeKnown(look, path) : PIDFileHolder();
 }
 
-// A process that has ended since the look leaves its questions without an answer: its lock is gone, and so is
-// what /proc told of it.
+// Once the process has ended, what was asked about it has no answer: its lock is gone, and so is its entry in
+// /proc.
 bool hasEnded(PIDFileHolder const& holder) {
     return holder.standing == Standing::Unclear && holder.process > 0 && !isProcessAlive(holder.process);
 }

@@ -8,8 +8,8 @@ namespace fdn {
 enum class Standing {
     Free,       ///< nobody holds it: it may be claimed
     Held,       ///< the process holds it and may be signalled by what the file says
-    NotTrusted, ///< it may be held, but whoever wrote it may not signal the process, so it is no reason to
-    Unclear     ///< it is or may be held, and it cannot be told whether, or by whom
+    NotTrusted, ///< it may be held, but its writer may not signal the process, so it justifies no signal
+    Unclear     ///< it is or may be held, but whether or by whom is unknown
 };
 
 struct PIDFileHolder {
@@ -19,7 +19,7 @@ struct PIDFileHolder {
 };
 
 /// Judges what was seen of a PID file. Whoever keeps it locked holds it. Without a lock, because the process
-/// has lost it or the file system knows none, the process holds it that the file describes. `path` is for the
+/// has lost it or the file system knows none, the process that the file describes holds it. `path` is for the
 /// reason. Throws CError when the system cannot tell about a process.
 PIDFileHolder findHolder(PIDFileLook const& look, Path const& path);
 

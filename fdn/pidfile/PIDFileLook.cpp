@@ -50,7 +50,7 @@ RawLook& fail(RawLook& look, char const* function, int error) {
 }
 
 // ELOOP stands for a symbolic link, which is not believed, ENXIO and ENODEV for a socket or a device, and
-// ENAMETOOLONG for a name that no file can have.
+// ENAMETOOLONG for a name that is too long for any file.
 bool saysNoFile(int error) {
     return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENXIO || error == ENODEV ||
            error == ENAMETOOLONG;
@@ -60,7 +60,7 @@ bool saysNoLocks(int error) {
     return error == EINVAL || error == ENOLCK || error == ENOSYS || error == EOPNOTSUPP;
 }
 
-// Stores the write lock that another process keeps, or F_UNLCK as the type when none does. Read locks say
+// Stores the write lock that another process keeps, or F_UNLCK as the type when there is none. Read locks say
 // nothing, because everybody who may read the file can set one. Returns the system's error number, or 0.
 int askForWriteLock(Descriptor const& file, struct flock& answer) {
     answer.l_type = F_RDLCK; // only a write lock stands in its way
@@ -114,7 +114,7 @@ RawLook lookHere(Descriptor const& folder, char const* name) {
     return look;
 }
 
-// Follows no link like /proc/PID/root: it leads into the mount name space of an account's process, where the
+// Follows no link like /proc/PID/root: it leads into the mount namespace of an account's process, where the
 // account mounts whatever it likes over its names. Linux before 5.6 cannot avoid such links, and some
 // sandboxes refuse the call.
 Descriptor openFolder(std::string const& folder) {
@@ -146,7 +146,7 @@ uid_t getOwner(struct stat const& file, std::vector<FuseMount> const& mounts) {
 }
 
 // Whether nobody but root and this user can put files into the folder. Users answer for those to whom they
-// open their own folders, because files in there are believed about the owner's processes alone.
+// open their own folders, because files in there are believed only about the owner's processes.
 bool isFolderOf(uid_t user, uid_t owner, mode_t mode) {
     bool const isOpen = (mode & (S_IWGRP | S_IWOTH)) != 0;
     return (user != 0 && owner == user) || (owner == 0 && !isOpen);

@@ -53,8 +53,8 @@ struct PIDFileLook {
 /// name `path` when the system cannot tell.
 PIDFileLook lookAtPIDFile(Descriptor const& folder, std::string const& name, Path const& path);
 
-/// Looks at the file at the path. Where root could be kept waiting by a user's own file system, it waits for
-/// a second at most.
+/// Looks at the file at the path. Where a user's own file system could keep root waiting, it waits for a
+/// second at most.
 PIDFileLook lookAtPIDFile(Path const& path);
 
 } // namespace fdn

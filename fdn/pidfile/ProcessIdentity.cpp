@@ -26,7 +26,7 @@ bool saysNoProcess(int error) {
 }
 
 // The beginning of the file, which has everything that is wanted here; empty when there is no such file. Any
-// other failure says nothing about the process and is thrown, lest the process be taken for gone.
+// other failure says nothing about the process and is thrown, so that the process is not taken for gone.
 std::string readProcFile(std::string const& name) {
     std::string const path = "/proc/" + name;
     Descriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
@@ -55,7 +55,7 @@ std::string readLink(std::string const& name) {
     return std::string(target.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
 }
 
-// The same for a file about the process. It is also empty where /proc shows another PID name space, in which
+// The same for a file about the process. It is also empty where /proc shows another PID namespace, in which
 // the number belongs to somebody else.
 std::string readProcessFile(pid_t process, char const* name) {
     if (process == getpid())
@@ -80,7 +80,7 @@ std::string getStartTime(pid_t process) {
     return getWord(stat.substr(stat.rfind(')') + 1), kStartTimeAfterName);
 }
 
-// In another time name space the same start is told as another time (time_namespaces(7)).
+// In another time namespace the same start is given as another time (time_namespaces(7)).
 bool hasOtherClock(pid_t process) {
     std::string const clock = readLink(std::to_string(process) + "/ns/time");
     return !clock.empty() && clock != readLink("self/ns/time");

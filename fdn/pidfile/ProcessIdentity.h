@@ -15,12 +15,12 @@ namespace fdn {
 /// gone.
 bool isProcessAlive(pid_t process);
 
-/// A line that tells the process from all others that have had its number: when it was started, in clock
-/// ticks since the boot, and the identifier of that boot.
+/// A line that distinguishes the process from all others that have had its number: when it was started, in
+/// clock ticks since the boot, and the identifier of that boot.
 std::string getProcessIdentity(pid_t process);
 
-/// Whether such a line is the process's own. Nothing also when they disagree only because the process counts
-/// its time in another name space.
+/// Whether such a line is the process's own. Returns nothing also when they disagree only because the process
+/// counts time in another namespace.
 std::optional<bool> hasIdentity(pid_t process, std::string const& identity);
 
 /// Whether the user's own processes may signal the process (POSIX kill): its real or saved user is this one.

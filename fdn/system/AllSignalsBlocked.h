@@ -5,8 +5,8 @@
 namespace fdn {
 
 /// Blocks every signal in the calling thread for as long as the object lives, and then restores the thread's
-/// mask. Threads and processes that are started meanwhile begin with every signal blocked. To be destroyed in
-/// the thread that made it.
+/// mask. Threads and processes that are started meanwhile begin with every signal blocked. Destroy it in the
+/// thread that made it.
 class AllSignalsBlocked {
 public:
     AllSignalsBlocked() {

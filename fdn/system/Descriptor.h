@@ -7,7 +7,7 @@
 
 namespace fdn {
 
-/// Owns a file descriptor, or none, and closes it at the end. Closing leaves errno as it was, so that a
+/// Owns a file descriptor, or none, and closes it when destroyed. Closing leaves errno as it was, so that a
 /// failure can be reported after the operation's descriptors are gone.
 class Descriptor {
 public:
@@ -46,7 +46,7 @@ private:
 };
 
 /// Makes a system call, and repeats it for as long as a signal interrupts it (EINTR). Not for close(), which
-/// has closed the descriptor nevertheless.
+/// closes the descriptor even then.
 template <class Call>
 auto uninterrupted(Call call) {
     while (true) {

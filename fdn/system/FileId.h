@@ -23,14 +23,14 @@ inline FileId getFileId(struct stat const& info) {
     return {info.st_dev, info.st_ino};
 }
 
-/// That of an open file; nothing when the system does not tell, and then errno says why.
+/// That of an open file; nothing on failure, and then errno says why.
 inline std::optional<FileId> getFileId(Descriptor const& file) {
     struct stat info = {};
     return fstat(file.get(), &info) == 0 ? std::optional<FileId>(getFileId(info)) : std::nullopt;
 }
 
-/// That of the file with this name in the folder, of a symbolic link the link's own; nothing when the system
-/// does not tell, and then errno says why: ENOENT when nothing has the name.
+/// That of the file with this name in the folder, of a symbolic link the link's own; nothing on failure, and
+/// then errno says why: ENOENT when nothing has the name.
 inline std::optional<FileId> getFileId(Descriptor const& folder, char const* name) {
     struct stat info = {};
     return fstatat(folder.get(), name, &info, AT_SYMLINK_NOFOLLOW) == 0

@@ -32,7 +32,7 @@ bool isFuseMount(std::string const& line) {
     return line.find(" - fuse") != std::string::npos || line.find(" - virtiofs") != std::string::npos;
 }
 
-// The number after the text, of which the search begins at the position; 0 if there is none.
+// The number after the text, which is searched for from the position on; 0 if there is none.
 unsigned getNumberAfter(std::string const& text, std::string const& line, std::size_t from) {
     std::size_t const start = line.find(text, from);
     unsigned number = 0;

@@ -17,7 +17,7 @@ struct FuseMount {
     std::string folder; ///< or the file, over which it is mounted
 };
 
-/// All such mounts in this process's mount name space; none where there is no /proc. Reads
+/// All such mounts in this process's mount namespace; none where there is no /proc. Reads
 /// /proc/self/mountinfo and touches no mounted file system, so it never blocks.
 std::vector<FuseMount> findFuseMounts();
 

@@ -28,7 +28,7 @@ ReplacementFile::ReplacementFile(Path const& path, int mode, char const* action)
     if (!m_folder.isOpen())
         fail("open");
     lookAtOldFile();
-    // Until then nobody may read the new file who may not read the old one.
+    // Until then, nobody who may not read the old file may read the new one.
     create(static_cast<mode_t>(mode) & m_oldPermissions.value_or(kPermissions));
 }
 

@@ -28,8 +28,8 @@ public:
     void append(std::string const& content);
 
     /// Gives the new file the permissions of the one that it replaces, flushes it to the disk and puts it at
-    /// the path, in place of anything but a folder. Blocks until both are on the disk. To be called once, at
-    /// the end.
+    /// the path, in place of anything but a folder. Blocks until both are on the disk. Call it once, at the
+    /// end.
     void takePlace();
 
 private:

@@ -12,7 +12,7 @@ namespace fdn {
 
 namespace {
 
-// Not derived from the final name, which may already be as long as a name can be, and not foreseeable by
+// Not derived from the final name, which may already be as long as a name can be, and not predictable by
 // others.
 std::string makeRandomName(char const* action) {
     std::uint64_t number = 0;

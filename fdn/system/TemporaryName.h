@@ -35,7 +35,7 @@ public:
     /// The name; empty when nothing has it.
     std::string const& get() const { return m_name; }
 
-    /// To be called when the file or folder has got its own name: there is nothing left to delete.
+    /// Call it when the file or folder has its own name: there is nothing left to delete.
     void forget() { m_name.clear(); }
 
 private:

@@ -43,7 +43,7 @@ bool receive(Descriptor const& pipe, int patience, char* bytes, std::size_t size
 
 bool askInChildProcess(int patience, void* answer, std::size_t size, std::function<void()> const& find) {
     Pipe pipe = makePipe();
-    AllSignalsBlocked const blocked; // each signal would restart the timeout
+    AllSignalsBlocked const blocked; // each signal would restart the time-out
     pid_t const process = startToFind(answer, size, find, pipe.writing.get());
     if (process == -1)
         throwLastSysError("fork", "asking a file system");

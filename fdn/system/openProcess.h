@@ -10,7 +10,7 @@ namespace fdn {
 /// and which poll() reports as readable once the process has ended.
 ///
 /// Not open when there is no such process (ESRCH; for the number of a thread EINVAL or ENOENT, depending on
-/// the kernel), and with any other errno when the system gives no handle: kernels before 5.3 know none
+/// the kernel), and with any other errno when the system gives no handle: kernels before 5.3 have none
 /// (ENOSYS), and sandboxes may refuse it.
 Descriptor openProcess(pid_t process) noexcept;
 

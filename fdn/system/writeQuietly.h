@@ -8,7 +8,7 @@ namespace fdn {
 
 /// Writes as write(2) does, and repeats the call for as long as a signal interrupts it, but never ends the
 /// program: neither with SIGPIPE when a pipe has lost its reader, nor with SIGXFSZ at the limit for the size
-/// of files. It only fails then, with EPIPE or EFBIG. How the process treats these signals stays untouched.
+/// of files. It just fails then, with EPIPE or EFBIG. How the process treats these signals does not change.
 /// Any thread may call it.
 ssize_t writeQuietly(int descriptor, char const* bytes, std::size_t size);
 
