@@ -10,8 +10,8 @@
 #include <fdn/programs.h>
 
 #include <dmn/id/DaemonId.h>
-#include <dmn/runlevels/RunLevels.h>
-#include <dmn/script/InitFolder.h>
+#include <dmn/init/InitFolder.h>
+#include <dmn/init/RunLevels.h>
 #include <dmn/script/InitScript.h>
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ParameterLine.h>

@@ -56,7 +56,8 @@ public:
 
     /// Installs the daemon: writes its init script and links it into the run levels 0 and 6, and also 2 to 5
     /// when it starts at boot. Replaces an existing installation. Does not start the daemon and looks at
-    /// neither the account nor the executable. The password is neither used nor stored.
+    /// neither the account nor the executable. The password is neither used nor stored, but
+    /// the interface has it and is fixed.
     ///
     /// When a step fails, uninstalls the daemon as far as possible, even if it was replacing an earlier
     /// installation, and throws the error of that step. A run parameter that holds the character NUL, which

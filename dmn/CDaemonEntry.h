@@ -175,9 +175,9 @@ protected:
     fdn::String m_daemonId;                 ///< --id, else the daemon's default ID
     fdn::String m_command;                  ///< the command word
     fdn::String m_runAs;                    ///< --runas as it was given
-    fdn::String m_runAsPassword;            ///< --runas-password as it was given; not used
-    fdn::String m_transientFolderAppID;     ///< --transientFolderAppID as it was given
-    fdn::String m_transientFolderGroup;     ///< --transientFolderGroup as it was given
+    fdn::String m_runAsPassword; ///< --runas-password as it was given; not used: the interface is fixed
+    fdn::String m_transientFolderAppID; ///< --transientFolderAppID as it was given
+    fdn::String m_transientFolderGroup; ///< --transientFolderGroup as it was given
 
 private:
     DMN_HIDDEN int performLogged(int argc, char** argv);

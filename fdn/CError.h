@@ -10,6 +10,10 @@
 
 namespace fdn {
 
+template <class Traits>
+class TPathImpl;
+class CUnixPathTraits;
+
 /// The exception in which every failure of the library travels.
 ///
 /// It carries a message for people, a second text, a code (-1, or the number of the system error), properties
@@ -72,6 +76,16 @@ private:
     String m_second;
     long long m_code;
     P<CError> m_cause;
+};
+
+/// A path that climbs above the root. Code -1, no properties, no cause.
+class FDN_EXPORT CBadPathError : public CError {
+public:
+    /// The message is "Invalid path: " and the text of the path.
+    explicit CBadPathError(TPathImpl<CUnixPathTraits> const& path);
+
+    P<CError> clone() const override;
+    [[noreturn]] void throwClone() const override;
 };
 
 /// A text that an encoding cannot represent. The message is always the same and does not reveal the text.

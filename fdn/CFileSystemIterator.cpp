@@ -43,8 +43,4 @@ Path CFileSystemIterator::getItemPath() const {
     return path;
 }
 
-void CFileSystemIterator::Closer::operator()(DIR* folder) const {
-    closedir(folder);
-}
-
 } // namespace fdn

@@ -36,11 +36,11 @@ public:
     Path getItemPath() const;
 
 private:
-    struct Closer {
-        void operator()(DIR* folder) const;
+    struct FDN_HIDDEN Closer {
+        void operator()(DIR* folder) const { closedir(folder); }
     };
 
-    void takeName(char const* bytes);
+    FDN_HIDDEN void takeName(char const* bytes);
 
     Path m_path;
     std::unique_ptr<DIR, Closer> m_folder;

@@ -8,8 +8,7 @@ namespace fdn {
 namespace {
 
 bool isFolderName(String const& name) {
-    return !name.empty() && name != "." && name != ".." &&
-           name.find(CUnixPathTraits::getSep()) == String::npos;
+    return !name.empty() && name != "." && name != ".." && name.find(CUnixPathTraits::kSep) == String::npos;
 }
 
 } // namespace

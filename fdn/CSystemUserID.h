@@ -12,8 +12,9 @@ struct UserRecord;
 /// A user account: its number and its name. A plain value, which may be copied and kept.
 ///
 /// One that CSystemAccountManager::getUserID() has returned also keeps what the user database said then. A
-/// program that is started under the account uses that instead of asking the database again; only the
-/// account's supplementary groups are looked up at each start.
+/// program that is started under the account uses that instead of asking the database again, even if the
+/// account has changed or gone since: look the user up for each start. Only the account's supplementary
+/// groups are looked up by the start itself.
 class FDN_EXPORT CSystemUserID {
 public:
     /// Nothing is looked up here: a start under this account does that, and refuses an account that does not

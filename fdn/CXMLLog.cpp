@@ -23,6 +23,7 @@ P<CXMLLog> CXMLLog::createGlobalInstance() {
     return newObj<CXMLLog>();
 }
 
+// Guard and create function have the names that the interface fixes.
 char& CXMLLog::globalGuard() {
     static char guard = 0;
     return guard;

@@ -3,5 +3,6 @@
 /// Marks what libfdn offers to programs; everything else in the library stays hidden.
 #define FDN_EXPORT __attribute__((visibility("default")))
 
-/// Hides a member of a class that is marked with FDN_EXPORT: a private step that no inline function calls.
+/// Marks the private steps of an exported class, which no inline function calls. They are no part of the
+/// library's binary interface and may change in every version.
 #define FDN_HIDDEN __attribute__((visibility("hidden")))

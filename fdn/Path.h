@@ -89,9 +89,9 @@ public:
     TPathImpl toNormalized(bool makeAbsolute, TPathImpl const& base) const;
 
 private:
-    String getWorkingText(bool makeAbsolute, TPathImpl const& base) const;
-    String normalize(String const& working) const;
-    void appendName(String& text, std::size_t rootLength, std::wstring_view name) const;
+    FDN_HIDDEN String getWorkingText(bool makeAbsolute, TPathImpl const& base) const;
+    FDN_HIDDEN String normalize(String const& working) const;
+    FDN_HIDDEN void appendName(String& text, std::size_t rootLength, std::wstring_view name) const;
 
     String m_text;
     bool m_normalized = false;
@@ -101,20 +101,7 @@ extern template class TPathImpl<CUnixPathTraits>;
 
 using Path = TPathImpl<CUnixPathTraits>;
 
-/// A path that climbs above the root. Code -1, no properties, no cause.
-class FDN_EXPORT CBadPathError : public CError {
-public:
-    /// The message is "Invalid path: " and the text of the path.
-    explicit CBadPathError(Path const& path);
-
-    P<CError> clone() const override;
-    [[noreturn]] void throwClone() const override;
-};
-
 /// The path as the system's calls take it: toFileName() of its text, which throws CUnencodableStringError.
 FDN_EXPORT wxCharBuffer toFileName(Path const& path);
-
-/// Throws as throwLastSysError() of sysError.h does, for a call that concerned the path.
-[[noreturn]] FDN_EXPORT void throwLastSysError(char const* func, char const* action, Path const& path);
 
 } // namespace fdn

@@ -38,7 +38,8 @@ namespace fdn {
 /// `impersonate`: the account under which it runs, or null for the caller's. The process gets the account's
 /// group, all its supplementary groups, and the user, in this order, and cannot undo it. The folder is
 /// entered with the account's rights; HOME, USER, LOGNAME and SHELL follow the account, also in a given
-/// environment. Only root can do this. Throws CError for an account that does not exist.
+/// environment. Only root can do this. Throws CError for an account that does not exist, unless the account
+/// manager has found it before (see CSystemUserID).
 ///
 /// `input`, `output` and `error`: the connections that get the caller's ends of pipes to and from the
 /// program's standard streams. Without a connection the stream is the caller's, or /dev/null at the level

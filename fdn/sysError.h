@@ -5,9 +5,12 @@
 
 namespace fdn {
 
+template <class Traits>
+class TPathImpl;
+class CUnixPathTraits;
+
 // A system call that fails says why in the calling thread's errno, which nearly every other call may change.
-// Throw before anything else runs, or save the number first. Path.h has throwLastSysError() for calls about a
-// path.
+// Throw before anything else runs, or save the number first.
 
 /// The error number of the calling thread's last failed system call (POSIX errno).
 FDN_EXPORT int getLastSysError();
@@ -20,5 +23,9 @@ FDN_EXPORT int getLastSysError();
 
 /// The same for the last failed system call, which concerned nothing that has a name.
 [[noreturn]] FDN_EXPORT void throwLastSysError(char const* func, char const* action);
+
+/// The same for a call that concerned the path.
+[[noreturn]] FDN_EXPORT void throwLastSysError(char const* func, char const* action,
+                                               TPathImpl<CUnixPathTraits> const& path);
 
 } // namespace fdn

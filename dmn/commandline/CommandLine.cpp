@@ -1,7 +1,7 @@
 #include <dmn/commandline/CommandLine.h>
 
 #include <fdn/CError.h>
-#include <fdn/files.h>
+#include <fdn/fileName.h>
 
 #include <dmn/commandline/IgnoredAssertions.h>
 #include <dmn/commandline/ParserOutput.h>

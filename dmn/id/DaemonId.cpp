@@ -1,7 +1,7 @@
 #include <dmn/id/DaemonId.h>
 
 #include <fdn/CError.h>
-#include <fdn/files.h>
+#include <fdn/Path.h>
 
 #include <limits.h>
 

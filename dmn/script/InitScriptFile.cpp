@@ -7,7 +7,7 @@
 #include <fdn/sysError.h>
 
 #include <dmn/id/DaemonId.h>
-#include <dmn/script/InitFolder.h>
+#include <dmn/init/InitFolder.h>
 
 #include <algorithm>
 #include <iterator>
@@ -36,7 +36,8 @@ fdn::Path locateInitScript(fdn::String const& id) {
 
 void writeInitScript(fdn::Path const& script, fdn::String const& text) {
     fdn::writeUTF8TextFile(script.getText(), text, kScriptMode);
-    // The new file's mode obeys the umask, and a replaced file keeps the mode that it had.
+    // The new file's mode obeys the umask, and a replaced file keeps the mode that it had. Not by
+    // fdn::CFileRef, whose errors name another action than this one.
     wxCharBuffer const fileName = fdn::toFileName(script); // freed after errno is read
     if (chmod(fileName, kScriptMode) != 0)
         fdn::throwLastSysError("chmod", "CDaemonController::createInitScript", script);

@@ -1,7 +1,7 @@
 #include <dmn/start/StartSettings.h>
 
 #include <fdn/CError.h>
-#include <fdn/files.h>
+#include <fdn/Path.h>
 
 #include <dmn/script/InitScriptFile.h>
 

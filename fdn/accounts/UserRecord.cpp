@@ -28,7 +28,7 @@ UserRecord findUserRecord(String const& name, char const* action) {
 UserRecord getUserRecord(CSystemUserID const& user) {
     if (user.m_record != nullptr)
         return *user.m_record;
-    UserRecord record = findUserRecord(user.getName(), "readUserRecord");
+    UserRecord record = findUserRecord(user.getName(), "forkAndExec");
     if (record.user != user.getUID())
         throw CError("The user '" + user.getName() + "' does not have the number " +
                      String(std::to_string(user.getUID()).c_str()) + ".");

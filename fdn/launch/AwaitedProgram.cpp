@@ -59,7 +59,7 @@ AwaitedProgram::AwaitedProgram(LaunchRequest const& request, StandardStreams& st
     LaunchRequest complete = request;
     Pipe endReport;
     if (!areChildrenRemembered()) {
-        endReport = makePipe();
+        endReport = makePipe(kAction);
         complete.endReport = endReport.writing.get();
     }
     m_child = launch(complete, streams);

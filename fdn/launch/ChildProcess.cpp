@@ -2,7 +2,7 @@
 
 #include <fdn/launch/LaunchReport.h>
 #include <fdn/launch/StandardStreams.h>
-#include <fdn/launch/closeDescriptors.h>
+#include <fdn/system/closeDescriptors.h>
 
 #include <array>
 #include <cerrno>

@@ -97,7 +97,7 @@ void abandon(LaunchPlan const& plan, pid_t child, LaunchOutcome const& outcome) 
 
 pid_t launch(LaunchRequest const& request, StandardStreams& streams) {
     LaunchMaterial const material(request);
-    Pipe reports = makePipe();
+    Pipe reports = makePipe("forkAndExec");
     LaunchPlan const plan = complete(material.getPlan(), streams, reports.writing);
     bool volatile isDecided = false;
     pid_t const child = makeProcess(plan, isDecided);

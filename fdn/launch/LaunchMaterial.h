@@ -16,8 +16,8 @@ namespace fdn {
 /// Turns a request into a plan, and owns what the plan points to.
 class LaunchMaterial {
 public:
-    /// Throws CError for an account that does not exist and for a variable without a proper name, and
-    /// CUnencodableStringError for texts that the system cannot be given.
+    /// Throws CError for an account that was not looked up yet and does not exist, and for a variable without
+    /// a proper name, and CUnencodableStringError for texts that the system cannot be given.
     explicit LaunchMaterial(LaunchRequest const& request);
 
     LaunchMaterial(LaunchMaterial const&) = delete;

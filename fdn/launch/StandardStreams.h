@@ -1,22 +1,13 @@
 #pragma once
 
-#include <fdn/system/Descriptor.h>
+#include <fdn/system/Pipe.h>
 
 #include <array>
 
 namespace fdn {
 
-// Every descriptor that is made here is closed on exec, and has a number beyond the standard streams, even
-// when the process has closed some of those: a new process overwrites these numbers before it has used the
-// descriptors. The operations throw CError when the system has no descriptor left.
-
-/// The two ends of a pipe.
-struct Pipe {
-    Descriptor reading;
-    Descriptor writing;
-};
-
-Pipe makePipe();
+// The descriptors that are made here have numbers beyond the standard streams, as those of a pipe have. The
+// operations throw CError when the system has no descriptor left.
 
 /// A standard stream of a new process.
 struct StandardStream {

@@ -20,7 +20,7 @@ namespace {
 String toText(char const* name) {
     std::optional<String> const text = fromFileName(name);
     if (!text)
-        throw CError("The log's name is no text in the locale's encoding.");
+        throw CError("The log's name is not text in the locale's encoding.");
     return *text;
 }
 
@@ -49,7 +49,7 @@ String getProgramName() {
     return name;
 }
 
-// Follows the XDG Base Directory specification 0.8, by which a relative path does not count either.
+// Follows the XDG Base Directory 0.8, by which a relative path does not count either.
 String getUserStateFolder() {
     String const stateFolder = getTrustedVariable("XDG_STATE_HOME");
     if (CUnixPathTraits::isAbsolute(stateFolder))
@@ -75,13 +75,10 @@ int getNamedDescriptor(String const& file) {
     return std::stoi(number.toUTF8());
 }
 
-// The places below are put together as texts. Joining Paths uses a global object: the first use waits while
-// another thread constructs a global, and that thread may be about to log.
-
 LogPlace getNamedPlace(String const& file) {
     LogPlace place;
-    place.file =
-        Path(CUnixPathTraits::isAbsolute(file) ? file : getCurrentWorkDirectoryAsString() + "/" + file);
+    place.file = CUnixPathTraits::isAbsolute(file) ? Path(file)
+                                                   : Path(getCurrentWorkDirectoryAsString()) << Path(file);
     place.isAnyKind = true;
     place.descriptor = getNamedDescriptor(file);
     return place;
@@ -89,11 +86,10 @@ LogPlace getNamedPlace(String const& file) {
 
 LogPlace getUsualPlace() {
     String const program = getProgramName();
-    String const folder = (isRoot() ? String("/var/log") : getUserStateFolder()) + "/" + program;
     LogPlace place;
-    place.folder = Path(folder);
+    place.folder = Path(isRoot() ? String("/var/log") : getUserStateFolder()) << Path(program);
     place.folderMode = isRoot() ? 0750 : 0700;
-    place.file = Path(folder + "/" + program + ".log");
+    place.file = place.folder << Path(program + ".log");
     return place;
 }
 

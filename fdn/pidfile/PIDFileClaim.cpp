@@ -90,9 +90,10 @@ PIDFileClaim::~PIDFileClaim() {
 }
 
 void PIDFileClaim::openFolder() {
+    Path const folder(String::fromBytes(m_place.folder)); // made before errno is set
     m_folder = openOnlyForNames(m_place.folder);
     if (!m_folder.isOpen())
-        throwLastSysError("open", kClaiming, Path(String::fromBytes(m_place.folder)));
+        throwLastSysError("open", kClaiming, folder);
     m_folderId = getFileId(m_folder).value_or(FileId());
 }
 

@@ -41,7 +41,7 @@ PIDFileHolder unreadable(pid_t process, Path const& path) {
 
 PIDFileHolder hidden(Path const& path) {
     return unclear(0, describe(path) +
-                          " is held by a process that cannot be seen from here: in another PID name space or "
+                          " is held by a process that cannot be seen from here: in another PID namespace or "
                           "on another machine.");
 }
 

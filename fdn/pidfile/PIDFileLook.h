@@ -53,8 +53,8 @@ struct PIDFileLook {
 /// name `path` when the system cannot tell.
 PIDFileLook lookAtPIDFile(Descriptor const& folder, std::string const& name, Path const& path);
 
-/// Looks at the file at the path. Where a user's own file system could keep root waiting, it waits for a
-/// second at most.
+/// Looks at the file at the path. Root waits at most a second for a user's own file system and, while any
+/// user has one mounted, half a minute for every other one.
 PIDFileLook lookAtPIDFile(Path const& path);
 
 } // namespace fdn

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 
-#include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 

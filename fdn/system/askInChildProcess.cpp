@@ -1,9 +1,9 @@
 #include <fdn/system/askInChildProcess.h>
 
-#include <fdn/launch/StandardStreams.h>
-#include <fdn/launch/closeDescriptors.h>
 #include <fdn/sysError.h>
 #include <fdn/system/AllSignalsBlocked.h>
+#include <fdn/system/Pipe.h>
+#include <fdn/system/closeDescriptors.h>
 
 #include <csignal>
 
@@ -14,6 +14,8 @@
 namespace fdn {
 
 namespace {
+
+constexpr char kAction[] = "asking a file system";
 
 pid_t startToFind(void const* answer, std::size_t size, std::function<void()> const& find, int pipe) {
     // fork() would run the application's handlers, which may do anything.
@@ -42,11 +44,11 @@ bool receive(Descriptor const& pipe, int patience, char* bytes, std::size_t size
 } // namespace
 
 bool askInChildProcess(int patience, void* answer, std::size_t size, std::function<void()> const& find) {
-    Pipe pipe = makePipe();
+    Pipe pipe = makePipe(kAction);
     AllSignalsBlocked const blocked; // each signal would restart the time-out
     pid_t const process = startToFind(answer, size, find, pipe.writing.get());
     if (process == -1)
-        throwLastSysError("fork", "asking a file system");
+        throwLastSysError("fork", kAction);
     pipe.writing.reset();
     bool const hasCome = receive(pipe.reading, patience, static_cast<char*>(answer), size);
     if (!hasCome)

@@ -116,7 +116,7 @@ TEST_P(LaunchOnEveryLevel, FailsInAFolderThatNeverAnswers) {
 TEST_P(LaunchOnEveryLevel, ThatHangsKeepsNothingOfTheStarterOpen) {
     TemporaryFolder const folder;
     SilentFileSystem const silent(folder.name(), test::kUser);
-    fdn::Pipe pipe = fdn::makePipe();
+    fdn::Pipe pipe = fdn::makePipe("test");
 
     test::errorOf([&] { launchAsUser(GetParam(), folder.path()); });
     pipe.writing.reset();

@@ -2,7 +2,7 @@
 """Holds the sources of the libraries against the list of their layers, layers.ini.
 
 Usage: layers.py SOURCES includes   fails when a file includes what its layer must not know
-       layers.py SOURCES circles    fails when headers with their sources know each other
+       layers.py SOURCES circles    fails when headers with their sources, or folders, know each other
        layers.py SOURCES places     fails when a file is in the wrong place, or in no layer
        layers.py SOURCES drawing    fails when the drawing is not that of the list
        layers.py SOURCES draw       makes the drawing, docs/diagrams/layers.dot"""
@@ -63,6 +63,10 @@ def get_concept(file):
     return file.rsplit(".", 1)[0]
 
 
+def get_folder(file):
+    return file.rsplit("/", 1)[0] + "/"
+
+
 def get_member(file):
     """As the list has it: fdn/String.h is String of fdn, fdn/launch/Launch.h is launch/ of fdn."""
     library, name, *rest = get_concept(file).split("/")
@@ -101,11 +105,23 @@ def find_include_faults(sources):
             yield f"{file} is public and includes what is not installed: {header}"
 
 
-def find_circles(sources):
+def map_known(pairs):
+    """What knows what, of pairs of the one and the other."""
     known = {}
-    for file, header in find_own_includes(sources):
-        if get_concept(file) != get_concept(header):
-            known.setdefault(get_concept(file), {})[get_concept(header)] = None
+    for one, other in pairs:
+        if one != other:
+            known.setdefault(one, {})[other] = None
+    return known
+
+
+def find_circles(sources):
+    includes = list(find_own_includes(sources))
+    yield from find_circles_in(map_known((get_concept(file), get_concept(header)) for file, header in includes))
+    yield from find_circles_in(map_known((get_folder(file), get_folder(header)) for file, header in includes
+                                         if is_private(file) and is_private(header)))
+
+
+def find_circles_in(known):
     finished = set()
 
     def visit(concept, path):

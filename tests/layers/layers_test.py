@@ -92,6 +92,15 @@ class FaultTest(unittest.TestCase):
         self.write("fdn/Path.cpp", "#include <fdn/files.h>\n")
         self.expect_fault("fdn/Path -> fdn/files -> fdn/Path")
 
+    def test_finds_folders_that_know_each_other(self):
+        self.write("tests/layers/layers.ini", LIST.replace("log/", "log/ system/"))
+        self.write("fdn/log/File.cpp", "#include <fdn/system/Pipe.h>\n")
+        self.write("fdn/system/Pipe.h", "")
+        self.write("fdn/system/clock.cpp", "#include <fdn/log/Line.h>\n")
+        self.write("fdn/log/Line.h", "")
+        layers.write_drawing(self.sources)
+        self.expect_fault("fdn/log/ -> fdn/system/ -> fdn/log/")
+
     def test_finds_a_private_header_at_the_top(self):
         self.write("fdn/Path2.h", "")
         self.write("tests/layers/layers.ini", LIST.replace("Path", "Path Path2"))

@@ -1,9 +1,9 @@
-#include <dmn/runlevels/RunLevels.h>
+#include <dmn/init/RunLevels.h>
 
 #include <fdn/CFileSystemIterator.h>
 #include <fdn/files.h>
 
-#include <dmn/script/InitFolder.h>
+#include <dmn/init/InitFolder.h>
 
 namespace dmn {
 

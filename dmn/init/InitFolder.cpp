@@ -1,4 +1,4 @@
-#include <dmn/script/InitFolder.h>
+#include <dmn/init/InitFolder.h>
 
 #include <fdn/CError.h>
 #include <fdn/files.h>

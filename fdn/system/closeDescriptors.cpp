@@ -1,4 +1,4 @@
-#include <fdn/launch/closeDescriptors.h>
+#include <fdn/system/closeDescriptors.h>
 
 #include <algorithm>
 #include <climits>
