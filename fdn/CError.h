@@ -10,9 +10,10 @@
 
 namespace fdn {
 
+// Exported from here on: clang takes a template's visibility from its first declaration.
 template <class Traits>
-class TPathImpl;
-class CUnixPathTraits;
+class FDN_EXPORT TPathImpl;
+class FDN_EXPORT CUnixPathTraits;
 
 /// The exception in which every failure of the library travels.
 ///

@@ -1,13 +1,10 @@
 #pragma once
 
+#include <fdn/CError.h>
 #include <fdn/CProps.h>
 #include <fdn/String.h>
 
 namespace fdn {
-
-template <class Traits>
-class TPathImpl;
-class CUnixPathTraits;
 
 // A system call that fails says why in the calling thread's errno, which nearly every other call may change.
 // Throw before anything else runs, or save the number first.
