@@ -2,8 +2,8 @@
 
 #include <fdn/CError.h>
 #include <fdn/pidfile/PIDFileClaim.h>
-#include <fdn/pidfile/PIDFileHolder.h>
 #include <fdn/pidfile/PIDFileLook.h>
+#include <fdn/pidfile/PIDFileVerdict.h>
 
 namespace fdn {
 
@@ -12,10 +12,10 @@ CPIDFile::CPIDFile(Path const& path) : m_claim(std::make_unique<PIDFileClaim>(pa
 CPIDFile::~CPIDFile() = default;
 
 int CPIDFile::getActivePID(Path const& path) {
-    PIDFileHolder const holder = findHolder(lookAtPIDFile(path), path);
-    if (holder.standing == Standing::Unclear)
-        throw CError(holder.reason);
-    return holder.standing == Standing::Held ? holder.process : 0;
+    PIDFileVerdict const verdict = judgePIDFile(lookAtPIDFile(path), path);
+    if (verdict.standing == Standing::Unclear)
+        throw CError(verdict.reason);
+    return verdict.standing == Standing::Held ? verdict.process : 0;
 }
 
 } // namespace fdn

@@ -28,9 +28,7 @@ public:
 
 private:
     void takeArguments(TArray<String> const& arguments);
-    void takeEnvironment(TMap<String, String> const* environment);
     void takeAccount(CSystemUserID const& user);
-    void setVariable(std::string const& name, std::string const& value);
 
     std::string m_program;
     std::string m_folder;

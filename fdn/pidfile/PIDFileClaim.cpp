@@ -4,7 +4,7 @@
 #include <fdn/CThread.h>
 #include <fdn/log.h>
 #include <fdn/pidfile/HeldFiles.h>
-#include <fdn/pidfile/PIDFileHolder.h>
+#include <fdn/pidfile/PIDFileVerdict.h>
 #include <fdn/sysError.h>
 #include <fdn/system/writeQuietly.h>
 
@@ -141,11 +141,11 @@ void PIDFileClaim::refuseWhenHeld() const {
     // its daemon the same one at each start.
     if (!look.isHeldHere && !look.isLocked && look.record.process == m_process)
         return;
-    PIDFileHolder const holder = findHolder(look, m_path);
-    if (holder.standing == Standing::Unclear)
-        throw CError(holder.reason);
-    if (holder.standing != Standing::Free)
-        failHeld(m_path, holder.process);
+    PIDFileVerdict const verdict = judgePIDFile(look, m_path);
+    if (verdict.standing == Standing::Unclear)
+        throw CError(verdict.reason);
+    if (verdict.standing != Standing::Free)
+        failHeld(m_path, verdict.process);
 }
 
 // Deletes an unfinished file on which nobody is working any more. Returns whether the name is free now.

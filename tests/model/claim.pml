@@ -1,6 +1,6 @@
 /*
  * How a PID file is claimed, looked at, signalled by and given up, one step for each call of the system. The
- * steps are named like the operations in fdn/pidfile: PIDFileClaim.cpp, PIDFileLook.cpp and PIDFileHolder.cpp.
+ * steps are named like the operations in fdn/pidfile: PIDFileClaim.cpp, PIDFileLook.cpp and PIDFileVerdict.cpp.
  * tests/model/check runs spin.
  *
  * CLAIMERS processes claim the file. With ASKER, another one asks who holds it and signals that process. Each
@@ -116,7 +116,7 @@ inline closeFile(f) {
     :: skip                                                                                                  \
     fi
 
-/* lookAtPIDFile() and findHolder(). */
+/* lookAtPIDFile() and judgePIDFile(). */
 inline look(isClaim) {
     atomic {
         MAY_BE_KILLED;

@@ -1,4 +1,4 @@
-#include <fdn/pidfile/PIDFileHolder.h>
+#include <fdn/pidfile/PIDFileVerdict.h>
 #include <fdn/pidfile/ProcessIdentity.h>
 
 #include <gtest/gtest.h>
@@ -28,32 +28,32 @@ fdn::PIDFileLook lookBeforeTheEndOf(pid_t process) {
     return look;
 }
 
-fdn::PIDFileHolder findHolder(fdn::PIDFileLook const& look) {
-    return fdn::findHolder(look, fdn::Path("/run/some.pid"));
+fdn::PIDFileVerdict judge(fdn::PIDFileLook const& look) {
+    return fdn::judgePIDFile(look, fdn::Path("/run/some.pid"));
 }
 
 } // namespace
 
-TEST(PIDFileHolder, IsNobodyWhenAnAccountsProcessEndsAfterTheLook) {
+TEST(PIDFileVerdict, IsFreeWhenAnAccountsProcessEndsAfterTheLook) {
     fdn::PIDFileLook look = lookBeforeTheEndOf(makeEndedProcess());
     look.owner = 61001;
 
-    EXPECT_EQ(Standing::Free, findHolder(look).standing);
+    EXPECT_EQ(Standing::Free, judge(look).standing);
 }
 
-TEST(PIDFileHolder, IsTheProcessInTheFileWhenAnotherOneThatHadItLockedEndsAfterTheLook) {
+TEST(PIDFileVerdict, NamesTheProcessInTheFileWhenAnotherOneThatHadItLockedEndsAfterTheLook) {
     fdn::PIDFileLook look = lookBeforeTheEndOf(makeEndedProcess());
     look.record = {getpid(), fdn::getProcessIdentity(getpid())};
 
-    fdn::PIDFileHolder const holder = findHolder(look);
+    fdn::PIDFileVerdict const verdict = judge(look);
 
-    EXPECT_EQ(Standing::Held, holder.standing);
-    EXPECT_EQ(getpid(), holder.process);
+    EXPECT_EQ(Standing::Held, verdict.standing);
+    EXPECT_EQ(getpid(), verdict.process);
 }
 
-TEST(PIDFileHolder, IsUnclearWhileAnotherProcessThatHasTheFileLockedLives) {
+TEST(PIDFileVerdict, IsUnclearWhileAnotherProcessThatHasTheFileLockedLives) {
     fdn::PIDFileLook look = lookBeforeTheEndOf(getppid());
     look.record = {getpid(), "of another boot"};
 
-    EXPECT_EQ(Standing::Unclear, findHolder(look).standing);
+    EXPECT_EQ(Standing::Unclear, judge(look).standing);
 }

@@ -12,7 +12,7 @@ enum class Standing {
     Unclear     ///< it is or may be held, but whether or by whom is unknown
 };
 
-struct PIDFileHolder {
+struct PIDFileVerdict {
     Standing standing = Standing::Free;
     pid_t process = 0; ///< 0 when nobody holds it, or nobody knows who
     String reason;     ///< why it is unclear, for people; else empty
@@ -21,6 +21,6 @@ struct PIDFileHolder {
 /// Judges what was seen of a PID file. Whoever keeps it locked holds it. Without a lock, because the process
 /// has lost it or the file system knows none, the process that the file describes holds it. `path` is for the
 /// reason. Throws CError when the system cannot tell about a process.
-PIDFileHolder findHolder(PIDFileLook const& look, Path const& path);
+PIDFileVerdict judgePIDFile(PIDFileLook const& look, Path const& path);
 
 } // namespace fdn

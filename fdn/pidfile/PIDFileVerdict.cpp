@@ -1,4 +1,4 @@
-#include <fdn/pidfile/PIDFileHolder.h>
+#include <fdn/pidfile/PIDFileVerdict.h>
 
 #include <fdn/pidfile/ProcessIdentity.h>
 
@@ -15,7 +15,7 @@ String toText(long long number) {
     return String::fromBytes(std::to_string(number));
 }
 
-PIDFileHolder unclear(pid_t process, String const& reason) {
+PIDFileVerdict unclear(pid_t process, String const& reason) {
     return {Standing::Unclear, process, reason};
 }
 
@@ -23,29 +23,29 @@ String describe(Path const& path) {
     return "The PID file '" + path.getText() + "'";
 }
 
-PIDFileHolder foreign(PIDFileLook const& look, pid_t process, Path const& path) {
+PIDFileVerdict foreign(PIDFileLook const& look, pid_t process, Path const& path) {
     return unclear(process, describe(path) + " belongs to user " + toText(look.owner) +
                                 ", who may not signal process " + toText(process) + ".");
 }
 
-PIDFileHolder secondName(pid_t process, Path const& path) {
+PIDFileVerdict secondName(pid_t process, Path const& path) {
     return unclear(process, describe(path) + " of process " + toText(process) +
                                 " has another name, and is in a folder that others may write to.");
 }
 
-PIDFileHolder unreadable(pid_t process, Path const& path) {
+PIDFileVerdict unreadable(pid_t process, Path const& path) {
     return unclear(process,
                    describe(path) + " names process " + toText(process) +
                        ", which lives, but /proc does not tell whether it is the one that is meant.");
 }
 
-PIDFileHolder hidden(Path const& path) {
+PIDFileVerdict hidden(Path const& path) {
     return unclear(0, describe(path) +
                           " is held by a process that cannot be seen from here: in another PID namespace or "
                           "on another machine.");
 }
 
-PIDFileHolder another(pid_t process, Path const& path) {
+PIDFileVerdict another(pid_t process, Path const& path) {
     return unclear(process, describe(path) + " is locked by process " + toText(process) +
                                 ", of which it does not tell.");
 }
@@ -62,7 +62,7 @@ bool tellsOf(PIDRecord const& record, pid_t process) {
 
 // The kernel says who keeps the lock. But that need not be the file's process: one that clears up after a
 // dead process locks the file for a moment, and other programs lock files for reasons of their own.
-PIDFileHolder judgeLocker(PIDFileLook const& look, Path const& path) {
+PIDFileVerdict judgeLocker(PIDFileLook const& look, Path const& path) {
     pid_t const process = look.locker;
     if (process < 1)
         return hidden(path);
@@ -70,34 +70,34 @@ PIDFileHolder judgeLocker(PIDFileLook const& look, Path const& path) {
         return secondName(process, path);
     if (!tellsOf(look.record, process))
         return look.owner == 0 ? another(process, path)
-                               : PIDFileHolder{Standing::NotTrusted, process, String()};
+                               : PIDFileVerdict{Standing::NotTrusted, process, String()};
     std::optional<bool> const maySignal = mayWriterSignal(look, process);
     if (!maySignal)
         return unreadable(process, path);
-    return *maySignal ? PIDFileHolder{Standing::Held, process, String()} : foreign(look, process, path);
+    return *maySignal ? PIDFileVerdict{Standing::Held, process, String()} : foreign(look, process, path);
 }
 
 // A number alone is what other tools write, so it is taken at its word, but only when nobody else can have
 // written it.
-PIDFileHolder judgeNumber(PIDFileLook const& look, Path const& path) {
+PIDFileVerdict judgeNumber(PIDFileLook const& look, Path const& path) {
     pid_t const process = look.record.process;
     if (look.mayBeAnothersFile)
-        return PIDFileHolder();
+        return PIDFileVerdict();
     std::optional<bool> const maySignal = mayWriterSignal(look, process);
     if (!maySignal)
         return unreadable(process, path);
-    return *maySignal ? PIDFileHolder{Standing::Held, process, String()} : PIDFileHolder();
+    return *maySignal ? PIDFileVerdict{Standing::Held, process, String()} : PIDFileVerdict();
 }
 
 // It is certain that the file describes this living process. Who wrote it decides whether that counts.
-PIDFileHolder judgeKnown(PIDFileLook const& look, Path const& path) {
+PIDFileVerdict judgeKnown(PIDFileLook const& look, Path const& path) {
     pid_t const process = look.record.process;
     std::optional<bool> const maySignal = mayWriterSignal(look, process);
     if (!maySignal)
         return unreadable(process, path);
     // A file of this account's own is only ever about its own processes.
     if (!*maySignal && look.owner == geteuid())
-        return PIDFileHolder();
+        return PIDFileVerdict();
     if (!*maySignal && look.isInRootsFolder)
         return foreign(look, process, path);
     bool const isTrusted = *maySignal && !look.mayBeAnothersFile;
@@ -106,7 +106,7 @@ PIDFileHolder judgeKnown(PIDFileLook const& look, Path const& path) {
 
 // The process lives, but /proc hides whether it is the one described. Any account can hide processes in a
 // namespace of its own, so that must not stop root. About its own processes an account is believed.
-PIDFileHolder judgeHidden(PIDFileLook const& look, Path const& path) {
+PIDFileVerdict judgeHidden(PIDFileLook const& look, Path const& path) {
     pid_t const process = look.record.process;
     std::optional<bool> const maySignal = mayWriterSignal(look, process);
     if (look.owner == 0 || !maySignal || (!*maySignal && look.isInRootsFolder))
@@ -114,37 +114,37 @@ PIDFileHolder judgeHidden(PIDFileLook const& look, Path const& path) {
     return {*maySignal ? Standing::Held : Standing::NotTrusted, process, String()};
 }
 
-PIDFileHolder judgeRecord(PIDFileLook const& look, Path const& path) {
+PIDFileVerdict judgeRecord(PIDFileLook const& look, Path const& path) {
     PIDRecord const& record = look.record;
     if (record.process == 0 || !isProcessAlive(record.process))
-        return PIDFileHolder();
+        return PIDFileVerdict();
     if (record.identity.empty())
         return judgeNumber(look, path);
     std::optional<bool> const isSame = hasIdentity(record.process, record.identity);
     if (!isSame && !isProcessAlive(record.process))
-        return PIDFileHolder();
+        return PIDFileVerdict();
     if (!isSame)
         return judgeHidden(look, path);
-    return *isSame ? judgeKnown(look, path) : PIDFileHolder();
+    return *isSame ? judgeKnown(look, path) : PIDFileVerdict();
 }
 
 // Once the process has ended, what was asked about it has no answer: its lock is gone, and so is its entry in
 // /proc.
-bool hasEnded(PIDFileHolder const& holder) {
-    return holder.standing == Standing::Unclear && holder.process > 0 && !isProcessAlive(holder.process);
+bool hasEnded(PIDFileVerdict const& verdict) {
+    return verdict.standing == Standing::Unclear && verdict.process > 0 && !isProcessAlive(verdict.process);
 }
 
 } // namespace
 
-PIDFileHolder findHolder(PIDFileLook const& look, Path const& path) {
+PIDFileVerdict judgePIDFile(PIDFileLook const& look, Path const& path) {
     if (look.isHeldHere)
         return {Standing::Held, getpid(), String()};
     if (look.isOutOfReach)
         return {Standing::NotTrusted, 0, String()};
     if (!look.isThere)
-        return PIDFileHolder();
-    PIDFileHolder const holder = look.isLocked ? judgeLocker(look, path) : judgeRecord(look, path);
-    return hasEnded(holder) ? judgeRecord(look, path) : holder;
+        return PIDFileVerdict();
+    PIDFileVerdict const verdict = look.isLocked ? judgeLocker(look, path) : judgeRecord(look, path);
+    return hasEnded(verdict) ? judgeRecord(look, path) : verdict;
 }
 
 } // namespace fdn
