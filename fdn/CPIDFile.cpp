@@ -12,7 +12,8 @@ CPIDFile::CPIDFile(Path const& path) : m_claim(std::make_unique<PIDFileClaim>(pa
 CPIDFile::~CPIDFile() = default;
 
 int CPIDFile::getActivePID(Path const& path) {
-    PIDFileVerdict const verdict = judgePIDFile(lookAtPIDFile(path), path);
+    auto const look = [&] { return lookAtPIDFile(path); };
+    PIDFileVerdict const verdict = judgePIDFile(look(), look, path);
     if (verdict.standing == Standing::Unclear)
         throw CError(verdict.reason);
     return verdict.standing == Standing::Held ? verdict.process : 0;

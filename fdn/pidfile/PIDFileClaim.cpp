@@ -133,7 +133,8 @@ bool PIDFileClaim::createUnfinished() {
 }
 
 void PIDFileClaim::refuseWhenHeld() const {
-    PIDFileLook const look = lookAtPIDFile(m_folder, m_place.name, m_path);
+    auto const lookNow = [this] { return lookAtPIDFile(m_folder, m_place.name, m_path); };
+    PIDFileLook const look = lookNow();
     if (look.isOutOfReach)
         fail(EWOULDBLOCK, "open");
     // The file names this process, which does not hold it. Either the process has become another program
@@ -141,7 +142,7 @@ void PIDFileClaim::refuseWhenHeld() const {
     // its daemon the same one at each start.
     if (!look.isHeldHere && !look.isLocked && look.record.process == m_process)
         return;
-    PIDFileVerdict const verdict = judgePIDFile(look, m_path);
+    PIDFileVerdict const verdict = judgePIDFile(look, lookNow, m_path);
     if (verdict.standing == Standing::Unclear)
         throw CError(verdict.reason);
     if (verdict.standing != Standing::Free)

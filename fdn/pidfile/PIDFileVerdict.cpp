@@ -128,23 +128,28 @@ PIDFileVerdict judgeRecord(PIDFileLook const& look, Path const& path) {
     return *isSame ? judgeKnown(look, path) : PIDFileVerdict();
 }
 
-// Once the process has ended, what was asked about it has no answer: its lock is gone, and so is its entry in
-// /proc.
-bool hasEnded(PIDFileVerdict const& verdict) {
-    return verdict.standing == Standing::Unclear && verdict.process > 0 && !isProcessAlive(verdict.process);
-}
-
-} // namespace
-
-PIDFileVerdict judgePIDFile(PIDFileLook const& look, Path const& path) {
+PIDFileVerdict judge(PIDFileLook const& look, Path const& path) {
     if (look.isHeldHere)
         return {Standing::Held, getpid(), String()};
     if (look.isOutOfReach)
         return {Standing::NotTrusted, 0, String()};
     if (!look.isThere)
         return PIDFileVerdict();
-    PIDFileVerdict const verdict = look.isLocked ? judgeLocker(look, path) : judgeRecord(look, path);
-    return hasEnded(verdict) ? judgeRecord(look, path) : verdict;
+    return look.isLocked ? judgeLocker(look, path) : judgeRecord(look, path);
+}
+
+// Once the process has ended, what is asked about it has no answer: /proc has forgotten it.
+bool hasEnded(PIDFileVerdict const& verdict) {
+    return verdict.standing == Standing::Unclear && verdict.process > 0 && !isProcessAlive(verdict.process);
+}
+
+} // namespace
+
+PIDFileVerdict judgePIDFile(PIDFileLook const& look, std::function<PIDFileLook()> const& lookAgain,
+                            Path const& path) {
+    PIDFileVerdict const verdict = judge(look, path);
+    // Only the kernel knows that the lock is gone too: the number may be that of a process elsewhere.
+    return hasEnded(verdict) ? judge(lookAgain(), path) : verdict;
 }
 
 } // namespace fdn

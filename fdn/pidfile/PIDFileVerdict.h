@@ -2,6 +2,8 @@
 
 #include <fdn/pidfile/PIDFileLook.h>
 
+#include <functional>
+
 namespace fdn {
 
 /// What a PID file means for those who want to claim it, or to signal its process.
@@ -19,8 +21,10 @@ struct PIDFileVerdict {
 };
 
 /// Judges what was seen of a PID file. Whoever keeps it locked holds it. Without a lock, because the process
-/// has lost it or the file system knows none, the process that the file describes holds it. `path` is for the
-/// reason. Throws CError when the system cannot tell about a process.
-PIDFileVerdict judgePIDFile(PIDFileLook const& look, Path const& path);
+/// has lost it or the file system knows none, the process that the file describes holds it. If the process
+/// has ended since the look, the verdict is that of one more, `lookAgain`. `path` is for the reason. Throws
+/// CError when the system cannot tell about a process.
+PIDFileVerdict judgePIDFile(PIDFileLook const& look, std::function<PIDFileLook()> const& lookAgain,
+                            Path const& path);
 
 } // namespace fdn

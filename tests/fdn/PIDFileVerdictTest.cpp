@@ -18,42 +18,38 @@ pid_t makeEndedProcess() {
     return process;
 }
 
-/// What was seen of a file while this process held it that has ended since.
-fdn::PIDFileLook lookBeforeTheEndOf(pid_t process) {
+/// A file of an account's, while its process holds it.
+fdn::PIDFileLook lookAtFileOf(pid_t process) {
     fdn::PIDFileLook look;
     look.isThere = true;
     look.isLocked = true;
     look.locker = process;
     look.record = {process, fdn::getProcessIdentity(getpid())};
+    look.owner = 61001;
     return look;
 }
 
-fdn::PIDFileVerdict judge(fdn::PIDFileLook const& look) {
-    return fdn::judgePIDFile(look, fdn::Path("/run/some.pid"));
+fdn::PIDFileVerdict judge(fdn::PIDFileLook const& look, fdn::PIDFileLook const& next) {
+    return fdn::judgePIDFile(
+        look, [&] { return next; }, fdn::Path("/run/some.pid"));
 }
 
 } // namespace
 
-TEST(PIDFileVerdict, IsFreeWhenAnAccountsProcessEndsAfterTheLook) {
-    fdn::PIDFileLook look = lookBeforeTheEndOf(makeEndedProcess());
-    look.owner = 61001;
+TEST(PIDFileVerdict, IsThatOfTheNextLookWhenTheProcessHasEndedSince) {
+    fdn::PIDFileLook const gone;
 
-    EXPECT_EQ(Standing::Free, judge(look).standing);
+    EXPECT_EQ(Standing::Free, judge(lookAtFileOf(makeEndedProcess()), gone).standing);
 }
 
-TEST(PIDFileVerdict, NamesTheProcessInTheFileWhenAnotherOneThatHadItLockedEndsAfterTheLook) {
-    fdn::PIDFileLook look = lookBeforeTheEndOf(makeEndedProcess());
-    look.record = {getpid(), fdn::getProcessIdentity(getpid())};
+TEST(PIDFileVerdict, StaysUnclearWhileTheLockOfAProcessThatIsNotHereIsKept) {
+    fdn::PIDFileLook const look = lookAtFileOf(makeEndedProcess());
 
-    fdn::PIDFileVerdict const verdict = judge(look);
-
-    EXPECT_EQ(Standing::Held, verdict.standing);
-    EXPECT_EQ(getpid(), verdict.process);
+    EXPECT_EQ(Standing::Unclear, judge(look, look).standing);
 }
 
-TEST(PIDFileVerdict, IsUnclearWhileAnotherProcessThatHasTheFileLockedLives) {
-    fdn::PIDFileLook look = lookBeforeTheEndOf(getppid());
-    look.record = {getpid(), "of another boot"};
+TEST(PIDFileVerdict, IsThatOfTheFirstLookWhileTheProcessLives) {
+    fdn::PIDFileLook const gone;
 
-    EXPECT_EQ(Standing::Unclear, judge(look).standing);
+    EXPECT_EQ(Standing::Unclear, judge(lookAtFileOf(getpid()), gone).standing);
 }
