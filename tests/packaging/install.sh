@@ -12,6 +12,8 @@ source=$(cd "$here/../.." && pwd)
 prefix=${TMPDIR:-}/prefix
 libraries=$prefix/lib
 strict=(-std=c++17 -Wall -Wextra -Wpedantic -Werror)
+strictest=("${strict[@]}" -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-qual -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wformat=2 -Wundef -Wnull-dereference -Wdouble-promotion -Wextra-semi)
 
 install_library() {
     expect_success cmake --install "$1" --prefix "$prefix"
@@ -116,6 +118,19 @@ check_ConsumerByPkgConfigWithTheStaticLibraries() {
     for compiler in g++ clang++; do
         expect_consumer_by_pkg_config $compiler --static
         expect_not_linked libdmn "$TMPDIR/consumer"
+    done
+}
+
+check_HeadersMakeNoCompilerWarn() {
+    install_library "$DMN_SHARED"
+    local flags compiler level
+    flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags dmn)
+    for compiler in g++ clang++; do
+        for level in 0 1 2 3; do
+            # shellcheck disable=SC2086 # There are several flags.
+            expect_success $compiler "${strictest[@]}" -O$level ${flags//-I\/usr\//-isystem /usr/} \
+                -c "$here/header_uses.cpp" -o "$TMPDIR/header_uses.o"
+        done
     done
 }
 
