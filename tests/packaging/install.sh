@@ -134,6 +134,19 @@ check_HeadersMakeNoCompilerWarn() {
     done
 }
 
+# GoogleTest cannot be found: it is an error to add the tests.
+expect_no_tests() {
+    expect_success cmake -B "$TMPDIR/build" -D CMAKE_DISABLE_FIND_PACKAGE_GTest=ON "$@"
+}
+
+check_BuildTestingSwitchesTheTestsOff() {
+    expect_no_tests -S "$source" -D DMN_BUILD_TESTS=ON -D BUILD_TESTING=OFF
+}
+
+check_BuildTestingOfAnotherProjectBuildsTheTestsOfThatAlone() {
+    expect_no_tests -S "$here/consumer" -D WAY=subdirectory -D DMN_SOURCE="$source" -D BUILD_TESTING=ON
+}
+
 check_StagedInstallationKnowsOnlyItsPrefix() {
     expect_success env DESTDIR="$TMPDIR/stage" cmake --install "$DMN_SHARED" --prefix /opt/dmn
 
