@@ -120,6 +120,13 @@ check_SaysBeforeAllElseWhichFoldersOtherAccountsMayNotEnter() {
     expect_success "$test"
 }
 
+check_IsContentWithAnyFolderIfThereAreNoOtherAccounts() {
+    chmod 700 "$checkout"
+    forbid_private_roots
+
+    expect_success "$test"
+}
+
 check_IsContentWithAnyFolderIfNoTestRuns() {
     chmod 700 "$checkout"
 
