@@ -259,10 +259,12 @@ private:
     // All that may throw comes before anything is changed. The extra elements leave room to round the address
     // up; their number counts elements although the alignment counts bytes, which is enough for every size.
     void allocAligned(int count, int alignment) {
+        if (count <= 0)
+            return clear();
         int const kept = std::min(m_used, count);
-        int const storageCount = count > 0 ? toCount(count + (alignment - 1.0)) : 0;
+        int const storageCount = toCount(count + (alignment - 1.0));
         auto const size = static_cast<std::size_t>(storageCount);
-        T* const storage = count > 0 ? new T[size] : nullptr;
+        T* const storage = new T[size];
         T* const data = align(storage, alignment);
         copy(data, m_data, kept);
         freeStorage();
@@ -270,7 +272,7 @@ private:
     }
 
     static T* align(T* storage, int alignment) {
-        if (storage == nullptr || alignment <= 1)
+        if (alignment <= 1)
             return storage;
         auto const step = static_cast<std::uintptr_t>(alignment);
         auto const excess = reinterpret_cast<std::uintptr_t>(storage) % step;

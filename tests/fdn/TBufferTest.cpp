@@ -439,6 +439,10 @@ std::ostream& operator<<(std::ostream& stream, ExcessCase const& excessCase) {
 
 class TBufferExcess : public testing::TestWithParam<ExcessCase> {};
 
+void insertExcess(Buffer& buffer, Buffer const& source) {
+    buffer.insert(0, source.getData(), greatestInt);
+}
+
 void growByFactor(Buffer& buffer, double factor) {
     buffer.setMinGrowFactor(factor);
     buffer.addUsed(2);
@@ -464,7 +468,7 @@ INSTANTIATE_TEST_SUITE_P(
                                [](Buffer& buffer) { buffer.ensureFree(greatestInt - 2); }},
                     ExcessCase{"AddUsed", [](Buffer& buffer) { buffer.addUsed(greatestInt); }},
                     ExcessCase{"GetFreePtr", [](Buffer& buffer) { buffer.getFreePtr(greatestInt); }},
-                    ExcessCase{"Insert", [](Buffer& buffer) { buffer.insert(0, L"x", greatestInt); }},
+                    ExcessCase{"Insert", [](Buffer& buffer) { insertExcess(buffer, bufferOf(L"x")); }},
                     ExcessCase{"Factor", [](Buffer& buffer) { growByFactor(buffer, 1e9); }},
                     ExcessCase{"FactorOfOneTooMany", [](Buffer& buffer) { growByFactor(buffer, 0x1p29); }},
                     ExcessCase{"InfiniteFactor", [](Buffer& buffer) { growByFactor(buffer, HUGE_VAL); }}),

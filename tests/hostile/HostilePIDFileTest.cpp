@@ -16,6 +16,7 @@
 
 namespace {
 
+namespace fs = std::filesystem;
 using test::await;
 using test::Outcome;
 using test::Words;
@@ -59,7 +60,7 @@ protected:
         LifeCycleFixture::SetUp();
         if (!test::hasOtherAccounts())
             return;
-        std::filesystem::create_directory(controlFolder());
+        fs::create_directory(controlFolder());
         test::setOwner(controlFolder(), test::kUser, test::kUser);
         install({"--runas=dmnuser"});
     }
@@ -197,7 +198,7 @@ void makeSocket(std::string const& path) {
 
 void makeSparse(std::string const& path, std::string const& content) {
     test::writeFile(path, content);
-    std::filesystem::resize_file(path, 1ULL << 36);
+    fs::resize_file(path, 1ULL << 36);
 }
 
 class ObstacleTest : public HostilePIDFileTest, public testing::WithParamInterface<Obstacle> {};
@@ -221,36 +222,37 @@ INSTANTIATE_TEST_SUITE_P(
     Kinds, ObstacleTest,
     testing::Values(
         Obstacle{"LinkToRootsFile",
-                 [](auto const& path, auto const& file) { symlink(file.c_str(), path.c_str()); }},
+                 [](auto const& path, auto const& file) { fs::create_symlink(file, path); }},
         Obstacle{"SecondNameOfRootsFile",
-                 [](auto const& path, auto const& file) { link(file.c_str(), path.c_str()); }},
-        Obstacle{"DanglingLink", [](auto const& path, auto const&) { symlink("missing", path.c_str()); }},
-        Obstacle{"LinkToItself", [](auto const& path, auto const&) { symlink(path.c_str(), path.c_str()); }},
-        Obstacle{"LinkToADevice", [](auto const& path, auto const&) { symlink("/dev/zero", path.c_str()); }},
+                 [](auto const& path, auto const& file) { fs::create_hard_link(file, path); }},
+        Obstacle{"DanglingLink", [](auto const& path, auto const&) { fs::create_symlink("missing", path); }},
+        Obstacle{"LinkToItself", [](auto const& path, auto const&) { fs::create_symlink(path, path); }},
+        Obstacle{"LinkToADevice",
+                 [](auto const& path, auto const&) { fs::create_symlink("/dev/zero", path); }},
         Obstacle{"LinkToAProcess",
-                 [](auto const& path, auto const&) { symlink("/proc/1/stat", path.c_str()); }},
-        Obstacle{"FIFO", [](auto const& path, auto const&) { mkfifo(path.c_str(), 0666); }},
+                 [](auto const& path, auto const&) { fs::create_symlink("/proc/1/stat", path); }},
+        Obstacle{"FIFO", [](auto const& path, auto const&) { EXPECT_EQ(0, mkfifo(path.c_str(), 0666)); }},
         Obstacle{"Socket", [](auto const& path, auto const&) { makeSocket(path); }},
         Obstacle{"SparseFile",
                  [](auto const& path, auto const& file) { makeSparse(path, test::readFile(file)); }}),
     test::nameOfCase);
 
 TEST_F(HostilePIDFileTest, ThatIsAFolderKeepsTheDaemonFromComingUp) {
-    std::filesystem::create_directory(pidFile());
+    fs::create_directory(pidFile());
 
     EXPECT_EQ(0, runHeartbeat({"stop"}).status);
     EXPECT_EQ(0, runHeartbeat({"start"}).status);
 
     EXPECT_TRUE(awaitError(pidFile()));
     EXPECT_NE(0, status());
-    EXPECT_TRUE(std::filesystem::is_directory(pidFile()));
+    EXPECT_TRUE(fs::is_directory(pidFile()));
 }
 
 TEST_F(HostilePIDFileTest, LinksInTheAccountsFolderDoNotLeadRootToOtherFiles) {
     std::string const victim = m_folder.name("victim");
     test::writeFile(victim, "content");
-    symlink(victim.c_str(), pidFile().c_str());
-    symlink(victim.c_str(), (controlFolder() + "/.pid-file.new").c_str());
+    fs::create_symlink(victim, pidFile());
+    fs::create_symlink(victim, controlFolder() + "/.pid-file.new");
     test::Program daemon({DMN_HEARTBEAT, "--controlFolder=" + controlFolder(), "run"});
     ASSERT_TRUE(awaitUp());
 
@@ -258,7 +260,7 @@ TEST_F(HostilePIDFileTest, LinksInTheAccountsFolderDoNotLeadRootToOtherFiles) {
 
     EXPECT_EQ(0, daemon.wait().status);
     EXPECT_EQ("content", test::readFile(victim));
-    EXPECT_FALSE(std::filesystem::is_symlink(pidFile()));
+    EXPECT_FALSE(fs::is_symlink(pidFile()));
 }
 
 TEST_F(HostilePIDFileTest, ThatChangesAllTheTimeHasNobodySignalled) {
@@ -277,7 +279,7 @@ TEST_F(HostilePIDFileTest, ThatChangesAllTheTimeHasNobodySignalled) {
             rename(nextFile.c_str(), pidFile().c_str());
         }
     });
-    ASSERT_TRUE(await([this] { return std::filesystem::exists(pidFile()); }));
+    ASSERT_TRUE(await([this] { return fs::exists(pidFile()); }));
 
     for (int i = 0; i < 30; ++i)
         runHeartbeat({"--timeout=0", "stop"});

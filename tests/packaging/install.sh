@@ -12,6 +12,8 @@ source=$(cd "$here/../.." && pwd)
 prefix=${TMPDIR:-}/prefix
 libraries=$prefix/lib
 strict=(-std=c++17 -Wall -Wextra -Wpedantic -Werror)
+strictest=("${strict[@]}" -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-qual -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wformat=2 -Wundef -Wnull-dereference -Wdouble-promotion -Wextra-semi)
 
 install_library() {
     expect_success cmake --install "$1" --prefix "$prefix"
@@ -117,6 +119,32 @@ check_ConsumerByPkgConfigWithTheStaticLibraries() {
         expect_consumer_by_pkg_config $compiler --static
         expect_not_linked libdmn "$TMPDIR/consumer"
     done
+}
+
+check_HeadersMakeNoCompilerWarn() {
+    install_library "$DMN_SHARED"
+    local flags compiler level
+    flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags dmn)
+    for compiler in g++ clang++; do
+        for level in 0 1 2 3; do
+            # shellcheck disable=SC2086 # There are several flags.
+            expect_success $compiler "${strictest[@]}" -O$level ${flags//-I\/usr\//-isystem /usr/} \
+                -c "$here/header_uses.cpp" -o "$TMPDIR/header_uses.o"
+        done
+    done
+}
+
+# GoogleTest cannot be found: it is an error to add the tests.
+expect_no_tests() {
+    expect_success cmake -B "$TMPDIR/build" -D CMAKE_DISABLE_FIND_PACKAGE_GTest=ON "$@"
+}
+
+check_BuildTestingSwitchesTheTestsOff() {
+    expect_no_tests -S "$source" -D DMN_BUILD_TESTS=ON -D BUILD_TESTING=OFF
+}
+
+check_BuildTestingOfAnotherProjectBuildsTheTestsOfThatAlone() {
+    expect_no_tests -S "$here/consumer" -D WAY=subdirectory -D DMN_SOURCE="$source" -D BUILD_TESTING=ON
 }
 
 check_StagedInstallationKnowsOnlyItsPrefix() {
