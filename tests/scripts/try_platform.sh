@@ -45,8 +45,8 @@ check_RowChangesNothingElseOfThePage() {
     expect_success diff "$TMPDIR/before" <(grep -v '^| Debian 13 ' "$page")
 }
 
-check_RootIsRemovedWhenTheScriptIsTerminated() {
-    make_program mmdebstrap "mkdir $checkout/build/platforms/sid-amd64/root" "echo \$\$ >$TMPDIR/pid" \
+check_NothingIsLeftBehindWhenTheScriptIsTerminated() {
+    make_program mmdebstrap "mkdir $checkout/build/platforms/sid-amd64/root" mktemp "echo \$\$ >$TMPDIR/pid" \
         'exec sleep 1000'
     "$checkout/scripts/try-platform" sid amd64 >/dev/null &
     local script=$! status=0
@@ -57,6 +57,7 @@ check_RootIsRemovedWhenTheScriptIsTerminated() {
 
     expect_equal 143 $status
     expect_absent "$checkout/build/platforms/sid-amd64"
+    expect_equal '' "$(find "$TMPDIR" -name 'tmp.*')"
     expect_equal '' "$(pgrep --full 'sleep 1000')"
 }
 
