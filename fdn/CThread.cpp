@@ -29,7 +29,8 @@ void sleepFor(long seconds, long nanoseconds) {
 } // namespace
 
 void CThread::sleep(unsigned milliseconds) {
-    sleepFor(milliseconds / 1000, milliseconds % 1000 * kNanosecondsPerMillisecond);
+    sleepFor(static_cast<long>(milliseconds / 1000),
+             static_cast<long>(milliseconds % 1000) * kNanosecondsPerMillisecond);
 }
 
 } // namespace fdn

@@ -11,8 +11,10 @@ namespace fdn {
 
 namespace {
 
+// wchar_t has a sign on some machines only.
 bool isCodePoint(wchar_t c) {
-    return (c >= 0 && c < 0xD800) || (c >= 0xE000 && c <= 0x10FFFF);
+    auto const code = static_cast<char32_t>(c);
+    return code < 0xD800 || (code >= 0xE000 && code <= 0x10FFFF);
 }
 
 // wxWidgets' UTF-8 encodes surrogates too, and stops with an assertion at what lies beyond Unicode.
@@ -111,12 +113,12 @@ bool String::encode(wxMBConv const& encoding, wxCharBuffer& bytes) const {
 
 std::string String::toUTF8() const {
     std::string bytes(length(), '\0');
-    wchar_t bits = 0;
+    char32_t bits = 0;
     std::transform(wc_str(), wc_str() + length(), bytes.begin(), [&bits](wchar_t c) {
-        bits |= c;
+        bits |= static_cast<char32_t>(c);
         return static_cast<char>(c);
     });
-    if (bits >= 0 && bits < 0x80) // ASCII, as most texts are: each code point is its own byte
+    if (bits < 0x80) // ASCII, as most texts are: each code point is its own byte
         return bytes;
     std::size_t const size = getUTF8Size(*this);
     if (size == wxCONV_FAILED)

@@ -5,7 +5,7 @@ import os
 import platform
 import subprocess
 
-PACKAGES = ("g++", "libwxbase3.2-1", "golang-go", "golang-github-kardianos-service-dev", "libpoco-dev",
+PACKAGES = ("g++", "libwxgtk3.2-dev", "golang-go", "golang-github-kardianos-service-dev", "libpoco-dev",
             "dpkg", "libboost-dev", "libglib2.0-dev", "libspdlog-dev", "libbsd-dev")
 
 

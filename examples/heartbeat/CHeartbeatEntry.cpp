@@ -32,6 +32,13 @@ private:
     fdn::P<CHeartbeat> m_daemon;
 };
 
+// The option is a text, because the parser's numbers are of the type long, which has only 32 bits on some
+// machines: there it would call a longer number none.
+bool isInterval(wxString const& text) {
+    wxLongLong_t seconds = 0;
+    return text.ToLongLong(&seconds) && seconds >= 1 && seconds <= kLongestInterval;
+}
+
 int print(fdn::String const& text, int status) {
     std::puts(text.toUTF8().c_str());
     return status;
@@ -65,13 +72,13 @@ fdn::P<dmn::CDaemon> CHeartbeatEntry::createDaemon(fdn::String const& id, fdn::P
 
 void CHeartbeatEntry::addCommandLineOptions(wxCmdLineParser& parser) {
     CDaemonEntry::addCommandLineOptions(parser);
-    parser.AddOption("n", "interval", "Seconds between two beats. Default: 5", wxCMD_LINE_VAL_NUMBER);
+    parser.AddOption("n", "interval", "Seconds between two beats. Default: 5");
     parser.AddOption("m", "message", "The text of a beat. Default: still alive");
 }
 
 bool CHeartbeatEntry::verifyCommandParams(fdn::String const& command, wxCmdLineParser& parser) {
-    long interval = m_intervalSeconds;
-    if (parser.Found("interval", &interval) && (interval < 1 || interval > kLongestInterval)) {
+    wxString interval;
+    if (parser.Found("interval", &interval) && !isInterval(interval)) {
         print(fdn::String::Format("\nError: the interval must be from 1 to %ld seconds.\n", kLongestInterval),
               0);
         return false;
@@ -81,7 +88,9 @@ bool CHeartbeatEntry::verifyCommandParams(fdn::String const& command, wxCmdLineP
 
 void CHeartbeatEntry::handleCommandParams(wxCmdLineParser& parser) {
     CDaemonEntry::handleCommandParams(parser);
-    parser.Found("interval", &m_intervalSeconds);
+    wxString interval;
+    if (parser.Found("interval", &interval))
+        interval.ToLong(&m_intervalSeconds);
     wxString message;
     if (parser.Found("message", &message))
         m_message = message;

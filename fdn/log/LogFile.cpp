@@ -18,7 +18,10 @@ namespace fdn {
 
 namespace {
 
-constexpr std::size_t kMaximumSize = 10UL * 1024 * 1024;
+// On 32-bit machines too: wxWidgets' flags ask for it.
+static_assert(sizeof(off_t) == 8, "log files may have any size");
+
+constexpr off_t kMaximumSize = 10L * 1024 * 1024;
 constexpr int kOldFiles = 5;
 
 // O_NONBLOCK, so that a pipe without a reader or with a slow one does not hold up the program. O_NOCTTY, so
@@ -34,7 +37,7 @@ struct stat examine(Descriptor const& file) {
 // Whether `more` bytes would make the file too large. No line is too long for an empty file.
 bool isFull(struct stat const& file, std::size_t more) {
     return S_ISREG(file.st_mode) && file.st_size > 0 &&
-           static_cast<std::size_t>(file.st_size) + more > kMaximumSize;
+           file.st_size + static_cast<off_t>(more) > kMaximumSize;
 }
 
 // Whether the name still leads to the open file; brings `known` up to date. The answer is yes when the system

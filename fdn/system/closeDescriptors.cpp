@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace fdn {
@@ -11,9 +12,10 @@ namespace {
 
 constexpr int kEndOnOldKernels = 65536;
 
-// Closes the numbers from `first` up to but not including `end`.
+// Closes the numbers from `first` up to but not including `end`. By the system call's number, because not
+// every C library has a function for it.
 void closeRange(int first, int end) {
-    if (first >= end || close_range(static_cast<unsigned>(first), static_cast<unsigned>(end - 1), 0) == 0)
+    if (first >= end || syscall(SYS_close_range, first, end - 1, 0) == 0)
         return;
     // Not up to the limit on descriptors, which may be a thousand million.
     for (int descriptor = first; descriptor < std::min(end, kEndOnOldKernels); ++descriptor)

@@ -151,7 +151,7 @@ TEST_F(ManagementStepsTest, UninstallWithTimeout0LooksOnceAndFailsWithTheTimeout
     test::writeFile(kScript, "");
 
     Outcome const outcome = test::runInChild([this] {
-        test::refuseSystemCall(SYS_unlink, 0);
+        test::refuseSystemCall(test::kUnlinkCall, 0);
         m_entry->doUninstall();
     });
 
@@ -186,7 +186,7 @@ TEST_F(ManagementStepsTest, UninstallWaitsAsLongAsTheTimeoutSays) {
     test::writeFile(kScript, "");
 
     expectToWaitInVain([this] {
-        test::refuseSystemCall(SYS_unlink, 0);
+        test::refuseSystemCall(test::kUnlinkCall, 0);
         m_entry->doUninstall();
     });
 }

@@ -469,7 +469,7 @@ TEST_F(StartAs, LeavesNoTransientFolderThatItCannotGiveToTheAccount) {
     this->install("dmnuser", "appid");
 
     Outcome const outcome = runInChild([this] {
-        refuseSystemCall(SYS_lchown, EPERM);
+        refuseSystemCall(kLchownCall, EPERM);
         controller().start();
     });
 

@@ -438,6 +438,17 @@ TEST_F(CXMLLogTest, KeepsFiveOldFiles) {
     EXPECT_EQ(readFile(path() + ".5"), "4");
 }
 
+// Its size has no room in 32 bits.
+TEST_F(CXMLLogTest, RotatesAFileOfFourGibibytes) {
+    std::uintmax_t const size = std::uintmax_t{4} * 1024 * 1024 * 1024;
+    makeLog(path(), size);
+
+    logInfo("text");
+
+    EXPECT_THAT(entriesOf(m_folder.name()), ElementsAre("log", "log.1"));
+    EXPECT_EQ(fs::file_size(path() + ".1"), size);
+}
+
 TEST_F(CXMLLogTest, LosesNoEntryWhenManyProcessesFillIt) {
     logInfo("parent");
 

@@ -389,7 +389,7 @@ TEST(ensureOwnedFolderExists, LeavesNoFolderThatItCannotGiveAway) {
     TemporaryFolder const folder;
 
     test::Outcome const outcome = test::runInChild([&] {
-        test::refuseSystemCall(SYS_lchown, EPERM);
+        test::refuseSystemCall(test::kLchownCall, EPERM);
         std::cout << errorOf([&] { makeOwnFolder(folder / "a"); }).getCode();
     });
 
@@ -413,7 +413,7 @@ TEST(ensureOwnedFolderExists, NamesTheFileThatIsInTheWay) {
 TEST(ensureOwnedFolderExists, TidiesUpAfterOneThatWasKilled) {
     TemporaryFolder const folder;
     test::Program maker([&] {
-        test::endAtSystemCall(SYS_lchown);
+        test::endAtSystemCall(test::kLchownCall);
         makeOwnFolder(folder / "a");
     });
     ASSERT_EQ(maker.wait().signal, SIGSYS);

@@ -382,7 +382,8 @@ TEST_P(HeartbeatIntervalTest, OutOfRangeIsRefused) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Values, HeartbeatIntervalTest,
-                         testing::Values("0", "-1", "86401", "9223372036854775807"));
+                         testing::Values("0", "-1", "86401", "4294967296", "9223372036854775807",
+                                         "99999999999999999999", "abc", "5s", ""));
 
 // The other example
 

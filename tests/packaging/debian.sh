@@ -32,3 +32,8 @@ installed_packages() {
     # shellcheck disable=SC2016 # dpkg-query expands it.
     in_root dpkg-query --show --showformat '${Package}\n' | sort
 }
+
+# missing_packages PACKAGE: prints the names of the package and of those that it needs, as far as the root lacks them.
+missing_packages() {
+    apt install --simulate "$1" | sed -n 's/^Inst \([^ ]*\).*/\1/p'
+}

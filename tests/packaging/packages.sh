@@ -17,13 +17,15 @@ check_VersionIsThatOfTheProject() {
 }
 
 check_RuntimePackagePullsInNothingBeyondTheBaseLibraryOfWxWidgets() {
+    local base
+    base=$(dpkg-deb --field "$packages"/libdmn1_*.deb Depends | grep -o 'libwxbase[^ ,]*')
     make_machine
     installed_packages >"$TMPDIR/before"
+    { echo libdmn1 && missing_packages "$base"; } | sort >"$TMPDIR/expected"
 
     expect_success apt install '/packages/libdmn1_*.deb'
 
-    expect_equal 'libdmn1 libexpat1 libpcre2-32-0 libwxbase3.2-1' \
-        "$(installed_packages | comm -13 "$TMPDIR/before" - | xargs)"
+    expect_success diff "$TMPDIR/expected" <(installed_packages | comm -13 "$TMPDIR/before" -)
 }
 
 check_ShellsAndGdbFindWhatTheyLoad() {

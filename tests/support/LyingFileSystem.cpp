@@ -1,6 +1,7 @@
 #include "support/LyingFileSystem.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 
 #include <sys/stat.h>
@@ -11,7 +12,7 @@ namespace {
 
 using Reply = std::optional<FuseAnswer>;
 
-constexpr unsigned long kFileNode = FUSE_ROOT_ID + 1;
+constexpr std::uint64_t kFileNode = FUSE_ROOT_ID + 1;
 
 template <class T>
 Reply tell(T const& value) {
@@ -22,7 +23,7 @@ Reply refuse(int error) {
     return FuseAnswer{error, ""};
 }
 
-fuse_attr describe(ToldFile const& file, unsigned long node) {
+fuse_attr describe(ToldFile const& file, std::uint64_t node) {
     bool const isFolder = node == FUSE_ROOT_ID;
     fuse_attr attributes = {};
     attributes.ino = node;
@@ -35,7 +36,7 @@ fuse_attr describe(ToldFile const& file, unsigned long node) {
     return attributes;
 }
 
-Reply tellAttributes(ToldFile const& file, unsigned long node) {
+Reply tellAttributes(ToldFile const& file, std::uint64_t node) {
     fuse_attr_out answer = {};
     answer.attr = describe(file, node);
     return tell(answer);
@@ -63,7 +64,7 @@ Reply readFrom(ToldFile const& file, std::string const& argument) {
     std::memcpy(&range, argument.data(), sizeof range);
     if (range.offset >= file.content.size())
         return FuseAnswer();
-    return FuseAnswer{0, file.content.substr(range.offset, range.size)};
+    return FuseAnswer{0, file.content.substr(static_cast<std::size_t>(range.offset), range.size)};
 }
 
 Reply answerFor(ToldFile const& file, fuse_in_header const& request, std::string const& argument) {

@@ -51,11 +51,22 @@ private:
     rlimit m_limit = {};
 };
 
-/// The system call that chmod() makes.
+// The system calls that chmod(), lchown() and unlink() make. Newer machines have only the calls that take a
+// folder as well, and old 32-bit machines also have a lchown for numbers of 16 bits.
 #ifdef SYS_chmod
 constexpr long kChmodCall = SYS_chmod;
+constexpr long kUnlinkCall = SYS_unlink;
 #else
 constexpr long kChmodCall = SYS_fchmodat;
+constexpr long kUnlinkCall = SYS_unlinkat;
+#endif
+
+#if defined SYS_lchown32
+constexpr long kLchownCall = SYS_lchown32;
+#elif defined SYS_lchown
+constexpr long kLchownCall = SYS_lchown;
+#else
+constexpr long kLchownCall = SYS_fchownat;
 #endif
 
 /// From now on, this system call fails with this error number in every thread of the process. That cannot be

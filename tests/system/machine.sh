@@ -29,14 +29,20 @@ log=$root/var/log/heartbeat/heartbeat.log
 # make_machine [LAYER...]: makes a machine from these layers on the base layer. It boots in dependency order,
 # as Debian ships it.
 make_machine() {
-    local layer lower=$DMN_SYSTEM_LAYERS/product
-    for layer in "$@" "$base_layer"; do
-        lower+=:$DMN_SYSTEM_LAYERS/debian/$layer
-    done
     mkdir -p "$machine"/{upper,work,root}
-    mount -n -t overlay -o "lowerdir=$lower,upperdir=$machine/upper,workdir=$machine/work" machine "$root"
+    mount_layers product "${@/#/debian/}" "debian/$base_layer"
     furnish_root
     plug_console_in
+}
+
+# mount_layers FOLDER...: the folders are named from where they are, because the kernel takes no more than 255 characters
+# for all of them together. Older releases of mount do not run into this.
+mount_layers() {
+    local lower
+    lower=$(IFS=: && echo "$*")
+    [ ${#lower} -le 255 ] || fail "the names of the layers are too long for the kernel: $lower"
+    (cd "$DMN_SYSTEM_LAYERS" &&
+        mount -n -t overlay -o "lowerdir=$lower,upperdir=$machine/upper,workdir=$machine/work" machine "$root")
 }
 
 # Provides what programs need that run while the machine is off.
