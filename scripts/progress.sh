@@ -24,9 +24,15 @@ run_with_progress() {
 
 # show_progress WHAT: shows the last line of the input: on a terminal at once, or else every half minute.
 show_progress() {
-    local line last='' started=$SECONDS next=$SECONDS
-    while read -r -t 1 line || [ $? -gt 128 ]; do
-        [ -z "$line" ] || last=": $line"
+    local line part='' last='' started=$SECONDS next=$SECONDS
+    while true; do
+        if read -r -t 1 line; then
+            last=": $part$line" part=''
+        elif [ $? -gt 128 ]; then
+            part+=$line
+        else
+            break
+        fi
         if is_terminal; then
             printf '\r\e[K\e[?7l%s, %d s%s\e[?7h' "$1" $((SECONDS - started)) "${last//[[:cntrl:]]/ }"
         elif [ "$SECONDS" -ge "$next" ]; then

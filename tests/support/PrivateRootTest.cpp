@@ -74,6 +74,23 @@ TEST_F(RefusedPrivateRoot, RunsNothingWhereEveryTestIsRequired) {
     EXPECT_EQ("", outcome.output);
 }
 
+TEST_F(RefusedPrivateRoot, IsNotFoundPossible) {
+    Outcome const outcome = run(privateRoot({"--check"}));
+
+    EXPECT_EQ(125, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("a private root needs namespaces"));
+}
+
+TEST(PrivateRoot, IsFoundPossible) {
+    if (!test::isInPrivateRoot())
+        DMN_SKIP_TEST("needs a private root");
+
+    Outcome const outcome = test::run({DMN_PRIVATE_ROOT, "--check"}, {{"DMN_PRIVATE_ROOT", ""}});
+
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_EQ("", outcome.output + outcome.errors);
+}
+
 TEST_F(RefusedPrivateRoot, TellsRootWhyItGetsNoMountNamespace) {
     if (geteuid() != 0)
         DMN_SKIP_TEST("needs to be root");
