@@ -244,8 +244,11 @@ private:
 
     // Out of line: a loop that appends stays small and seldom gets here.
     [[gnu::noinline]] void grow(std::int64_t needed) {
+        // volatile, because 32-bit Intel processors calculate with more digits, and would round 10 times 1.7
+        // down to 16.
+        double const volatile byFactor = m_allocated * m_minGrowFactor;
         // A double represents every count exactly. A factor that is not a number has no effect.
-        alloc(toCount(std::max(static_cast<double>(needed), m_allocated * m_minGrowFactor)));
+        alloc(toCount(std::max(static_cast<double>(needed), static_cast<double>(byFactor))));
     }
 
     // Truncates. A product beyond what an int counts is an error rather than being cut down to that: the

@@ -445,7 +445,7 @@ TEST_F(RootPrivileges, AreNotNeededToLookAtADaemon) {
 
 TEST_F(RootPrivileges, AreReportedWithTheSystemCallWhenTheSystemRefusesThemForAnotherReason) {
     Outcome const outcome = runInChild([this] {
-        refuseSystemCall(SYS_setreuid, EAGAIN);
+        refuseSystemCall(kSetreuidCall, EAGAIN);
         std::fputs(detailsOf(errorOf([this] { install(); })).c_str(), stdout);
     });
 

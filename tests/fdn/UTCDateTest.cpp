@@ -2,14 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <ctime>
+#include <limits>
 #include <tuple>
 
 namespace {
 
 constexpr std::time_t kSecondsPerDay = 24 * 60 * 60;
-constexpr int kFirstDay = -135080; // 1600-03-01
-constexpr int kLastDay = 2932896;  // 9999-12-31
+
+// From 1600-03-01 to 9999-12-31, as far as the system's times reach: those of 32 bits end in 2038.
+using Times = std::numeric_limits<std::time_t>;
+constexpr int kFirstDay = static_cast<int>(std::max<std::time_t>(-135080, Times::min() / kSecondsPerDay));
+constexpr int kLastDay = static_cast<int>(std::min<std::time_t>(2932896, Times::max() / kSecondsPerDay));
 
 using Numbers = std::tuple<int, int, int>;
 

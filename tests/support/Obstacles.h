@@ -51,8 +51,8 @@ private:
     rlimit m_limit = {};
 };
 
-// The system calls that chmod(), lchown() and unlink() make. Newer machines have only the calls that take a
-// folder as well, and old 32-bit machines also have a lchown for numbers of 16 bits.
+// The system calls that these functions make. Newer machines have only the calls that take a folder as well,
+// and old 32-bit machines have calls of the usual names for numbers of 16 bits.
 #ifdef SYS_chmod
 constexpr long kChmodCall = SYS_chmod;
 constexpr long kUnlinkCall = SYS_unlink;
@@ -63,10 +63,13 @@ constexpr long kUnlinkCall = SYS_unlinkat;
 
 #if defined SYS_lchown32
 constexpr long kLchownCall = SYS_lchown32;
+constexpr long kSetreuidCall = SYS_setreuid32;
 #elif defined SYS_lchown
 constexpr long kLchownCall = SYS_lchown;
+constexpr long kSetreuidCall = SYS_setreuid;
 #else
 constexpr long kLchownCall = SYS_fchownat;
+constexpr long kSetreuidCall = SYS_setreuid;
 #endif
 
 /// From now on, this system call fails with this error number in every thread of the process. That cannot be
