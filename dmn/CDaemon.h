@@ -57,6 +57,7 @@ private:
     bool m_stopRequested = false;
     fdn::String m_id;
     fdn::Path m_controlFolder;
+    [[maybe_unused]] void* m_reserved = nullptr; ///< room for later versions of this class
 };
 
 } // namespace dmn

@@ -186,6 +186,8 @@ private:
     DMN_HIDDEN void declareArguments(wxCmdLineParser& parser);
     DMN_HIDDEN int takeCommand(wxCmdLineParser& parser);
     DMN_HIDDEN void performCommand(wxCmdLineParser& parser, char const* program);
+
+    [[maybe_unused]] void* m_reserved = nullptr; ///< room for later versions of this class
 };
 
 } // namespace dmn

@@ -14,6 +14,15 @@ namespace dmn {
 /// and the run parameters. The order of the fields is fixed.
 class DMN_EXPORT CDaemonInfo : public fdn::CBase {
 public:
+    /// Describes nothing yet: all texts are empty.
+    CDaemonInfo();
+
+    /// The same description.
+    CDaemonInfo(CDaemonInfo const& other);
+
+    /// Takes over the description.
+    CDaemonInfo& operator=(CDaemonInfo const& other);
+
     ~CDaemonInfo() override;
 
     /// The daemon's ID when the command line names none. The init script, the run-level links and the PID
@@ -43,6 +52,9 @@ public:
     /// For the application's own use, for instance in a command that describes the daemon.
     fdn::String description;
     fdn::String version; ///< likewise
+
+private:
+    [[maybe_unused]] void* m_reserved = nullptr; ///< room for later versions of this class
 };
 
 } // namespace dmn

@@ -64,6 +64,8 @@ private:
     DMN_HIDDEN void runHoldingPIDFile(CDaemon* daemon);
     DMN_HIDDEN void attachDaemon(CDaemon* daemon);
     DMN_HIDDEN void detachDaemon();
+
+    [[maybe_unused]] void* m_reserved = nullptr; ///< room for later versions of this class
 };
 
 } // namespace dmn

@@ -77,6 +77,7 @@ private:
     String m_second;
     long long m_code;
     P<CError> m_cause;
+    [[maybe_unused]] void* m_reserved = nullptr; ///< room for later versions of this class
 };
 
 /// A path that climbs above the root. Code -1, no properties, no cause.

@@ -15,6 +15,8 @@ CFileSystemIterator::CFileSystemIterator(Path const& folder) : m_path(folder) {
         throwLastSysError("opendir", "CFileSystemIterator constructor", folder);
 }
 
+CFileSystemIterator::~CFileSystemIterator() = default;
+
 bool CFileSystemIterator::next() {
     do {
         errno = 0; // the only way to tell an error from the end

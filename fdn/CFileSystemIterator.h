@@ -22,6 +22,12 @@ public:
     /// missing, is something else, or cannot be read.
     explicit CFileSystemIterator(Path const& folder);
 
+    CFileSystemIterator(CFileSystemIterator const&) = delete;
+    CFileSystemIterator& operator=(CFileSystemIterator const&) = delete;
+
+    /// Closes the folder.
+    ~CFileSystemIterator();
+
     /// Steps to the next entry. Returns false after the last one. Throws a CError that names the folder when
     /// it cannot be read.
     bool next();
@@ -46,6 +52,7 @@ private:
     std::unique_ptr<DIR, Closer> m_folder;
     String m_name;
     bool m_isNameText = true;
+    [[maybe_unused]] void* m_reserved = nullptr; ///< room for later versions of this class
 };
 
 } // namespace fdn

@@ -47,6 +47,8 @@ public:
 
 private:
     int m_descriptor = -1; // unconnected
+
+    [[maybe_unused]] void* m_reserved = nullptr; ///< room for later versions of this class
 };
 
 } // namespace fdn

@@ -15,7 +15,9 @@ namespace fdn {
 class FDN_EXPORT CImpersonateInfo : public CBase {
 public:
     /// For this user, with an empty secret.
-    explicit CImpersonateInfo(CSystemUserID const& user) : m_user(user) {}
+    explicit CImpersonateInfo(CSystemUserID const& user);
+
+    ~CImpersonateInfo() override;
 
     /// The account to become.
     CSystemUserID const& getUserID() const { return m_user; }

@@ -14,6 +14,8 @@ namespace fdn {
 
 CSystemAccountManager::CSystemAccountManager() = default;
 
+CSystemAccountManager::~CSystemAccountManager() = default;
+
 CSystemAccountManager& CSystemAccountManager::get() {
     return getKeptGlobal<CSystemAccountManager>();
 }

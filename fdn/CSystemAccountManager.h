@@ -17,6 +17,7 @@ namespace fdn {
 class FDN_EXPORT CSystemAccountManager : public CBase {
 public:
     CSystemAccountManager();
+    ~CSystemAccountManager() override;
 
     /// The process's one account manager, constructed by the first call.
     static CSystemAccountManager& get();
