@@ -23,6 +23,8 @@ constexpr int kExitStatusOfFailure = 127; // a shell's when it cannot run a prog
 constexpr int kFirstOtherDescriptor = 3;
 constexpr uid_t kSameUser = static_cast<uid_t>(-1);
 constexpr gid_t kSameGroup = static_cast<gid_t>(-1);
+constexpr std::size_t kRoomForAction = 2 * sizeof(struct sigaction); // the kernel's own structure is smaller
+constexpr std::size_t kSignalSetSize = (_NSIG - 1) / 8;              // of the kernel's sets, in bytes
 
 // The system's own calls. The C library's functions of these names make every thread on its list do the same
 // and wait for it (nptl(7)), and a thread that this process has not inherited would never answer. Old 32-bit
@@ -84,12 +86,18 @@ void takeAccount(LaunchPlan const& plan) {
     }
 }
 
+// The system's own call, because for SIGABRT newer C libraries (glibc 2.41) wait for a lock that may have
+// been taken when this process was forked. On every machine, zeros stand for the default, without flags or
+// mask.
+void resetSignal(int signal) {
+    std::array<unsigned char, kRoomForAction> const standard = {};
+    syscall(SYS_rt_sigaction, signal, standard.data(), nullptr, kSignalSetSize);
+}
+
 // The mask comes last, so that no handler of the parent ever runs here.
 void resetSignals() {
-    struct sigaction standard = {};
-    standard.sa_handler = SIG_DFL;
-    for (int signal = 1; signal <= SIGRTMAX; ++signal)
-        sigaction(signal, &standard, nullptr);
+    for (int signal = 1; signal < _NSIG; ++signal)
+        resetSignal(signal);
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -123,9 +131,7 @@ void resetSignals() {
 // Ignored signals stay ignored in new processes, and while SIGCHLD is ignored, the system forgets how
 // children end.
 void rememberChildren() {
-    struct sigaction standard = {};
-    standard.sa_handler = SIG_DFL;
-    sigaction(SIGCHLD, &standard, nullptr);
+    resetSignal(SIGCHLD);
 }
 
 // Everything else is closed first, because the program or the starter may be waiting for the last holder of a
