@@ -35,8 +35,8 @@ make_machine() {
     plug_console_in
 }
 
-# mount_layers FOLDER...: the folders are named from where they are, because the kernel takes no more than 255 characters
-# for all of them together. Older releases of mount do not run into this.
+# mount_layers FOLDER...: the folders are named from where they are, because the kernel takes no more than 255
+# characters for all of them together. Older releases of mount do not run into this.
 mount_layers() {
     local lower
     lower=$(IFS=: && echo "$*")
