@@ -1,5 +1,5 @@
 #!/bin/bash
-# scripts/try-platform, and scripts/write-platform, which writes what it has found out.
+# scripts/try-platform, and scripts/platform/write-row, which writes what it has found out.
 # Usage: try_platform.sh CHECK
 
 # shellcheck source=checkout.sh
@@ -13,7 +13,7 @@ sed -i '/^|---/,/^<!-- up to here/{/^| /d}' "$page"
 # write_row NAME=VALUE...
 write_row() {
     printf '%s\n' "$@" >"$TMPDIR/facts"
-    expect_success "$checkout/scripts/write-platform" "$TMPDIR/facts" "$page"
+    expect_success "$checkout/scripts/platform/write-row" "$TMPDIR/facts" "$page"
 }
 
 # rows: prints the first, the second and the tenth cell of each row.
