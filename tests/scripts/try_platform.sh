@@ -61,6 +61,20 @@ check_NothingIsLeftBehindWhenTheScriptIsTerminated() {
     expect_equal '' "$(pgrep --full 'sleep 1000')"
 }
 
+check_TrialThatFailsWritesItsRowAllTheSame() {
+    local root=$checkout/build/platforms/trixie-amd64/root
+    make_program mmdebstrap "mkdir -p $root/etc $root/root" "touch $root/sources" \
+        "echo 'PRETTY_NAME=\"Debian GNU/Linux 13 (trixie)\"' >$root/etc/os-release"
+    printf '#!/bin/sh\nexit 3\n' >"$checkout/scripts/platform/enter-root"
+    mkdir "$checkout/docs"
+    cp "$page" "$checkout/docs/platforms.md"
+    page=$checkout/docs/platforms.md
+
+    expect_status 3 "$checkout/scripts/try-platform" trixie amd64
+
+    expect_equal ' Debian 13 (trixie) | amd64 | - ' "$(rows)"
+}
+
 check_ReleaseThatCannotBeHadIsAnErrorAndWritesNoRow() {
     make_program mmdebstrap 'exit 1'
 

@@ -52,7 +52,7 @@ private:
 };
 
 // The system calls that these functions make. Newer machines have only the calls that also take a folder. On
-// old 32-bit machines, the calls of the usual names take accounts of 16 bits.
+// old 32-bit machines, the calls of the usual names take account numbers of 16 bits.
 #ifdef SYS_chmod
 constexpr long kChmodCall = SYS_chmod;
 constexpr long kUnlinkCall = SYS_unlink;
