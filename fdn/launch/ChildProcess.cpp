@@ -24,7 +24,7 @@ constexpr int kFirstOtherDescriptor = 3;
 constexpr uid_t kSameUser = static_cast<uid_t>(-1);
 constexpr gid_t kSameGroup = static_cast<gid_t>(-1);
 constexpr std::size_t kRoomForAction = 2 * sizeof(struct sigaction); // the kernel's own structure is smaller
-constexpr std::size_t kSignalSetSize = (_NSIG - 1) / 8;              // of the kernel's sets, in bytes
+constexpr std::size_t kSignalSetSize = _NSIG / 8;                    // of the kernel's sets, in bytes
 
 // The system's own calls. The C library's functions of these names make every thread on its list do the same
 // and wait for it (nptl(7)), and a thread that this process has not inherited would never answer. Old 32-bit
