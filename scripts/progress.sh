@@ -1,14 +1,15 @@
 # shellcheck shell=bash
 # For scripts that take a while: shows what they do, and that they still do it.
 
-# When this script ends before a command of its does, the command's next line ends it: the pipe has no reader then.
+# The last command of a pipe runs in this shell, so it can set variables. And when the script ends early, nobody reads
+# the pipe any more: the command that writes to it ends with its next line.
 shopt -s lastpipe
 
 # Some commands end in an orderly way when they are interrupted, and the script would go on with the next one.
 trap 'echo; exit 130' INT
 
-# run_with_progress WHAT LOG COMMAND...: runs the command, with its output in the file, and shows meanwhile how it gets
-# on. Where the status of this function is tested, "set -e" has no effect in the command.
+# run_with_progress WHAT LOG COMMAND...: runs the command, writes its output to the file, and shows how it gets on.
+# Where the status of this function is tested, "set -e" has no effect in the command.
 run_with_progress() {
     local - statuses
     set +e
@@ -22,7 +23,7 @@ run_with_progress() {
     return "${statuses[0]}"
 }
 
-# show_progress WHAT: shows the last line of the input: on a terminal at once, or else every half minute.
+# show_progress WHAT: shows the last line of the input: at once on a terminal, elsewhere every half minute.
 show_progress() {
     local line part='' last='' started=$SECONDS next=$SECONDS
     while true; do

@@ -32,8 +32,8 @@ private:
     fdn::P<CHeartbeat> m_daemon;
 };
 
-// The option is a text, because the parser's numbers are of the type long, which has only 32 bits on some
-// machines: there it would call a longer number none.
+// The option is a text, because the parser's numbers are of the type long. Where that has only 32 bits, the
+// parser would say that a longer number is none.
 bool isInterval(wxString const& text) {
     wxLongLong_t seconds = 0;
     return text.ToLongLong(&seconds) && seconds >= 1 && seconds <= kLongestInterval;

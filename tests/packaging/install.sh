@@ -134,7 +134,7 @@ check_HeadersMakeNoCompilerWarn() {
     done
 }
 
-# GoogleTest cannot be found: it is an error to add the tests.
+# Fails if the tests are added, because they cannot find GoogleTest.
 expect_no_tests() {
     expect_success cmake -B "$TMPDIR/build" -D CMAKE_DISABLE_FIND_PACKAGE_GTest=ON "$@"
 }

@@ -1,6 +1,6 @@
 #!/bin/bash
-# What programs compiled against the public headers rely on: it stays as the last release has it, and every compiler
-# makes the same of it.
+# What programs compiled against the public headers rely on stays as the last release has it, and is the same with every
+# compiler.
 # Usage: interface.sh CHECK
 #
 # DMN_SHARED is the build folder of the libraries that are tested; DMN_CLANG and DMN_LTO are those of the same libraries
@@ -18,7 +18,7 @@ install_library() {
     expect_success cmake --install "$1" --prefix "$prefix"
 }
 
-# Other machines have other layouts, and other compilers describe the same ones in other words.
+# Other machines have other layouts, and other compilers describe the same layout in other words.
 require_what_the_record_was_made_with() {
     local library=$prefix/lib/libdmn.so compilers
     [ "$(uname -m)" = x86_64 ] || give_up 'the interface was recorded on amd64'

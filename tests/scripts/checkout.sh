@@ -1,6 +1,6 @@
 #!/bin/bash
-# A checkout that has nothing but the scripts, on a machine where each program that a script calls is one that only
-# records its call, in $TMPDIR/calls, and succeeds.
+# A checkout with nothing but the scripts, on a machine where the programs that they call only record the call in
+# $TMPDIR/calls, and succeed.
 
 # shellcheck source=../system/check.sh
 . "${BASH_SOURCE[0]%/*}/../system/check.sh"
@@ -39,7 +39,8 @@ make_cmake() {
 
 # As in a chroot.
 forbid_private_roots() {
-    make_program unshare 'case $* in *--user*) echo "no user namespaces" ;; *) echo "no mount namespaces" ;; esac >&2; exit 1'
+    make_program unshare 'exec >&2' \
+        'case $* in *--user*) echo "no user namespaces" ;; *) echo "no mount namespaces" ;; esac' 'exit 1'
     unset DMN_PRIVATE_ROOT
 }
 

@@ -1,5 +1,5 @@
 #!/bin/bash
-# scripts/try-platform, and scripts/write-platform, which writes what it has found out.
+# scripts/try-platform, and scripts/platform/write-row, which writes what it has found out.
 # Usage: try_platform.sh CHECK
 
 # shellcheck source=checkout.sh
@@ -13,7 +13,7 @@ sed -i '/^|---/,/^<!-- up to here/{/^| /d}' "$page"
 # write_row NAME=VALUE...
 write_row() {
     printf '%s\n' "$@" >"$TMPDIR/facts"
-    expect_success "$checkout/scripts/write-platform" "$TMPDIR/facts" "$page"
+    expect_success "$checkout/scripts/platform/write-row" "$TMPDIR/facts" "$page"
 }
 
 # rows: prints the first, the second and the tenth cell of each row.
@@ -59,6 +59,20 @@ check_NothingIsLeftBehindWhenTheScriptIsTerminated() {
     expect_absent "$checkout/build/platforms/sid-amd64"
     expect_equal '' "$(find "$TMPDIR" -name 'tmp.*')"
     expect_equal '' "$(pgrep --full 'sleep 1000')"
+}
+
+check_TrialThatFailsWritesItsRowAllTheSame() {
+    local root=$checkout/build/platforms/trixie-amd64/root
+    make_program mmdebstrap "mkdir -p $root/etc $root/root" "touch $root/sources" \
+        "echo 'PRETTY_NAME=\"Debian GNU/Linux 13 (trixie)\"' >$root/etc/os-release"
+    printf '#!/bin/sh\nexit 3\n' >"$checkout/scripts/platform/enter-root"
+    mkdir "$checkout/docs"
+    cp "$page" "$checkout/docs/platforms.md"
+    page=$checkout/docs/platforms.md
+
+    expect_status 3 "$checkout/scripts/try-platform" trixie amd64
+
+    expect_equal ' Debian 13 (trixie) | amd64 | - ' "$(rows)"
 }
 
 check_ReleaseThatCannotBeHadIsAnErrorAndWritesNoRow() {

@@ -51,8 +51,8 @@ private:
     rlimit m_limit = {};
 };
 
-// The system calls that these functions make. Newer machines have only the calls that take a folder as well,
-// and old 32-bit machines have calls of the usual names for numbers of 16 bits.
+// The system calls that these functions make. Newer machines have only the calls that also take a folder. On
+// old 32-bit machines, the calls of the usual names take account numbers of 16 bits.
 #ifdef SYS_chmod
 constexpr long kChmodCall = SYS_chmod;
 constexpr long kUnlinkCall = SYS_unlink;

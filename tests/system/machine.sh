@@ -35,8 +35,8 @@ make_machine() {
     plug_console_in
 }
 
-# mount_layers FOLDER...: the folders are named from where they are, because the kernel takes no more than 255
-# characters for all of them together. Older releases of mount do not run into this.
+# mount_layers FOLDER...: mounts these folders of DMN_SYSTEM_LAYERS. Their names are relative, because newer releases of
+# mount use a system call that takes at most 255 characters for all of them together.
 mount_layers() {
     local lower
     lower=$(IFS=: && echo "$*")
