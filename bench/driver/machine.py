@@ -12,7 +12,7 @@ PACKAGES = ("g++", "libwxgtk3.2-dev", "golang-go", "golang-github-kardianos-serv
 def describe_machine():
     return {"Date": datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d %H:%M UTC"),
             "Processor": f"{find_processor()}, {os.cpu_count()} of its processors",
-            "Kernel": platform.release(),
+            "Kernel": platform.release().partition("-")[0],  # the version, without the name of the build
             "Versions": ", ".join(f"{name} {find_version(name)}" for name in PACKAGES)}
 
 

@@ -23,8 +23,8 @@ constexpr int kExitStatusOfFailure = 127; // a shell's when it cannot run a prog
 constexpr int kFirstOtherDescriptor = 3;
 constexpr uid_t kSameUser = static_cast<uid_t>(-1);
 constexpr gid_t kSameGroup = static_cast<gid_t>(-1);
-constexpr std::size_t kRoomForAction = 2 * sizeof(struct sigaction); // the kernel's own structure is smaller
-constexpr std::size_t kSignalSetSize = _NSIG / 8;                    // of the kernel's sets, in bytes
+constexpr std::size_t kRoomForAction = sizeof(struct sigaction); // the kernel's own structure is smaller
+constexpr std::size_t kSignalSetSize = _NSIG / 8;                // in bytes; _NSIG is 65, on MIPS 128
 
 // The system's own calls. The C library's functions of these names make every thread on its list do the same
 // and wait for it (nptl(7)), and a thread that this process has not inherited would never answer. Old 32-bit
@@ -88,10 +88,10 @@ void takeAccount(LaunchPlan const& plan) {
 
 // The system's own call, because for SIGABRT newer C libraries (glibc 2.41) wait for a lock that may have
 // been taken when this process was forked. On every machine, zeros stand for the default, without flags or
-// mask.
+// mask. SPARC expects the size one place further on than the others, which have no use for what is there.
 void resetSignal(int signal) {
     std::array<unsigned char, kRoomForAction> const standard = {};
-    syscall(SYS_rt_sigaction, signal, standard.data(), nullptr, kSignalSetSize);
+    syscall(SYS_rt_sigaction, signal, standard.data(), nullptr, kSignalSetSize, kSignalSetSize);
 }
 
 // The mask comes last, so that no handler of the parent ever runs here.

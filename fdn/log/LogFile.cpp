@@ -37,7 +37,7 @@ struct stat examine(Descriptor const& file) {
 // Whether `more` bytes would make the file too large. No line is too long for an empty file.
 bool isFull(struct stat const& file, std::size_t more) {
     return S_ISREG(file.st_mode) && file.st_size > 0 &&
-           file.st_size + static_cast<off_t>(more) > kMaximumSize;
+           file.st_size > kMaximumSize - static_cast<off_t>(more);
 }
 
 // Whether the name still leads to the open file; brings `known` up to date. The answer is yes when the system
