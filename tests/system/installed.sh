@@ -7,9 +7,13 @@
 # shellcheck disable=SC2034 # The checks use it.
 sources=${BASH_SOURCE[0]%/*}/../..
 
-# This shows only in the private root, which has a mount namespace of its own.
+# This shows only in the private root, which has a mount namespace of its own. Other folders of /usr/local stay, because
+# this checkout may be in /usr/local/src.
 install_product() {
-    mount -n --bind -o ro "$DMN_SYSTEM_LAYERS/product/usr/local" /usr/local
+    local folder
+    for folder in "$DMN_SYSTEM_LAYERS"/product/usr/local/*; do
+        mount -n --bind -o ro "$folder" "/usr/local/${folder##*/}"
+    done
 }
 
 # needs PROGRAM...: gives up unless this machine has the programs.
