@@ -161,6 +161,7 @@ PIDFileLook interpret(RawLook const& raw, Path const& path, std::vector<FuseMoun
     if (raw.failed != nullptr)
         throwSysError(raw.error, {{"func", raw.failed}, {"action", kAction}, {"path", path.getText()}});
     look.isThere = S_ISREG(raw.info.st_mode);
+    look.isDeleted = look.isThere && raw.info.st_nlink == 0;
     // -1 stands for a lock of an open file description, which no holder keeps.
     look.isLocked = raw.lock.l_type == F_WRLCK && raw.lock.l_pid != -1;
     look.locker = raw.lock.l_pid;

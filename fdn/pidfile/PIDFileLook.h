@@ -45,6 +45,9 @@ struct PIDFileLook {
     /// Whether nobody but root can have put the file there.
     bool isInRootsFolder = false;
 
+    /// Whether it lost its last name while it was looked at, as happens to that of a process that ends.
+    bool isDeleted = false;
+
     /// Whether it has another name, and others than root and the owner may have given it this one.
     bool mayBeAnothersFile = false;
 };

@@ -11,6 +11,8 @@ namespace fdn {
 
 namespace {
 
+constexpr int kLooksForOneWithName = 10;
+
 String toText(long long number) {
     return String::fromBytes(std::to_string(number));
 }
@@ -143,11 +145,19 @@ bool hasEnded(PIDFileVerdict const& verdict) {
     return verdict.standing == Standing::Unclear && verdict.process > 0 && !isProcessAlive(verdict.process);
 }
 
+// Only its name makes a file this PID file. Daemons that come and go can delete one at each look, and there
+// are file systems that count no names.
+PIDFileLook lookForOneWithName(PIDFileLook look, std::function<PIDFileLook()> const& lookAgain) {
+    for (int looks = 0; look.isDeleted && looks < kLooksForOneWithName; ++looks)
+        look = lookAgain();
+    return look;
+}
+
 } // namespace
 
 PIDFileVerdict judgePIDFile(PIDFileLook const& look, std::function<PIDFileLook()> const& lookAgain,
                             Path const& path) {
-    PIDFileVerdict const verdict = judge(look, path);
+    PIDFileVerdict const verdict = judge(lookForOneWithName(look, lookAgain), path);
     // Only the kernel knows that the lock is gone too: the number may be that of a process elsewhere.
     return hasEnded(verdict) ? judge(lookAgain(), path) : verdict;
 }

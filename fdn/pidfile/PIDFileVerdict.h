@@ -21,9 +21,9 @@ struct PIDFileVerdict {
 };
 
 /// Judges what was seen of a PID file. Whoever keeps it locked holds it. Without a lock, because the process
-/// has lost it or the file system knows none, the process that the file describes holds it. If the process
-/// has ended since the look, the verdict is that of one more, `lookAgain`. `path` is for the reason. Throws
-/// CError when the system cannot tell about a process.
+/// has lost it or the file system knows none, the process that the file describes holds it. If the file was
+/// deleted or the process has ended meanwhile, the verdict is that of a later look, `lookAgain`. `path` is
+/// for the reason. Throws CError when the system cannot tell about a process.
 PIDFileVerdict judgePIDFile(PIDFileLook const& look, std::function<PIDFileLook()> const& lookAgain,
                             Path const& path);
 

@@ -42,6 +42,16 @@ TEST(PIDFileVerdict, IsThatOfTheNextLookWhenTheProcessHasEndedSince) {
     EXPECT_EQ(Standing::Free, judge(lookAtFileOf(makeEndedProcess()), gone).standing);
 }
 
+TEST(PIDFileVerdict, IsThatOfTheNextLookWhenTheFileWasDeletedMeanwhile) {
+    fdn::PIDFileLook deleted = lookAtFileOf(getpid());
+    deleted.isDeleted = true;
+    deleted.mayBeAnothersFile = true;
+    fdn::PIDFileLook const gone;
+
+    EXPECT_EQ(Standing::Free, judge(deleted, gone).standing);
+    EXPECT_EQ(Standing::Unclear, judge(deleted, deleted).standing);
+}
+
 TEST(PIDFileVerdict, StaysUnclearWhileTheLockOfAProcessThatIsNotHereIsKept) {
     fdn::PIDFileLook const look = lookAtFileOf(makeEndedProcess());
 
