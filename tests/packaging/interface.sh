@@ -20,11 +20,12 @@ install_library() {
 
 # Other machines have other layouts, and other compilers describe the same layout in other words.
 require_what_the_record_was_made_with() {
-    local library=$prefix/lib/libdmn.so compilers
+    local library=$prefix/lib/libdmn.so compilers sections
     [ "$(uname -m)" = x86_64 ] || give_up 'the interface was recorded on amd64'
     compilers=$(readelf --string-dump=.comment "$library")
     [[ $compilers == *'GCC: '*' 12.'* && $compilers != *clang* ]] || give_up 'the interface was recorded with g++ 12'
-    readelf --sections "$library" | grep -q '\.debug_info' || give_up 'the library has no debug information'
+    sections=$(readelf --sections "$library")
+    [[ $sections == *.debug_info* ]] || give_up 'the library has no debug information'
 }
 
 check_LibrariesKeepTheRecordedInterface() {
