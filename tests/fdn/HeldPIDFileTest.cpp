@@ -117,7 +117,7 @@ protected:
     /// file and the action afterwards.
     std::unique_ptr<Program> startHolder(
         std::function<void()> const& prepare = [] {}, std::function<void()> const& act = [] {}) {
-        auto holder = std::make_unique<Program>([=] {
+        auto holder = std::make_unique<Program>([this, prepare, act] {
             prepare();
             fdn::CPIDFile const file(path);
             act();
