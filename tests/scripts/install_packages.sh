@@ -63,11 +63,11 @@ check_ShowsWhatAptGetDoes() {
 
 check_SaysWhyAptGetHasFailed() {
     lack_all_packages
-    make_program apt-get 'echo "E: Could not resolve deb.debian.org" >&2; exit 100'
+    make_program apt-get 'echo "E: Could not resolve mirror.example" >&2; exit 100'
 
     expect_status 1 "$install_packages" build
 
-    expect_in_output '^E: Could not resolve deb.debian.org$'
+    expect_in_output '^E: Could not resolve mirror.example$'
     expect_in_output "^install-packages: apt-get update has failed\. $advice"
 }
 
