@@ -180,6 +180,17 @@ protected:
     }
 };
 
+TEST_F(HeldPIDFile, IsNotTakenForOneWithASecondNameWhenItIsDeletedDuringTheLook) {
+    test::setMode(folder.name(), 0777);
+    Program const daemons([this] {
+        while (true)
+            fdn::CPIDFile const file(path);
+    });
+
+    for (int looks = 0; looks < 10000; ++looks)
+        ASSERT_NO_THROW(fdn::CPIDFile::getActivePID(path));
+}
+
 TEST_F(HeldPIDFile, IsLockedForAsLongAsItsHolderLives) {
     auto holder = startHolder();
     EXPECT_TRUE(isLocked(name));
