@@ -1,5 +1,7 @@
 #include <dmn/CDaemon.h>
 
+#include <dmn/runtime/StopListener.h>
+
 namespace dmn {
 
 CDaemon::CDaemon(fdn::String const& id, fdn::Path const& controlFolder)
@@ -12,6 +14,15 @@ void CDaemon::init(IDaemonOperationProgress*) {}
 void CDaemon::signalStop() {
     fdn::CMutexLock const lock(m_mutex);
     m_stopRequested = true;
+    if (m_stopListener != nullptr)
+        m_stopListener->onStopRequested();
+}
+
+void CDaemon::setStopListener(StopListener* listener) {
+    fdn::CMutexLock const lock(m_mutex);
+    m_stopListener = listener;
+    if (m_stopRequested && m_stopListener != nullptr)
+        m_stopListener->onStopRequested();
 }
 
 bool CDaemon::shouldStop() const {

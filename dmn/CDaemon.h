@@ -10,6 +10,8 @@
 
 namespace dmn {
 
+class StopListener;
+
 /// The base of an application's service.
 ///
 /// The application implements run(), which does the work and returns once shouldStop() is true, and may
@@ -53,11 +55,17 @@ public:
     fdn::Path const& getControlFolder() const { return m_controlFolder; }
 
 private:
+    friend class CService;
+
+    /// Sets whom to tell of a stop, or nobody (null), and tells at once of one that came before.
+    DMN_HIDDEN void setStopListener(StopListener* listener);
+
     mutable fdn::CMutex m_mutex;
     bool m_stopRequested = false;
     fdn::String m_id;
     fdn::Path m_controlFolder;
-    [[maybe_unused]] void* m_reserved = nullptr; ///< room for later versions of this class
+    // Its type was void* in 1.0, as room for what came later.
+    StopListener* m_stopListener = nullptr; // guarded by m_mutex
 };
 
 } // namespace dmn

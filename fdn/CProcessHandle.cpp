@@ -36,4 +36,8 @@ bool CProcessHandle::sendSignal(int signal) const noexcept {
     return kill(m_process, signal) == 0;
 }
 
+bool CProcessHandle::awaitEnd(int) const {
+    return false;
+}
+
 } // namespace fdn

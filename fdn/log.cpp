@@ -21,8 +21,14 @@ void writeSafely(Write write) {
 
 } // namespace
 
+void logDebug(String const&) {}
+
 void logInfo(String const& text) {
     writeSafely([&](CXMLLog& log) { log.writeInfo(text); });
+}
+
+void logWarning(String const& text) {
+    logInfo(text);
 }
 
 void logError(String const& text) {
@@ -31,6 +37,26 @@ void logError(String const& text) {
 
 void logError(std::exception const& error, String const& situation, String const& where) {
     writeSafely([&](CXMLLog& log) { log.writeError(error, situation, where); });
+}
+
+void setLogLevel(LogLevel) noexcept {}
+
+LogLevel getLogLevel() noexcept {
+    return LogLevel::Info;
+}
+
+std::optional<LogLevel> parseLogLevel(String const&) {
+    return std::nullopt;
+}
+
+void showLogOnStandardError() {}
+
+Path getLogFile() {
+    return Path();
+}
+
+Path getLogFileOf(Path const&, CSystemUserID const&) {
+    return Path();
 }
 
 } // namespace fdn

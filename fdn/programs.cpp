@@ -68,6 +68,12 @@ int forkAndExec(CExecCommand const& command, CImpersonateInfo* impersonate, Fork
     return process;
 }
 
+int launchDetached(CExecCommand const& command, CImpersonateInfo* impersonate, Path const& folder,
+                   TMap<String, String> const&) {
+    return forkAndExec(command, impersonate, ForkExecLevel::Detached, folder, nullptr, nullptr, nullptr,
+                       nullptr);
+}
+
 String execSyncReturnOutputAsString(CExecCommand const& command, bool includeStandardError,
                                     TMap<String, String> const* environment, Path const& folder) {
     StandardStreams streams = {useNothing(), writeToCaller(), StandardStream()};

@@ -1,14 +1,12 @@
 #pragma once
 
+#include <fdn/LogLevel.h>
 #include <fdn/String.h>
 
 #include <exception>
 #include <string>
 
 namespace fdn {
-
-/// How serious an entry is.
-enum class LogLevel { Info, Error };
 
 /// An entry of the log as one line: an XML element with the time and the calling process and thread, around
 /// the content, which must be XML on one line, and a line feed.

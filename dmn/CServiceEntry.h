@@ -1,0 +1,70 @@
+#pragma once
+
+#include <dmn/CDaemonEntry.h>
+#include <dmn/Export.h>
+
+#include <fdn/String.h>
+#include <fdn/containers.h>
+
+#include <memory>
+
+namespace dmn {
+
+/// A command of the application's own, as the help shows it.
+struct CommandDescription {
+    fdn::String name;
+    fdn::String description; ///< a few words on one line
+};
+
+/// The front end for new programs. It does what CDaemonEntry does, with the same script, links and PID file,
+/// and tells the truth about it: `start` returns when the daemon is ready and fails when it is not, `stop`
+/// returns when its process has ended, and `install` refuses what could not work. It also knows the commands
+/// status, restart, check and help.
+///
+/// runService() makes one for a daemon that needs nothing more. A program with options or commands of its own
+/// derives from this class as from CDaemonEntry, and calls the base version of whatever it extends.
+///
+/// Exit statuses are those of CDaemonEntry, but `status` ends with 0, 1, 3 or 4 (getExitStatusOf()), and
+/// `check` with 1 if it has found something.
+class DMN_EXPORT CServiceEntry : public CDaemonEntry {
+public:
+    CServiceEntry();
+    CServiceEntry(CServiceEntry const&) = delete;
+    CServiceEntry& operator=(CServiceEntry const&) = delete;
+    ~CServiceEntry() override;
+
+    /// As the base version; "--help", "-h" and "--version" are answered before anything else happens.
+    int entry(int argc, char** argv) override;
+
+    /// The application's own commands, for the help. Empty unless overridden.
+    virtual fdn::TList<CommandDescription> describeOwnCommands();
+
+    /// Shows what the daemon is doing.
+    virtual void doStatus();
+
+    /// Stops the daemon, waits for its end, then starts it and waits until it is ready.
+    virtual void doRestart();
+
+    /// Shows why the daemon would not come up.
+    virtual void doCheck();
+
+    /// Shows the usage.
+    virtual void doHelp();
+
+    void addCommandLineOptions(wxCmdLineParser& parser) override;
+    bool verifyCommandParams(fdn::String const& command, wxCmdLineParser& parser) override;
+    void handleCommandParams(wxCmdLineParser& parser) override;
+    void doCommand(fdn::String const& command) override;
+    void doInstall() override;
+    void doUninstall() override;
+    void doStart() override;
+    void doStop() override;
+    void doRun() override;
+    void doDaemon() override;
+
+private:
+    class State;
+    std::unique_ptr<State> m_state;
+};
+
+} // namespace dmn
