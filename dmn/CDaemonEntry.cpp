@@ -11,7 +11,9 @@
 #include <dmn/commandline/ParserOutput.h>
 #include <dmn/commandline/StandardOptions.h>
 #include <dmn/commandline/TimeoutOption.h>
+#include <dmn/runtime/RunReport.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace dmn {
@@ -44,6 +46,15 @@ void reportBadCommandLine(int parseResult, fdn::String const& arguments) {
 [[noreturn]] void failAfterTimeout(fdn::String const& logged, fdn::String const& shown) {
     fdn::logError(logged);
     throw fdn::CError(shown);
+}
+
+bool runsDaemon(fdn::String const& command) {
+    return command == "run" || command == "daemon";
+}
+
+// As long as the command line is not parsed, each argument may be the command.
+bool mayRunDaemon(int argc, char** argv) {
+    return std::any_of(argv, argv + argc, [](char const* argument) { return runsDaemon(argument); });
 }
 
 void logEscapedError(std::exception const& error) {
@@ -109,8 +120,17 @@ int CDaemonEntry::performLogged(int argc, char** argv) {
         return perform(argc, argv);
     } catch (std::exception const& e) {
         logEscapedError(e);
+        if (m_command.empty() ? mayRunDaemon(argc, argv) : runsDaemon(m_command))
+            tellSupervisor(e);
         throw;
     }
+}
+
+// Of a run that has begun, the manager has told it.
+void CDaemonEntry::tellSupervisor(std::exception const& error) {
+    fdn::P<CDaemonManager> const manager = getDaemonManager();
+    if (!(manager && manager->hasEnded()))
+        RunReport::tellFailure(error);
 }
 
 int CDaemonEntry::perform(int argc, char** argv) {
