@@ -238,6 +238,12 @@ TEST_F(CheckInstallation, FindsTheCharacterNULInAnyText) {
                             "that runs the init script."));
 }
 
+TEST_F(CheckInstallation, FindsARunParameterThatIsNoText) {
+    m_info.params = {fdn::String(std::wstring(1, static_cast<wchar_t>(0xd800)).c_str())};
+
+    EXPECT_THAT(problems(), ElementsAre(HasSubstr("encod")));
+}
+
 TEST_F(CheckInstallation, SaysThatValuesAreTooLongToBeTried) {
     m_info.params = {fdn::String(std::string(200000, 'x'))};
 
