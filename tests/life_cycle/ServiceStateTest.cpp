@@ -115,7 +115,8 @@ TEST_P(ServiceStateTest, CommandTellsTheTruth) {
 
     EXPECT_EQ(GetParam().status, outcome.status);
     EXPECT_THAT(outcome.output, HasSubstr(GetParam().text));
-    EXPECT_EQ("", outcome.errors);
+    // The shell may complain of a damaged script.
+    EXPECT_THAT(outcome.errors, testing::AnyOf("", testing::StartsWith(script() + ": ")));
 }
 
 constexpr Case kCases[] = {
