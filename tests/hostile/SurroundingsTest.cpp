@@ -203,8 +203,9 @@ TEST_F(SurroundingsTest, PathWithoutRoomForTheDaemonsFilesIsNamed) {
     m_controlFolder = longPath(PATH_MAX - 2);
     install();
 
-    expectFailure(runHeartbeat({"start"}), m_controlFolder + "/heartbeat.txt");
+    expectFailure(runHeartbeat({"start"}), "The daemon 'heartbeat' has not come up: The file '");
 
+    EXPECT_TRUE(awaitError(m_controlFolder + "/heartbeat.txt"));
     EXPECT_NE(0, status());
 }
 
