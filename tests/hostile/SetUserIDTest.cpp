@@ -1,5 +1,6 @@
 #include "life_cycle/LifeCycle.h"
 
+#include "support/Supervisor.h"
 #include "support/processInfo.h"
 
 #include <filesystem>
@@ -170,5 +171,17 @@ TEST_P(MisledSetUserIDTest, StartsTheDaemonWithNoneOfTheVariablesAndStopsIt) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Shells, MisledSetUserIDTest, testing::Values("/usr/bin/dash", "/usr/bin/bash"));
+
+TEST_F(SetUserIDTest, TellsNothingToASupervisorThatItsUserNames) {
+    test::Supervisor const supervisor;
+    test::Words const command = asUser("dmnuser", {executable(), "--controlFolder=/dev/null", "run"});
+
+    EXPECT_EQ(2, test::run(command).status);
+    EXPECT_EQ("(none)", supervisor.take());
+
+    test::setMode(executable(), 0755);
+    EXPECT_EQ(2, test::run(command).status);
+    EXPECT_NE("(none)", supervisor.take());
+}
 
 } // namespace
