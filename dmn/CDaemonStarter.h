@@ -38,7 +38,8 @@ public:
     ~CDaemonStarter();
 
     /// Sets who is told of each step of the daemon's initialization, with the daemon's own words, while
-    /// start() waits.
+    /// start() waits: on its thread, with root's rights. What the function throws ends the wait, not the
+    /// daemon.
     void setProgress(std::function<void(fdn::String const& step)> progress);
 
     /// Launches the daemon unless it runs already, and returns when it is ready: it has said so, and it lives

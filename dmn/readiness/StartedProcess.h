@@ -31,8 +31,8 @@ public:
     /// How it has ended, as far as this process knows.
     ProcessEnd const& getEnd() const { return m_end; }
 
-    /// Blocks until no thread of the process has anything to do, or it has kept a processor busy for 10 ms, or
-    /// for a second at most. Returns whether it lives then: not if it has ended or is about to.
+    /// Blocks until no thread of the process has anything to do, or it has kept a processor busy for 10 ms,
+    /// or for a second at most. Returns whether it lives then: not if it has ended or is about to.
     bool livesOn();
 
 private:
