@@ -93,7 +93,9 @@ void ReadinessWatch::readMessages() {
     for (int message = 0; message < kMessagesPerRound && !m_isReady; ++message) {
         if (std::optional<fdn::Notification> const notification = m_receiver.receive())
             take(*notification);
-        else if (!isReadable(m_receiver.getDescriptor())) // it may also have dropped something
+        else if (isReadable(m_receiver.getDescriptor()))
+            m_isDisturbed = true; // it has dropped what is no message
+        else
             return;
     }
 }
@@ -121,9 +123,9 @@ void ReadinessWatch::takeStatus(fdn::String const& status) {
 
 // A daemon tells of its claim before it makes it. One that holds the file and has not said a word will never
 // say one: it was built with an earlier library, or is a set-user-ID program. That it is up is all that there
-// is to learn of it.
+// is to learn of it. Where others send as well, its words may have been lost among theirs.
 bool ReadinessWatch::isSilentHolder() {
-    return !m_hasSpoken && isReady();
+    return !m_hasSpoken && !m_isDisturbed && isReady();
 }
 
 // A daemon that fails at once gives its PID file up, or ends, before it waits for anything.
@@ -175,6 +177,7 @@ bool ReadinessWatch::adoptOrphan(pid_t holder) {
 }
 
 void ReadinessWatch::remember(fdn::Notification const& message) {
+    m_isDisturbed = true;
     if (m_others.size() < kMostOthers || m_others.count(message.sender) != 0)
         m_others[message.sender] = getStatus(message).value_or(m_others[message.sender]);
 }
