@@ -172,7 +172,7 @@ Findings checkScriptFile(fdn::String const& id) {
             return {{"The daemon '" + id + "' is not installed.", ""}};
         if (!mayBeRun(script))
             return {{"The init script '" + script.getText() + "' may not be run.",
-                     "chmod a+x " + quoteShellWord(script.getText())}};
+                     "chmod a+x " + quoteShellWord(script)}};
         return {};
     } catch (fdn::CError const& error) {
         return {report(error)};

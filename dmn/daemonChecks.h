@@ -28,9 +28,8 @@ struct InstallRequest {
 /// Finds everything for which an installation with these values could not work:
 ///
 /// - an ID that can name no daemon, and no control folder;
-/// - values on which the init script's shell acts, or that it splits or changes. They are looked at first,
-/// and
-///   only then tried on the shell of this machine, so that nothing of a hostile value is ever run;
+/// - values on which the init script's shell acts, or that it splits or changes. They are looked at before
+///   they are tried on the shell of this machine, which therefore runs nothing of a hostile value;
 /// - run parameters that no program can be given, or that are too long together to be tried (128 KiB);
 /// - an unknown account, or a transient folder that cannot be made;
 /// - an executable that the account cannot run. It is not run for it;

@@ -17,15 +17,11 @@ bool isMounted(fdn::Path const& path, unsigned long flag) {
     return statvfs(fdn::toFileName(path), &info) == 0 && (info.f_flag & flag) != 0;
 }
 
-fdn::String quote(fdn::Path const& path) {
-    return quoteShellWord(path.getText());
-}
-
 DaemonFinding reportClosedFolder(StartSettings const& settings, fdn::Path const& folder,
                                  fdn::String const& what) {
     return {describeAccount(settings) + " may not enter the folder '" + folder.getText() +
                 "', below which the " + what + " is.",
-            "chmod a+x " + quote(folder)};
+            "chmod a+x " + quoteShellWord(folder)};
 }
 
 // What cannot be looked at is never fine.
@@ -54,7 +50,7 @@ Findings judgeExecutable(StartSettings const& settings, FileLook const& look, bo
     if (isMounted(settings.exePath, ST_NOEXEC))
         return {{executable + " is on a file system from which nothing may be run (noexec).", ""}};
     return {{describeAccount(settings) + " may not run the executable '" + settings.exePath.getText() + "'.",
-             "chmod a+x " + quote(settings.exePath)}};
+             "chmod a+x " + quoteShellWord(settings.exePath)}};
 }
 
 // Some file systems keep the last blocks for root, and some count no blocks or files at all.
@@ -74,7 +70,7 @@ bool mayOwnerDoAll(fdn::Path const& folder) {
 
 fdn::String composeGift(StartSettings const& settings) {
     fdn::String const account = settings.runAs.empty() ? fdn::String("root") : quoteShellWord(settings.runAs);
-    return "chown " + account + " " + quote(settings.controlFolder);
+    return "chown " + account + " " + quoteShellWord(settings.controlFolder);
 }
 
 Findings judgeRoom(StartSettings const& settings) {
@@ -89,7 +85,8 @@ Findings judgeFolderRights(StartSettings const& settings) {
     fdn::Path const& folder = settings.controlFolder;
     if (isMounted(folder, ST_RDONLY))
         return {{"The control folder '" + folder.getText() + "' is on a read-only file system.", ""}};
-    fdn::String const widen = mayOwnerDoAll(folder) ? fdn::String() : " && chmod u+rwx " + quote(folder);
+    fdn::String const widen =
+        mayOwnerDoAll(folder) ? fdn::String() : " && chmod u+rwx " + quoteShellWord(folder);
     return {{describeAccount(settings) + " may not write to the control folder '" + folder.getText() + "'.",
              composeGift(settings) + widen}};
 }
@@ -100,7 +97,7 @@ Findings judgeMissingFolder(CheckedDaemon const& daemon) {
         return {};
     fdn::String const gift = settings.runAs.empty() ? fdn::String() : " && " + composeGift(settings);
     return {{"The control folder '" + settings.controlFolder.getText() + "' is missing.",
-             "mkdir -p " + quote(settings.controlFolder) + gift}};
+             "mkdir -p " + quoteShellWord(settings.controlFolder) + gift}};
 }
 
 Findings judgeControlFolder(CheckedDaemon const& daemon, FileLook const& look, bool isAccounts) {

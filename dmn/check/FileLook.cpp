@@ -5,6 +5,8 @@
 #include <fdn/CSystemAccountManager.h>
 #include <fdn/programs.h>
 
+#include <dmn/script/Shell.h>
+
 #include <cerrno>
 #include <iterator>
 #include <string>
@@ -34,7 +36,7 @@ fdn::TArray<fdn::Path> foldersAbove(fdn::Path const& path) {
 }
 
 fdn::TArray<fdn::String> composeQuestions(fdn::TArray<fdn::Path> const& folders, fdn::Path const& path) {
-    fdn::TArray<fdn::String> arguments{"-c", kAsk, "sh"};
+    fdn::TArray<fdn::String> arguments;
     auto const ask = [&](char const* question, fdn::Path const& about) {
         arguments.push_back(question);
         arguments.push_back(about.getText());
@@ -62,12 +64,12 @@ void reap(pid_t child) {
     }
 }
 
-std::string runQuestions(fdn::TArray<fdn::String> const& arguments, fdn::CImpersonateInfo* account) {
+std::string runQuestions(fdn::TArray<fdn::String> const& questions, fdn::CImpersonateInfo* account) {
     fdn::CIPCConnectionToSubProcess output;
-    fdn::TMap<fdn::String, fdn::String> const environment{{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}};
+    auto const environment = composeShellEnvironment();
     pid_t const child =
-        fdn::forkAndExec(fdn::CExecCommand(fdn::Path("/bin/sh"), arguments), account,
-                         fdn::ForkExecLevel::Child, fdn::Path("/"), nullptr, &output, nullptr, &environment);
+        fdn::forkAndExec(composeShellCommand(kAsk, questions), account, fdn::ForkExecLevel::Child,
+                         fdn::Path("/"), nullptr, &output, nullptr, &environment);
     std::string const answers = readAll(output);
     reap(child);
     return answers;
