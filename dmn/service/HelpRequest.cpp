@@ -1,5 +1,7 @@
 #include <dmn/service/HelpRequest.h>
 
+#include <dmn/commandline/runsDaemon.h>
+
 #include <algorithm>
 #include <iterator>
 #include <string_view>
@@ -45,7 +47,7 @@ HelpRequest findHelpRequest(int argc, char const* const* argv) {
             return HelpRequest::Usage;
         else if (argument == "--version")
             return HelpRequest::Version;
-        else if (isBeforeCommand && isOneOf(argument, {"run", "daemon"}))
+        else if (isBeforeCommand && runsDaemon(argv[i]))
             return HelpRequest::None;
         else if (argument.substr(0, 1) != "-")
             isBeforeCommand = false;
