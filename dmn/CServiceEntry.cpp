@@ -22,7 +22,7 @@
 #include <dmn/service/ServiceSignals.h>
 #include <dmn/service/ServiceUsage.h>
 #include <dmn/service/StatusText.h>
-#include <dmn/service/notice.h>
+#include <dmn/service/printNotice.h>
 #include <dmn/service/provideControlFolder.h>
 #include <dmn/version.h>
 

@@ -5,12 +5,12 @@
 
 #include <dmn/CDaemonController.h>
 #include <dmn/check/AccountCheck.h>
+#include <dmn/check/AccountView.h>
 #include <dmn/check/BootCheck.h>
 #include <dmn/check/FileCheck.h>
-#include <dmn/check/FileLook.h>
 #include <dmn/check/PIDFileCheck.h>
+#include <dmn/check/PlaceCheck.h>
 #include <dmn/check/ScriptCheck.h>
-#include <dmn/check/TransientPlace.h>
 #include <dmn/id/DaemonId.h>
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ParameterLine.h>
@@ -105,10 +105,10 @@ InitScriptValues composeValues(CheckedDaemon const& daemon, fdn::String const& d
 Findings checkStart(CheckedDaemon const& daemon) {
     Findings findings = checkAccount(daemon.settings);
     append(findings, checkTransientFolder(daemon.settings));
-    AccountsEyes const eyes(daemon.settings.runAs);
-    append(findings, checkExecutable(daemon.settings, eyes));
+    AccountView const view(daemon.settings.runAs);
+    append(findings, checkExecutable(daemon.settings, view));
     if (!daemon.settings.controlFolder.getText().empty())
-        append(findings, checkControlFolder(daemon, eyes));
+        append(findings, checkControlFolder(daemon, view));
     return findings;
 }
 

@@ -2,7 +2,7 @@
 
 #include <fdn/CError.h>
 
-#include <dmn/check/TransientPlace.h>
+#include <dmn/check/PlaceCheck.h>
 #include <dmn/script/ShellWord.h>
 
 #include <sys/stat.h>
@@ -26,26 +26,26 @@ DaemonFinding reportClosedFolder(StartSettings const& settings, fdn::Path const&
 
 // What cannot be looked at is never fine.
 template <class Judge>
-Findings judgeLook(AccountsEyes const& eyes, fdn::Path const& path, Judge const& judge) {
+Findings judgeLook(AccountView const& view, fdn::Path const& path, Judge const& judge) {
     try {
-        return judge(eyes.look(path));
+        return judge(view.look(path));
     } catch (fdn::CError const& error) {
         return {{error.getMessage(), ""}};
     }
 }
 
-Findings judgeExecutable(StartSettings const& settings, FileLook const& look, bool isAccounts) {
+Findings judgeExecutable(StartSettings const& settings, FileLook const& look) {
     fdn::String const executable = "The executable '" + settings.exePath.getText() + "'";
     if (look.barrier == Barrier::Closed)
-        return isAccounts ? Findings{reportClosedFolder(settings, look.barrierPath, "executable")}
-                          : Findings{};
+        return look.isByAccount ? Findings{reportClosedFolder(settings, look.barrierPath, "executable")}
+                                : Findings{};
     if (look.isMissing)
         return {{executable + " is missing.", ""}};
     if (look.isFolder)
         return {{executable + " is a folder.", ""}};
     if (!look.isRegularFile)
         return {{executable + " is no regular file.", ""}};
-    if (look.mayExecute || !isAccounts)
+    if (look.mayExecute || !look.isByAccount)
         return {};
     if (isMounted(settings.exePath, ST_NOEXEC))
         return {{executable + " is on a file system from which nothing may be run (noexec).", ""}};
@@ -54,10 +54,11 @@ Findings judgeExecutable(StartSettings const& settings, FileLook const& look, bo
 }
 
 // Some file systems keep the last blocks for root, and some count no blocks or files at all.
-bool isFull(fdn::Path const& folder, bool isForRoot) {
+bool isFull(StartSettings const& settings) {
     struct statvfs info = {};
-    if (statvfs(fdn::toFileName(folder), &info) != 0)
+    if (statvfs(fdn::toFileName(settings.controlFolder), &info) != 0)
         return false;
+    bool const isForRoot = settings.runAs.empty();
     bool const hasBlocks = info.f_blocks == 0 || (isForRoot ? info.f_bfree : info.f_bavail) > 0;
     bool const hasFiles = info.f_files == 0 || (isForRoot ? info.f_ffree : info.f_favail) > 0;
     return !hasBlocks || !hasFiles;
@@ -74,7 +75,7 @@ fdn::String composeGift(StartSettings const& settings) {
 }
 
 Findings judgeRoom(StartSettings const& settings) {
-    if (!isFull(settings.controlFolder, settings.runAs.empty()))
+    if (!isFull(settings))
         return {};
     return {{"The file system of the control folder '" + settings.controlFolder.getText() +
                  "' has no room for the PID file.",
@@ -100,11 +101,12 @@ Findings judgeMissingFolder(CheckedDaemon const& daemon) {
              "mkdir -p " + quoteShellWord(settings.controlFolder) + gift}};
 }
 
-Findings judgeControlFolder(CheckedDaemon const& daemon, FileLook const& look, bool isAccounts) {
+Findings judgeControlFolder(CheckedDaemon const& daemon, FileLook const& look) {
     fdn::String const folder = "The control folder '" + daemon.settings.controlFolder.getText() + "'";
     if (look.barrier == Barrier::Closed)
-        return isAccounts ? Findings{reportClosedFolder(daemon.settings, look.barrierPath, "control folder")}
-                          : Findings{};
+        return look.isByAccount
+                   ? Findings{reportClosedFolder(daemon.settings, look.barrierPath, "control folder")}
+                   : Findings{};
     if (look.isDanglingLink)
         return {{folder + " is a link that leads nowhere.", ""}};
     if (look.barrier == Barrier::NoFolder)
@@ -113,26 +115,24 @@ Findings judgeControlFolder(CheckedDaemon const& daemon, FileLook const& look, b
         return judgeMissingFolder(daemon);
     if (!look.isFolder)
         return {{folder + " is no folder.", ""}};
-    bool const isClosed = isAccounts && !(look.mayWrite && look.mayExecute);
+    bool const isClosed = look.isByAccount && !(look.mayWrite && look.mayExecute);
     return isClosed ? judgeFolderRights(daemon.settings) : judgeRoom(daemon.settings);
 }
 
 } // namespace
 
-Findings checkExecutable(StartSettings const& settings, AccountsEyes const& eyes) {
+Findings checkExecutable(StartSettings const& settings, AccountView const& view) {
     if (settings.exePath.getText().empty())
         return {{"There is no executable: its path is empty.", ""}};
     if (!settings.exePath.getText().StartsWith("/"))
         return {{"The executable '" + settings.exePath.getText() + "' has no absolute path.", ""}};
-    return judgeLook(eyes, settings.exePath, [&](FileLook const& look) {
-        return judgeExecutable(settings, look, eyes.areAccounts());
-    });
+    return judgeLook(view, settings.exePath,
+                     [&](FileLook const& look) { return judgeExecutable(settings, look); });
 }
 
-Findings checkControlFolder(CheckedDaemon const& daemon, AccountsEyes const& eyes) {
-    return judgeLook(eyes, daemon.settings.controlFolder, [&](FileLook const& look) {
-        return judgeControlFolder(daemon, look, eyes.areAccounts());
-    });
+Findings checkControlFolder(CheckedDaemon const& daemon, AccountView const& view) {
+    return judgeLook(view, daemon.settings.controlFolder,
+                     [&](FileLook const& look) { return judgeControlFolder(daemon, look); });
 }
 
 } // namespace dmn

@@ -1,4 +1,4 @@
-#include <dmn/check/TransientPlace.h>
+#include <dmn/check/PlaceCheck.h>
 
 #include <fdn/CError.h>
 #include <fdn/CSystemPaths.h>

@@ -1,4 +1,4 @@
-#include <dmn/check/FileLook.h>
+#include <dmn/check/AccountView.h>
 
 #include <fdn/CError.h>
 #include <fdn/CIPCConnectionToSubProcess.h>
@@ -119,7 +119,7 @@ void readFile(FileLook& look, Answers& answers) {
 
 } // namespace
 
-AccountsEyes::AccountsEyes(fdn::String const& runAs) {
+AccountView::AccountView(fdn::String const& runAs) {
     if (!fdn::CSystemAccountManager::get().isProcessUserAdmin())
         return;
     try {
@@ -127,17 +127,18 @@ AccountsEyes::AccountsEyes(fdn::String const& runAs) {
         if (!runAs.empty() || getuid() != 0)
             m_account = fdn::newObj<fdn::CImpersonateInfo>(
                 fdn::CSystemAccountManager::get().getUserID(runAs.empty() ? "root" : runAs));
-        m_areAccounts = true;
+        m_isByAccount = true;
     } catch (fdn::CError const&) { // NOLINT(bugprone-empty-catch): somebody else reports unknown accounts
     }
 }
 
-FileLook AccountsEyes::look(fdn::Path const& path) const {
+FileLook AccountView::look(fdn::Path const& path) const {
     fdn::TArray<fdn::Path> const folders = foldersAbove(path);
     std::string const answers = runQuestions(composeQuestions(folders, path), m_account.get());
     if (answers.size() != folders.size() * std::size(kFolderQuestions) + std::size(kFileQuestions))
         throw fdn::CError("The shell '/bin/sh' does not tell about '" + path.getText() + "'.");
     FileLook look;
+    look.isByAccount = m_isByAccount;
     Answers read(answers);
     readFolders(look, folders, read);
     readFile(look, read);

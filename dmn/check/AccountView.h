@@ -24,19 +24,17 @@ struct FileLook {
     bool isDanglingLink = false;
     bool isFolder = false;
     bool isRegularFile = false;
+    bool isByAccount = false; ///< the account itself has looked; only then do the rights mean anything
     bool mayWrite = false;
     bool mayExecute = false; ///< of a folder: may enter
 };
 
-/// Looks at files as the account of a daemon does.
-class AccountsEyes {
+/// How the account of a daemon sees files.
+class AccountView {
 public:
     /// For the account, or root for the empty name. Without root's rights, and for an unknown account, this
     /// process looks with its own rights instead.
-    explicit AccountsEyes(fdn::String const& runAs);
-
-    /// Whether it is the account that looks: only then do the rights in an answer mean anything.
-    bool areAccounts() const { return m_areAccounts; }
+    explicit AccountView(fdn::String const& runAs);
 
     /// Looks at the file at an absolute path. Changes nothing. Blocks while the file system does. Throws a
     /// CError when the system cannot tell.
@@ -44,7 +42,7 @@ public:
 
 private:
     fdn::P<fdn::CImpersonateInfo> m_account; // null: that of this process
-    bool m_areAccounts = false;
+    bool m_isByAccount = false;
 };
 
 } // namespace dmn
