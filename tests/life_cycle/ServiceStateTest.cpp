@@ -232,7 +232,7 @@ void PrintTo(Failure const& failure, std::ostream* stream) {
 }
 
 class FailingStartTest : public FailingServiceTest,
-                         public testing::WithParamInterface<std::tuple<char const*, Failure>> {};
+                         public testing::WithParamInterface<std::tuple<std::string, Failure>> {};
 
 TEST_P(FailingStartTest, SaysWhy) {
     auto const& [place, failure] = GetParam();
