@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <sstream>
+#include <tuple>
 
 #include <signal.h>
 
@@ -235,7 +236,8 @@ class FailingStartTest : public FailingServiceTest,
                          public testing::WithParamInterface<std::tuple<std::string, Failure>> {};
 
 TEST_P(FailingStartTest, SaysWhy) {
-    auto const& [place, failure] = GetParam();
+    std::string const& place = std::get<0>(GetParam());
+    Failure const& failure = std::get<1>(GetParam());
     install();
 
     Outcome const outcome = runClock({"start"}, {{place, failure.action}});
