@@ -2,7 +2,7 @@
 
 #include <fdn/CError.h>
 
-#include <dmn/check/TransientPlace.h>
+#include <dmn/start/TransientFolder.h>
 #include <dmn/script/ShellWord.h>
 
 #include <sys/stat.h>
