@@ -106,8 +106,7 @@ void CDaemonController::start() {
     fdn::CExecCommand const command = composeDaemonCommand(m_id, settings);
     fdn::P<fdn::CImpersonateInfo> const impersonation = findRunAsAccount(settings.runAs);
     prepareTransientFolder(settings, impersonation.get());
-    fdn::forkAndExec(command, impersonation.get(), fdn::ForkExecLevel::Detached, settings.controlFolder,
-                     nullptr, nullptr, nullptr, nullptr);
+    fdn::launchDetached(command, impersonation.get(), settings.controlFolder, {});
     fdn::logInfo("Done starting daemon '" + m_id + "'.");
 }
 

@@ -10,6 +10,8 @@
 
 namespace dmn {
 
+enum class HelpRequest;
+
 /// A command of the application's own, as the help shows it.
 struct CommandDescription {
     fdn::String name;
@@ -63,7 +65,19 @@ public:
     void doDaemon() override;
 
 private:
-    class State;
+    class DMN_HIDDEN State;
+
+    DMN_HIDDEN void completeDaemonInfo();
+    DMN_HIDDEN void refuseWhatCannotWork();
+    DMN_HIDDEN void stopDaemonElsewhere();
+    DMN_HIDDEN void reportInstallation();
+    DMN_HIDDEN void requireInstalled();
+    DMN_HIDDEN void stopAndAwait();
+    DMN_HIDDEN fdn::String composeCommand(char const* word) const;
+    DMN_HIDDEN fdn::String composeHint() const;
+    DMN_HIDDEN int answer(HelpRequest request);
+    DMN_HIDDEN void printVersion();
+
     std::unique_ptr<State> m_state;
 };
 

@@ -34,8 +34,12 @@ public:
     /// A descriptor that is readable (POSIX poll) while messages wait. It belongs to this object.
     int getDescriptor() const { return m_socket; }
 
-    /// Takes the next message, or nothing when none waits. Never blocks. What is no message of the protocol
-    /// is dropped, and so are descriptors that come with one.
+    /// Takes the next message, and returns nothing when none waits. Never blocks.
+    ///
+    /// What is no message of the protocol is dropped: an empty one, one of more than 4096 bytes or with the
+    /// character NUL, one without any assignment, and one whose sender the kernel cannot name. Then nothing
+    /// is returned either, even if more messages wait: each call takes one, so that nobody can keep the
+    /// caller from its deadline. Descriptors that come with a message are closed.
     std::optional<Notification> receive();
 
 private:

@@ -34,7 +34,9 @@ public:
     bool sendSignal(int signal) const noexcept;
 
     /// Blocks until the process has ended, for at most `timeoutMs` milliseconds (0 or less: not at all), and
-    /// returns whether it has. A zombie has ended. Asks every 50 ms where the system has no handles.
+    /// returns whether it has. A zombie has ended; a number below 1 stands for no process. Signals neither
+    /// shorten nor prolong the wait. Asks every 50 ms where the system has no handles. Throws CError when the
+    /// system cannot tell.
     bool awaitEnd(int timeoutMs) const;
 
     /// A descriptor that becomes readable (POSIX poll) when the process ends, or -1 where the system has no

@@ -41,17 +41,26 @@ FDN_EXPORT LogLevel getLogLevel() noexcept;
 /// The level with this name: "debug", "info", "warning" or "error". Nothing for any other text.
 FDN_EXPORT std::optional<LogLevel> parseLogLevel(String const& name);
 
-/// From now on, each entry is also written to standard error, on one line that people can read: time, level,
-/// text. Does nothing when standard error is where the log is anyway. An entry that standard error does not
-/// take at once is lost there.
+/// From now on, each entry is also written to standard error, on one line that people can read:
+///
+///     2026-11-22 09:41:12.123 warning: text
+///
+/// The time is local, and an entry of the level "info" has no level there. An exception has its message, then
+/// in parentheses the second text, in brackets where it was caught, the code and the properties, and then its
+/// causes. Control characters are written as in C ("\n", "\x1b"), so that no text can act on a terminal.
+///
+/// An entry is left out there while the log itself is at standard error, and lost when standard error does
+/// not take it at once. In the child of a fork, local time is as far ahead of UTC as it was at the fork;
+/// do not call this there if the parent has several threads.
 FDN_EXPORT void showLogOnStandardError();
 
 /// Where this process's log is, or would be once an entry is written, by the rules that CXMLLog describes.
 /// Empty where there is no place for it, so that entries go to syslog. Touches no file.
 FDN_EXPORT Path getLogFile();
 
-/// Where the log of another program is that this account runs, in the environment that launchDetached() gives
-/// it. Empty where there is no place for it. Throws CError for an account that does not exist any more.
-FDN_EXPORT Path getLogFileOf(Path const& program, CSystemUserID const& account);
+/// Where the log of a program is that launchDetached() starts under this account, in this folder (empty: the
+/// caller's). Empty where there is no place for it, and "/dev/null" where FDN_LOG_FILE names a standard
+/// stream. Throws CError when there is no such account.
+FDN_EXPORT Path getLogFileOf(Path const& program, CSystemUserID const& account, Path const& folder = Path());
 
 } // namespace fdn

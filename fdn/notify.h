@@ -14,7 +14,8 @@ namespace fdn {
 /// nothing and throws nothing: a message that cannot be sent at once is lost. Any thread may call it.
 FDN_EXPORT void notifySupervisor(String const& message) noexcept;
 
-/// The assignment "STATUS=" with the text on one line: its line feeds become blanks.
+/// The assignment "STATUS=" with the text on one line: its line feeds become blanks. Of a longer text, the
+/// first 1000 characters are taken, because supervisors drop long messages.
 FDN_EXPORT String composeStatusNotification(String const& text);
 
 } // namespace fdn

@@ -69,9 +69,11 @@ int forkAndExec(CExecCommand const& command, CImpersonateInfo* impersonate, Fork
 }
 
 int launchDetached(CExecCommand const& command, CImpersonateInfo* impersonate, Path const& folder,
-                   TMap<String, String> const&) {
-    return forkAndExec(command, impersonate, ForkExecLevel::Detached, folder, nullptr, nullptr, nullptr,
-                       nullptr);
+                   TMap<String, String> const& variables) {
+    StandardStreams streams = {useNothing(), useNothing(), useNothing()};
+    LaunchRequest request = {command, impersonate, ForkExecLevel::Detached, folder, nullptr};
+    request.variables = &variables;
+    return launch(request, streams);
 }
 
 String execSyncReturnOutputAsString(CExecCommand const& command, bool includeStandardError,

@@ -54,8 +54,9 @@ FDN_EXPORT int forkAndExec(CExecCommand const& command, CImpersonateInfo* impers
                            TMap<String, String> const* environment);
 
 /// Starts the program as forkAndExec() does at the level Detached without connections, in the caller's own
-/// environment with these variables set in place of any that it has. The caller's NOTIFY_SOCKET is not handed
-/// on (see notifySupervisor()): its supervisor waits for the caller, not for the program.
+/// environment (in a set-user-ID program: the system's PATH alone) with these variables set in place of any
+/// that it has. The caller's NOTIFY_SOCKET is not handed on (see notifySupervisor()): its supervisor waits
+/// for the caller, not for the program.
 FDN_EXPORT int launchDetached(CExecCommand const& command, CImpersonateInfo* impersonate, Path const& folder,
                               TMap<String, String> const& variables);
 

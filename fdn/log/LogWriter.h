@@ -3,6 +3,7 @@
 #include <fdn/log/LogEntry.h>
 #include <fdn/log/LogFile.h>
 
+#include <atomic>
 #include <optional>
 #include <string>
 
@@ -19,17 +20,31 @@ public:
     LogWriter& operator=(LogWriter const&) = delete;
 
     /// Writes one entry with this content, which is XML. An entry that cannot be written anywhere is counted,
-    /// and the next one that can is preceded by one that says how many were lost.
-    void write(LogLevel level, std::string const& content);
+    /// and the next one that can is preceded by one that says how many were lost. While entries are shown,
+    /// `readable` is the same content for people, on one line.
+    void write(LogLevel level, std::string const& content, std::string const& readable);
 
     /// Closes the file. The next entry chooses the log's place again and opens it.
     void closeFile();
 
+    /// From now on, each entry is also written to standard error, unless the log is there.
+    void show();
+
+    bool isShown() const { return m_isShown; }
+
+    /// Where the log is; where it would be if no entry was written yet. Throws CError when there is no place.
+    Path getPath() const;
+
 private:
     bool writeSomewhere(LogLevel level, std::string const& content);
     bool writeToFile(std::string const& entry);
+    void openDisplay();
+    void display(LogLevel level, std::string const& readable);
 
     std::optional<LogFile> m_file;
+    std::optional<LogFile> m_display; // standard error
+    std::atomic<bool> m_isShown{false};
+    long m_secondsAheadOfUTC = 0; // of local time, at the last look
 };
 
 } // namespace fdn

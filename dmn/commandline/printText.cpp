@@ -1,0 +1,24 @@
+#include <dmn/commandline/printText.h>
+
+#include <fdn/CError.h>
+
+#include <cstdio>
+
+namespace dmn {
+
+void printText(fdn::String const& text) {
+    wxCharBuffer const narrow = text.toCP();
+    std::puts(narrow.length() > 0 ? narrow.data() : text.toUTF8().c_str());
+    // Whoever reads from a pipe learns of it now, and a process that is started later does not print it
+    // again.
+    std::fflush(stdout);
+}
+
+void printFatalError(std::exception const& error) noexcept {
+    try {
+        printText("\n\nFATAL ERROR: " + fdn::getMessageOf(error) + "\n\n");
+    } catch (std::exception const&) { // NOLINT(bugprone-empty-catch): the exit status still tells
+    }
+}
+
+} // namespace dmn

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <fdn/String.h>
+
+#include <exception>
+
+namespace dmn {
+
+/// Prints the text and a line feed to standard output, at once, in the locale's encoding, or in UTF-8 where
+/// that cannot represent it. What cannot be printed is lost.
+void printText(fdn::String const& text);
+
+/// Prints why the program fails. Throws nothing: the exit status tells all the same.
+void printFatalError(std::exception const& error) noexcept;
+
+} // namespace dmn
