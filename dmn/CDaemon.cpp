@@ -1,8 +1,16 @@
 #include <dmn/CDaemon.h>
 
-#include <dmn/runtime/StopListener.h>
+#include <dmn/runtime/RunListener.h>
 
 namespace dmn {
+
+namespace {
+
+RunListener* toListener(void* reserved) {
+    return static_cast<RunListener*>(reserved);
+}
+
+} // namespace
 
 CDaemon::CDaemon(fdn::String const& id, fdn::Path const& controlFolder)
     : m_id(id), m_controlFolder(controlFolder) {}
@@ -14,15 +22,21 @@ void CDaemon::init(IDaemonOperationProgress*) {}
 void CDaemon::signalStop() {
     fdn::CMutexLock const lock(m_mutex);
     m_stopRequested = true;
-    if (m_stopListener != nullptr)
-        m_stopListener->onStopRequested();
+    if (m_reserved != nullptr)
+        toListener(m_reserved)->onStopRequested();
 }
 
-void CDaemon::setStopListener(StopListener* listener) {
+void CDaemon::signalRunning() {
     fdn::CMutexLock const lock(m_mutex);
-    m_stopListener = listener;
-    if (m_stopRequested && m_stopListener != nullptr)
-        m_stopListener->onStopRequested();
+    if (m_reserved != nullptr)
+        toListener(m_reserved)->onRunning();
+}
+
+void CDaemon::setRunListener(RunListener* listener) {
+    fdn::CMutexLock const lock(m_mutex);
+    m_reserved = listener;
+    if (m_stopRequested && listener != nullptr)
+        listener->onStopRequested();
 }
 
 bool CDaemon::shouldStop() const {

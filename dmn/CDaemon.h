@@ -10,7 +10,7 @@
 
 namespace dmn {
 
-class StopListener;
+class RunListener;
 
 /// The base of an application's service.
 ///
@@ -55,17 +55,20 @@ public:
     fdn::Path const& getControlFolder() const { return m_controlFolder; }
 
 private:
+    friend class CDaemonManager;
     friend class CService;
 
-    /// Sets whom to tell of a stop, or nobody (null), and tells at once of one that came before.
-    DMN_HIDDEN void setStopListener(StopListener* listener);
+    /// Sets whom to tell how the run goes, or nobody (null), and tells at once of a stop that came before.
+    DMN_HIDDEN void setRunListener(RunListener* listener);
+
+    /// Tells the listener that the daemon is ready.
+    DMN_HIDDEN void signalRunning();
 
     mutable fdn::CMutex m_mutex;
     bool m_stopRequested = false;
     fdn::String m_id;
     fdn::Path m_controlFolder;
-    // Its type was void* in 1.0, as room for what came later.
-    StopListener* m_stopListener = nullptr; // guarded by m_mutex
+    void* m_reserved = nullptr; ///< the listener, or null
 };
 
 } // namespace dmn

@@ -11,6 +11,7 @@
 #include <dmn/commandline/TimeoutOption.h>
 #include <dmn/commandline/printText.h>
 #include <dmn/entry/EntryPolicy.h>
+#include <dmn/runtime/RunReport.h>
 
 #include <cstdio>
 
@@ -115,8 +116,17 @@ int CDaemonEntry::performLogged(int argc, char** argv) {
         return perform(argc, argv);
     } catch (std::exception const& e) {
         logEscapedError(e);
+        tellSupervisor(e);
         throw;
     }
+}
+
+// Of a run that has begun, the manager has told it.
+void CDaemonEntry::tellSupervisor(std::exception const& error) {
+    fdn::P<CDaemonManager> const manager = getDaemonManager();
+    bool const runsDaemon = m_command == "run" || m_command == "daemon";
+    if (runsDaemon && !(manager && manager->hasEnded()))
+        RunReport::tellFailure(error);
 }
 
 int CDaemonEntry::perform(int argc, char** argv) {

@@ -189,6 +189,7 @@ private:
 
     DMN_HIDDEN EntryPolicy& getPolicy() const;
     DMN_HIDDEN int performLogged(int argc, char** argv);
+    DMN_HIDDEN void tellSupervisor(std::exception const& error);
     DMN_HIDDEN int perform(int argc, char** argv);
     DMN_HIDDEN void registerSignalHandler();
     DMN_HIDDEN void declareArguments(wxCmdLineParser& parser);

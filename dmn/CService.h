@@ -10,6 +10,8 @@
 
 namespace dmn {
 
+class ServiceEvents;
+
 /// The base of a service that waits well: its sleeps end at once when a stop is asked for, and it reads its
 /// settings again when it is told to.
 ///
@@ -39,13 +41,14 @@ public:
     /// the service goes on: false as soon as it is to stop. Uses no processor time meanwhile, wakes up for
     /// nothing else, and does not notice a change of the clock.
     ///
-    /// A reload that was asked for, even long before, is made here: reload() is called on this thread, and
-    /// the sleep goes on for the rest of its time. Call it on the thread of run().
+    /// A reload that was asked for, even long before, is made here, unless a stop was asked for: reload() is
+    /// called on this thread, and the sleep goes on for the rest of its time. Call it on the thread of run()
+    /// and init().
     bool sleep(int milliseconds);
 
     /// Reads the service's settings again. Called by sleep(), on its thread, once for any number of requests
-    /// that came before. What it throws is logged, and the service goes on with the settings that it has. The
-    /// base version does nothing.
+    /// that came before. A std::exception from it is logged, and in run() told to the supervisor, and the
+    /// service goes on with the settings that it has. The base version does nothing.
     virtual void reload();
 
     /// Asks for a reload, and returns at once. The front end calls it at SIGHUP. Any thread may call it.
@@ -64,8 +67,9 @@ public:
     static void reportStatus(fdn::String const& text);
 
 private:
-    class State;
-    std::unique_ptr<State> m_state;
+    DMN_HIDDEN void makeReload();
+
+    std::unique_ptr<ServiceEvents> m_events;
 };
 
 } // namespace dmn

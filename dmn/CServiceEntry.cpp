@@ -11,7 +11,7 @@
 #include <dmn/daemonStatus.h>
 #include <dmn/entry/EntryPolicy.h>
 #include <dmn/script/InitScriptFile.h>
-#include <dmn/service/ControlFolder.h>
+#include <dmn/script/ShellWord.h>
 #include <dmn/service/HelpRequest.h>
 #include <dmn/service/InstallText.h>
 #include <dmn/service/OwnExecutable.h>
@@ -19,6 +19,7 @@
 #include <dmn/service/ServiceSignals.h>
 #include <dmn/service/ServiceUsage.h>
 #include <dmn/service/StatusText.h>
+#include <dmn/service/provideControlFolder.h>
 #include <dmn/version.h>
 
 #include <fdn/CError.h>
@@ -297,7 +298,6 @@ void CServiceEntry::doStop() {
 }
 
 void CServiceEntry::stopAndAwait() {
-    fdn::logInfo("Stopping daemon '" + m_daemonId + "'...");
     CDaemonStopper stopper(m_daemonId, m_controlFolder);
     switch (stopper.stop(m_timeoutMs, m_state->getForce())) {
     case CDaemonStopper::Outcome::WasNotRunning:
@@ -338,8 +338,8 @@ void CServiceEntry::doCheck() {
 
 // The command as the user can type it.
 fdn::String CServiceEntry::composeCommand(char const* word) const {
-    fdn::String const id = m_idOption.empty() ? fdn::String() : " --id=" + m_idOption;
-    return m_state->program + " " + word + id;
+    fdn::String const id = m_idOption.empty() ? fdn::String() : " --id=" + quoteShellWord(m_idOption);
+    return quoteShellWord(m_state->program) + " " + word + id;
 }
 
 // The daemon itself
@@ -369,11 +369,16 @@ void CServiceEntry::doDaemon() {
 
 // Whoever runs the daemon by hand and finds another one running wants to know how to stop that.
 fdn::String CServiceEntry::composeHint() const {
-    int const holder = CDaemonController::getActivePID(m_controlFolder, m_daemonId);
-    if (holder < 1 || holder == getpid())
-        return fdn::String();
+    try {
+        int const holder = CDaemonController::getActivePID(m_controlFolder, m_daemonId);
+        if (holder < 1 || holder == getpid())
+            return fdn::String();
+    } catch (fdn::CError const&) {
+        return fdn::String(); // the error that led here is the one to report
+    }
     fdn::Path const folder = m_controlFolder.getText().empty() ? fdn::Path(".") : m_controlFolder;
-    return "It is stopped by: " + composeCommand("stop") + " --controlFolder=" + normalize(folder).getText();
+    return "To stop it: " + composeCommand("stop") +
+           " --controlFolder=" + quoteShellWord(normalize(folder).getText());
 }
 
 } // namespace dmn

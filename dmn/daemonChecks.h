@@ -1,6 +1,7 @@
 #pragma once
 
 #include <dmn/CDaemonInfo.h>
+#include <dmn/DaemonFinding.h>
 #include <dmn/Export.h>
 
 #include <fdn/Path.h>
@@ -8,12 +9,6 @@
 #include <fdn/containers.h>
 
 namespace dmn {
-
-/// A reason why a daemon will not work.
-struct DaemonFinding {
-    fdn::String problem; ///< one sentence for people, which names what is wrong
-    fdn::String remedy;  ///< the command that mends it; empty if there is no such command
-};
 
 /// What CDaemonController::install() is asked for.
 struct InstallRequest {

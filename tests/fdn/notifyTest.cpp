@@ -1,22 +1,19 @@
 #include <fdn/notify.h>
 
-#include "support/LocalAddress.h"
 #include "support/Obstacles.h"
 #include "support/Program.h"
+#include "support/Supervisor.h"
 #include "support/TemporaryFolder.h"
 #include "support/processInfo.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cerrno>
 #include <iostream>
-#include <random>
 #include <string>
 
 #include <stdlib.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
@@ -24,48 +21,9 @@ namespace {
 using fdn::composeStatusNotification;
 using fdn::notifySupervisor;
 using fdn::String;
-
-/// While it lives, NOTIFY_SOCKET is set.
-class SupervisorAddress {
-public:
-    explicit SupervisorAddress(std::string const& address) { setenv("NOTIFY_SOCKET", address.c_str(), 1); }
-
-    SupervisorAddress(SupervisorAddress const&) = delete;
-    SupervisorAddress& operator=(SupervisorAddress const&) = delete;
-
-    ~SupervisorAddress() { unsetenv("NOTIFY_SOCKET"); }
-};
-
-/// A supervisor that listens at an address: a path, or "@" and an abstract name.
-class Supervisor {
-public:
-    explicit Supervisor(std::string const& address) : m_address(address) {
-        test::LocalAddress const local(address);
-        EXPECT_EQ(bind(m_socket.get(), local.get(), local.size()), 0) << address;
-    }
-
-    /// The next message, or "(none)".
-    std::string take() const {
-        std::array<char, 10000> bytes;
-        ssize_t const size = recv(m_socket.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
-        return size == -1 ? "(none)" : std::string(bytes.data(), static_cast<std::size_t>(size));
-    }
-
-    void takeAll() const {
-        while (take() != "(none)")
-            continue;
-    }
-
-private:
-    fdn::Descriptor m_socket{socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
-    SupervisorAddress m_address;
-};
-
-// Not the process's number: abstract names are shared with tests in other PID namespaces.
-std::string newAbstractName() {
-    std::random_device random;
-    return "@fdn-test-" + std::to_string(random()) + "-" + std::to_string(random());
-}
+using test::newAbstractName;
+using test::Supervisor;
+using test::SupervisorAddress;
 
 /// Sends a message and returns errno, which was EDOM before.
 int errorAfterNotify() {
@@ -75,7 +33,7 @@ int errorAfterNotify() {
 }
 
 TEST(notifySupervisor, SendsTheMessageToAnAbstractName) {
-    Supervisor const supervisor(newAbstractName());
+    Supervisor const supervisor;
 
     notifySupervisor("READY=1\nSTATUS=Running");
 
@@ -93,7 +51,7 @@ TEST(notifySupervisor, SendsTheMessageToAPath) {
 }
 
 TEST(notifySupervisor, SendsTextInUTF8) {
-    Supervisor const supervisor(newAbstractName());
+    Supervisor const supervisor;
 
     notifySupervisor(String(L"STATUS=\u00e4\u20ac"));
 
@@ -147,7 +105,7 @@ INSTANTIATE_TEST_SUITE_P(All, NotAnAddress,
                          testing::Values("", "@", "/", "relative/socket", "./socket", "vsock:2:1234"));
 
 TEST(notifySupervisor, KeepsErrno) {
-    Supervisor const supervisor(newAbstractName());
+    Supervisor const supervisor;
     EXPECT_EQ(errorAfterNotify(), EDOM);
 
     SupervisorAddress const gone("/no/such/socket");
@@ -161,7 +119,7 @@ TEST(notifySupervisor, IsHarmlessWhereNobodyListens) {
 }
 
 TEST(notifySupervisor, IsHarmlessWithoutDescriptors) {
-    Supervisor const supervisor(newAbstractName());
+    Supervisor const supervisor;
     test::Outcome const outcome = test::runInChild([] {
         rlimit const none = {0, 0};
         setrlimit(RLIMIT_NOFILE, &none);
@@ -173,7 +131,7 @@ TEST(notifySupervisor, IsHarmlessWithoutDescriptors) {
 }
 
 TEST(notifySupervisor, IsHarmlessForTextThatUTF8DoesNotHave) {
-    Supervisor const supervisor(newAbstractName());
+    Supervisor const supervisor;
 
     notifySupervisor(String(wxString(wchar_t(0xd800), 1)));
 
@@ -181,18 +139,18 @@ TEST(notifySupervisor, IsHarmlessForTextThatUTF8DoesNotHave) {
 }
 
 TEST(notifySupervisor, DoesNotWaitForASupervisorWhoIsBusy) {
-    Supervisor const supervisor(newAbstractName());
+    Supervisor const supervisor;
 
     for (int i = 0; i < 10000; ++i)
         notifySupervisor("STATUS=One of many");
-    supervisor.takeAll();
+    supervisor.messages();
     notifySupervisor("READY=1");
 
     EXPECT_EQ(supervisor.take(), "READY=1");
 }
 
 TEST(notifySupervisor, LeavesNoDescriptorOpen) {
-    Supervisor const supervisor(newAbstractName());
+    Supervisor const supervisor;
     auto const before = test::descriptorsOf(getpid());
 
     notifySupervisor("READY=1");

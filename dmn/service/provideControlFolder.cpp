@@ -1,4 +1,4 @@
-#include <dmn/service/ControlFolder.h>
+#include <dmn/service/provideControlFolder.h>
 
 #include <fdn/CSystemAccountManager.h>
 #include <fdn/files.h>

@@ -1,0 +1,123 @@
+#include <dmn/check/FileCheck.h>
+
+#include <fdn/CError.h>
+
+#include <dmn/check/TransientPlace.h>
+#include <dmn/script/ShellWord.h>
+
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+
+namespace dmn {
+
+namespace {
+
+bool isMounted(fdn::Path const& path, unsigned long flag) {
+    struct statvfs info = {};
+    return statvfs(fdn::toFileName(path), &info) == 0 && (info.f_flag & flag) != 0;
+}
+
+fdn::String quote(fdn::Path const& path) {
+    return quoteShellWord(path.getText());
+}
+
+DaemonFinding reportClosedFolder(StartSettings const& settings, fdn::Path const& folder,
+                                 fdn::String const& what) {
+    return {describeAccount(settings) + " may not enter the folder '" + folder.getText() +
+                "', below which the " + what + " is.",
+            "chmod a+x " + quote(folder)};
+}
+
+// What cannot be looked at is never fine.
+template <class Judge>
+Findings judgeLook(AccountsEyes const& eyes, fdn::Path const& path, Judge const& judge) {
+    try {
+        return judge(eyes.look(path));
+    } catch (fdn::CError const& error) {
+        return {{error.getMessage(), ""}};
+    }
+}
+
+Findings judgeExecutable(StartSettings const& settings, FileLook const& look, bool isAccounts) {
+    fdn::String const executable = "The executable '" + settings.exePath.getText() + "'";
+    if (look.barrier == Barrier::Closed)
+        return isAccounts ? Findings{reportClosedFolder(settings, look.barrierPath, "executable")}
+                          : Findings{};
+    if (look.isMissing)
+        return {{executable + " is missing.", ""}};
+    if (look.isFolder)
+        return {{executable + " is a folder.", ""}};
+    if (!look.isRegularFile)
+        return {{executable + " is no regular file.", ""}};
+    if (look.mayExecute || !isAccounts)
+        return {};
+    if (isMounted(settings.exePath, ST_NOEXEC))
+        return {{executable + " is on a file system from which nothing may be run (noexec).", ""}};
+    return {{describeAccount(settings) + " may not run the executable '" + settings.exePath.getText() + "'.",
+             "chmod a+x " + quote(settings.exePath)}};
+}
+
+bool isOwnersFull(fdn::Path const& folder) {
+    struct stat info = {};
+    return stat(fdn::toFileName(folder), &info) == 0 && (info.st_mode & S_IRWXU) == S_IRWXU;
+}
+
+fdn::String composeGift(StartSettings const& settings) {
+    fdn::String const account = settings.runAs.empty() ? fdn::String("root") : quoteShellWord(settings.runAs);
+    return "chown " + account + " " + quote(settings.controlFolder);
+}
+
+Findings judgeFolderRights(StartSettings const& settings) {
+    fdn::Path const& folder = settings.controlFolder;
+    if (isMounted(folder, ST_RDONLY))
+        return {{"The control folder '" + folder.getText() + "' is on a read-only file system.", ""}};
+    fdn::String const widen = isOwnersFull(folder) ? fdn::String() : " && chmod u+rwx " + quote(folder);
+    return {{describeAccount(settings) + " may not write to the control folder '" + folder.getText() + "'.",
+             composeGift(settings) + widen}};
+}
+
+Findings judgeMissingFolder(CheckedDaemon const& daemon) {
+    StartSettings const& settings = daemon.settings;
+    if (!daemon.isInstalled || isTransientFolder(settings))
+        return {};
+    fdn::String const gift = settings.runAs.empty() ? fdn::String() : " && " + composeGift(settings);
+    return {{"The control folder '" + settings.controlFolder.getText() + "' is missing.",
+             "mkdir -p " + quote(settings.controlFolder) + gift}};
+}
+
+Findings judgeControlFolder(CheckedDaemon const& daemon, FileLook const& look, bool isAccounts) {
+    fdn::String const folder = "The control folder '" + daemon.settings.controlFolder.getText() + "'";
+    if (look.barrier == Barrier::Closed)
+        return isAccounts ? Findings{reportClosedFolder(daemon.settings, look.barrierPath, "control folder")}
+                          : Findings{};
+    if (look.isDanglingLink)
+        return {{folder + " is a link that leads nowhere.", ""}};
+    if (look.barrier == Barrier::NoFolder)
+        return {{folder + " cannot be made: '" + look.barrierPath.getText() + "' is no folder.", ""}};
+    if (look.isMissing)
+        return judgeMissingFolder(daemon);
+    if (!look.isFolder)
+        return {{folder + " is no folder.", ""}};
+    return (look.mayWrite && look.mayExecute) || !isAccounts ? Findings{}
+                                                             : judgeFolderRights(daemon.settings);
+}
+
+} // namespace
+
+Findings checkExecutable(StartSettings const& settings, AccountsEyes const& eyes) {
+    if (settings.exePath.getText().empty())
+        return {{"There is no executable: its path is empty.", ""}};
+    if (!settings.exePath.getText().StartsWith("/"))
+        return {{"The executable '" + settings.exePath.getText() + "' has no absolute path.", ""}};
+    return judgeLook(eyes, settings.exePath, [&](FileLook const& look) {
+        return judgeExecutable(settings, look, eyes.areAccounts());
+    });
+}
+
+Findings checkControlFolder(CheckedDaemon const& daemon, AccountsEyes const& eyes) {
+    return judgeLook(eyes, daemon.settings.controlFolder, [&](FileLook const& look) {
+        return judgeControlFolder(daemon, look, eyes.areAccounts());
+    });
+}
+
+} // namespace dmn

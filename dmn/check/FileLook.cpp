@@ -1,0 +1,145 @@
+#include <dmn/check/FileLook.h>
+
+#include <fdn/CError.h>
+#include <fdn/CIPCConnectionToSubProcess.h>
+#include <fdn/CSystemAccountManager.h>
+#include <fdn/programs.h>
+
+#include <cerrno>
+#include <iterator>
+#include <string>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace dmn {
+
+namespace {
+
+// Asks test(1) each question, which is two arguments, and prints y or n for it. With a test's own operator
+// first, the path may be any text (POSIX test: two arguments).
+constexpr char kAsk[] =
+    "while [ $# -gt 0 ]; do if [ \"$1\" \"$2\" ]; then printf y; else printf n; fi; shift 2; done";
+
+constexpr char const* kFolderQuestions[] = {"-e", "-d", "-x"};
+constexpr char const* kFileQuestions[] = {"-e", "-h", "-d", "-f", "-w", "-x"};
+
+// The folders above, from the root down.
+fdn::TArray<fdn::Path> foldersAbove(fdn::Path const& path) {
+    fdn::String const& text = path.getText();
+    fdn::TArray<fdn::Path> folders{fdn::Path("/")};
+    for (std::size_t end = text.find('/', 1); end != fdn::String::npos; end = text.find('/', end + 1))
+        folders.push_back(fdn::Path(text.substr(0, end)));
+    return folders;
+}
+
+fdn::TArray<fdn::String> composeQuestions(fdn::TArray<fdn::Path> const& folders, fdn::Path const& path) {
+    fdn::TArray<fdn::String> arguments{"-c", kAsk, "sh"};
+    auto const ask = [&](char const* question, fdn::Path const& about) {
+        arguments.push_back(question);
+        arguments.push_back(about.getText());
+    };
+    for (fdn::Path const& folder : folders) {
+        for (char const* const question : kFolderQuestions)
+            ask(question, folder);
+    }
+    for (char const* const question : kFileQuestions)
+        ask(question, path);
+    return arguments;
+}
+
+std::string readAll(fdn::CIPCConnectionToSubProcess& output) {
+    std::string text;
+    char buffer[256];
+    while (std::size_t const count = output.read(buffer, sizeof(buffer)))
+        text.append(buffer, count);
+    return text;
+}
+
+// A caller that ignores SIGCHLD has no child to wait for by now. The answers have come nevertheless.
+void reap(pid_t child) {
+    while (waitpid(child, nullptr, 0) == -1 && errno == EINTR) {
+    }
+}
+
+std::string runQuestions(fdn::TArray<fdn::String> const& arguments, fdn::CImpersonateInfo* account) {
+    fdn::CIPCConnectionToSubProcess output;
+    fdn::TMap<fdn::String, fdn::String> const environment{{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}};
+    pid_t const child =
+        fdn::forkAndExec(fdn::CExecCommand(fdn::Path("/bin/sh"), arguments), account,
+                         fdn::ForkExecLevel::Child, fdn::Path("/"), nullptr, &output, nullptr, &environment);
+    std::string const answers = readAll(output);
+    reap(child);
+    return answers;
+}
+
+// Reads the answers in the order of the questions.
+class Answers {
+public:
+    explicit Answers(std::string const& answers) : m_answers(answers) {}
+
+    bool next() { return m_answers.at(m_place++) == 'y'; }
+
+private:
+    std::string const& m_answers;
+    std::size_t m_place = 0;
+};
+
+Barrier readFolder(Answers& answers) {
+    bool const isThere = answers.next();
+    bool const isFolder = answers.next();
+    bool const isOpen = answers.next();
+    if (!isThere)
+        return Barrier::Missing;
+    if (!isFolder)
+        return Barrier::NoFolder;
+    return isOpen ? Barrier::None : Barrier::Closed;
+}
+
+void readFolders(FileLook& look, fdn::TArray<fdn::Path> const& folders, Answers& answers) {
+    for (fdn::Path const& folder : folders) {
+        Barrier const barrier = readFolder(answers);
+        if (look.barrier == Barrier::None && barrier != Barrier::None) {
+            look.barrier = barrier;
+            look.barrierPath = folder;
+        }
+    }
+}
+
+void readFile(FileLook& look, Answers& answers) {
+    look.isMissing = !answers.next();
+    look.isDanglingLink = answers.next() && look.isMissing;
+    look.isFolder = answers.next();
+    look.isRegularFile = answers.next();
+    look.mayWrite = answers.next();
+    look.mayExecute = answers.next();
+}
+
+} // namespace
+
+AccountsEyes::AccountsEyes(fdn::String const& runAs) {
+    if (!fdn::CSystemAccountManager::get().isProcessUserAdmin())
+        return;
+    try {
+        // A set-user-ID program is root's only by half, and some shells give that half up.
+        if (!runAs.empty() || getuid() != 0)
+            m_account = fdn::newObj<fdn::CImpersonateInfo>(
+                fdn::CSystemAccountManager::get().getUserID(runAs.empty() ? "root" : runAs));
+        m_areAccounts = true;
+    } catch (fdn::CError const&) { // NOLINT(bugprone-empty-catch): somebody else reports unknown accounts
+    }
+}
+
+FileLook AccountsEyes::look(fdn::Path const& path) const {
+    fdn::TArray<fdn::Path> const folders = foldersAbove(path);
+    std::string const answers = runQuestions(composeQuestions(folders, path), m_account.get());
+    if (answers.size() != folders.size() * std::size(kFolderQuestions) + std::size(kFileQuestions))
+        throw fdn::CError("The shell '/bin/sh' does not tell about '" + path.getText() + "'.");
+    FileLook look;
+    Answers read(answers);
+    readFolders(look, folders, read);
+    readFile(look, read);
+    return look;
+}
+
+} // namespace dmn

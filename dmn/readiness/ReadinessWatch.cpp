@@ -1,0 +1,181 @@
+#include <dmn/readiness/ReadinessWatch.h>
+
+#include <fdn/CError.h>
+#include <fdn/CPIDFile.h>
+#include <fdn/sysError.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <iterator>
+
+#include <poll.h>
+
+namespace dmn {
+
+namespace {
+
+constexpr int kLookMs = 50;
+
+// More than wait at a socket (net.unix.max_dgram_qlen), so that one round takes all that an ended process has
+// sent; but not without end, for somebody may send faster than this process reads.
+constexpr int kMessagesPerRound = 1000;
+
+// Enough for a script's children. A stranger can send from as many processes as he likes.
+constexpr std::size_t kMostOthers = 16;
+constexpr std::size_t kLongestStatus = 500;
+
+// The status goes to an administrator's terminal, whoever the daemon's account belongs to.
+fdn::String makePrintable(fdn::String const& status) {
+    fdn::String line = status.substr(0, kLongestStatus);
+    auto const isControl = [](wxUniChar character) {
+        return character < 0x20 || (character >= 0x7f && character < 0xa0);
+    };
+    for (wxString::iterator character = line.begin(); character != line.end(); ++character) {
+        if (isControl(*character))
+            *character = ' ';
+    }
+    return line;
+}
+
+std::optional<fdn::String> getStatus(fdn::Notification const& message) {
+    auto const status = message.assignments.find("STATUS");
+    return status == message.assignments.end() ? std::nullopt : std::optional(makePrintable(status->second));
+}
+
+bool tellsReadiness(fdn::Notification const& message) {
+    auto const ready = message.assignments.find("READY");
+    return ready != message.assignments.end() && ready->second == "1";
+}
+
+bool isReadable(int descriptor) {
+    pollfd event = {descriptor, POLLIN, 0};
+    return poll(&event, 1, 0) == 1;
+}
+
+// The process that a claim names which fails because of it (see fdn::CPIDFile), or 0. It may have ended by
+// now, but it ran when the daemon was to come up.
+pid_t findHolderIn(fdn::String const& status) {
+    static fdn::String const introduction("' is held by process ");
+    std::size_t const found = status.find(introduction);
+    long process = 0;
+    if (!status.StartsWith("The PID file '") || found == fdn::String::npos ||
+        !fdn::String(status.substr(found + introduction.length())).BeforeFirst('.').ToLong(&process))
+        return 0;
+    return static_cast<pid_t>(process);
+}
+
+} // namespace
+
+ReadinessWatch::ReadinessWatch(fdn::Path const& pidFile, fdn::CNotificationReceiver& receiver, pid_t launched,
+                               std::function<void(fdn::String const& step)> const& progress)
+    : m_pidFile(pidFile), m_receiver(receiver), m_progress(progress),
+      m_process(std::make_unique<StartedProcess>(launched)) {}
+
+ReadinessWatch::Result ReadinessWatch::await(Deadline const& deadline) {
+    for (;;) {
+        // Looked at before the messages: all that an ended process has sent are there.
+        pid_t const ended = m_process->hasEnded() ? m_process->getNumber() : 0;
+        readMessages();
+        if (m_isReady)
+            return Result::Ready;
+        if (ended == m_process->getNumber()) {
+            if (std::optional<Result> const result = judgeEnd())
+                return *result;
+        }
+        if (deadline.hasPassed())
+            return m_process->hasEnded() ? Result::Ended : Result::Late;
+        awaitNews(deadline);
+    }
+}
+
+void ReadinessWatch::readMessages() {
+    for (int message = 0; message < kMessagesPerRound && !m_isReady; ++message) {
+        if (std::optional<fdn::Notification> const notification = m_receiver.receive())
+            take(*notification);
+        else if (!isReadable(m_receiver.getDescriptor())) // it may also have dropped something
+            return;
+    }
+}
+
+void ReadinessWatch::take(fdn::Notification const& message) {
+    if (message.sender != m_process->getNumber()) {
+        if (message.sender != findHolder())
+            return remember(message);
+        adopt(message.sender);
+    }
+    if (tellsReadiness(message))
+        m_isReady = isReady();
+    else if (std::optional<fdn::String> const status = getStatus(message))
+        takeStatus(*status);
+}
+
+void ReadinessWatch::takeStatus(fdn::String const& status) {
+    if (status == m_lastStatus)
+        return;
+    m_lastStatus = status;
+    if (m_progress)
+        m_progress(status);
+}
+
+// A daemon that fails at once gives its PID file up, or ends, before it waits for anything.
+bool ReadinessWatch::isReady() {
+    m_lastStatus.clear(); // the initialization is over: it cannot explain an end
+    return m_process->livesOn() && fdn::CPIDFile::getActivePID(m_pidFile) == m_process->getNumber();
+}
+
+// Nothing means that a process may come up yet.
+std::optional<ReadinessWatch::Result> ReadinessWatch::judgeEnd() {
+    pid_t const holder = findHolder();
+    bool const mayHaveLeftOne = m_process->getEnd().maySucceed();
+    if (mayHaveLeftOne && adoptOrphan(holder))
+        return std::nullopt;
+    m_holder = holder > 0 ? holder : findHolderIn(m_lastStatus);
+    if (m_holder > 0)
+        return Result::RunsAlready;
+    if (mayHaveLeftOne && hasChild()) // who has not claimed the file yet
+        return std::nullopt;
+    return Result::Ended;
+}
+
+pid_t ReadinessWatch::findHolder() const {
+    try {
+        return fdn::CPIDFile::getActivePID(m_pidFile);
+    } catch (fdn::CError const&) { // what the daemon says about it tells more
+        return 0;
+    }
+}
+
+void ReadinessWatch::adopt(pid_t process) {
+    m_process = std::make_unique<StartedProcess>(process);
+    m_lastStatus = m_others[process];
+}
+
+bool ReadinessWatch::adoptOrphan(pid_t holder) {
+    if (holder > 0 && isChild(holder)) {
+        adopt(holder);
+        return true;
+    }
+    auto const orphan = std::find_if(m_others.begin(), m_others.end(),
+                                     [](auto const& other) { return isChild(other.first); });
+    if (orphan == m_others.end())
+        return false;
+    adopt(orphan->first);
+    return true;
+}
+
+void ReadinessWatch::remember(fdn::Notification const& message) {
+    if (m_others.size() < kMostOthers || m_others.count(message.sender) != 0)
+        m_others[message.sender] = getStatus(message).value_or(m_others[message.sender]);
+}
+
+void ReadinessWatch::awaitNews(Deadline const& deadline) {
+    int const process = m_process->hasEnded() ? -1 : m_process->getDescriptor();
+    pollfd events[] = {{m_receiver.getDescriptor(), POLLIN, 0}, {process, POLLIN, 0}};
+    int const rest = deadline.getRestMs();
+    // Nobody tells of processes without a descriptor, and of those that nobody knows yet.
+    int const longest = process == -1 ? std::min(rest, kLookMs) : rest;
+    if (poll(events, std::size(events), longest) == -1 && errno != EINTR)
+        fdn::throwLastSysError("poll", "CDaemonStarter::start");
+}
+
+} // namespace dmn

@@ -1,0 +1,27 @@
+#pragma once
+
+namespace dmn {
+
+/// An event that event loops can wait for: a descriptor that is readable while the event stands (Linux
+/// eventfd). One thread at a time may use the object.
+class EventDescriptor {
+public:
+    EventDescriptor() = default;
+    EventDescriptor(EventDescriptor const&) = delete;
+    EventDescriptor& operator=(EventDescriptor const&) = delete;
+    ~EventDescriptor();
+
+    /// The descriptor, which the first call opens. Throws CError when the system refuses.
+    int get();
+
+    /// Sets whether the event stands.
+    void set(bool stands) noexcept;
+
+private:
+    void show() const noexcept;
+
+    int m_descriptor = -1; // while nobody has asked for it
+    bool m_stands = false;
+};
+
+} // namespace dmn
