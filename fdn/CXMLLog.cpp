@@ -38,7 +38,7 @@ CXMLLog::~CXMLLog() = default;
 
 void CXMLLog::write(LogLevel level, String const& text) {
     if (level >= getLogLevel())
-        m_writer->write(level, toXMLText(text), m_writer->isShown() ? toReadableText(text) : std::string());
+        m_writer->write(level, toXMLText(text), LogWriter::isShown() ? toReadableText(text) : std::string());
 }
 
 void CXMLLog::writeInfo(String const& text) {
@@ -51,15 +51,11 @@ void CXMLLog::writeError(String const& text) {
 
 void CXMLLog::writeError(std::exception const& error, String const& situation, String const& where) {
     m_writer->write(LogLevel::Error, describeError(error, situation, where),
-                    m_writer->isShown() ? describeErrorReadably(error, situation, where) : std::string());
+                    LogWriter::isShown() ? describeErrorReadably(error, situation, where) : std::string());
 }
 
 void CXMLLog::close() {
     m_writer->closeFile();
-}
-
-void CXMLLog::showOnStandardError() {
-    m_writer->show();
 }
 
 Path CXMLLog::getFile() const {

@@ -98,9 +98,6 @@ public:
     /// Closes the file. The next entry chooses the place again and opens it.
     void close();
 
-    /// From now on, each entry is also written to standard error, as showLogOnStandardError() says.
-    void showOnStandardError();
-
     /// Where the log is, or would be once an entry is written. Empty where there is no place for it. Touches
     /// no file.
     Path getFile() const;

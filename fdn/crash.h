@@ -5,21 +5,30 @@
 
 namespace fdn {
 
-/// From now on, a crash of this process leaves one entry of the level "error" in its log: SIGSEGV, SIGBUS,
-/// SIGILL, SIGFPE, SIGSYS, SIGABRT, and an exception that nobody catches, whose message the entry has. Then
-/// the process ends as it would have without this, so that core dumps stay.
+/// From now on, a crash of this process leaves one entry of the level "error" in its log:
 ///
-/// Signals that the program, or a tool that watches it, handles already are left to it. The entry of a signal
-/// is written by the handler, with prepared texts and nothing but what a handler may call (POSIX 2.4.3); it
-/// may be lost, but it never keeps the process from ending. A stack overflow is reported on the thread that
-/// has called this.
+///     The process has crashed: signal 11 (SIGSEGV) at address 0x0.
+///     An exception that nobody caught has ended the process: No such file or directory
 ///
-/// Opens the log to know its place. Throws nothing. Later calls do nothing. Call it on the main thread.
+/// Crashes are SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGSYS and SIGABRT, whoever has sent them, and exceptions.
+/// One that is no std::exception is named by its type. Then the process ends as it would have without this,
+/// by the same signal and with the same core dump. A child that it forks is no different.
+///
+/// Signals that the program, or a tool that watches it, treats otherwise than by default are left to it, and
+/// an earlier handler of std::terminate() is called after the entry. The entry of a signal is written by the
+/// handler, with prepared texts and nothing but what a handler may call (POSIX 2.4.3), to the place that the
+/// log has at this call. It may be lost, but it never keeps the process from ending. A stack overflow is
+/// reported on the thread that has called this, which gets an alternate signal stack unless it has one.
+///
+/// Touches no file. Throws nothing. Later calls do nothing. Call it on the main thread.
 FDN_EXPORT void logCrashes();
 
-/// While it lives, a call of exit() in this process leaves an entry of the level "error" that names
-/// `activity` and the exit status: the way to end a daemon is to return. The exit goes on. There may be one
-/// at a time.
+/// While it lives, a call of exit() leaves an entry of the level "error", for what is to end by returning:
+///
+///     exit(3) was called in run(), with the status 1.
+///
+/// `activity` is "run()" here. The exit goes on. A child that this process forks may exit without an entry.
+/// There may be one object at a time. Any thread may call exit().
 class FDN_EXPORT CExitReport {
 public:
     explicit CExitReport(String const& activity);

@@ -4,6 +4,7 @@
 #include <fdn/CXMLLog.h>
 #include <fdn/log/LogOwner.h>
 #include <fdn/log/LogPlace.h>
+#include <fdn/log/LogWriter.h>
 #include <fdn/log/levelNames.h>
 
 #include <algorithm>
@@ -81,7 +82,7 @@ std::optional<LogLevel> parseLogLevel(String const& name) {
 }
 
 void showLogOnStandardError() {
-    useSafely([](CXMLLog& log) { log.showOnStandardError(); });
+    useSafely([](CXMLLog&) { LogWriter::show(); });
 }
 
 Path getLogFile() {

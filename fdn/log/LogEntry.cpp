@@ -12,16 +12,6 @@ namespace fdn {
 
 namespace {
 
-constexpr std::size_t kRoomForAttributes = 128;
-
-// In the form of RFC 3339, in UTC and with microseconds.
-void appendCurrentTime(std::string& text) {
-    timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now);
-    text.append(TimeText(now).text, TimeText::kLength);
-    text += 'Z';
-}
-
 std::string formatAttribute(char const* name, std::string const& value) {
     return std::string(" ") + name + "=\"" + value + "\"";
 }
@@ -52,20 +42,23 @@ std::string describeException(std::exception const& error) {
 
 } // namespace
 
+FixedText<160> composeStartTag(LogLevel level) {
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    FixedText<160> tag;
+    tag << "<entry time=\"" << TimeText(now) << "Z\" level=\"" << getLevelName(level) << "\" process=\""
+        << getpid() << "\" thread=\"" << gettid() << "\">";
+    return tag;
+}
+
 std::string formatLogEntry(LogLevel level, std::string const& content) {
+    auto const tag = composeStartTag(level);
+    std::string_view const startTag = tag;
     std::string entry;
-    entry.reserve(kRoomForAttributes + content.size());
-    entry += "<entry time=\"";
-    appendCurrentTime(entry);
-    entry += "\" level=\"";
-    entry += getLevelName(level);
-    entry += "\" process=\"";
-    entry += std::to_string(getpid());
-    entry += "\" thread=\"";
-    entry += std::to_string(gettid());
-    entry += "\">";
+    entry.reserve(startTag.size() + content.size() + kEndOfEntry.size());
+    entry += startTag;
     entry += content;
-    entry += "</entry>\n";
+    entry += kEndOfEntry;
     return entry;
 }
 

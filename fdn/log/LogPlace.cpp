@@ -66,4 +66,12 @@ LogPlace chooseLogPlace(LogOwner const& owner) {
     return place;
 }
 
+LogPlace getPlaceOfStandardError() {
+    LogPlace place;
+    place.file = Path("/proc/self/fd/2");
+    place.isAnyKind = true;
+    place.descriptor = STDERR_FILENO;
+    return place;
+}
+
 } // namespace fdn

@@ -25,4 +25,7 @@ struct LogPlace {
 /// The place of the owner's log, by the rules that CXMLLog describes. Throws CError when there is none.
 LogPlace chooseLogPlace(LogOwner const& owner);
 
+/// Standard error as a place for lines, by a name below which no file can come into being.
+LogPlace getPlaceOfStandardError();
+
 } // namespace fdn

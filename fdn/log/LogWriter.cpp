@@ -4,6 +4,7 @@
 #include <fdn/log/readableEntry.h>
 #include <fdn/log/sendToSyslog.h>
 
+#include <atomic>
 #include <exception>
 #include <mutex>
 
@@ -24,6 +25,8 @@ unsigned long lostEntries = 0;
 
 // Whether this process was forked by one that has used the log. Guarded by the mutex.
 bool isForked = false;
+
+std::atomic<bool> isLogShown{false};
 
 void lockBeforeFork() {
     logMutex.lock();
@@ -71,22 +74,23 @@ void LogWriter::write(LogLevel level, std::string const& content, std::string co
         lostEntries = 0;
     if (!writeSomewhere(level, content))
         ++lostEntries;
-    if (m_isShown)
+    if (isShown())
         display(level, readable);
 }
 
 void LogWriter::closeFile() {
     std::lock_guard<std::mutex> const lock(logMutex);
     m_file.reset();
-    if (m_isShown)
-        openDisplay();
+    m_display.reset();
 }
 
 void LogWriter::show() {
-    std::lock_guard<std::mutex> const lock(logMutex);
-    openDisplay();
-    m_secondsAheadOfUTC = getSecondsAheadOfUTC();
-    m_isShown = true;
+    lookAtTimeZone();
+    isLogShown = true;
+}
+
+bool LogWriter::isShown() {
+    return isLogShown;
 }
 
 Path LogWriter::getPath() const {
@@ -110,23 +114,16 @@ bool LogWriter::writeToFile(std::string const& entry) {
     }
 }
 
-// By a name below which no file can come into being.
-void LogWriter::openDisplay() {
-    LogPlace place;
-    place.file = Path("/proc/self/fd/" + String(std::to_string(STDERR_FILENO).c_str()));
-    place.isAnyKind = true;
-    place.descriptor = STDERR_FILENO;
-    m_display.emplace(place);
-}
-
 // Local time needs a lock of the C library, which another thread may have held when this process was forked.
 void LogWriter::display(LogLevel level, std::string const& readable) {
     if (m_file && m_file->isSameAs(STDERR_FILENO))
         return;
     if (!isForked)
-        m_secondsAheadOfUTC = getSecondsAheadOfUTC();
+        lookAtTimeZone();
     try {
-        m_display->append(formatReadableEntry(level, readable, m_secondsAheadOfUTC));
+        if (!m_display)
+            m_display.emplace(getPlaceOfStandardError());
+        m_display->append(formatReadableEntry(level, readable));
     } catch (std::exception const&) {
         // Nobody looks at it any more, or not fast enough.
     }

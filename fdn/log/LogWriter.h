@@ -3,7 +3,6 @@
 #include <fdn/log/LogEntry.h>
 #include <fdn/log/LogFile.h>
 
-#include <atomic>
 #include <optional>
 #include <string>
 
@@ -27,10 +26,11 @@ public:
     /// Closes the file. The next entry chooses the log's place again and opens it.
     void closeFile();
 
-    /// From now on, each entry is also written to standard error, unless the log is there.
-    void show();
+    /// From now on, each entry of any log is also written to standard error, unless the log is there.
+    static void show();
 
-    bool isShown() const { return m_isShown; }
+    /// A signal handler may ask.
+    static bool isShown();
 
     /// Where the log is; where it would be if no entry was written yet. Throws CError when there is no place.
     Path getPath() const;
@@ -38,13 +38,10 @@ public:
 private:
     bool writeSomewhere(LogLevel level, std::string const& content);
     bool writeToFile(std::string const& entry);
-    void openDisplay();
     void display(LogLevel level, std::string const& readable);
 
     std::optional<LogFile> m_file;
     std::optional<LogFile> m_display; // standard error
-    std::atomic<bool> m_isShown{false};
-    long m_secondsAheadOfUTC = 0; // of local time, at the last look
 };
 
 } // namespace fdn

@@ -3,6 +3,7 @@
 #include <fdn/log/UTCDate.h>
 
 #include <cstddef>
+#include <string_view>
 
 #include <time.h>
 
@@ -28,6 +29,8 @@ struct TimeText {
         put(17, 2, seconds % 60);
         put(20, 6, static_cast<int>(time.tv_nsec / 1000));
     }
+
+    operator std::string_view() const { return {text, kLength}; }
 
     char text[kLength + 1] = "0000-00-00T00:00:00.000000";
 

@@ -5,11 +5,17 @@
 #include <fdn/log/characters.h>
 #include <fdn/log/levelNames.h>
 
+#include <atomic>
+
 #include <time.h>
 
 namespace fdn {
 
 namespace {
+
+// Of local time. An object that a signal handler may read.
+std::atomic<long> secondsAheadOfUTC{0};
+static_assert(std::atomic<long>::is_always_lock_free);
 
 String escape(wxUint32 code) {
     if (code == '\n')
@@ -70,23 +76,29 @@ std::string describeErrorReadably(std::exception const& error, String const& sit
     return toReadableText((situation.empty() ? String() : situation + ": ") + describe(error, where));
 }
 
-std::string formatReadableEntry(LogLevel level, std::string const& text, long secondsAheadOfUTC) {
+FixedText<64> composeReadableStart(LogLevel level) {
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
     now.tv_sec += secondsAheadOfUTC;
     TimeText time(now);
     time.text[10] = ' ';
-    std::string entry(time.text, TimeText::kLengthToMilliseconds);
-    entry += ' ';
+    FixedText<64> start;
+    start << std::string_view(time).substr(0, TimeText::kLengthToMilliseconds) << " ";
     if (level != LogLevel::Info)
-        entry += std::string(getLevelName(level)) + ": ";
-    return entry + text + "\n";
+        start << getLevelName(level) << ": ";
+    return start;
 }
 
-long getSecondsAheadOfUTC() {
+std::string formatReadableEntry(LogLevel level, std::string const& text) {
+    auto const start = composeReadableStart(level);
+    return std::string(std::string_view(start)) + text + "\n";
+}
+
+void lookAtTimeZone() {
     time_t const now = ::time(nullptr);
     tm local = {};
-    return localtime_r(&now, &local) == nullptr ? 0 : local.tm_gmtoff;
+    if (localtime_r(&now, &local) != nullptr)
+        secondsAheadOfUTC = local.tm_gmtoff;
 }
 
 } // namespace fdn

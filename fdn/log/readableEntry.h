@@ -2,6 +2,7 @@
 
 #include <fdn/LogLevel.h>
 #include <fdn/String.h>
+#include <fdn/log/FixedText.h>
 
 #include <exception>
 #include <string>
@@ -15,11 +16,14 @@ std::string toReadableText(String const& text);
 /// The same about an exception, as showLogOnStandardError() describes it.
 std::string describeErrorReadably(std::exception const& error, String const& situation, String const& where);
 
-/// An entry for people as one line, with a line feed, around a text that is on one line. The time is that
-/// many seconds ahead of UTC.
-std::string formatReadableEntry(LogLevel level, std::string const& text, long secondsAheadOfUTC);
+/// The start of an entry for people: local time, by the last look at the time zone, and the level. A signal
+/// handler may make one.
+FixedText<64> composeReadableStart(LogLevel level);
 
-/// By how much local time is ahead of UTC now. Takes a lock of the C library.
-long getSecondsAheadOfUTC();
+/// An entry for people as one line, with a line feed, around a text that is on one line.
+std::string formatReadableEntry(LogLevel level, std::string const& text);
+
+/// Looks at how far local time is ahead of UTC now. Takes a lock of the C library.
+void lookAtTimeZone();
 
 } // namespace fdn
