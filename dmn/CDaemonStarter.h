@@ -16,12 +16,14 @@ namespace dmn {
 ///     starter.start(30000); // throws when it does not come up
 ///
 /// The daemon says by itself how far it is (fdn::notifySupervisor()), whichever front end it has. A message
-/// counts only if the kernel names as its sender the process that was launched, and readiness only if that is
-/// the process that holds the daemon's PID file.
+/// counts only if the kernel names as its sender the process that was launched or the one that holds the
+/// daemon's PID file, and readiness only if the sender holds it.
 ///
 /// While start() waits, this process is the parent of orphans among its descendants (Linux prctl,
-/// PR_SET_CHILD_SUBREAPER), to learn how the daemon ends. Use one object at a time, on one thread. Needs
-/// root's rights, as CDaemonController::start() does.
+/// PR_SET_CHILD_SUBREAPER), to learn how the daemon ends. The daemon stays its child: a program that outlives
+/// it reaps it (POSIX waitpid with getProcess()). If the program ignores SIGCHLD, nobody learns how a daemon
+/// has ended. Use one object at a time, on one thread. Needs root's rights, as CDaemonController::start()
+/// does.
 class DMN_EXPORT CDaemonStarter {
 public:
     enum class Outcome {
@@ -39,7 +41,12 @@ public:
     /// start() waits.
     void setProgress(std::function<void(fdn::String const& step)> progress);
 
-    /// Launches the daemon unless it runs already, and returns when it is ready.
+    /// Launches the daemon unless it runs already, and returns when it is ready: it has said so, and lives
+    /// and holds its PID file when it waits for something for the first time after that, or 10 ms later. A
+    /// daemon that has ended by then has failed, even with the status 0.
+    ///
+    /// The launched program may also be a script that becomes the daemon, or starts it. If it ends with the
+    /// status 0 and leaves the daemon behind, that one is awaited.
     ///
     /// Throws a CError when it cannot be launched, and when it is not ready after `timeoutMs` milliseconds or
     /// has ended by then. The message says what the daemon said last, or the signal or status that it ended

@@ -1,0 +1,334 @@
+#include "ControllerTest.h"
+
+#include "support/Obstacles.h"
+#include "support/Program.h"
+#include "support/SignalTreatment.h"
+#include "support/await.h"
+#include "support/errors.h"
+#include "support/processInfo.h"
+
+#include <dmn/CDaemonStarter.h>
+#include <dmn/CDaemonStopper.h>
+
+#include <fdn/CPIDFile.h>
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace test {
+
+namespace {
+
+using dmn::CDaemonStarter;
+using Result = CDaemonStarter::Outcome;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+using Names = std::vector<std::string>;
+
+constexpr int kLong = 30000;
+constexpr int kShort = 300;
+
+/// The base of tests that start the program started_daemon, which comes up as they say or fails to.
+template <class Base>
+class StarterFixture : public ControllerFixture<Base> {
+protected:
+    void SetUp() override {
+        ControllerFixture<Base>::SetUp();
+        setMode(this->m_folder.name(), 0777);
+    }
+
+    // A daemon that has not come up may hold no PID file; it is a child, and all children go.
+    void TearDown() override {
+        for (pid_t child = childOf(getpid()); child > 0; child = childOf(getpid())) {
+            kill(child, SIGKILL);
+            waitpid(child, nullptr, 0);
+        }
+    }
+
+    void install(std::string const& way, fdn::String const& runAs = "") {
+        this->m_info.exePath = fdn::Path(DMN_STARTED_DAEMON);
+        this->m_info.params = {fdn::String::fromBytes(way)};
+        ControllerFixture<Base>::install(runAs);
+        this->m_log.clear();
+    }
+
+    /// Installs a shell script as the daemon, in which $1 is the control folder's option.
+    void installScript(std::string const& text) {
+        std::string const script = this->m_folder.name("script");
+        writeFile(script, "#!/bin/sh\ndaemon=" DMN_STARTED_DAEMON "\n" + text);
+        setMode(script, 0755);
+        install("serve");
+        this->m_info.exePath = fdn::Path(fdn::String::fromBytes(script));
+        ControllerFixture<Base>::install();
+        this->m_log.clear();
+    }
+
+    Result start(std::string const& way, int timeoutMs = kLong) {
+        install(way);
+        return m_starter.start(timeoutMs);
+    }
+
+    /// Starts in this way, which fails. Returns the message; the number of the process is N in it.
+    std::string failToStart(std::string const& way, int timeoutMs = kLong) {
+        install(way);
+        return failToStart(timeoutMs);
+    }
+
+    std::string failToStart(int timeoutMs = kLong) {
+        std::string text = messageOf([&] { m_starter.start(timeoutMs); });
+        std::size_t const found = text.find("process ");
+        if (found == std::string::npos)
+            return text;
+        std::size_t const number = found + std::string("process ").size();
+        return text.replace(number, text.find_first_not_of("0123456789", number) - number, "N");
+    }
+
+    int holder() const { return fdn::CPIDFile::getActivePID(this->m_folder / "app.pid"); }
+
+    CDaemonStarter m_starter{"app", fdn::Path()};
+};
+
+bool adoptsOrphans() {
+    int isOn = -1;
+    EXPECT_EQ(0, prctl(PR_GET_CHILD_SUBREAPER, &isOn));
+    return isOn == 1;
+}
+
+class Starter : public StarterFixture<PrivateRootTest> {};
+
+class StarterAs : public StarterFixture<AccountsTest> {};
+
+} // namespace
+
+TEST_F(Starter, ReturnsWhenTheDaemonIsReady) {
+    EXPECT_EQ(Result::Started, start("serve"));
+
+    EXPECT_LT(0, m_starter.getProcess());
+    EXPECT_EQ(holder(), m_starter.getProcess());
+    EXPECT_EQ((Names{"Starting daemon 'app'...", "Done starting daemon 'app'."}), m_log.entries());
+}
+
+TEST_F(Starter, TellsEachNewStepOfTheInitialization) {
+    Names steps;
+    m_starter.setProgress([&](fdn::String const& step) { steps.push_back(step.toUTF8()); });
+
+    start("serve");
+
+    EXPECT_EQ((Names{"Claiming the PID file", "Initializing", "Initializing: 1 steps done"}), steps);
+}
+
+TEST_F(Starter, WaitsForALateDaemon) {
+    EXPECT_EQ(Result::Started, start("late"));
+    EXPECT_EQ(holder(), m_starter.getProcess());
+}
+
+TEST_F(Starter, StartsADaemonThatIsBusyFromTheBeginning) {
+    EXPECT_EQ(Result::Started, start("be-busy"));
+}
+
+TEST_F(Starter, FindsADaemonThatRunsAlready) {
+    install("serve");
+    fdn::CPIDFile const file(m_folder / "app.pid");
+
+    EXPECT_EQ(Result::RunningAlready, m_starter.start(kLong));
+    EXPECT_EQ(getpid(), m_starter.getProcess());
+    EXPECT_EQ(0, childOf(getpid()));
+}
+
+TEST_F(Starter, SaysWhatADaemonHasSaidThatFails) {
+    EXPECT_EQ("The daemon 'app' has not come up: The disk is on fire. Its process N has ended with status 2. "
+              "Its log: " +
+                  m_log.path(),
+              failToStart("fail"));
+    EXPECT_EQ(0, m_starter.getProcess());
+    EXPECT_EQ(Names{"Starting daemon 'app'..."}, m_log.entries());
+}
+
+TEST_F(Starter, SaysHowADaemonHasEnded) {
+    std::string const begin = "The daemon 'app' has not come up. Its process N ";
+
+    EXPECT_THAT(failToStart("exit-3"), StartsWith(begin + "has ended with status 3. "));
+    EXPECT_THAT(failToStart("exit-0"), StartsWith(begin + "has ended with status 0. "));
+    EXPECT_THAT(failToStart("crash"), StartsWith(begin + "was ended by signal 11 (SIGSEGV). "));
+    EXPECT_THAT(failToStart("abort"), StartsWith(begin + "was ended by signal 6 (SIGABRT). "));
+    EXPECT_FALSE(hasChild());
+}
+
+TEST_F(Starter, NoticesADaemonThatFailsAsSoonAsItRuns) {
+    EXPECT_THAT(failToStart("fail-in-run"), HasSubstr("has not come up: Thrown in run. Its process N has "
+                                                      "ended with status 2."));
+    EXPECT_THAT(failToStart("crash-in-run"), HasSubstr("has not come up. Its process N was ended by signal "
+                                                       "11 (SIGSEGV)."));
+    EXPECT_THAT(failToStart("return-from-run"), HasSubstr("has not come up. Its process N has ended with "
+                                                          "status 0."));
+}
+
+TEST_F(Starter, ReadsAllThatWaitsBeforeItJudgesAnEnd) {
+    EXPECT_THAT(failToStart("noise-then-fail"), HasSubstr("has not come up: The disk is on fire. "));
+}
+
+TEST_F(Starter, ShowsNoControlCharactersAndNoEndlessText) {
+    std::string const message = failToStart("control-characters");
+
+    EXPECT_THAT(message, HasSubstr("has not come up:  [31mred  alert!!!"));
+    EXPECT_GT(1000U, message.size());
+}
+
+TEST_F(Starter, LeavesADaemonAloneThatIsLate) {
+    EXPECT_EQ("The daemon 'app' was not ready after 300 milliseconds (Initializing). Its process N goes on; "
+              "the command 'stop --kill' ends it. Its log: " +
+                  m_log.path(),
+              failToStart("hang", kShort));
+
+    EXPECT_LT(0, holder());
+}
+
+TEST_F(Starter, AsksOnceWithATimeoutOfZero) {
+    EXPECT_THAT(failToStart("hang", 0), HasSubstr("was not ready after 0 seconds"));
+    EXPECT_LT(0, childOf(getpid()));
+}
+
+TEST_F(Starter, WaitsAsLongAsANumberCanSay) {
+    EXPECT_EQ(Result::Started, start("late", INT_MAX));
+}
+
+TEST_F(Starter, BelievesNoReadinessWithoutThePIDFile) {
+    EXPECT_THAT(failToStart("lie", kShort), HasSubstr("was not ready after 300 milliseconds"));
+}
+
+TEST_F(Starter, SaysWhatItCannotKnowWhereSIGCHLDIsIgnored) {
+    SignalTreatment const ignored(SIGCHLD, SIG_IGN);
+
+    EXPECT_THAT(failToStart("exit-3"), HasSubstr("Its process N has ended; how is not known."));
+}
+
+TEST_F(Starter, WaitsWhereSIGCHLDIsIgnored) {
+    SignalTreatment const ignored(SIGCHLD, SIG_IGN);
+
+    EXPECT_EQ(Result::Started, start("fork-late"));
+    EXPECT_EQ(holder(), m_starter.getProcess());
+}
+
+TEST_F(Starter, NeedsNoHandlesOnProcesses) {
+    install("fail");
+
+    Outcome const outcome = runInChild([this] {
+        refuseSystemCall(SYS_pidfd_open, ENOSYS);
+        m_starter.start(kLong);
+    });
+
+    EXPECT_THAT(outcome.errors, HasSubstr("The disk is on fire."));
+    EXPECT_THAT(outcome.errors, HasSubstr("has ended with status 2."));
+}
+
+TEST_F(Starter, NeedsNoAdoptedChildren) {
+    install("fail");
+
+    Outcome const outcome = runInChild([this] {
+        refuseSystemCall(SYS_prctl, EPERM);
+        m_starter.start(kLong);
+    });
+
+    EXPECT_THAT(outcome.errors, HasSubstr("The disk is on fire."));
+    EXPECT_THAT(outcome.errors, HasSubstr("has ended; how is not known."));
+}
+
+TEST_F(Starter, LeavesThisProcessAsItWas) {
+    failToStart("fail"); // opens the log
+    std::set<int> const descriptors = descriptorsOf(getpid());
+
+    start("serve");
+    TearDown();
+    failToStart("hang", 0);
+
+    EXPECT_EQ(descriptors, descriptorsOf(getpid()));
+    EXPECT_FALSE(adoptsOrphans());
+}
+
+TEST_F(Starter, GoesOnAdoptingOrphansInAProcessThatDoes) {
+    ASSERT_EQ(0, prctl(PR_SET_CHILD_SUBREAPER, 1UL));
+
+    failToStart("fail");
+
+    EXPECT_TRUE(adoptsOrphans());
+}
+
+TEST_F(Starter, ReapsNobodyElsesChild) {
+    Program other({"true"});
+    ASSERT_TRUE(awaitSleep(other.pid()));
+
+    failToStart("fail");
+
+    EXPECT_EQ(0, other.wait().status);
+}
+
+TEST_F(Starter, AwaitsAScriptThatBecomesTheDaemon) {
+    installScript("exec $daemon \"$@\"\n");
+
+    EXPECT_EQ(Result::Started, m_starter.start(kLong));
+    EXPECT_EQ(holder(), m_starter.getProcess());
+}
+
+TEST_F(Starter, AwaitsTheDaemonThatAScriptLeavesBehind) {
+    installScript("$daemon \"$@\" &\n");
+
+    EXPECT_EQ(Result::Started, m_starter.start(kLong));
+    EXPECT_EQ(holder(), m_starter.getProcess());
+}
+
+TEST_F(Starter, AwaitsTheDaemonOfAScriptThatStays) {
+    installScript("$daemon \"$@\"\nexit 1\n");
+
+    EXPECT_EQ(Result::Started, m_starter.start(kLong));
+    EXPECT_EQ(holder(), m_starter.getProcess());
+}
+
+TEST_F(Starter, AwaitsTheDaemonThatAProcessLeavesBehind) {
+    for (std::string const way : {"fork", "fork-late", "fork-twice"}) {
+        EXPECT_EQ(Result::Started, start(way)) << way;
+        EXPECT_EQ(holder(), m_starter.getProcess()) << way;
+        TearDown();
+    }
+}
+
+TEST_F(Starter, SaysHowTheDaemonHasFailedThatAProcessLeavesBehind) {
+    EXPECT_THAT(failToStart("fork-and-fail"),
+                HasSubstr("has not come up: The disk is on fire. Its process N has ended with status 2."));
+    for (std::string const way : {"fork-and-fail-without-a-claim", "fork-and-fail-first"}) {
+        EXPECT_THAT(failToStart(way),
+                    HasSubstr("has not come up: The disk is on fire. Its process N has ended with status 5."))
+            << way;
+    }
+}
+
+TEST_F(Starter, FindsADaemonThatWasFaster) {
+    std::string const script = m_folder.name("script");
+    // Another daemon claims the file between the look and the launch.
+    installScript("if [ ! -e " + m_folder.name("other") + " ]; then\n: >" + m_folder.name("other") +
+                  "\nenv -u NOTIFY_SOCKET setsid $daemon \"$@\" &\n"
+                  "while [ ! -s " +
+                  m_folder.name("app.pid") +
+                  " ]; do sleep 0.01; done\nfi\n"
+                  "exec $daemon \"$@\"\n");
+
+    EXPECT_EQ(Result::RunningAlready, m_starter.start(kLong));
+    EXPECT_EQ(holder(), m_starter.getProcess());
+}
+
+} // namespace test
