@@ -8,9 +8,9 @@
 #include "support/processInfo.h"
 
 #include <dmn/CDaemonStarter.h>
-#include <dmn/CDaemonStopper.h>
 
 #include <fdn/CPIDFile.h>
+#include <fdn/notify.h>
 
 #include <gmock/gmock.h>
 
@@ -19,10 +19,12 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <vector>
 
+#include <sched.h>
 #include <signal.h>
+#include <stdlib.h>
+#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -34,9 +36,9 @@ namespace {
 
 using dmn::CDaemonStarter;
 using Result = CDaemonStarter::Outcome;
-using testing::EndsWith;
+using testing::AllOf;
 using testing::HasSubstr;
-using testing::MatchesRegex;
+using testing::Not;
 using testing::StartsWith;
 
 using Names = std::vector<std::string>;
@@ -99,6 +101,12 @@ protected:
         return text.replace(number, text.find_first_not_of("0123456789", number) - number, "N");
     }
 
+    /// The process that holds the PID file, as soon as there is one.
+    int awaitHolder() const {
+        EXPECT_TRUE(await([this] { return holder() > 0; }));
+        return holder();
+    }
+
     int holder() const { return fdn::CPIDFile::getActivePID(this->m_folder / "app.pid"); }
 
     CDaemonStarter m_starter{"app", fdn::Path()};
@@ -111,6 +119,41 @@ bool adoptsOrphans() {
 }
 
 class Starter : public StarterFixture<PrivateRootTest> {};
+
+/// Somebody who has found out where the starter listens, and sends whatever fits into its socket.
+class StrangerToTheStarter : public Starter {
+protected:
+    /// Starts the daemon, whose way is to fail, amid lies. Returns the message.
+    std::string failFlooded(std::string const& way, int timeoutMs) {
+        std::string const address = m_folder.name("address");
+        std::string const go = m_folder.name("go");
+        installScript("printf %s \"$NOTIFY_SOCKET\" >" + address + ".new\nmv " + address + ".new " + address +
+                      "\nwhile [ ! -e " + go + " ]; do sleep 0.01; done\nexec $daemon $1 $2 $3 " + way +
+                      "\n");
+        Program starting([&] { m_starter.start(timeoutMs); });
+        Program const lying([&] {
+            await([&] { return std::filesystem::exists(address); });
+            setenv("NOTIFY_SOCKET", readFile(address).c_str(), 1);
+            for (int count = 0;; ++count) {
+                fdn::notifySupervisor("READY=1");
+                fdn::notifySupervisor("STATUS=a lie");
+                if (count == kManyLies)
+                    writeFile(go, "");
+            }
+        });
+        std::string const message = starting.wait().errors;
+        std::filesystem::remove(go);
+        std::filesystem::remove(address);
+        return message;
+    }
+
+private:
+    static constexpr int kManyLies = 1000;
+};
+
+void mountProc() {
+    require(unshare(CLONE_NEWNS) == 0 && mount("proc", "/proc", "proc", 0, nullptr) == 0, "no /proc");
+}
 
 class StarterAs : public StarterFixture<AccountsTest> {};
 
@@ -329,6 +372,133 @@ TEST_F(Starter, FindsADaemonThatWasFaster) {
 
     EXPECT_EQ(Result::RunningAlready, m_starter.start(kLong));
     EXPECT_EQ(holder(), m_starter.getProcess());
+}
+
+// It has ended by the time that the loser's end is judged.
+TEST_F(Starter, FindsADaemonThatWasFasterAndIsGone) {
+    EXPECT_EQ(Result::RunningAlready, start("lose"));
+    EXPECT_EQ(4711, m_starter.getProcess());
+}
+
+TEST_F(Starter, StartsOneDaemonHoweverManyStartAtOnce) {
+    constexpr int kStarters = 200;
+    install("serve");
+    std::vector<std::unique_ptr<Program>> starters;
+    for (int count = 0; count < kStarters; ++count)
+        starters.push_back(std::make_unique<Program>([this] {
+            bool const isStarted = m_starter.start(INT_MAX) == Result::Started;
+            std::printf("%s %d", isStarted ? "started" : "runs already", m_starter.getProcess());
+        }));
+
+    int started = 0;
+    std::string const process = std::to_string(awaitHolder());
+    for (auto const& starter : starters) {
+        Outcome const outcome = starter->wait();
+        EXPECT_THAT(outcome.output, testing::AnyOf("started " + process, "runs already " + process))
+            << outcome.errors;
+        started += outcome.output == "started " + process ? 1 : 0;
+    }
+    EXPECT_EQ(1, started);
+    kill(holder(), SIGKILL);
+}
+
+TEST_F(StrangerToTheStarter, DoesNotDeceiveIt) {
+    EXPECT_THAT(failFlooded("hang", kShort),
+                AllOf(HasSubstr("was not ready after 300 milliseconds"), Not(HasSubstr("lie"))));
+}
+
+TEST_F(StrangerToTheStarter, DoesNotDelayIt) {
+    EXPECT_THAT(failFlooded("exit-3", INT_MAX),
+                AllOf(HasSubstr("has ended with status 3."), Not(HasSubstr("lie"))));
+    EXPECT_THAT(failFlooded("exit-0", INT_MAX),
+                AllOf(HasSubstr("has ended with status 0."), Not(HasSubstr("lie"))));
+}
+
+TEST_F(Starter, StartsADaemonInAPIDNamespaceOfItsOwn) {
+    installScript("exec unshare --pid --fork $daemon \"$@\"\n");
+
+    EXPECT_EQ(Result::Started, m_starter.start(kLong));
+    EXPECT_EQ(holder(), m_starter.getProcess());
+}
+
+TEST_F(Starter, WorksInsideAPIDNamespace) {
+    install("serve");
+
+    Outcome const outcome = runInChild([this] {
+        require(unshare(CLONE_NEWPID) == 0, "no namespace");
+        Outcome const inside = runInChild([this] {
+            mountProc();
+            require(m_starter.start(kLong) == Result::Started, "it was not started");
+            std::printf("%d %d", getpid(), m_starter.getProcess() == holder() ? 1 : 0);
+        });
+        std::fputs((inside.output + inside.errors).c_str(), stdout);
+    });
+
+    EXPECT_EQ("1 1", outcome.output) << outcome.errors; // and with process 1, all others there have ended
+}
+
+TEST_F(Starter, FailsForAProgramThatCannotBeRun) {
+    install("serve");
+    m_info.exePath = m_folder / "missing";
+    ControllerTest::install();
+
+    EXPECT_THAT(failToStart(), HasSubstr("'" + m_folder.name("missing") + "'"));
+}
+
+TEST_F(Starter, FailsWhenItIsNotInstalled) {
+    EXPECT_THAT(failToStart(), HasSubstr("'/etc/init.d/app'"));
+}
+
+TEST_F(Starter, FailsWithoutAnyControlFolder) {
+    dmn::CDaemonController::install(m_info, "app", fdn::Path(), "", "", "", "");
+
+    EXPECT_THAT(failToStart(), HasSubstr("has no control folder"));
+}
+
+TEST_F(Starter, TakesTheControlFolderThatItWasGiven) {
+    TemporaryFolder const other;
+    install("serve");
+
+    EXPECT_EQ(Result::Started, CDaemonStarter("app", other.path()).start(kLong));
+    EXPECT_LT(0, fdn::CPIDFile::getActivePID(other / "app.pid"));
+}
+
+TEST_F(Starter, LeavesADaemonToItselfWhenItsProgressIsRefused) {
+    install("serve");
+    m_starter.setProgress([](fdn::String const&) { throw fdn::CError("No more."); });
+
+    EXPECT_EQ("No more.", messageOf([this] { m_starter.start(kLong); }));
+    EXPECT_TRUE(await([this] { return holder() > 0; }));
+    EXPECT_FALSE(adoptsOrphans());
+}
+
+TEST_F(StarterAs, AwaitsADaemonUnderAnotherAccount) {
+    install("serve", "dmnuser");
+
+    EXPECT_EQ(Result::Started, m_starter.start(kLong));
+
+    EXPECT_EQ("61001 61001 61001 61001", statusOf(m_starter.getProcess(), "Uid"));
+}
+
+TEST_F(StarterAs, SaysWhyADaemonUnderAnotherAccountHasFailed) {
+    setMode(m_folder.name(), 0755); // where the account cannot write
+    install("serve", "dmnuser");
+
+    EXPECT_THAT(failToStart(), AllOf(HasSubstr("'" + m_folder.name()), HasSubstr("Permission denied"),
+                                     HasSubstr("has ended with status 2.")));
+}
+
+TEST_F(StarterAs, FailsForAnOrdinaryUserBeforeAnythingHappens) {
+    install("serve");
+
+    Outcome const outcome = runInChild([this] {
+        becomeUser();
+        m_starter.start(kLong);
+    });
+
+    EXPECT_EQ("The process does not have the necessary root privileges for this operation.", outcome.errors);
+    EXPECT_EQ(Names{"Starting daemon 'app'..."}, m_log.entries());
+    EXPECT_EQ(0, holder());
 }
 
 } // namespace test

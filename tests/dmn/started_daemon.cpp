@@ -137,6 +137,11 @@ std::map<std::string, std::function<void()>> const ways = {
          say(std::string(5000, 'x'));
          fail();
      }},
+    {"lose",
+     [] {
+         say("STATUS=The PID file '/run/app.pid' is held by process 4711.");
+         exit(2);
+     }},
     {"fork", [] { leaveToChild(serve); }},
     {"fork-late", [] { leaveToChild(comeUpLate); }},
     {"fork-twice", [] { leaveToChild([] { leaveToChild(comeUpLate); }); }},
