@@ -1,44 +1,33 @@
 #include <dmn/dmn.h>
 
 #include <filesystem>
-#include <fstream>
-#include <string>
 
-/// The service: logs the machine's load once a minute.
-class CLoadWatch : public dmn::CDaemon {
+/// The service: a loop that looks five times a second whether it should stop.
+class CTicker : public dmn::CDaemon {
     using CDaemon::CDaemon;
 
     void run() override {
-        for (int round = 0; !shouldStop(); ++round) {
-            if (round % 300 == 0)
-                fdn::logInfo("The load is " + readLoad() + ".");
-            fdn::CThread::sleep(200);
-        }
-    }
-
-    static fdn::String readLoad() {
-        std::string line;
-        std::getline(std::ifstream("/proc/loadavg"), line);
-        return fdn::String::fromBytes(line);
+        while (!shouldStop())
+            fdn::CThread::sleep(200); // Do the daemon's work here.
     }
 };
 
 /// The front end: says who the daemon is and creates it.
-class CLoadWatchEntry : public dmn::CDaemonEntry {
+class CTickerEntry : public dmn::CDaemonEntry {
     fdn::P<dmn::CDaemonInfo> createDaemonInfo() override {
         auto info = fdn::newObj<dmn::CDaemonInfo>();
-        info->defaultId = "loadwatch";
-        info->displayName = "Load watch";
+        info->defaultId = "ticker";
+        info->displayName = "Ticker";
         info->startAtBoot = true;
         info->exePath = fdn::Path(fdn::String::fromBytes(std::filesystem::read_symlink("/proc/self/exe")));
         return info;
     }
 
     fdn::P<dmn::CDaemon> createDaemon(fdn::String const& id, fdn::Path const& controlFolder) override {
-        return fdn::newObj<CLoadWatch>(id, controlFolder);
+        return fdn::newObj<CTicker>(id, controlFolder);
     }
 };
 
 int main(int argc, char** argv) {
-    return fdn::newObj<CLoadWatchEntry>()->entry(argc, argv);
+    return fdn::newObj<CTickerEntry>()->entry(argc, argv);
 }
