@@ -1,9 +1,13 @@
 #include "life_cycle/LifeCycle.h"
 
+#include "support/await.h"
 #include "support/processInfo.h"
+
+#include <fdn/CNotificationReceiver.h>
 
 #include <filesystem>
 
+#include <signal.h>
 #include <sys/mount.h>
 
 namespace {
@@ -123,6 +127,28 @@ TEST_F(SetUserIDTest, TrapsCatchProgramsThatAreNotOnTheirGuard) {
 
         EXPECT_TRUE(std::filesystem::remove(mark())) << victim.back();
     }
+}
+
+/// Has the user run this program as a daemon, with this supervisor, until it is told to stop.
+void runForASupervisor(std::string const& program, std::string const& folder, std::string const& supervisor) {
+    std::filesystem::create_directory(folder);
+    test::setOwner(folder, test::kUser, test::kUser);
+    test::Program daemon(asUser("dmnuser", {"/usr/bin/env", "NOTIFY_SOCKET=" + supervisor, program,
+                                            "--controlFolder=" + folder, "run"}));
+    EXPECT_TRUE(test::await([&] { return std::filesystem::exists(folder + "/heartbeat.txt"); }));
+    daemon.sendSignal(SIGTERM);
+    EXPECT_EQ(0, daemon.wait().status);
+}
+
+TEST_F(SetUserIDTest, TellsNothingToASupervisorThatTheUserHasNamed) {
+    fdn::CNotificationReceiver supervisor;
+    std::string const address = supervisor.getAddress().toUTF8();
+
+    runForASupervisor(executable(), m_folder.name("privileged"), address);
+    EXPECT_FALSE(supervisor.receive());
+
+    runForASupervisor(DMN_HEARTBEAT, m_folder.name("ordinary"), address);
+    EXPECT_TRUE(supervisor.receive());
 }
 
 /// Runs the tests with this program as /bin/sh.

@@ -143,6 +143,21 @@ TEST_F(GuideTest, Process1OfAContainerLogsToStandardError) {
     EXPECT_EQ(0, container.wait().status);
 }
 
+TEST_F(GuideTest, StatusInAContainerSaysThatProcess1Runs) {
+    Program container(asProcess1(withFolder(DMN_GUIDE_FIRST_DAEMON, {"run"})));
+    ASSERT_TRUE(awaitFile("loadwatch.pid"));
+    std::string const process1 = std::to_string(test::childOf(container.pid()));
+
+    Outcome const outcome =
+        test::run({"nsenter", "--target", process1, "--pid", "--mount", DMN_GUIDE_FIRST_DAEMON,
+                   "--controlFolder=" + m_folder.name(), "status"});
+
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_THAT(outcome.output, HasSubstr("(process 1)"));
+    kill(test::childOf(container.pid()), SIGINT);
+    EXPECT_EQ(0, container.wait().status);
+}
+
 TEST_F(GuideTest, ConfigurationIsReadAgainOnSIGHUPAndABadOneIsRefused) {
     test::writeFile(m_folder.name("conf"), "text=hello\ninterval=1\n");
     Program greeter(withFolder(DMN_GUIDE_CONFIGURATION, {"--config=" + m_folder.name("conf"), "run"}));
