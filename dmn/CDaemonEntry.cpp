@@ -13,6 +13,7 @@
 #include <dmn/entry/EntryPolicy.h>
 #include <dmn/runtime/RunReport.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace dmn {
@@ -38,6 +39,15 @@ void logBadCommandLine(int parseResult, fdn::String const& arguments) {
 [[noreturn]] void failAfterTimeout(fdn::String const& logged, fdn::String const& shown) {
     fdn::logError(logged);
     throw fdn::CError(shown);
+}
+
+bool runsDaemon(fdn::String const& command) {
+    return command == "run" || command == "daemon";
+}
+
+// As long as the command line is not parsed, each argument may be the command.
+bool mayRunDaemon(int argc, char** argv) {
+    return std::any_of(argv, argv + argc, [](char const* argument) { return runsDaemon(argument); });
 }
 
 void logEscapedError(std::exception const& error) {
@@ -116,7 +126,8 @@ int CDaemonEntry::performLogged(int argc, char** argv) {
         return perform(argc, argv);
     } catch (std::exception const& e) {
         logEscapedError(e);
-        tellSupervisor(e);
+        if (m_command.empty() ? mayRunDaemon(argc, argv) : runsDaemon(m_command))
+            tellSupervisor(e);
         throw;
     }
 }
@@ -124,8 +135,7 @@ int CDaemonEntry::performLogged(int argc, char** argv) {
 // Of a run that has begun, the manager has told it.
 void CDaemonEntry::tellSupervisor(std::exception const& error) {
     fdn::P<CDaemonManager> const manager = getDaemonManager();
-    bool const runsDaemon = m_command == "run" || m_command == "daemon";
-    if (runsDaemon && !(manager && manager->hasEnded()))
+    if (!(manager && manager->hasEnded()))
         RunReport::tellFailure(error);
 }
 

@@ -16,9 +16,11 @@
 #include <dmn/script/ParameterLine.h>
 #include <dmn/script/ShellWord.h>
 
+#include <cerrno>
 #include <optional>
 
-#include <sys/stat.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace dmn {
 
@@ -149,20 +151,19 @@ private:
     Findings m_findings;
 };
 
-bool isExecutable(fdn::Path const& script) {
-    constexpr mode_t everybodys = S_IXUSR | S_IXGRP | S_IXOTH;
-    struct stat info = {};
-    return stat(fdn::toFileName(script), &info) != 0 || (info.st_mode & everybodys) == everybodys;
+// By the effective user, whose rights the script would run with. What cannot be told shows when it is run.
+bool mayBeRun(fdn::Path const& script) {
+    return faccessat(AT_FDCWD, fdn::toFileName(script), X_OK, AT_EACCESS) == 0 || errno != EACCES;
 }
 
-// An installed daemon is stopped and started again by its script, so nothing else counts before that runs.
+// The script stores all settings, so nothing else counts before it can be run.
 Findings checkScriptFile(fdn::String const& id) {
     try {
         fdn::Path const script = locateInitScript(id);
         if (!fdn::fileExists(script))
             return {{"The daemon '" + id + "' is not installed.", ""}};
-        if (!isExecutable(script))
-            return {{"Not everybody may run the init script '" + script.getText() + "'.",
+        if (!mayBeRun(script))
+            return {{"The init script '" + script.getText() + "' may not be run.",
                      "chmod a+x " + quoteShellWord(script.getText())}};
         return {};
     } catch (fdn::CError const& error) {

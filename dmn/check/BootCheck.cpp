@@ -3,11 +3,15 @@
 #include <fdn/CError.h>
 
 #include <dmn/bootSequence.h>
-#include <dmn/init/FileQuestions.h>
+#include <dmn/init/DependencyOrder.h>
 #include <dmn/init/InitFolder.h>
 #include <dmn/init/RunLevels.h>
+#include <dmn/init/SystemdUnits.h>
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ShellWord.h>
+
+#include <filesystem>
+#include <system_error>
 
 namespace dmn {
 
@@ -47,9 +51,12 @@ LevelLinks lookAtLinks(LinkKind kind, fdn::String const& id, fdn::Path const& sc
 }
 
 fdn::String listLevels(fdn::TArray<RunLevel> const& runLevels) {
-    fdn::String list;
-    for (RunLevel const& runLevel : runLevels)
-        list << (list.empty() ? "" : ", ") << runLevel.level;
+    fdn::String list = runLevels.size() == 1 ? "run level " : "run levels ";
+    char const* separator = "";
+    for (RunLevel const& runLevel : runLevels) {
+        list << separator << runLevel.level;
+        separator = ", ";
+    }
     return list;
 }
 
@@ -76,7 +83,7 @@ Findings checkStartLinks(LevelLinks const& links, fdn::String const& id, fdn::Pa
     Findings findings = reportWrongLinks(links, script);
     if (!links.without.empty())
         findings.push_back({links.isAny
-                                ? "The daemon does not start in the run levels " + listLevels(links.without) +
+                                ? "The daemon does not start in " + listLevels(links.without) +
                                       ": its links are missing there."
                                 : fdn::String("The daemon does not start at boot: it has no start links."),
                             composeLinkCommand(links.without, id, script)});
@@ -86,32 +93,34 @@ Findings checkStartLinks(LevelLinks const& links, fdn::String const& id, fdn::Pa
 Findings checkKillLinks(LevelLinks const& links, fdn::String const& id, fdn::Path const& script) {
     Findings findings = reportWrongLinks(links, script);
     if (!links.without.empty())
-        findings.push_back({"The daemon is not stopped in an orderly way in the run levels " +
-                                listLevels(links.without) + ": its links are missing there.",
+        findings.push_back({"The daemon is not stopped in an orderly way in " + listLevels(links.without) +
+                                ": its links are missing there.",
                             composeLinkCommand(links.without, id, script)});
     return findings;
 }
 
-fdn::String describeSequence(BootSequence sequence) {
+// Of a daemon that has its start links.
+char const* explain(fdn::String const& id, BootSequence sequence) {
     switch (sequence) {
     case BootSequence::LinkOrder:
-        return "init starts nothing by its links in the default run level.";
+        return "the default run level has no link to it.";
     case BootSequence::DependencyOrder:
-        return "the order that insserv has computed does not have it.";
+        return isInDependencyOrder(id) ? "the default run level has no link to it."
+                                       : "the order of scripts that insserv has computed does not have it.";
     case BootSequence::Systemd:
-        return "systemd has no unit for it, or one that is not enabled, or no longer reads init scripts.";
+        return hasOwnUnit(id) ? "its systemd unit is not enabled."
+                              : "this machine's systemd does not read init scripts.";
     case BootSequence::None:
         break;
     }
-    return "this machine has no init that runs init scripts.";
+    return "this machine has no init that reads init scripts.";
 }
 
-// Without its start links, no boot sequence starts it, and that has been said.
 Findings checkSequence(fdn::String const& id) {
     BootSequence const sequence = detectBootSequence();
     if (startsAtBoot(id, sequence))
         return {};
-    return {{"The daemon does not start at boot: " + describeSequence(sequence),
+    return {{fdn::String("The daemon does not start at boot: ") + explain(id, sequence),
              composeBootCommand(id, sequence)}};
 }
 

@@ -57,7 +57,17 @@ Findings judgeExecutable(StartSettings const& settings, FileLook const& look, bo
              "chmod a+x " + quote(settings.exePath)}};
 }
 
-bool isOwnersFull(fdn::Path const& folder) {
+// Some file systems keep the last blocks for root, and some count no blocks or files at all.
+bool isFull(fdn::Path const& folder, bool isForRoot) {
+    struct statvfs info = {};
+    if (statvfs(fdn::toFileName(folder), &info) != 0)
+        return false;
+    bool const hasBlocks = info.f_blocks == 0 || (isForRoot ? info.f_bfree : info.f_bavail) > 0;
+    bool const hasFiles = info.f_files == 0 || (isForRoot ? info.f_ffree : info.f_favail) > 0;
+    return !hasBlocks || !hasFiles;
+}
+
+bool mayOwnerDoAll(fdn::Path const& folder) {
     struct stat info = {};
     return stat(fdn::toFileName(folder), &info) == 0 && (info.st_mode & S_IRWXU) == S_IRWXU;
 }
@@ -67,11 +77,19 @@ fdn::String composeGift(StartSettings const& settings) {
     return "chown " + account + " " + quote(settings.controlFolder);
 }
 
+Findings judgeRoom(StartSettings const& settings) {
+    if (!isFull(settings.controlFolder, settings.runAs.empty()))
+        return {};
+    return {{"The file system of the control folder '" + settings.controlFolder.getText() +
+                 "' has no room for the PID file.",
+             ""}};
+}
+
 Findings judgeFolderRights(StartSettings const& settings) {
     fdn::Path const& folder = settings.controlFolder;
     if (isMounted(folder, ST_RDONLY))
         return {{"The control folder '" + folder.getText() + "' is on a read-only file system.", ""}};
-    fdn::String const widen = isOwnersFull(folder) ? fdn::String() : " && chmod u+rwx " + quote(folder);
+    fdn::String const widen = mayOwnerDoAll(folder) ? fdn::String() : " && chmod u+rwx " + quote(folder);
     return {{describeAccount(settings) + " may not write to the control folder '" + folder.getText() + "'.",
              composeGift(settings) + widen}};
 }
@@ -98,8 +116,8 @@ Findings judgeControlFolder(CheckedDaemon const& daemon, FileLook const& look, b
         return judgeMissingFolder(daemon);
     if (!look.isFolder)
         return {{folder + " is no folder.", ""}};
-    return (look.mayWrite && look.mayExecute) || !isAccounts ? Findings{}
-                                                             : judgeFolderRights(daemon.settings);
+    bool const isClosed = isAccounts && !(look.mayWrite && look.mayExecute);
+    return isClosed ? judgeFolderRights(daemon.settings) : judgeRoom(daemon.settings);
 }
 
 } // namespace

@@ -83,6 +83,9 @@ Findings tryScriptValues(InitScriptValues const& values) {
         for (ScriptFault const& fault : tryInitScript(values))
             findings.push_back(report(fault));
         return findings;
+    } catch (fdn::CUnencodableStringError const&) {
+        // The script is written in UTF-8, whatever the locale is; only the trial cannot be.
+        return {};
     } catch (fdn::CError const& error) {
         if (error.getCode() == E2BIG)
             return {{"The run parameters and the other values are too long to be tried on the shell.", ""}};

@@ -75,8 +75,9 @@ ReadinessWatch::Result ReadinessWatch::await(Deadline const& deadline) {
     for (;;) {
         // Looked at before the messages: all that an ended process has sent are there.
         pid_t const ended = m_process->hasEnded() ? m_process->getNumber() : 0;
+        bool const holdsFile = !m_hasSpoken && findHolder() == m_process->getNumber();
         readMessages();
-        if (m_isReady)
+        if (m_isReady || (holdsFile && isSilentHolder()))
             return Result::Ready;
         if (ended == m_process->getNumber()) {
             if (std::optional<Result> const result = judgeEnd())
@@ -103,6 +104,7 @@ void ReadinessWatch::take(fdn::Notification const& message) {
             return remember(message);
         adopt(message.sender);
     }
+    m_hasSpoken = true;
     if (tellsReadiness(message))
         m_isReady = isReady();
     else if (std::optional<fdn::String> const status = getStatus(message))
@@ -115,6 +117,13 @@ void ReadinessWatch::takeStatus(fdn::String const& status) {
     m_lastStatus = status;
     if (m_progress)
         m_progress(status);
+}
+
+// A daemon tells of its claim before it makes it. One that holds the file and has not said a word will never
+// say one: it was built with an earlier library, or is a set-user-ID program. That it is up is all that there
+// is to learn of it.
+bool ReadinessWatch::isSilentHolder() {
+    return !m_hasSpoken && isReady();
 }
 
 // A daemon that fails at once gives its PID file up, or ends, before it waits for anything.
@@ -172,8 +181,8 @@ void ReadinessWatch::awaitNews(Deadline const& deadline) {
     int const process = m_process->hasEnded() ? -1 : m_process->getDescriptor();
     pollfd events[] = {{m_receiver.getDescriptor(), POLLIN, 0}, {process, POLLIN, 0}};
     int const rest = deadline.getRestMs();
-    // Nobody tells of processes without a descriptor, and of those that nobody knows yet.
-    int const longest = process == -1 ? std::min(rest, kLookMs) : rest;
+    // Nobody tells of processes without a descriptor, of those that nobody knows yet, and of silent ones.
+    int const longest = process == -1 || !m_hasSpoken ? std::min(rest, kLookMs) : rest;
     if (poll(events, std::size(events), longest) == -1 && errno != EINTR)
         fdn::throwLastSysError("poll", "CDaemonStarter::start");
 }

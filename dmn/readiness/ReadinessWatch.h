@@ -52,6 +52,7 @@ private:
     void take(fdn::Notification const& message);
     void takeStatus(fdn::String const& status);
     bool isReady();
+    bool isSilentHolder();
     std::optional<Result> judgeEnd();
     pid_t findHolder() const;
     void adopt(pid_t process);
@@ -65,6 +66,7 @@ private:
     std::unique_ptr<StartedProcess> m_process;
     fdn::TMap<pid_t, fdn::String> m_others; // that have sent something, and what they have said last
     fdn::String m_lastStatus;
+    bool m_hasSpoken = false; // the daemon has sent something
     bool m_isReady = false;
     pid_t m_holder = 0;
 };

@@ -334,6 +334,18 @@ TEST_F(CheckInstallation, FindsAReadOnlyFileSystem) {
     EXPECT_THAT(problems(), ElementsAre(HasSubstr("read-only")));
 }
 
+TEST_F(CheckInstallation, FindsAFullFileSystem) {
+    FullFolder const full(kControl);
+
+    auto const found = check();
+
+    EXPECT_EQ(
+        Names{
+            "The file system of the control folder '/etc/app-checks/control' has no room for the PID file."},
+        problemsOf(found));
+    EXPECT_EQ(Names{""}, remediesOf(found));
+}
+
 TEST_F(CheckInstallation, FindsMissingFoldersOfInitAndTheRemediesMakeThem) {
     for (char const* const name : {"init.d", "rc0.d", "rc4.d"})
         std::filesystem::remove(std::string("/etc/") + name);
@@ -512,14 +524,14 @@ TEST_F(CheckDaemon, FindsThatItIsNotInstalled) {
     EXPECT_THAT(problemsOf(checkInstalled()), ElementsAre(HasSubstr("init.d")));
 }
 
-TEST_F(CheckDaemon, FindsAScriptThatNotEverybodyMayRunAndItsRemedyMendsThat) {
+TEST_F(CheckDaemon, FindsAScriptThatNobodyMayRunAndItsRemedyMendsThat) {
     installForAccount();
-    for (unsigned const mode : {0644U, 0744U, 0000U}) {
+    for (unsigned const mode : {0644U, 0000U}) {
         setMode("/etc/init.d/app", mode);
 
         auto const found = checkInstalled();
 
-        EXPECT_EQ(1U, found.size());
+        EXPECT_EQ(Names{"The init script '/etc/init.d/app' may not be run."}, problemsOf(found));
         mend(found);
         EXPECT_THAT(problemsOf(checkInstalled()), IsEmpty());
     }
@@ -648,7 +660,8 @@ TEST_F(CheckDaemon, FindsLinksThatAreMissingInSomeRunLevelsAndTheRemediesMakeThe
 
     auto const found = checkInstalled();
 
-    EXPECT_THAT(problemsOf(found), ElementsAre(HasSubstr("run levels 3, 5"), HasSubstr("run levels 6")));
+    EXPECT_THAT(problemsOf(found),
+                ElementsAre(HasSubstr("in run levels 3, 5:"), HasSubstr("in run level 6:")));
     mend(found);
     EXPECT_THAT(problemsOf(checkInstalled()), IsEmpty());
     EXPECT_EQ("/etc/init.d/app", targetOf("/etc/rc6.d/K10app"));
@@ -686,7 +699,7 @@ TEST_F(CheckDaemon, FindsMissingRunLevelFolders) {
 
     EXPECT_THAT(problemsOf(found), ElementsAre(HasSubstr("rc4.d")));
     mend(found);
-    EXPECT_THAT(problemsOf(checkInstalled()), ElementsAre(HasSubstr("run levels 4")));
+    EXPECT_THAT(problemsOf(checkInstalled()), ElementsAre(HasSubstr("in run level 4:")));
 }
 
 TEST_F(CheckDaemon, FindsABootSequenceThatDoesNotHaveTheDaemon) {
@@ -698,6 +711,32 @@ TEST_F(CheckDaemon, FindsABootSequenceThatDoesNotHaveTheDaemon) {
 
     EXPECT_THAT(problemsOf(found), ElementsAre(HasSubstr("insserv")));
     EXPECT_EQ(Names{"update-rc.d app defaults"}, remediesOf(found));
+}
+
+TEST_F(CheckDaemon, FindsADefaultRunLevelWithoutTheDaemon) {
+    installForAccount();
+    writeFile("/etc/inittab", "id:1:initdefault:\n");
+
+    EXPECT_EQ(Names{"The daemon does not start at boot: the default run level has no link to it."},
+              problemsOf(checkInstalled()));
+}
+
+TEST_F(CheckDaemon, FindsASystemdThatDoesNotStartIt) {
+    installForAccount();
+    std::filesystem::create_directories("/run/systemd/system");
+    std::filesystem::create_directories("/etc/systemd/system-generators");
+    writeFile("/etc/systemd/system-generators/systemd-sysv-generator", "");
+    auto const unread = checkInstalled();
+    std::filesystem::create_directories("/etc/systemd/system");
+    writeFile("/etc/systemd/system/app.service", "");
+    auto const disabled = checkInstalled();
+    std::filesystem::remove_all("/etc/systemd");
+    std::filesystem::remove_all("/run/systemd");
+
+    EXPECT_THAT(problemsOf(unread), ElementsAre(HasSubstr("does not read init scripts")));
+    EXPECT_EQ(Names{""}, remediesOf(unread));
+    EXPECT_THAT(problemsOf(disabled), ElementsAre(HasSubstr("not enabled")));
+    EXPECT_EQ(Names{"systemctl enable app"}, remediesOf(disabled));
 }
 
 TEST_F(CheckDaemon, ChangesNothing) {
@@ -757,9 +796,36 @@ TEST_F(CheckDaemonAs, WorksForAnotherUserToo) {
         becomeOther();
         Names const found = problemsOf(checkInstalled());
         require(found.empty(), found.empty() ? "" : found.front());
+        require(problemsOf(dmn::checkDaemon("none", fdn::Path())) ==
+                    Names{"The daemon 'none' is not installed."},
+                "not found");
     });
 
     EXPECT_EQ(0, outcome.status) << outcome.errors;
+}
+
+TEST_F(CheckDaemonAs, SaysWhatAnotherUserMayNotLookAt) {
+    setOwner(kControl, kUser, kUser);
+    installForAccount();
+    setMode(kControl, 0700);
+    setMode("/etc/init.d/app", 0700);
+
+    Outcome const outcome = runInChild([] {
+        becomeOther();
+        Names const script = problemsOf(checkInstalled());
+        require(script == Names{"The init script '/etc/init.d/app' may not be run."}, script.front());
+    });
+    setMode("/etc/init.d/app", 0755);
+    Outcome const second = runInChild([] {
+        becomeOther();
+        Names const folder = problemsOf(checkInstalled());
+        require(folder.size() == 1 &&
+                    folder.front().find("/etc/app-checks/control/app.pid") != std::string::npos,
+                folder.empty() ? "none" : folder.front());
+    });
+
+    EXPECT_EQ(0, outcome.status) << outcome.errors;
+    EXPECT_EQ(0, second.status) << second.errors;
 }
 
 } // namespace test

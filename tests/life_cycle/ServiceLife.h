@@ -89,6 +89,14 @@ protected:
         return false;
     }
 
+    /// Whether the process has ended, whoever may still have to reap it.
+    static bool hasEnded(pid_t pid) {
+        std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+        std::string stat;
+        std::getline(file, stat);
+        return stat.empty() || stat.find(") Z ") != std::string::npos;
+    }
+
     static std::string process(pid_t pid) { return "(process " + std::to_string(pid) + ")"; }
 
     TemporaryFolder m_folder;
