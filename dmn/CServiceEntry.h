@@ -14,7 +14,7 @@ enum class HelpRequest;
 
 /// A command of the application's own, as the help shows it.
 struct CommandDescription {
-    fdn::String name;
+    fdn::String name;        ///< the command word
     fdn::String description; ///< a few words on one line
 };
 

@@ -31,6 +31,7 @@ FDN_EXPORT void logCrashes();
 /// There may be one object at a time. Any thread may call exit().
 class FDN_EXPORT CExitReport {
 public:
+    /// Begins to watch for exit(). `activity` is what the entry names.
     explicit CExitReport(String const& activity);
     CExitReport(CExitReport const&) = delete;
     CExitReport& operator=(CExitReport const&) = delete;
