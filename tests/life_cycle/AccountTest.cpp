@@ -63,12 +63,14 @@ TEST_F(AccountTest, TransientFolderWithoutAGroupGetsTheGroupOfTheAccountsName) {
     std::filesystem::remove("/run/beats");
 }
 
-TEST_F(AccountTest, DaemonThatMayNotUseItsControlFolderDoesNotComeUp) {
+TEST_F(AccountTest, DaemonThatMayNotUseItsControlFolderAnyMoreDoesNotComeUp) {
     install({"--runas=dmnuser"});
+    test::setOwner(controlFolder(), 0, 0);
 
-    EXPECT_EQ(0, runHeartbeat({"start"}).status);
+    Outcome const outcome = runHeartbeat({"start"});
 
-    EXPECT_TRUE(awaitError(pidFile()));
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_THAT(outcome.output, HasSubstr(pidFile()));
     EXPECT_EQ(3, status());
 }
 
@@ -128,14 +130,6 @@ TEST_F(AccountTest, InstallByAnOrdinaryUserFailsForWantOfRootPrivileges) {
     EXPECT_EQ(2, outcome.status);
     EXPECT_THAT(outcome.output, HasSubstr(kNoRoot));
     EXPECT_FALSE(std::filesystem::exists(script()));
-}
-
-TEST_F(AccountTest, InstallByAnOrdinaryUserMakesTheControlFolderAllTheSame) {
-    test::setOwner(m_folder.name(), test::kUser, test::kUser);
-
-    test::run(asUser("dmnuser", heartbeat({"install"})));
-
-    EXPECT_EQ("61001:61001", owners(controlFolder()));
 }
 
 TEST_F(AccountTest, DaemonThatIsProcess1StopsOnSIGTERM) {

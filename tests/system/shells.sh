@@ -14,11 +14,12 @@ make_machine_with_settings() {
         --message='grüß  "$dich"'
 }
 
-# expect_answer STATUS OUTPUT ERRORS VERB...: calling the script with the verb gives this answer.
+# expect_answer STATUS LINE ERRORS VERB...: calling the script with the verb gives this answer, of which the line is the
+# first one. Further ones are the program's.
 expect_answer() {
     local status=0 answer
     answer=$(in_root "${call[@]}" "${@:4}" 2>"$TMPDIR/errors") || status=$?
-    expect_equal "$1:$2:$3" "$status:$answer:$(cat "$TMPDIR/errors")"
+    expect_equal "$1:$2:$3" "$status:${answer%%$'\n'*}:$(cat "$TMPDIR/errors")"
 }
 
 # expect_all_answers CALL...: the script, called in this way, gives all answers that its text promises.
