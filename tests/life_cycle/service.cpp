@@ -2,8 +2,9 @@
 //
 //   CLOCK_INIT, CLOCK_RUN   "throw", "throw-number", "segfault", "abort", "exit", "hang", or "return"
 //   CLOCK_IGNORES_STOP      set: it goes on until it is killed
+//   CLOCK_EARLY_SIGNAL      set: it sends itself SIGTERM before its command line is read
 //
-// The command "nothing" does nothing.
+// The command "nothing" does nothing, and "hang" never ends.
 
 #include <dmn/dmn.h>
 
@@ -14,6 +15,7 @@
 #include <string>
 
 #include <signal.h>
+#include <unistd.h>
 
 namespace {
 
@@ -80,6 +82,12 @@ class CClockEntry : public dmn::CServiceEntry {
 
     fdn::P<dmn::CDaemon> createDaemon(fdn::String const& id, fdn::Path const& controlFolder) override {
         return fdn::newObj<CClock>(id, controlFolder);
+    }
+
+    void addCommandLineOptions(wxCmdLineParser& parser) override {
+        CServiceEntry::addCommandLineOptions(parser);
+        if (!environment("CLOCK_EARLY_SIGNAL").empty())
+            kill(getpid(), SIGTERM);
     }
 
     fdn::TList<dmn::CommandDescription> describeOwnCommands() override {
