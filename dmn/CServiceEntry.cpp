@@ -99,9 +99,9 @@ public:
 
     void setDaemon(CDaemon* daemon) override {
         auto* const service = dynamic_cast<CService*>(daemon);
-        m_reload->setService(service);
         if (service != nullptr)
             setHandler(fdn::SysSignal::Hangup, m_reload.get());
+        m_reload->setService(service);
     }
 
     // The program's file name.
@@ -133,6 +133,7 @@ int CServiceEntry::entry(int argc, char** argv) {
     HelpRequest const request = findHelpRequest(argc, argv);
     if (request != HelpRequest::None)
         return answer(request);
+    m_state->exitStatus = kStatusDone;
     int const status = CDaemonEntry::entry(argc, argv);
     return status == kStatusDone ? m_state->exitStatus : status;
 }
@@ -153,9 +154,16 @@ int CServiceEntry::answer(HelpRequest request) {
 }
 
 void CServiceEntry::printVersion() {
-    fdn::String const version = createDaemonInfo()->version;
+    fdn::String const version = describeDaemon()->version;
     printText(m_state->getName() + (version.empty() ? "" : " ") + version +
               " (libdmn " DMN_VERSION_STRING ")");
+}
+
+fdn::P<CDaemonInfo> CServiceEntry::describeDaemon() {
+    fdn::P<CDaemonInfo> const info = createDaemonInfo();
+    if (!info)
+        throw fdn::CError("The application gave no description of its daemon.");
+    return info;
 }
 
 fdn::TList<CommandDescription> CServiceEntry::describeOwnCommands() {
@@ -201,7 +209,7 @@ void CServiceEntry::doHelp() {
     wxCmdLineParser parser;
     parser.SetSwitchChars("-");
     addCommandLineOptions(parser);
-    fdn::String const description = createDaemonInfo()->description;
+    fdn::String const description = describeDaemon()->description;
     printLines("Usage: " + m_state->getName() + " COMMAND [OPTION]...\n" + description +
                (description.empty() ? "" : "\n") + "\nCommands:\n" +
                composeCommandList(describeOwnCommands()) + "\nOptions:\n" + composeOptionList(parser));
@@ -241,16 +249,18 @@ void CServiceEntry::stopDaemonElsewhere() {
     DaemonStatus const status = getDaemonStatus(m_daemonId, fdn::Path());
     if (status.state == DaemonState::Unknown)
         printNotice("It is unknown whether " + m_daemonId + " runs by its old script: " + status.reason);
-    fdn::String const folder = normalize(status.controlFolder).getText();
-    if (status.state != DaemonState::Running || folder == normalize(m_controlFolder).getText())
+    // The same folder may have two names.
+    if (status.state != DaemonState::Running ||
+        status.process == getDaemonStatus(m_daemonId, m_controlFolder).process)
         return;
-    printNotice(m_daemonId + " is running with another control folder, '" + folder + "' " +
-                describeProcess(status.process) + ". It is stopped first.");
+    printNotice(m_daemonId + " is running with another control folder, '" + status.controlFolder.getText() +
+                "' " + describeProcess(status.process) + ". It is stopped first.");
     CDaemonStopper(m_daemonId, status.controlFolder).stop(m_timeoutMs, m_state->getForce());
 }
 
 void CServiceEntry::reportInstallation() {
-    fdn::String next = "Next:\n  " + composeCommand("start") + "\n";
+    bool const isRunning = getDaemonStatus(m_daemonId, m_controlFolder).state == DaemonState::Running;
+    fdn::String next = "Next:\n  " + composeCommand(isRunning ? "restart" : "start") + "\n";
     fdn::String const boot =
         m_daemonInfo->startAtBoot ? composeBootCommand(m_daemonId, detectBootSequence()) : fdn::String();
     if (!boot.empty())
@@ -358,7 +368,8 @@ void CServiceEntry::doRun() {
         fdn::String const hint = m_state->isInForeground ? composeHint() : fdn::String();
         if (hint.empty())
             throw;
-        throw fdn::CError(error.getMessage() + " " + hint);
+        throw fdn::CError(error.getMessage() + " " + hint, error.getSecondText(), error.getCode(),
+                          error.getProps(), error.getCause().get());
     }
 }
 

@@ -120,13 +120,24 @@ TEST_F(ServiceTest, InstallWithAnotherFolderStopsTheDaemonThatRunsFirst) {
     EXPECT_TRUE(hasEnded(before));
 }
 
-TEST_F(ServiceTest, InstallWithTheSameFolderLeavesTheDaemonRunning) {
+TEST_F(ServiceTest, InstallWithTheSameFolderLeavesTheDaemonRunningAndNamesTheRestart) {
     bringUp();
     pid_t const before = servicePID();
 
-    install();
+    Outcome const outcome = runClock(here({"install"}));
 
+    EXPECT_THAT(outcome.output, HasSubstr("Next:\n  " DMN_SERVICE " restart\n"));
     EXPECT_EQ(before, servicePID());
+    EXPECT_FALSE(hasEnded(before));
+}
+
+TEST_F(ServiceTest, InstallWithAnotherNameOfTheSameFolderLeavesTheDaemonRunning) {
+    bringUp();
+    pid_t const before = servicePID();
+    std::filesystem::create_directory_symlink(m_controlFolder, m_folder.name("link"));
+
+    EXPECT_EQ(0, runClock({"install", "--controlFolder=" + m_folder.name("link")}).status);
+
     EXPECT_FALSE(hasEnded(before));
 }
 
