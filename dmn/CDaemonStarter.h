@@ -38,12 +38,14 @@ public:
     ~CDaemonStarter();
 
     /// Sets who is told of each step of the daemon's initialization, with the daemon's own words, while
-    /// start() waits.
+    /// start() waits: on its thread, with root's rights. What the function throws ends the wait, not the
+    /// daemon.
     void setProgress(std::function<void(fdn::String const& step)> progress);
 
-    /// Launches the daemon unless it runs already, and returns when it is ready: it has said so, and lives
-    /// and holds its PID file when it waits for something for the first time after that, or 10 ms later. A
-    /// daemon that has ended by then has failed, even with the status 0.
+    /// Launches the daemon unless it runs already, and returns when it is ready: it has said so, and it lives
+    /// and holds its PID file as soon as none of its threads has anything to do, or it has used 10 ms of
+    /// processor time after that, or a second has passed. A daemon that has ended by then has failed, even
+    /// with the status 0.
     ///
     /// The launched program may also be a script that becomes the daemon, or starts it. If it ends with the
     /// status 0 and leaves the daemon behind, that one is awaited.

@@ -155,8 +155,10 @@ pid_t ReadinessWatch::findHolder() const {
 }
 
 void ReadinessWatch::adopt(pid_t process) {
+    // It may be the same one, by now a child of this process, which can tell how it has ended.
+    if (process != m_process->getNumber())
+        m_lastStatus = m_others[process];
     m_process = std::make_unique<StartedProcess>(process);
-    m_lastStatus = m_others[process];
 }
 
 bool ReadinessWatch::adoptOrphan(pid_t holder) {

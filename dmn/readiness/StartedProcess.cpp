@@ -3,44 +3,80 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <string>
+#include <system_error>
 
 #include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
+#include <time.h>
 
 namespace dmn {
 
 namespace {
 
+using std::chrono::nanoseconds;
 using std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kLongestBusy(10);
+constexpr std::chrono::seconds kLongestWatch(1);
 constexpr timespec kBetweenLooks = {0, 200'000};
 
 // The kernel's flags of a process that ends, that dumps core and that a signal has ended. A dump may take
 // long, and the process keeps its locks meanwhile.
 constexpr unsigned kEndingFlags = 0x4 | 0x200 | 0x400;
 
-// What the main thread of a process is doing (proc_pid_stat(5)). Neither where /proc cannot be read.
+// What a thread is doing (proc_pid_stat(5)).
 struct Activity {
-    bool waits = false;
+    char state = 0; ///< 0: unknown
     bool ends = false;
 };
 
-Activity lookAt(pid_t process) {
-    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+Activity lookAt(std::filesystem::path const& thread) {
+    std::ifstream file(thread / "stat");
     std::string text;
     std::getline(file, text, '\0');
     // The program's name comes before, in brackets, and may hold anything.
     std::size_t const end = text.rfind(')');
-    char state = 0;
+    Activity activity;
     unsigned flags = 0;
-    if (end == std::string::npos ||
-        std::sscanf(text.c_str() + end, ") %c %*d %*d %*d %*d %*d %u", &state, &flags) != 2)
-        return Activity();
-    return {state == 'S', (flags & kEndingFlags) != 0};
+    if (end != std::string::npos)
+        std::sscanf(text.c_str() + end, ") %c %*d %*d %*d %*d %*d %u", &activity.state, &flags);
+    activity.ends = (flags & kEndingFlags) != 0;
+    return activity;
+}
+
+std::filesystem::path folderOf(pid_t process) {
+    return "/proc/" + std::to_string(process);
+}
+
+bool isEnding(pid_t process) {
+    return lookAt(folderOf(process)).ends;
+}
+
+// Whether none of its threads has anything to do: the main thread alone may wait for another, as it does in
+// exit(). Nobody is at rest where /proc cannot be read.
+bool isAtRest(pid_t process) {
+    std::error_code error;
+    std::filesystem::directory_iterator thread(folderOf(process) / "task", error);
+    for (; !error && thread != std::filesystem::directory_iterator(); thread.increment(error)) {
+        char const state = lookAt(thread->path()).state;
+        if (state == 'R' || state == 'D' || state == 0)
+            return false;
+    }
+    return !error;
+}
+
+// The processor time that a process has had. A machine that is booting has more to do than to let a daemon
+// fail at once. Where the system does not tell, the time that passes.
+nanoseconds getBusyTime(pid_t process) {
+    clockid_t clock = {};
+    timespec time = {};
+    if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &time) != 0)
+        return steady_clock::now().time_since_epoch();
+    return std::chrono::seconds(time.tv_sec) + nanoseconds(time.tv_nsec);
 }
 
 // Asks, without waiting, for children that have ended. Returns whether there are such children at all, ended
@@ -77,14 +113,13 @@ bool StartedProcess::reap() {
 }
 
 bool StartedProcess::livesOn() {
-    auto const end = steady_clock::now() + kLongestBusy;
+    nanoseconds const longestBusy = getBusyTime(m_number) + kLongestBusy;
+    auto const end = steady_clock::now() + kLongestWatch;
     pollfd event = {getDescriptor(), POLLIN, 0};
-    Activity activity = lookAt(m_number);
-    while (!hasEnded() && !activity.waits && !activity.ends && steady_clock::now() < end) {
+    while (!hasEnded() && !isEnding(m_number) && !isAtRest(m_number) && getBusyTime(m_number) < longestBusy &&
+           steady_clock::now() < end)
         ppoll(&event, 1, &kBetweenLooks, nullptr); // whatever it says: the loop looks
-        activity = lookAt(m_number);
-    }
-    return !hasEnded() && !activity.ends;
+    return !hasEnded() && !isEnding(m_number);
 }
 
 bool isChild(pid_t process) {

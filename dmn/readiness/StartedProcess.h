@@ -31,9 +31,8 @@ public:
     /// How it has ended, as far as this process knows.
     ProcessEnd const& getEnd() const { return m_end; }
 
-    /// Blocks until the process waits for something for the first time, as one does that has nothing urgent
-    /// to do, or has kept busy for some milliseconds. Returns whether it lives then: not if it has ended, or
-    /// is about to be.
+    /// Blocks until no thread of the process has anything to do, or it has kept a processor busy for 10 ms,
+    /// or for a second at most. Returns whether it lives then: not if it has ended or is about to.
     bool livesOn();
 
 private:
