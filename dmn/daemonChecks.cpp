@@ -54,6 +54,16 @@ fdn::Path normalize(fdn::Path const& path, Findings& findings) {
     }
 }
 
+// Some numbers are no code points, so that no text with them can be stored.
+fdn::String composeParameters(CDaemonInfo const& info, Findings& findings) {
+    try {
+        return composeParameterLine(info.params);
+    } catch (fdn::CError const& error) {
+        findings.push_back(report(error));
+        return fdn::String();
+    }
+}
+
 Findings checkId(fdn::String const& id) {
     if (isDaemonId(id))
         return {};
@@ -115,8 +125,7 @@ Findings checkTexts(CheckedDaemon const& daemon, CDaemonInfo const& info) {
 /// The installed daemon's settings, as far as its script tells them.
 class InstalledDaemon {
 public:
-    InstalledDaemon(fdn::String const& id, fdn::Path const& controlFolder)
-        : m_id(id), m_script(locateInitScript(id)) {
+    InstalledDaemon(fdn::String const& id, fdn::Path const& controlFolder) : m_id(id) {
         m_daemon.id = id;
         m_daemon.isInstalled = true;
         StartSettings& settings = m_daemon.settings;
@@ -146,7 +155,6 @@ private:
     }
 
     fdn::String m_id;
-    fdn::Path m_script;
     CheckedDaemon m_daemon;
     Findings m_findings;
 };
@@ -191,7 +199,7 @@ fdn::TList<DaemonFinding> checkInstallation(InstallRequest const& request) {
     CheckedDaemon daemon{request.id, {}, false};
     StartSettings& settings = daemon.settings;
     settings.controlFolder = normalize(request.controlFolder, findings);
-    settings.params = composeParameterLine(request.info.params);
+    settings.params = composeParameters(request.info, findings);
     settings.runAs = request.runAs;
     settings.transientFolderAppID = request.transientFolderAppID;
     settings.transientFolderGroup = request.transientFolderGroup;

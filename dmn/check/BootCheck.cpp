@@ -142,8 +142,8 @@ Findings checkInitFolders() {
 }
 
 Findings checkBoot(fdn::String const& id) {
-    fdn::Path const script = locateInitScript(id);
     try {
+        fdn::Path const script = locateInitScript(id);
         LevelLinks const starts = lookAtLinks(LinkKind::Start, id, script);
         LevelLinks const kills = lookAtLinks(LinkKind::Kill, id, script);
         Findings findings = checkStartLinks(starts, id, script);

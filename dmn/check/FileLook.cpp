@@ -19,7 +19,7 @@ namespace {
 // Asks test(1) each question, which is two arguments, and prints y or n for it. With a test's own operator
 // first, the path may be any text (POSIX test: two arguments).
 constexpr char kAsk[] =
-    "while [ $# -gt 0 ]; do if [ \"$1\" \"$2\" ]; then printf y; else printf n; fi; shift 2; done";
+    R"(while [ $# -gt 0 ]; do if [ "$1" "$2" ]; then printf y; else printf n; fi; shift 2; done)";
 
 constexpr char const* kFolderQuestions[] = {"-e", "-d", "-x"};
 constexpr char const* kFileQuestions[] = {"-e", "-h", "-d", "-f", "-w", "-x"};

@@ -171,23 +171,24 @@ TEST_F(CheckInstallation, TakesRelativePathsAsInstallDoes) {
 }
 
 TEST_F(CheckInstallation, FindsEveryValueOnWhichTheShellActsAndRunsNothingOfIt) {
-    m_id = "a$(touch ran)";
-    m_control = fdn::Path("/etc/app-checks/`touch ran`");
-    m_runAs = "\"; touch ran; \"";
+    m_id = "a$(cd etc; cd app-checks; touch ran)";
+    m_control = fdn::Path("/etc/app-checks/`cd etc; cd app-checks; touch ran`");
+    m_runAs = "\"; cd etc; cd app-checks; touch ran; \"";
     m_appID = "$HOME";
     m_group = "a\\nb";
-    m_info.displayName = "\"; touch ran; echo \"";
-    CurrentFolder const current(kFolder);
+    m_info.displayName = "\"; cd etc; cd app-checks; touch ran; echo \"";
 
     Names const found = problems();
 
-    EXPECT_THAT(found,
-                testing::IsSupersetOf({HasSubstr("daemon id 'a$(touch ran)' holds '$'"),
-                                       HasSubstr("control folder '/etc/app-checks/`touch ran`' holds '`'"),
-                                       HasSubstr("touch ran; \"' holds '\"'"),
-                                       HasSubstr("transient folder app id '$HOME' holds '$'"),
-                                       HasSubstr("transient folder group 'a\\nb' holds '\\'"),
-                                       HasSubstr("display name '\"; touch ran; echo \"' holds '\"'")}));
+    EXPECT_THAT(
+        found,
+        testing::IsSupersetOf(
+            {HasSubstr("daemon id 'a$(cd etc; cd app-checks; touch ran)' holds '$'"),
+             HasSubstr("control folder '/etc/app-checks/`cd etc; cd app-checks; touch ran`' holds '`'"),
+             HasSubstr("cd etc; cd app-checks; touch ran; \"' holds '\"'"),
+             HasSubstr("transient folder app id '$HOME' holds '$'"),
+             HasSubstr("transient folder group 'a\\nb' holds '\\'"),
+             HasSubstr("display name '\"; cd etc; cd app-checks; touch ran; echo \"' holds '\"'")}));
     EXPECT_EQ((Names{"control", "program"}), entriesOf(kFolder));
     EXPECT_EQ(remediesOf(check()).front(), "");
 }
@@ -237,6 +238,12 @@ TEST_F(CheckInstallation, FindsTheCharacterNULInAnyText) {
                             "that runs the init script."));
 }
 
+TEST_F(CheckInstallation, FindsARunParameterThatIsNoText) {
+    m_info.params = {fdn::String(std::wstring(1, static_cast<wchar_t>(0xd800)).c_str())};
+
+    EXPECT_THAT(problems(), ElementsAre(HasSubstr("encod")));
+}
+
 TEST_F(CheckInstallation, SaysThatValuesAreTooLongToBeTried) {
     m_info.params = {fdn::String(std::string(200000, 'x'))};
 
@@ -248,6 +255,9 @@ TEST_F(CheckInstallation, FindsAnUnknownAccountAndItsRemedyMakesIt) {
     auto const found = check();
     ASSERT_THAT(problemsOf(found), ElementsAre("Unknown user: 'dmn-nobody'."));
     EXPECT_EQ(Names{"useradd --system --user-group --shell /usr/sbin/nologin dmn-nobody"}, remediesOf(found));
+    mend(found);
+    m_control = fdn::Path("/etc/app-checks/new");
+    EXPECT_THAT(problems(), IsEmpty());
 }
 
 TEST_F(CheckInstallation, HasNoCommandForAnAccountThatCannotBeMade) {
@@ -274,6 +284,8 @@ TEST_F(CheckInstallation, FindsAnUnknownGroupOnlyWhereATransientFolderNeedsIt) {
     auto const found = check();
     EXPECT_THAT(problemsOf(found), ElementsAre("Unknown group: 'dmn-nogroup'."));
     EXPECT_EQ(Names{"groupadd --system dmn-nogroup"}, remediesOf(found));
+    mend(found);
+    EXPECT_THAT(problems(), IsEmpty());
 }
 
 TEST_F(CheckInstallation, FindsExecutablesThatAreNone) {
