@@ -1,4 +1,5 @@
-// Ours with the plain front end: start does not wait, and stop looks again and again whether the daemon has stopped.
+// Ours with the plain front end: start does not wait, and stop looks again and again whether the daemon has
+// stopped.
 
 #include <dmn/dmn.h>
 
