@@ -80,7 +80,7 @@ void CDaemonManager::setStatus(Status status) {
     if (status == Status::Running)
         announceRunning();
     else if (status == Status::Stopping)
-        getReport().tellStopping();
+        RunReport::tellStopping();
 }
 
 void CDaemonManager::announceRunning() {

@@ -19,6 +19,7 @@
 #include <dmn/service/ServiceSignals.h>
 #include <dmn/service/ServiceUsage.h>
 #include <dmn/service/StatusText.h>
+#include <dmn/service/notice.h>
 #include <dmn/service/provideControlFolder.h>
 #include <dmn/version.h>
 
@@ -28,8 +29,6 @@
 #include <fdn/crash.h>
 #include <fdn/files.h>
 #include <fdn/log.h>
-
-#include <cstdio>
 
 #include <unistd.h>
 
@@ -53,13 +52,12 @@ fdn::String describeProcess(int process) {
     return fdn::String::Format("(process %d)", process);
 }
 
-void say(fdn::String const& text) {
-    printText(text);
+fdn::String withoutLastLineFeed(fdn::String const& lines) {
+    return lines.BeforeLast('\n');
 }
 
-// Without the line feed that printText() adds.
-void sayLines(fdn::String const& lines) {
-    printText(lines.BeforeLast('\n'));
+void printLines(fdn::String const& lines) {
+    printText(withoutLastLineFeed(lines));
 }
 
 void setHandler(fdn::SysSignal signal, fdn::ISystemSignalHandler* handler) {
@@ -86,8 +84,8 @@ public:
     void showUsage(wxCmdLineParser&) override {} // showCommands() follows
 
     void showCommands() override {
-        say("\nCommands:\n" + composeCommandList(m_entry.describeOwnCommands()) + "\nThe options: '" +
-            program + " --help'.");
+        printText("\nCommands:\n" + composeCommandList(m_entry.describeOwnCommands()) + "\nThe options: '" +
+                  program + " --help'.");
     }
 
     // Others only look at the control folder, or make it for the account that the daemon runs under.
@@ -101,9 +99,9 @@ public:
 
     void setDaemon(CDaemon* daemon) override {
         auto* const service = dynamic_cast<CService*>(daemon);
-        m_reload->setService(service);
         if (service != nullptr)
             setHandler(fdn::SysSignal::Hangup, m_reload.get());
+        m_reload->setService(service);
     }
 
     // The program's file name.
@@ -135,6 +133,7 @@ int CServiceEntry::entry(int argc, char** argv) {
     HelpRequest const request = findHelpRequest(argc, argv);
     if (request != HelpRequest::None)
         return answer(request);
+    m_state->exitStatus = kStatusDone;
     int const status = CDaemonEntry::entry(argc, argv);
     return status == kStatusDone ? m_state->exitStatus : status;
 }
@@ -155,8 +154,16 @@ int CServiceEntry::answer(HelpRequest request) {
 }
 
 void CServiceEntry::printVersion() {
-    fdn::String const version = createDaemonInfo()->version;
-    say(m_state->getName() + (version.empty() ? "" : " ") + version + " (libdmn " DMN_VERSION_STRING ")");
+    fdn::String const version = describeDaemon()->version;
+    printText(m_state->getName() + (version.empty() ? "" : " ") + version +
+              " (libdmn " DMN_VERSION_STRING ")");
+}
+
+fdn::P<CDaemonInfo> CServiceEntry::describeDaemon() {
+    fdn::P<CDaemonInfo> const info = createDaemonInfo();
+    if (!info)
+        throw fdn::CError("The application gave no description of its daemon.");
+    return info;
 }
 
 fdn::TList<CommandDescription> CServiceEntry::describeOwnCommands() {
@@ -171,7 +178,7 @@ bool CServiceEntry::verifyCommandParams(fdn::String const& command, wxCmdLinePar
     fdn::String const level = readServiceOptions(parser).logLevel;
     if (!level.empty() && !fdn::parseLogLevel(level)) {
         fdn::logError("Bad commandline: log level '" + level + "' is unknown.");
-        say("\n\nError: the log level must be debug, info, warning or error.\n\n");
+        printText("\n\nError: the log level must be debug, info, warning or error.\n\n");
         return false;
     }
     return CDaemonEntry::verifyCommandParams(command, parser);
@@ -202,10 +209,10 @@ void CServiceEntry::doHelp() {
     wxCmdLineParser parser;
     parser.SetSwitchChars("-");
     addCommandLineOptions(parser);
-    fdn::String const description = createDaemonInfo()->description;
-    sayLines("Usage: " + m_state->getName() + " COMMAND [OPTION]...\n" + description +
-             (description.empty() ? "" : "\n") + "\nCommands:\n" + composeCommandList(describeOwnCommands()) +
-             "\nOptions:\n" + composeOptionList(parser));
+    fdn::String const description = describeDaemon()->description;
+    printLines("Usage: " + m_state->getName() + " COMMAND [OPTION]...\n" + description +
+               (description.empty() ? "" : "\n") + "\nCommands:\n" +
+               composeCommandList(describeOwnCommands()) + "\nOptions:\n" + composeOptionList(parser));
 }
 
 // Management
@@ -233,7 +240,7 @@ void CServiceEntry::refuseWhatCannotWork() {
                            m_transientFolderGroup});
     if (findings.empty())
         return;
-    sayLines(describeFindings(findings));
+    printLines(describeFindings(findings));
     throw fdn::CError(m_daemonId + " was not installed: " + findings.front().problem);
 }
 
@@ -241,22 +248,25 @@ void CServiceEntry::refuseWhatCannotWork() {
 void CServiceEntry::stopDaemonElsewhere() {
     DaemonStatus const status = getDaemonStatus(m_daemonId, fdn::Path());
     if (status.state == DaemonState::Unknown)
-        say("It is unknown whether " + m_daemonId + " runs by its old script: " + status.reason);
-    fdn::String const folder = normalize(status.controlFolder).getText();
-    if (status.state != DaemonState::Running || folder == normalize(m_controlFolder).getText())
+        printNotice("It is unknown whether " + m_daemonId + " runs by its old script: " + status.reason);
+    // The same folder may have two names.
+    if (status.state != DaemonState::Running ||
+        status.process == getDaemonStatus(m_daemonId, m_controlFolder).process)
         return;
-    say(m_daemonId + " is running with another control folder, '" + folder + "' " +
-        describeProcess(status.process) + ". It is stopped first.");
+    printNotice(m_daemonId + " is running with another control folder, '" + status.controlFolder.getText() +
+                "' " + describeProcess(status.process) + ". It is stopped first.");
     CDaemonStopper(m_daemonId, status.controlFolder).stop(m_timeoutMs, m_state->getForce());
 }
 
 void CServiceEntry::reportInstallation() {
-    fdn::String next = "Next:\n  " + composeCommand("start") + "\n";
+    bool const isRunning = getDaemonStatus(m_daemonId, m_controlFolder).state == DaemonState::Running;
+    fdn::String next = "Next:\n  " + composeCommand(isRunning ? "restart" : "start") + "\n";
     fdn::String const boot =
         m_daemonInfo->startAtBoot ? composeBootCommand(m_daemonId, detectBootSequence()) : fdn::String();
     if (!boot.empty())
         next << "  " << boot << "\n";
-    sayLines(describeInstallation(*m_daemonInfo, m_daemonId, normalize(m_controlFolder)) + next);
+    printNotice(withoutLastLineFeed(
+        describeInstallation(*m_daemonInfo, m_daemonId, normalize(m_controlFolder)) + next));
 }
 
 void CServiceEntry::doUninstall() {
@@ -264,7 +274,7 @@ void CServiceEntry::doUninstall() {
     if (isInstalled)
         stopAndAwait();
     CDaemonEntry::doUninstall();
-    say(m_daemonId + (isInstalled ? " is uninstalled." : " is not installed."));
+    printNotice(m_daemonId + (isInstalled ? " is uninstalled." : " is not installed."));
 }
 
 void CServiceEntry::doStart() {
@@ -277,10 +287,10 @@ void CServiceEntry::doStart() {
         return CDaemonEntry::doStart();
 
     CDaemonStarter starter(m_daemonId, folder);
-    starter.setProgress([this](fdn::String const& step) { say(m_daemonId + ": " + step); });
+    starter.setProgress([this](fdn::String const& step) { printNotice(m_daemonId + ": " + step); });
     bool const isNew = starter.start(m_timeoutMs) == CDaemonStarter::Outcome::Started;
-    say(m_daemonId + (isNew ? " is running " : " runs already ") + describeProcess(starter.getProcess()) +
-        ".");
+    printNotice(m_daemonId + (isNew ? " is running " : " runs already ") +
+                describeProcess(starter.getProcess()) + ".");
 }
 
 void CServiceEntry::requireInstalled() {
@@ -301,14 +311,14 @@ void CServiceEntry::stopAndAwait() {
     CDaemonStopper stopper(m_daemonId, m_controlFolder);
     switch (stopper.stop(m_timeoutMs, m_state->getForce())) {
     case CDaemonStopper::Outcome::WasNotRunning:
-        say(m_daemonId + " does not run.");
+        printNotice(m_daemonId + " does not run.");
         break;
     case CDaemonStopper::Outcome::Stopped:
-        say(m_daemonId + " has stopped.");
+        printNotice(m_daemonId + " has stopped.");
         break;
     case CDaemonStopper::Outcome::Killed:
-        say(m_daemonId + " did not stop and was ended by force " + describeProcess(stopper.getProcess()) +
-            ".");
+        printNotice(m_daemonId + " did not stop and was ended by force " +
+                    describeProcess(stopper.getProcess()) + ".");
         break;
     }
     fdn::logInfo("waitStopped returned true. Daemon successfully stopped.");
@@ -322,17 +332,17 @@ void CServiceEntry::doRestart() {
 
 void CServiceEntry::doStatus() {
     DaemonStatus const status = getDaemonStatus(m_daemonId, m_controlFolder);
-    say(describeStatus(m_daemonId, status));
+    printText(describeStatus(m_daemonId, status));
     if (m_state->options.tellsAll)
-        sayLines(describeDetails(m_daemonId, status));
+        printLines(describeDetails(m_daemonId, status));
     m_state->exitStatus = getExitStatusOf(status.state);
 }
 
 void CServiceEntry::doCheck() {
     fdn::TList<DaemonFinding> const findings = checkDaemon(m_daemonId, m_controlFolder);
     if (findings.empty())
-        return say(m_daemonId + ": nothing found.");
-    sayLines(describeFindings(findings));
+        return printText(m_daemonId + ": nothing found.");
+    printLines(describeFindings(findings));
     m_state->exitStatus = kStatusFindings;
 }
 
@@ -358,7 +368,8 @@ void CServiceEntry::doRun() {
         fdn::String const hint = m_state->isInForeground ? composeHint() : fdn::String();
         if (hint.empty())
             throw;
-        throw fdn::CError(error.getMessage() + " " + hint);
+        throw fdn::CError(error.getMessage() + " " + hint, error.getSecondText(), error.getCode(),
+                          error.getProps(), error.getCause().get());
     }
 }
 

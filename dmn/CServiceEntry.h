@@ -1,6 +1,7 @@
 #pragma once
 
 #include <dmn/CDaemonEntry.h>
+#include <dmn/CommandDescription.h>
 #include <dmn/Export.h>
 
 #include <fdn/String.h>
@@ -12,12 +13,6 @@ namespace dmn {
 
 enum class HelpRequest;
 
-/// A command of the application's own, as the help shows it.
-struct CommandDescription {
-    fdn::String name;
-    fdn::String description; ///< a few words on one line
-};
-
 /// The front end for new programs. It does what CDaemonEntry does, with the same script, links and PID file,
 /// and tells the truth about it: `start` returns when the daemon is ready and fails when it is not, `stop`
 /// returns when its process has ended, and `install` refuses what could not work. It also knows the commands
@@ -25,6 +20,15 @@ struct CommandDescription {
 ///
 /// runService() makes one for a daemon that needs nothing more. A program with options or commands of its own
 /// derives from this class as from CDaemonEntry, and calls the base version of whatever it extends.
+///
+/// An empty exePath in the daemon's description means this executable. No command makes a folder that it only
+/// looks at: run and daemon make the control folder if it is missing, install and start make it for the
+/// account that the daemon runs under.
+///
+/// While run and daemon are carried out, SIGTERM stops the daemon, and SIGHUP has a CService read its
+/// settings again. With run, the first SIGINT stops it as well, and the log is shown on standard error. Any
+/// other command ends at SIGTERM and SIGINT as any program does. What a command tells about its work is lost
+/// when nobody reads it.
 ///
 /// Exit statuses are those of CDaemonEntry, but `status` ends with 0, 1, 3 or 4 (getExitStatusOf()), and
 /// `check` with 1 if it has found something.
@@ -77,6 +81,7 @@ private:
     DMN_HIDDEN fdn::String composeHint() const;
     DMN_HIDDEN int answer(HelpRequest request);
     DMN_HIDDEN void printVersion();
+    DMN_HIDDEN fdn::P<CDaemonInfo> describeDaemon();
 
     std::unique_ptr<State> m_state;
 };

@@ -13,6 +13,7 @@
 #include <dmn/CDaemonStopper.h>
 #include <dmn/CService.h>
 #include <dmn/CServiceEntry.h>
+#include <dmn/CommandDescription.h>
 #include <dmn/DaemonFinding.h>
 #include <dmn/Export.h>
 #include <dmn/IDaemonEntry.h>

@@ -1,10 +1,10 @@
 #include <fdn/CXMLLog.h>
 
 #include <fdn/CError.h>
-#include <fdn/log.h>
 #include <fdn/log/LogEntry.h>
 #include <fdn/log/LogWriter.h>
 #include <fdn/log/XMLText.h>
+#include <fdn/log/leastLevel.h>
 #include <fdn/log/readableEntry.h>
 #include <fdn/objects/KeptGlobal.h>
 
@@ -37,7 +37,7 @@ CXMLLog::CXMLLog() : m_writer(std::make_unique<LogWriter>()) {}
 CXMLLog::~CXMLLog() = default;
 
 void CXMLLog::write(LogLevel level, String const& text) {
-    if (level >= getLogLevel())
+    if (level >= leastLevel)
         m_writer->write(level, toXMLText(text), LogWriter::isShown() ? toReadableText(text) : std::string());
 }
 

@@ -27,13 +27,16 @@ FDN_EXPORT void logCrashes();
 ///
 ///     exit(3) was called in run(), with the status 1.
 ///
-/// `activity` is "run()" here. The exit goes on. A child that this process forks may exit without an entry.
-/// There may be one object at a time. Any thread may call exit().
+/// The exit goes on. A child that this process forks may exit without an entry. There may be one object at a
+/// time. Any thread may call exit().
 class FDN_EXPORT CExitReport {
 public:
+    /// Begins to watch. The activity is "run()" in the entry above.
     explicit CExitReport(String const& activity);
     CExitReport(CExitReport const&) = delete;
     CExitReport& operator=(CExitReport const&) = delete;
+
+    /// Stops watching.
     ~CExitReport();
 };
 

@@ -5,10 +5,10 @@
 #include <fdn/log/LogOwner.h>
 #include <fdn/log/LogPlace.h>
 #include <fdn/log/LogWriter.h>
+#include <fdn/log/leastLevel.h>
 #include <fdn/log/levelNames.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 
 #include <unistd.h>
@@ -16,8 +16,6 @@
 namespace fdn {
 
 namespace {
-
-std::atomic<LogLevel> leastLevel{LogLevel::Info};
 
 template <class Use>
 void useSafely(Use use) {

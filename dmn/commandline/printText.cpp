@@ -6,9 +6,13 @@
 
 namespace dmn {
 
-void printText(fdn::String const& text) {
+std::string encodeForTerminal(fdn::String const& text) {
     wxCharBuffer const narrow = text.toCP();
-    std::puts(narrow.length() > 0 ? narrow.data() : text.toUTF8().c_str());
+    return narrow.length() > 0 ? std::string(narrow.data()) : text.toUTF8();
+}
+
+void printText(fdn::String const& text) {
+    std::puts(encodeForTerminal(text).c_str());
     // Whoever reads from a pipe learns of it now, and a process that is started later does not print it
     // again.
     std::fflush(stdout);

@@ -69,9 +69,7 @@ void RunReport::tellRunning() {
 }
 
 void RunReport::tellStopping() {
-    std::lock_guard<std::mutex> const lock(m_mutex);
-    if (!std::exchange(m_hasToldStopping, true))
-        tell([] { return "STOPPING=1"; });
+    tell([] { return "STOPPING=1"; });
 }
 
 void RunReport::tellFailure(std::exception const& error) {

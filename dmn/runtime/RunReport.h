@@ -23,8 +23,8 @@ public:
     /// The daemon is ready; told once.
     void tellRunning();
 
-    /// A stop was asked for; told once.
-    void tellStopping();
+    /// A stop was asked for.
+    static void tellStopping();
 
     /// The run has failed.
     static void tellFailure(std::exception const& error);
@@ -39,7 +39,6 @@ private:
     bool m_isInitializing = false;
     int m_stepsDone = 0;
     bool m_hasToldRunning = false;
-    bool m_hasToldStopping = false;
 };
 
 } // namespace dmn

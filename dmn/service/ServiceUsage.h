@@ -1,6 +1,6 @@
 #pragma once
 
-#include <dmn/CServiceEntry.h>
+#include <dmn/CommandDescription.h>
 
 #include <fdn/String.h>
 #include <fdn/containers.h>

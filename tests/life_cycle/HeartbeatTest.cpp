@@ -202,7 +202,8 @@ TEST_F(HeartbeatTest, KilledDaemonHasStatus1AndCanBeStartedAgain) {
     kill(killed, SIGKILL);
 
     EXPECT_TRUE(test::await([this] { return status() == 1; }));
-    EXPECT_EQ("heartbeat is dead, but its PID file is still there.\n", runHeartbeat({"status"}).output);
+    EXPECT_EQ("heartbeat is dead: it has left its PID file '" + pidFile() + "' behind.\n",
+              runHeartbeat({"status"}).output);
     start();
     EXPECT_NE(killed, daemonPID());
 }

@@ -120,13 +120,24 @@ TEST_F(ServiceTest, InstallWithAnotherFolderStopsTheDaemonThatRunsFirst) {
     EXPECT_TRUE(hasEnded(before));
 }
 
-TEST_F(ServiceTest, InstallWithTheSameFolderLeavesTheDaemonRunning) {
+TEST_F(ServiceTest, InstallWithTheSameFolderLeavesTheDaemonRunningAndNamesTheRestart) {
     bringUp();
     pid_t const before = servicePID();
 
-    install();
+    Outcome const outcome = runClock(here({"install"}));
 
+    EXPECT_THAT(outcome.output, HasSubstr("Next:\n  " DMN_SERVICE " restart\n"));
     EXPECT_EQ(before, servicePID());
+    EXPECT_FALSE(hasEnded(before));
+}
+
+TEST_F(ServiceTest, InstallWithAnotherNameOfTheSameFolderLeavesTheDaemonRunning) {
+    bringUp();
+    pid_t const before = servicePID();
+    std::filesystem::create_directory_symlink(m_controlFolder, m_folder.name("link"));
+
+    EXPECT_EQ(0, runClock({"install", "--controlFolder=" + m_folder.name("link")}).status);
+
     EXPECT_FALSE(hasEnded(before));
 }
 
@@ -340,5 +351,50 @@ TEST_P(ManagementSignalTest, EndsTheCommand) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, ManagementSignalTest, testing::Values(SIGTERM, SIGINT));
+
+TEST_F(ServiceTest, SignalBeforeTheCommandIsKnownEndsAManagementCommand) {
+    EXPECT_EQ(SIGTERM, runClock({"hang"}, {{"CLOCK_EARLY_SIGNAL", "1"}}).signal);
+}
+
+TEST_F(ServiceTest, SignalBeforeTheCommandIsKnownStopsTheDaemonCleanly) {
+    Outcome const outcome = runClock(here({"daemon"}), {{"CLOCK_EARLY_SIGNAL", "1"}});
+
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_TRUE(hasLogged("Finished command. Returning exit code 0."));
+}
+
+// Other front ends
+
+TEST_F(ServiceTest, DaemonWithThePlainFrontEndIsAwaitedAsWell) {
+    ASSERT_EQ(0, test::run({DMN_TEST_DAEMON, "install", "--controlFolder=" + m_controlFolder}).status);
+
+    Outcome const outcome = runClock({"--id=testd", "start"});
+
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_THAT(outcome.output, AllOf(HasSubstr("testd: Initializing: 1 step done\n"),
+                                      HasSubstr("testd is running (process ")));
+    EXPECT_EQ(0, runClock({"--id=testd", "stop"}).status);
+}
+
+TEST_F(ServiceTest, FailureOfADaemonWithThePlainFrontEndIsToldAsWell) {
+    ASSERT_EQ(0, test::run({DMN_TEST_DAEMON, "install", "--controlFolder=" + m_controlFolder}).status);
+
+    Outcome const outcome = runClock({"--id=testd", "start"}, {{"TEST_DAEMON", "daemon.init=throw"}});
+
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_THAT(outcome.output, HasSubstr("has not come up: Thrown in daemon.init."));
+}
+
+// A reader of what they print
+
+TEST_F(ServiceTest, RestartIntoAPipeWithoutAReaderStartsTheServiceAgain) {
+    bringUp();
+    pid_t const before = servicePID();
+
+    test::run({"bash", "-c", "exec {pipe}> >(:); wait $!; exec >&$pipe; exec " DMN_SERVICE " restart"});
+
+    EXPECT_EQ(0, status());
+    EXPECT_NE(before, servicePID());
+}
 
 } // namespace

@@ -2,18 +2,21 @@
 //
 //   CLOCK_INIT, CLOCK_RUN   "throw", "throw-number", "segfault", "abort", "exit", "hang", or "return"
 //   CLOCK_IGNORES_STOP      set: it goes on until it is killed
+//   CLOCK_EARLY_SIGNAL      set: it sends itself SIGTERM before its command line is read
 //
-// The command "nothing" does nothing.
+// The command "nothing" does nothing, and "hang" never ends.
 
 #include <dmn/dmn.h>
 
 #include <fdn/CError.h>
 #include <fdn/CThread.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <string>
 
 #include <signal.h>
+#include <unistd.h>
 
 namespace {
 
@@ -42,6 +45,30 @@ void perform(std::string const& action) {
         std::exit(kExitStatus);
     if (action == "hang")
         hang();
+}
+
+/// Counts its calls.
+class CCounter : public fdn::CBase, public virtual fdn::ISystemSignalHandler {
+public:
+    void handleSystemSignal(fdn::SysSignal) override { ++m_calls; }
+
+    int getCalls() const { return m_calls; }
+
+private:
+    std::atomic<int> m_calls{0};
+};
+
+// Returns once SIGTERM has been handled: one after the other, the receiver takes each kind of signal that has
+// come, before it takes one of the first kind again.
+void terminateOneself() {
+    auto const counter = fdn::newObj<CCounter>();
+    fdn::CSystemSignalReceiver::get().setHandler(fdn::SysSignal::User1, counter.get());
+    kill(getpid(), SIGTERM);
+    for (int call = 1; call <= 2; ++call) {
+        kill(getpid(), SIGUSR1);
+        while (counter->getCalls() < call)
+            fdn::CThread::sleep(1);
+    }
 }
 
 class CClock : public dmn::CService {
@@ -80,6 +107,12 @@ class CClockEntry : public dmn::CServiceEntry {
 
     fdn::P<dmn::CDaemon> createDaemon(fdn::String const& id, fdn::Path const& controlFolder) override {
         return fdn::newObj<CClock>(id, controlFolder);
+    }
+
+    void addCommandLineOptions(wxCmdLineParser& parser) override {
+        CServiceEntry::addCommandLineOptions(parser);
+        if (!environment("CLOCK_EARLY_SIGNAL").empty())
+            terminateOneself();
     }
 
     fdn::TList<dmn::CommandDescription> describeOwnCommands() override {
