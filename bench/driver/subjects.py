@@ -71,7 +71,7 @@ def make_ours(place):
         START: Command([heartbeat, "start"], pid_file=place.pid_file("heartbeat")),
         STATUS_RUNNING: Command([heartbeat, "status"]),
         RESTART: Command([heartbeat, "restart"]),
-        CHECK: Command([heartbeat, "check"], status=1),  # the next boot would empty the control folder's place
+        CHECK: Command([heartbeat, "check"]),
         STOP_RUNNING: Command([heartbeat, "stop"]),
         STATUS_STOPPED: Command([heartbeat, "status"], status=3),
         STOP_STOPPED: Command([heartbeat, "stop"]),
