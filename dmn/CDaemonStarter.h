@@ -26,6 +26,7 @@ namespace dmn {
 /// does.
 class DMN_EXPORT CDaemonStarter {
 public:
+    /// What has come of a start.
     enum class Outcome {
         Started,        ///< the daemon is ready
         RunningAlready, ///< another process held its PID file, before or by the time that this one tried

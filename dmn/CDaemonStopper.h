@@ -14,11 +14,13 @@ namespace dmn {
 /// Needs root's rights, as CDaemonController::stop() does. Use an object on one thread.
 class DMN_EXPORT CDaemonStopper {
 public:
+    /// What happens when the time is up.
     enum class Force {
         No,  ///< a daemon that does not end in time goes on
         Yes, ///< it is ended by SIGKILL then
     };
 
+    /// What has come of a stop.
     enum class Outcome {
         WasNotRunning, ///< no process held its PID file
         Stopped,       ///< its process has ended after it was asked to

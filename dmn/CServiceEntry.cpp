@@ -24,6 +24,7 @@
 #include <dmn/service/StatusText.h>
 #include <dmn/service/printNotice.h>
 #include <dmn/service/provideControlFolder.h>
+#include <dmn/start/StartSettings.h>
 #include <dmn/version.h>
 
 #include <fdn/CError.h>
@@ -208,7 +209,7 @@ void CServiceEntry::doInstall() {
     completeDaemonInfo();
     refuseWhatCannotWork();
     stopDaemonElsewhere();
-    provideControlFolder(m_controlFolder, m_runAs);
+    provideControlFolder(composeStartSettings());
     CDaemonEntry::doInstall();
     reportInstallation();
 }
@@ -218,6 +219,16 @@ void CServiceEntry::completeDaemonInfo() {
         m_daemonInfo->exePath = findOwnExecutable();
     if (!m_state->options.logLevel.empty())
         m_daemonInfo->params.push_back(composeLogLevelOption(m_state->options.logLevel));
+}
+
+// What the script will say.
+StartSettings CServiceEntry::composeStartSettings() const {
+    StartSettings settings;
+    settings.controlFolder = normalize(m_controlFolder);
+    settings.runAs = m_runAs;
+    settings.transientFolderAppID = m_transientFolderAppID;
+    settings.transientFolderGroup = m_transientFolderGroup;
+    return settings;
 }
 
 void CServiceEntry::refuseWhatCannotWork() {
@@ -267,8 +278,7 @@ void CServiceEntry::doStart() {
     requireInstalled();
     CDaemonController::CMakeRoot const root;
     fdn::Path const folder = m_controller->getControlFolder();
-    if (!folder.getText().empty() && !fdn::folderExists(folder))
-        provideControlFolder(folder, CDaemonController::getDaemonRunAs(m_daemonId));
+    provideMissingControlFolder(folder);
     if (!m_state->options.waits)
         return CDaemonEntry::doStart();
 
@@ -277,6 +287,13 @@ void CServiceEntry::doStart() {
     bool const isNew = starter.start(m_timeoutMs) == CDaemonStarter::Outcome::Started;
     printNotice(m_daemonId + (isNew ? " is running " : " runs already ") +
                 describeProcess(starter.getProcess()) + ".");
+}
+
+// A control folder in /run is gone after each boot.
+void CServiceEntry::provideMissingControlFolder(fdn::Path const& folder) {
+    if (folder.getText().empty() || fdn::folderExists(folder))
+        return;
+    provideControlFolder(readStartSettings(m_daemonId, folder));
 }
 
 void CServiceEntry::requireInstalled() {

@@ -12,6 +12,7 @@
 namespace dmn {
 
 enum class HelpRequest;
+struct StartSettings;
 
 /// The front end for new programs. It does what CDaemonEntry does, with the same script, links and PID file,
 /// and tells the truth about it: `start` returns when the daemon is ready and fails when it is not, `stop`
@@ -72,10 +73,12 @@ private:
     class DMN_HIDDEN State;
 
     DMN_HIDDEN void completeDaemonInfo();
+    DMN_HIDDEN StartSettings composeStartSettings() const;
     DMN_HIDDEN void refuseWhatCannotWork();
     DMN_HIDDEN void stopDaemonElsewhere();
     DMN_HIDDEN void reportInstallation();
     DMN_HIDDEN void requireInstalled();
+    DMN_HIDDEN void provideMissingControlFolder(fdn::Path const& folder);
     DMN_HIDDEN void stopAndAwait();
     DMN_HIDDEN fdn::String composeCommand(char const* word) const;
     DMN_HIDDEN fdn::String composeHint() const;

@@ -9,7 +9,6 @@
 #include <dmn/check/BootCheck.h>
 #include <dmn/check/FileCheck.h>
 #include <dmn/check/PIDFileCheck.h>
-#include <dmn/check/PlaceCheck.h>
 #include <dmn/check/ScriptCheck.h>
 #include <dmn/id/DaemonId.h>
 #include <dmn/script/InitScriptFile.h>
@@ -183,7 +182,6 @@ Findings checkSettings(CheckedDaemon const& daemon) {
     Findings findings = requireControlFolder(daemon.settings.controlFolder);
     append(findings, checkScriptValues(composeValues(daemon, fdn::String())));
     append(findings, checkStart(daemon));
-    append(findings, checkPlace(daemon.settings));
     if (!daemon.settings.controlFolder.getText().empty())
         append(findings, checkPIDFile(daemon.id, daemon.settings.controlFolder));
     return findings;

@@ -41,10 +41,9 @@ struct InstallRequest {
 DMN_EXPORT fdn::TList<DaemonFinding> checkInstallation(InstallRequest const& request);
 
 /// Finds every reason why the installed daemon would not come up, now or at boot: settings that its script
-/// does not tell, what checkInstallation() looks for, a missing control folder or one that boot removes, a
-/// PID file that it could not claim, missing and dangling run-level links, and a boot sequence that does not
-/// have it. A daemon that was installed not to start at boot has such a finding, because its script does not
-/// tell that.
+/// does not tell, what checkInstallation() looks for, a missing control folder, a PID file that it could not
+/// claim, missing and dangling run-level links, and a boot sequence that does not have it. A daemon that was
+/// installed not to start at boot has such a finding, because its script does not tell that.
 ///
 /// An empty control folder is read from the script. Throws CError only for an ID that can name no daemon;
 /// what cannot be looked at is a finding.

@@ -18,11 +18,11 @@ enum class DaemonState {
 
 /// A look at a daemon.
 struct DaemonStatus {
-    DaemonState state = DaemonState::Unknown;
-    bool isInstalled = false;
-    int process = 0;         ///< that runs; else 0
-    fdn::Path controlFolder; ///< empty if none was given and the init script names none
-    fdn::String reason;      ///< why the state is unknown; else empty
+    DaemonState state = DaemonState::Unknown; ///< what it is doing
+    bool isInstalled = false;                 ///< whether it has an init script
+    int process = 0;                          ///< that runs; else 0
+    fdn::Path controlFolder;                  ///< empty if none was given and the init script names none
+    fdn::String reason;                       ///< why the state is unknown; else empty
 };
 
 /// Looks at the daemon with this ID. An empty control folder is read from its init script. Changes nothing,

@@ -12,6 +12,7 @@ namespace dmn {
 template <class Daemon>
 class TServiceEntry : public CServiceEntry {
 public:
+    /// Takes over the description, which createDaemonInfo() returns.
     explicit TServiceEntry(CDaemonInfo const& info) : m_info(info) {}
 
     fdn::P<CDaemonInfo> createDaemonInfo() override { return fdn::newObj<CDaemonInfo>(m_info); }

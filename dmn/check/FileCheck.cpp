@@ -2,8 +2,8 @@
 
 #include <fdn/CError.h>
 
-#include <dmn/check/PlaceCheck.h>
 #include <dmn/script/ShellWord.h>
+#include <dmn/start/TransientFolder.h>
 
 #include <sys/stat.h>
 #include <sys/statvfs.h>

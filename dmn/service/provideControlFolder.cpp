@@ -1,5 +1,7 @@
 #include <dmn/service/provideControlFolder.h>
 
+#include <dmn/start/TransientFolder.h>
+
 #include <fdn/CSystemAccountManager.h>
 #include <fdn/files.h>
 #include <fdn/sysError.h>
@@ -30,14 +32,15 @@ gid_t findPrimaryGroup(fdn::CSystemUserID const& user) {
 
 } // namespace
 
-void provideControlFolder(fdn::Path const& folder, fdn::String const& account) {
-    if (fdn::folderExists(folder))
+void provideControlFolder(StartSettings const& settings) {
+    fdn::Path const& folder = settings.controlFolder;
+    if (fdn::folderExists(folder) || isTransientFolder(settings))
         return;
-    if (account.empty()) {
+    if (settings.runAs.empty()) {
         fdn::ensureOwnedFolderExists(folder, kMode, 0, 0);
         return;
     }
-    fdn::CSystemUserID const user = fdn::CSystemAccountManager::get().getUserID(account);
+    fdn::CSystemUserID const user = fdn::CSystemAccountManager::get().getUserID(settings.runAs);
     fdn::ensureOwnedFolderExists(folder, kMode, user.getUID(), findPrimaryGroup(user));
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <fdn/Path.h>
-#include <fdn/String.h>
+#include <dmn/start/StartSettings.h>
 
 namespace dmn {
 
-/// Makes the control folder for the account that the daemon runs under, if it is missing. The empty name is
-/// root's. Throws a CError for an unknown account, and when the folder cannot be made. Needs root's rights.
-void provideControlFolder(fdn::Path const& folder, fdn::String const& account);
+/// Makes the control folder for the account that the daemon runs under, if it is missing. A transient folder
+/// is left to the start, which makes it for its group. Throws a CError for an unknown account, and when the
+/// folder cannot be made. Needs root's rights.
+void provideControlFolder(StartSettings const& settings);
 
 } // namespace dmn

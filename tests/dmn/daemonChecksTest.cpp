@@ -596,18 +596,6 @@ TEST_F(CheckDaemon, PrefersTheControlFolderThatItWasGiven) {
               problemsOf(dmn::checkDaemon("app", fdn::Path("given"))));
 }
 
-TEST_F(CheckDaemon, FindsAControlFolderThatBootRemoves) {
-    for (char const* const folder : {"/run/app-checks", "/run/app-checks/deep"}) {
-        std::filesystem::create_directories(folder);
-        m_control = fdn::Path(folder);
-        installForAccount();
-
-        EXPECT_THAT(problemsOf(checkInstalled()),
-                    ElementsAre(AllOf(HasSubstr("gone after the next boot"), HasSubstr(folder))));
-    }
-    std::filesystem::remove_all("/run/app-checks");
-}
-
 TEST_F(CheckDaemon, AllowsTheTransientFolderAsControlFolderWhetherItExistsOrNot) {
     m_control = fdn::Path("/run/app-checks");
     m_appID = "app-checks";

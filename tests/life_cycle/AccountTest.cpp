@@ -63,6 +63,22 @@ TEST_F(AccountTest, TransientFolderWithoutAGroupGetsTheGroupOfTheAccountsName) {
     std::filesystem::remove("/run/beats");
 }
 
+TEST_F(AccountTest, TransientFolderThatIsTheControlFolderGetsItsGroupToo) {
+    Outcome const installing =
+        runHeartbeat({"--controlFolder=/run/beats", "--runas=dmnuser", "--transientFolderAppID=beats",
+                      "--transientFolderGroup=dmnextra", "install"});
+    ASSERT_EQ(0, installing.status) << installing.output;
+    EXPECT_FALSE(std::filesystem::exists("/run/beats")); // the start makes it
+
+    Outcome const starting = runHeartbeat({"start"});
+
+    EXPECT_EQ(0, starting.status) << starting.output;
+    EXPECT_EQ("61001:61003", owners("/run/beats"));
+    EXPECT_EQ(0750U, test::modeOf("/run/beats"));
+    EXPECT_EQ(0, runHeartbeat({"stop"}).status);
+    std::filesystem::remove_all("/run/beats");
+}
+
 TEST_F(AccountTest, DaemonThatMayNotUseItsControlFolderAnyMoreDoesNotComeUp) {
     install({"--runas=dmnuser"});
     test::setOwner(controlFolder(), 0, 0);

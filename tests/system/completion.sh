@@ -141,7 +141,7 @@ check_GuideShowsTheFilesOfTheExample() {
     local page=docs/guide/options-and-commands.md files=$sources/examples/heartbeat/completion
 
     expect_equal "$(grep -v '^#' "$files/heartbeat")" "$(from_page $page '_completion_loader' '_dmn_complete')"
-    expect_equal "$(cat "$files/_heartbeat")" "$(from_page $page '#compdef' '_dmn ')"
+    expect_equal "$(cat "$files/_heartbeat")" "$(from_page $page '#compdef' '_dmn_service ')"
 }
 
 run_check "$@"
