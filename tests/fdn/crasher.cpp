@@ -139,20 +139,28 @@ void waitForSignal() {
         pause();
 }
 
+// Has terminate() show nothing, because that would raise the same signals.
+void abortSilently() {
+    std::set_terminate(&std::abort);
+    fdn::logCrashes();
+}
+
 // Whoever writes to a file of the largest size gets SIGXFSZ.
 void crashWithoutRoom() {
+    abortSilently();
     rlimit const limit = {0, 0};
     setrlimit(RLIMIT_FSIZE, &limit);
-    std::raise(SIGSYS); // which the system would deliver after SIGXFSZ
+    throwInNoexcept();
 }
 
 void crashBesideBrokenPipe() {
+    abortSilently();
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
         return;
     dup2(ends[1], STDERR_FILENO);
     close(ends[0]);
-    std::raise(SIGSYS); // which the system would deliver after SIGPIPE
+    throwInNoexcept();
 }
 
 std::map<std::string, std::function<void()>> const kWays = {
@@ -184,7 +192,8 @@ std::map<std::string, std::function<void()>> const kWays = {
 };
 
 bool logsCrashesItself(std::string const& way) {
-    return way == "handled" || way == "abort-ignored" || way == "own-terminate";
+    return way == "handled" || way == "abort-ignored" || way == "own-terminate" || way == "no-room" ||
+           way == "broken-pipe";
 }
 
 } // namespace
