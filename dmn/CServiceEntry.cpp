@@ -135,6 +135,9 @@ int CServiceEntry::entry(int argc, char** argv) {
         return answer(request);
     m_state->exitStatus = kStatusDone;
     int const status = CDaemonEntry::entry(argc, argv);
+    // By a failure's own status, the command "status" would say something about the daemon.
+    if (status == kStatusFailed && findCommand(argc, argv) == "status")
+        return getExitStatusOf(DaemonState::Unknown);
     return status == kStatusDone ? m_state->exitStatus : status;
 }
 

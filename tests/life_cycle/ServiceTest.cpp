@@ -218,6 +218,14 @@ TEST_F(ServiceTest, StartMakesAMissingFolderForTheAccount) {
     EXPECT_EQ("61001:61001", owner(m_controlFolder));
 }
 
+// Of a script, 2 would mean that the daemon is dead.
+TEST_F(ServiceTest, StatusThatCannotBeToldIsUnknown) {
+    Outcome const outcome = runClock(here({"--id=a/b", "status"}));
+
+    EXPECT_EQ(4, outcome.status);
+    EXPECT_THAT(outcome.output, HasSubstr("FATAL ERROR: "));
+}
+
 TEST_F(ServiceTest, UninstallOfADeafServiceKeepsItInstalled) {
     bringUp({{"CLOCK_IGNORES_STOP", "1"}});
 
