@@ -11,6 +11,7 @@
 
 namespace dmn {
 
+struct DaemonStatus;
 enum class HelpRequest;
 
 /// The front end for new programs. It does what CDaemonEntry does, with the same script, links and PID file,
@@ -74,6 +75,7 @@ private:
     DMN_HIDDEN void completeDaemonInfo();
     DMN_HIDDEN void refuseWhatCannotWork();
     DMN_HIDDEN void stopDaemonElsewhere();
+    DMN_HIDDEN void refuseToLoseDaemon(DaemonStatus const& status);
     DMN_HIDDEN void reportInstallation();
     DMN_HIDDEN void requireInstalled();
     DMN_HIDDEN void stopAndAwait();
