@@ -11,6 +11,7 @@
 #include <fdn/CError.h>
 #include <fdn/CThread.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <string>
 
@@ -44,6 +45,30 @@ void perform(std::string const& action) {
         std::exit(kExitStatus);
     if (action == "hang")
         hang();
+}
+
+/// Counts its calls.
+class CCounter : public fdn::CBase, public virtual fdn::ISystemSignalHandler {
+public:
+    void handleSystemSignal(fdn::SysSignal) override { ++m_calls; }
+
+    int getCalls() const { return m_calls; }
+
+private:
+    std::atomic<int> m_calls{0};
+};
+
+// Returns once SIGTERM has been handled: one after the other, the receiver takes each kind of signal that has
+// come, before it takes one of the first kind again.
+void terminateOneself() {
+    auto const counter = fdn::newObj<CCounter>();
+    fdn::CSystemSignalReceiver::get().setHandler(fdn::SysSignal::User1, counter.get());
+    kill(getpid(), SIGTERM);
+    for (int call = 1; call <= 2; ++call) {
+        kill(getpid(), SIGUSR1);
+        while (counter->getCalls() < call)
+            fdn::CThread::sleep(1);
+    }
 }
 
 class CClock : public dmn::CService {
@@ -87,7 +112,7 @@ class CClockEntry : public dmn::CServiceEntry {
     void addCommandLineOptions(wxCmdLineParser& parser) override {
         CServiceEntry::addCommandLineOptions(parser);
         if (!environment("CLOCK_EARLY_SIGNAL").empty())
-            kill(getpid(), SIGTERM);
+            terminateOneself();
     }
 
     fdn::TList<dmn::CommandDescription> describeOwnCommands() override {
