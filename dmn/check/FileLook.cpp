@@ -120,14 +120,11 @@ void readFile(FileLook& look, Answers& answers) {
 AccountsEyes::AccountsEyes(fdn::String const& runAs) {
     if (!fdn::CSystemAccountManager::get().isProcessUserAdmin())
         return;
-    try {
-        // A set-user-ID program is root's only by half, and some shells give that half up.
-        if (!runAs.empty() || getuid() != 0)
-            m_account = fdn::newObj<fdn::CImpersonateInfo>(
-                fdn::CSystemAccountManager::get().getUserID(runAs.empty() ? "root" : runAs));
-        m_areAccounts = true;
-    } catch (fdn::CError const&) { // NOLINT(bugprone-empty-catch): somebody else reports unknown accounts
-    }
+    // A set-user-ID program is root's only by half, and some shells give that half up.
+    if (!runAs.empty() || getuid() != 0)
+        m_account = fdn::newObj<fdn::CImpersonateInfo>(
+            fdn::CSystemAccountManager::get().getUserID(runAs.empty() ? "root" : runAs));
+    m_areAccounts = true;
 }
 
 FileLook AccountsEyes::look(fdn::Path const& path) const {

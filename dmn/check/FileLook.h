@@ -31,8 +31,11 @@ struct FileLook {
 /// Looks at files as the account of a daemon does.
 class AccountsEyes {
 public:
-    /// For the account, or root for the empty name. Without root's rights, and for an unknown account, this
-    /// process looks with its own rights instead.
+    /// This process looks with its own rights.
+    AccountsEyes() = default;
+
+    /// For the account, or root for the empty name. Without root's rights, this process looks with its own
+    /// instead. Throws a CError for an unknown account, and when the system cannot tell.
     explicit AccountsEyes(fdn::String const& runAs);
 
     /// Whether it is the account that looks: only then do the rights in an answer mean anything.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <string_view>
 
 namespace dmn {
 
@@ -51,6 +50,17 @@ HelpRequest findHelpRequest(int argc, char const* const* argv) {
             isBeforeCommand = false;
     }
     return HelpRequest::None;
+}
+
+std::string_view findCommand(int argc, char const* const* argv) {
+    for (int i = 1; i < argc && argv[i] != nullptr; ++i) {
+        std::string_view const argument = argv[i];
+        if (isOptionWithoutValue(argument))
+            ++i;
+        else if (argument.substr(0, 1) != "-")
+            return argument;
+    }
+    return {};
 }
 
 } // namespace dmn
