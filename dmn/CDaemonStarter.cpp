@@ -1,5 +1,6 @@
 #include <dmn/CDaemonStarter.h>
 
+#include <fdn/CError.h>
 #include <fdn/CNotificationReceiver.h>
 #include <fdn/CPIDFile.h>
 #include <fdn/log.h>
@@ -26,6 +27,14 @@ StartSettings readSettings(fdn::String const& id, fdn::Path const& controlFolder
     StartSettings const settings = readStartSettings(id, controlFolder);
     requireControlFolder(id, settings.controlFolder);
     return settings;
+}
+
+Result await(ReadinessWatch& watch, Deadline const& deadline, StartReport const& report) {
+    try {
+        return watch.await(deadline);
+    } catch (fdn::CError const& error) { // the daemon may come up all the same
+        report.failUnwatched(watch.getProcess(), error);
+    }
 }
 
 void requireSuccess(Result result, ReadinessWatch const& watch, int timeoutMs, StartReport const& report) {
@@ -61,8 +70,9 @@ CDaemonStarter::Outcome CDaemonStarter::start(int timeoutMs) {
     fdn::CNotificationReceiver receiver;
     pid_t const launched = launchDaemon(m_id, settings, {{"NOTIFY_SOCKET", receiver.getAddress()}});
     ReadinessWatch watch(pidFile, receiver, launched, m_progress);
-    Result const result = watch.await(deadline);
-    requireSuccess(result, watch, timeoutMs, StartReport(m_id, settings));
+    StartReport const report(m_id, settings);
+    Result const result = await(watch, deadline, report);
+    requireSuccess(result, watch, timeoutMs, report);
     m_process = watch.getProcess();
     fdn::logInfo("Done starting daemon '" + m_id + "'.");
     return result == Result::Ready ? Outcome::Started : Outcome::RunningAlready;

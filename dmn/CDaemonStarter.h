@@ -39,8 +39,8 @@ public:
     ~CDaemonStarter();
 
     /// Sets who is told of each step of the daemon's initialization, with the daemon's own words, while
-    /// start() waits: on its thread, with root's rights. What the function throws ends the wait, not the
-    /// daemon.
+    /// start() waits: on its thread, with root's rights. A CError that the function throws ends the
+    /// wait, not the daemon; it is the cause of the one that start() then throws.
     void setProgress(std::function<void(fdn::String const& step)> progress);
 
     /// Launches the daemon unless it runs already, and returns when it is ready: it has said so, and it lives

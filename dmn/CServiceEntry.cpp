@@ -129,6 +129,9 @@ int CServiceEntry::entry(int argc, char** argv) {
         return answer(request);
     m_state->exitStatus = kStatusDone;
     int const status = CDaemonEntry::entry(argc, argv);
+    // By a failure's own status, the command "status" would say something about the daemon.
+    if (status == kStatusFailed && findCommand(argc, argv) == "status")
+        return getExitStatusOf(DaemonState::Unknown);
     return status == kStatusDone ? m_state->exitStatus : status;
 }
 
@@ -241,11 +244,21 @@ void CServiceEntry::refuseWhatCannotWork() {
     throw fdn::CError(m_daemonId + " was not installed: " + findings.front().problem);
 }
 
+// A script that cannot be read names no folder. The installation mends it.
+void CServiceEntry::refuseToLoseDaemon(DaemonStatus const& status) {
+    printNotice("It is unknown whether " + m_daemonId + " runs by its old script: " + status.reason);
+    fdn::String const folder = normalize(status.controlFolder).getText();
+    if (!status.controlFolder.getText().empty() && folder != normalize(m_controlFolder).getText())
+        throw fdn::CError(m_daemonId +
+                          " was not installed: it may be running with another control folder, '" + folder +
+                          "'.");
+}
+
 // Once the new script is there, nobody would find the daemon that runs by the old one.
 void CServiceEntry::stopDaemonElsewhere() {
     DaemonStatus const status = getDaemonStatus(m_daemonId, fdn::Path());
     if (status.state == DaemonState::Unknown)
-        printNotice("It is unknown whether " + m_daemonId + " runs by its old script: " + status.reason);
+        return refuseToLoseDaemon(status);
     // The same folder may have two names.
     if (status.state != DaemonState::Running ||
         status.process == getDaemonStatus(m_daemonId, m_controlFolder).process)

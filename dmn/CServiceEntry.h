@@ -11,6 +11,7 @@
 
 namespace dmn {
 
+struct DaemonStatus;
 enum class HelpRequest;
 struct StartSettings;
 
@@ -76,6 +77,7 @@ private:
     DMN_HIDDEN StartSettings composeStartSettings() const;
     DMN_HIDDEN void refuseWhatCannotWork();
     DMN_HIDDEN void stopDaemonElsewhere();
+    DMN_HIDDEN void refuseToLoseDaemon(DaemonStatus const& status);
     DMN_HIDDEN void reportInstallation();
     DMN_HIDDEN void requireInstalled();
     DMN_HIDDEN void provideMissingControlFolder(fdn::Path const& folder);

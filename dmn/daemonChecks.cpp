@@ -100,14 +100,27 @@ InitScriptValues composeValues(CheckedDaemon const& daemon, fdn::String const& d
             script};
 }
 
+Findings checkFiles(CheckedDaemon const& daemon, AccountView const& view) {
+    Findings findings = checkExecutable(daemon.settings, view);
+    if (!daemon.settings.controlFolder.getText().empty())
+        append(findings, checkControlFolder(daemon, view));
+    return findings;
+}
+
+Findings checkFilesAsAccount(CheckedDaemon const& daemon) {
+    try {
+        return checkFiles(daemon, AccountView(daemon.settings.runAs));
+    } catch (fdn::CError const& error) {
+        return {report(error)};
+    }
+}
+
 // The account, and what it needs: whatever makes a start fail.
 Findings checkStart(CheckedDaemon const& daemon) {
     Findings findings = checkAccount(daemon.settings);
+    bool const isAccountKnown = findings.empty();
     append(findings, checkTransientFolder(daemon.settings));
-    AccountView const view(daemon.settings.runAs);
-    append(findings, checkExecutable(daemon.settings, view));
-    if (!daemon.settings.controlFolder.getText().empty())
-        append(findings, checkControlFolder(daemon, view));
+    append(findings, isAccountKnown ? checkFilesAsAccount(daemon) : checkFiles(daemon, AccountView()));
     return findings;
 }
 

@@ -122,14 +122,11 @@ void readFile(FileLook& look, Answers& answers) {
 AccountView::AccountView(fdn::String const& runAs) {
     if (!fdn::CSystemAccountManager::get().isProcessUserAdmin())
         return;
-    try {
-        // A set-user-ID program is root's only by half, and some shells give that half up.
-        if (!runAs.empty() || getuid() != 0)
-            m_account = fdn::newObj<fdn::CImpersonateInfo>(
-                fdn::CSystemAccountManager::get().getUserID(runAs.empty() ? "root" : runAs));
-        m_isByAccount = true;
-    } catch (fdn::CError const&) { // NOLINT(bugprone-empty-catch): somebody else reports unknown accounts
-    }
+    // A set-user-ID program is root's only by half, and some shells give that half up.
+    if (!runAs.empty() || getuid() != 0)
+        m_account = fdn::newObj<fdn::CImpersonateInfo>(
+            fdn::CSystemAccountManager::get().getUserID(runAs.empty() ? "root" : runAs));
+    m_isByAccount = true;
 }
 
 FileLook AccountView::look(fdn::Path const& path) const {

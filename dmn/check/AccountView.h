@@ -32,8 +32,11 @@ struct FileLook {
 /// How the account of a daemon sees files.
 class AccountView {
 public:
-    /// For the account, or root for the empty name. Without root's rights, and for an unknown account, this
-    /// process looks with its own rights instead.
+    /// This process looks with its own rights.
+    AccountView() = default;
+
+    /// For the account, or root for the empty name. Without root's rights, this process looks with its own
+    /// instead. Throws a CError for an unknown account, and when the system cannot tell.
     explicit AccountView(fdn::String const& runAs);
 
     /// Looks at the file at an absolute path. Changes nothing. Blocks while the file system does. Throws a

@@ -72,7 +72,7 @@ ReadinessWatch::Result ReadinessWatch::await(Deadline const& deadline) {
     for (;;) {
         // Looked at before the messages: all that an ended process has sent are there.
         pid_t const ended = m_process->hasEnded() ? m_process->getNumber() : 0;
-        bool const holdsFile = !m_hasSpoken && findHolder() == m_process->getNumber();
+        bool const holdsFile = m_isSilent && findHolder() == m_process->getNumber();
         readMessages();
         if (m_isReady || (holdsFile && isSilentHolder()))
             return Result::Ready;
@@ -88,12 +88,11 @@ ReadinessWatch::Result ReadinessWatch::await(Deadline const& deadline) {
 
 void ReadinessWatch::readMessages() {
     for (int message = 0; message < kMessagesPerRound && !m_isReady; ++message) {
+        if (!isReadable(m_receiver.getDescriptor()))
+            return;
+        m_isSilent = false;
         if (std::optional<fdn::Notification> const notification = m_receiver.receive())
             take(*notification);
-        else if (isReadable(m_receiver.getDescriptor()))
-            m_isDisturbed = true; // it has dropped what is no message
-        else
-            return;
     }
 }
 
@@ -103,7 +102,6 @@ void ReadinessWatch::take(fdn::Notification const& message) {
             return remember(message);
         adopt(message.sender);
     }
-    m_hasSpoken = true;
     if (tellsReadiness(message))
         m_isReady = isReady();
     else if (std::optional<fdn::String> const status = getStatus(message))
@@ -120,9 +118,9 @@ void ReadinessWatch::takeStatus(fdn::String const& status) {
 
 // A daemon tells of its claim before it makes it. One that holds the file and has not said a word will never
 // say one: it was built with an earlier library, or is a set-user-ID program. That it is up is all that there
-// is to learn of it. Where others send as well, its words may have been lost among theirs.
+// is to learn of it. While anybody else sends, the daemon's words may be lost, or yet to come.
 bool ReadinessWatch::isSilentHolder() {
-    return !m_hasSpoken && !m_isDisturbed && isReady();
+    return m_isSilent && isReady();
 }
 
 // A daemon that fails at once gives its PID file up, or ends, before it waits for anything.
@@ -174,7 +172,6 @@ bool ReadinessWatch::adoptOrphan(pid_t holder) {
 }
 
 void ReadinessWatch::remember(fdn::Notification const& message) {
-    m_isDisturbed = true;
     if (m_others.size() < kMostOthers || m_others.count(message.sender) != 0)
         m_others[message.sender] = getStatus(message).value_or(m_others[message.sender]);
 }
@@ -184,7 +181,7 @@ void ReadinessWatch::awaitNews(Deadline const& deadline) {
     pollfd events[] = {{m_receiver.getDescriptor(), POLLIN, 0}, {process, POLLIN, 0}};
     int const rest = deadline.getRestMs();
     // Nobody tells of processes without a descriptor, of those that nobody knows yet, and of silent ones.
-    int const longest = process == -1 || !m_hasSpoken ? std::min(rest, kLookMs) : rest;
+    int const longest = process == -1 || m_isSilent ? std::min(rest, kLookMs) : rest;
     if (poll(events, std::size(events), longest) == -1 && errno != EINTR)
         fdn::throwLastSysError("poll", "CDaemonStarter::start");
 }

@@ -66,8 +66,7 @@ private:
     std::unique_ptr<StartedProcess> m_process;
     fdn::TMap<pid_t, fdn::String> m_others; // that have sent something, and what they have said last
     fdn::String m_lastStatus;
-    bool m_hasSpoken = false;   // the daemon has sent something
-    bool m_isDisturbed = false; // others have, too
+    bool m_isSilent = true; // nobody has sent anything
     bool m_isReady = false;
     pid_t m_holder = 0;
 };

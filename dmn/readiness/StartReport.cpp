@@ -1,6 +1,5 @@
 #include <dmn/readiness/StartReport.h>
 
-#include <fdn/CError.h>
 #include <fdn/Path.h>
 
 #include <dmn/start/DaemonLog.h>
@@ -27,6 +26,13 @@ void StartReport::failLate(pid_t process, int timeoutMs, fdn::String const& last
                       (lastStatus.empty() ? fdn::String() : " (" + lastStatus + ")") +
                       fdn::String::Format(". Its process %d goes on", process) +
                       "; the command 'stop --kill' ends it." + describeLog());
+}
+
+void StartReport::failUnwatched(pid_t process, fdn::CError const& error) const {
+    throw fdn::CError(
+        "The daemon '" + m_id + "' was started" + fdn::String::Format(" (process %d)", process) +
+            ", but it is unknown whether it is ready: " + endSentence(error.getMessage()) + describeLog(),
+        "", error.getCode(), {}, error.clone().get());
 }
 
 fdn::String StartReport::describeLog() const {

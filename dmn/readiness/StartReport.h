@@ -3,6 +3,7 @@
 #include <dmn/readiness/ProcessEnd.h>
 #include <dmn/start/StartSettings.h>
 
+#include <fdn/CError.h>
 #include <fdn/String.h>
 
 #include <sys/types.h>
@@ -20,6 +21,9 @@ public:
 
     /// Throws a CError about a process that is not ready in time and goes on.
     [[noreturn]] void failLate(pid_t process, int timeoutMs, fdn::String const& lastStatus) const;
+
+    /// Throws a CError about a process that this one cannot watch any longer, because of this error.
+    [[noreturn]] void failUnwatched(pid_t process, fdn::CError const& error) const;
 
 private:
     fdn::String describeLog() const;

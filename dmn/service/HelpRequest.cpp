@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <string_view>
 
 namespace dmn {
 
@@ -53,6 +52,17 @@ HelpRequest findHelpRequest(int argc, char const* const* argv) {
             isBeforeCommand = false;
     }
     return HelpRequest::None;
+}
+
+std::string_view findCommand(int argc, char const* const* argv) {
+    for (int i = 1; i < argc && argv[i] != nullptr; ++i) {
+        std::string_view const argument = argv[i];
+        if (takesNextArgument(argument))
+            ++i;
+        else if (argument.substr(0, 1) != "-")
+            return argument;
+    }
+    return {};
 }
 
 } // namespace dmn

@@ -141,6 +141,21 @@ TEST_F(ServiceTest, InstallWithAnotherNameOfTheSameFolderLeavesTheDaemonRunning)
     EXPECT_FALSE(hasEnded(before));
 }
 
+TEST_F(ServiceTest, InstallWithAnotherFolderIsRefusedWhileADaemonMayRunInTheOldOne) {
+    install();
+    std::filesystem::remove_all(m_controlFolder);
+    std::filesystem::create_symlink(m_controlFolder, m_controlFolder); // which no look gets through
+
+    Outcome const outcome = runClock({"--controlFolder=" + m_folder.name("new"), "install"});
+
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_THAT(
+        outcome.output,
+        HasSubstr("FATAL ERROR: clock was not installed: it may be running with another control folder, '" +
+                  m_controlFolder + "'."));
+    EXPECT_THAT(runClock({"status", "--verbose"}).output, HasSubstr(m_controlFolder));
+}
+
 TEST_F(ServiceTest, InstallKeepsTheLogLevelForTheDaemon) {
     install({"--log-level=error"});
     m_log.clear();
@@ -216,6 +231,14 @@ TEST_F(ServiceTest, StartMakesAMissingFolderForTheAccount) {
     start();
 
     EXPECT_EQ("61001:61001", owner(m_controlFolder));
+}
+
+// Of a script, 2 would mean that the daemon is dead.
+TEST_F(ServiceTest, StatusThatCannotBeToldIsUnknown) {
+    Outcome const outcome = runClock(here({"--id=a/b", "status"}));
+
+    EXPECT_EQ(4, outcome.status);
+    EXPECT_THAT(outcome.output, HasSubstr("FATAL ERROR: "));
 }
 
 TEST_F(ServiceTest, UninstallOfADeafServiceKeepsItInstalled) {
