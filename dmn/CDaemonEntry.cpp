@@ -10,7 +10,9 @@
 #include <dmn/commandline/StandardOptions.h>
 #include <dmn/commandline/TimeoutOption.h>
 #include <dmn/commandline/printText.h>
+#include <dmn/commandline/runsDaemon.h>
 #include <dmn/entry/EntryPolicy.h>
+#include <dmn/entry/exitStatus.h>
 #include <dmn/runtime/RunReport.h>
 
 #include <algorithm>
@@ -19,10 +21,6 @@
 namespace dmn {
 
 namespace {
-
-constexpr int kStatusDone = 0;
-constexpr int kStatusRefused = -1;
-constexpr int kStatusFailed = 2;
 
 void storeText(wxCmdLineParser const& parser, char const* option, fdn::String& field) {
     wxString text;
@@ -39,10 +37,6 @@ void logBadCommandLine(int parseResult, fdn::String const& arguments) {
 [[noreturn]] void failAfterTimeout(fdn::String const& logged, fdn::String const& shown) {
     fdn::logError(logged);
     throw fdn::CError(shown);
-}
-
-bool runsDaemon(fdn::String const& command) {
-    return command == "run" || command == "daemon";
 }
 
 // As long as the command line is not parsed, each argument may be the command.
@@ -191,9 +185,7 @@ void CDaemonEntry::performCommand(wxCmdLineParser& parser, char const* program) 
         fdn::ensureFolderExists(m_controlFolder, 0777);
     onCommandLineParsed();
 
-    m_daemonInfo = createDaemonInfo();
-    if (!m_daemonInfo)
-        throw fdn::CError("The application gave no description of its daemon.");
+    m_daemonInfo = describeDaemon();
     m_daemonId = m_idOption.empty() ? m_daemonInfo->defaultId : m_idOption;
     m_controller = fdn::newObj<CDaemonController>(m_daemonId, m_controlFolder);
 
@@ -201,6 +193,13 @@ void CDaemonEntry::performCommand(wxCmdLineParser& parser, char const* program) 
                  "', exePath='" + m_exePath.getText() + "'.");
     doCommand(m_command);
     fdn::logInfo("Finished command. Returning exit code 0.");
+}
+
+fdn::P<CDaemonInfo> CDaemonEntry::describeDaemon() {
+    fdn::P<CDaemonInfo> const info = createDaemonInfo();
+    if (!info)
+        throw fdn::CError("The application gave no description of its daemon.");
+    return info;
 }
 
 void CDaemonEntry::dispose() {

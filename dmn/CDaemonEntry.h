@@ -195,6 +195,7 @@ private:
     DMN_HIDDEN void declareArguments(wxCmdLineParser& parser);
     DMN_HIDDEN int takeCommand(wxCmdLineParser& parser);
     DMN_HIDDEN void performCommand(wxCmdLineParser& parser, char const* program);
+    DMN_HIDDEN fdn::P<CDaemonInfo> describeDaemon();
 
     void* m_reserved = nullptr; ///< the policy that was set; the type was fixed before there was one
 };

@@ -14,26 +14,30 @@ namespace dmn {
 
 namespace {
 
+using Outcome = CDaemonStopper::Outcome;
+
 fdn::Path locatePIDFile(fdn::String const& id, fdn::Path const& givenControlFolder) {
     fdn::Path const controlFolder = findControlFolder(id, givenControlFolder);
     requireControlFolder(id, controlFolder);
     return getPIDFilePath(controlFolder, id);
 }
 
-fdn::String describe(fdn::String const& id, DaemonProcess const& process) {
-    return "The daemon '" + id + fdn::String::Format("' (process %d)", process.getNumber());
-}
-
-[[noreturn]] void failLate(fdn::String const& id, DaemonProcess const& process, int timeoutMs) {
-    throw fdn::CError(describe(id, process) + " has not ended after " + describeDuration(timeoutMs) +
-                      " and goes on. The command 'stop --kill' ends it by force.");
-}
-
 // Whoever starts it time and again would otherwise keep this process busy for ever.
-void requireFirst(CDaemonStopper::Outcome outcome, Deadline const& deadline, fdn::String const& id,
-                  DaemonProcess const& process) {
-    if (outcome != CDaemonStopper::Outcome::WasNotRunning && deadline.hasPassed())
-        throw fdn::CError(describe(id, process) + " was started again while it was to stop.");
+void requireFirst(Outcome outcome, Deadline const& deadline, DaemonProcess const& process) {
+    if (outcome != Outcome::WasNotRunning && deadline.hasPassed())
+        throw fdn::CError(process.describe() + " was started again while it was to stop.");
+}
+
+Outcome end(DaemonProcess const& process, Deadline const& deadline, int timeoutMs,
+            CDaemonStopper::Force force) {
+    process.askToStop();
+    if (process.awaitEnd(deadline))
+        return Outcome::Stopped;
+    if (force == CDaemonStopper::Force::No)
+        throw fdn::CError(process.describe() + " has not ended after " + describeDuration(timeoutMs) +
+                          " and goes on. The command 'stop --kill' ends it by force.");
+    process.kill();
+    return Outcome::Killed;
 }
 
 } // namespace
@@ -56,16 +60,9 @@ CDaemonStopper::Outcome CDaemonStopper::stop(int timeoutMs, Force force) {
         // one process, and the second look tells whether that is the daemon.
         if (!process.isHolder())
             continue;
-        requireFirst(outcome, deadline, m_id, process);
+        requireFirst(outcome, deadline, process);
         m_process = holder;
-        process.askToStop();
-        outcome = Outcome::Stopped;
-        if (process.awaitEnd(deadline))
-            continue;
-        if (force == Force::No)
-            failLate(m_id, process, timeoutMs);
-        process.kill();
-        outcome = Outcome::Killed;
+        outcome = end(process, deadline, timeoutMs, force);
     }
     fdn::logInfo("Done stopping daemon '" + m_id + "'.");
     return outcome;

@@ -7,11 +7,14 @@
 #include <dmn/commandline/CommandLine.h>
 #include <dmn/commandline/ParserOutput.h>
 #include <dmn/commandline/printText.h>
+#include <dmn/commandline/runsDaemon.h>
 #include <dmn/daemonChecks.h>
 #include <dmn/daemonStatus.h>
 #include <dmn/entry/EntryPolicy.h>
+#include <dmn/entry/exitStatus.h>
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ShellWord.h>
+#include <dmn/service/FindingText.h>
 #include <dmn/service/HelpRequest.h>
 #include <dmn/service/InstallText.h>
 #include <dmn/service/OwnExecutable.h>
@@ -19,7 +22,7 @@
 #include <dmn/service/ServiceSignals.h>
 #include <dmn/service/ServiceUsage.h>
 #include <dmn/service/StatusText.h>
-#include <dmn/service/notice.h>
+#include <dmn/service/printNotice.h>
 #include <dmn/service/provideControlFolder.h>
 #include <dmn/start/StartSettings.h>
 #include <dmn/version.h>
@@ -37,20 +40,10 @@ namespace dmn {
 
 namespace {
 
-constexpr int kStatusDone = 0;
-constexpr int kStatusFailed = 2;
 constexpr int kStatusFindings = 1;
-
-bool runsDaemon(fdn::String const& command) {
-    return command == "run" || command == "daemon";
-}
 
 fdn::Path normalize(fdn::Path const& path) {
     return path.toNormalized(true, fdn::Path());
-}
-
-fdn::String describeProcess(int process) {
-    return fdn::String::Format("(process %d)", process);
 }
 
 fdn::String withoutLastLineFeed(fdn::String const& lines) {
@@ -161,13 +154,6 @@ void CServiceEntry::printVersion() {
     fdn::String const version = describeDaemon()->version;
     printText(m_state->getName() + (version.empty() ? "" : " ") + version +
               " (libdmn " DMN_VERSION_STRING ")");
-}
-
-fdn::P<CDaemonInfo> CServiceEntry::describeDaemon() {
-    fdn::P<CDaemonInfo> const info = createDaemonInfo();
-    if (!info)
-        throw fdn::CError("The application gave no description of its daemon.");
-    return info;
 }
 
 fdn::TList<CommandDescription> CServiceEntry::describeOwnCommands() {
@@ -418,8 +404,7 @@ fdn::String CServiceEntry::composeHint() const {
         return fdn::String(); // the error that led here is the one to report
     }
     fdn::Path const folder = m_controlFolder.getText().empty() ? fdn::Path(".") : m_controlFolder;
-    return "To stop it: " + composeCommand("stop") +
-           " --controlFolder=" + quoteShellWord(normalize(folder).getText());
+    return "To stop it: " + composeCommand("stop") + " --controlFolder=" + quoteShellWord(normalize(folder));
 }
 
 } // namespace dmn

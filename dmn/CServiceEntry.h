@@ -86,7 +86,6 @@ private:
     DMN_HIDDEN fdn::String composeHint() const;
     DMN_HIDDEN int answer(HelpRequest request);
     DMN_HIDDEN void printVersion();
-    DMN_HIDDEN fdn::P<CDaemonInfo> describeDaemon();
 
     std::unique_ptr<State> m_state;
 };

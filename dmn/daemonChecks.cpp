@@ -5,9 +5,9 @@
 
 #include <dmn/CDaemonController.h>
 #include <dmn/check/AccountCheck.h>
+#include <dmn/check/AccountView.h>
 #include <dmn/check/BootCheck.h>
 #include <dmn/check/FileCheck.h>
-#include <dmn/check/FileLook.h>
 #include <dmn/check/PIDFileCheck.h>
 #include <dmn/check/ScriptCheck.h>
 #include <dmn/id/DaemonId.h>
@@ -100,16 +100,16 @@ InitScriptValues composeValues(CheckedDaemon const& daemon, fdn::String const& d
             script};
 }
 
-Findings checkFiles(CheckedDaemon const& daemon, AccountsEyes const& eyes) {
-    Findings findings = checkExecutable(daemon.settings, eyes);
+Findings checkFiles(CheckedDaemon const& daemon, AccountView const& view) {
+    Findings findings = checkExecutable(daemon.settings, view);
     if (!daemon.settings.controlFolder.getText().empty())
-        append(findings, checkControlFolder(daemon, eyes));
+        append(findings, checkControlFolder(daemon, view));
     return findings;
 }
 
 Findings checkFilesAsAccount(CheckedDaemon const& daemon) {
     try {
-        return checkFiles(daemon, AccountsEyes(daemon.settings.runAs));
+        return checkFiles(daemon, AccountView(daemon.settings.runAs));
     } catch (fdn::CError const& error) {
         return {report(error)};
     }
@@ -120,7 +120,7 @@ Findings checkStart(CheckedDaemon const& daemon) {
     Findings findings = checkAccount(daemon.settings);
     bool const isAccountKnown = findings.empty();
     append(findings, checkTransientFolder(daemon.settings));
-    append(findings, isAccountKnown ? checkFilesAsAccount(daemon) : checkFiles(daemon, AccountsEyes()));
+    append(findings, isAccountKnown ? checkFilesAsAccount(daemon) : checkFiles(daemon, AccountView()));
     return findings;
 }
 
@@ -184,7 +184,7 @@ Findings checkScriptFile(fdn::String const& id) {
             return {{"The daemon '" + id + "' is not installed.", ""}};
         if (!mayBeRun(script))
             return {{"The init script '" + script.getText() + "' may not be run.",
-                     "chmod a+x " + quoteShellWord(script.getText())}};
+                     "chmod a+x " + quoteShellWord(script)}};
         return {};
     } catch (fdn::CError const& error) {
         return {report(error)};

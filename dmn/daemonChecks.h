@@ -28,9 +28,8 @@ struct InstallRequest {
 /// Finds everything for which an installation with these values could not work:
 ///
 /// - an ID that can name no daemon, and no control folder;
-/// - values on which the init script's shell acts, or that it splits or changes. They are looked at first,
-/// and
-///   only then tried on the shell of this machine, so that nothing of a hostile value is ever run;
+/// - values on which the init script's shell acts, or that it splits or changes. They are looked at before
+///   they are tried on the shell of this machine, which therefore runs nothing of a hostile value;
 /// - run parameters that no program can be given, or that are too long together to be tried (128 KiB);
 /// - an unknown account, or a transient folder that cannot be made;
 /// - an executable that the account cannot run. It is not run for it;
@@ -42,10 +41,9 @@ struct InstallRequest {
 DMN_EXPORT fdn::TList<DaemonFinding> checkInstallation(InstallRequest const& request);
 
 /// Finds every reason why the installed daemon would not come up, now or at boot: settings that its script
-/// does not tell, what checkInstallation() looks for, a missing control folder, a PID file that it
-/// could not claim, missing and dangling run-level links, and a boot sequence that does not
-/// have it. A daemon that was installed not to start at boot has such a finding, because its script does not
-/// tell that.
+/// does not tell, what checkInstallation() looks for, a missing control folder, a PID file that it could not
+/// claim, missing and dangling run-level links, and a boot sequence that does not have it. A daemon that was
+/// installed not to start at boot has such a finding, because its script does not tell that.
 ///
 /// An empty control folder is read from the script. Throws CError only for an ID that can name no daemon;
 /// what cannot be looked at is a finding.

@@ -25,7 +25,8 @@ private:
     CDaemonInfo m_info;
 };
 
-/// The whole of main(): makes a front end for the daemon's class and returns what its entry() returns.
+/// The whole of main(): makes a front end for the daemon's class and returns what its entry() returns. The
+/// class needs CDaemon's constructor, with an ID and a control folder.
 ///
 ///     int main(int argc, char** argv) {
 ///         return dmn::runService<CMyService>(argc, argv, info);

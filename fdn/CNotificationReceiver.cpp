@@ -4,10 +4,12 @@
 #include <fdn/system/LocalAddress.h>
 #include <fdn/system/Pipe.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include <sys/random.h>
 #include <sys/socket.h>

@@ -37,8 +37,8 @@ void notifySupervisor(String const& message) noexcept {
     try {
         if (std::optional<LocalAddress> const supervisor = findSupervisor())
             sendNow(message.toUTF8(), *supervisor);
-    } catch (
-        std::exception const&) { // NOLINT(bugprone-empty-catch): the program matters more than the message
+    } catch (std::exception const&) {
+        // The program matters more than the message.
     }
     errno = savedError;
 }

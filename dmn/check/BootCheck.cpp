@@ -24,10 +24,6 @@ struct LevelLinks {
     bool isAny = false;
 };
 
-fdn::String quote(fdn::Path const& path) {
-    return quoteShellWord(path.getText());
-}
-
 bool leadsTo(fdn::Path const& link, fdn::Path const& script) {
     std::error_code ignored;
     return std::filesystem::equivalent(fdn::toFileName(link).data(), fdn::toFileName(script).data(), ignored);
@@ -66,7 +62,8 @@ fdn::String composeLinkCommand(fdn::TArray<RunLevel> const& runLevels, fdn::Stri
     for (RunLevel const& runLevel : runLevels) {
         fdn::Path const link = locateRunLevelFolder(runLevel.level)
                                << fdn::Path(composeRunLevelLinkName(runLevel.level, id));
-        command << (command.empty() ? "" : " && ") << "ln -s " << quote(script) << " " << quote(link);
+        command << (command.empty() ? "" : " && ") << "ln -s " << quoteShellWord(script) << " "
+                << quoteShellWord(link);
     }
     return command;
 }
@@ -75,7 +72,7 @@ Findings reportWrongLinks(LevelLinks const& links, fdn::Path const& script) {
     Findings findings;
     for (fdn::Path const& link : links.wrong)
         findings.push_back({"The link '" + link.getText() + "' does not lead to '" + script.getText() + "'.",
-                            "ln -sfn " + quote(script) + " " + quote(link)});
+                            "ln -sfn " + quoteShellWord(script) + " " + quoteShellWord(link)});
     return findings;
 }
 

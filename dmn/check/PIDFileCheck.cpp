@@ -34,11 +34,11 @@ Findings checkUnheldFile(fdn::Path const& file) {
         return {};
     if (S_ISDIR(info.st_mode))
         return {{"There is a folder in place of the PID file '" + file.getText() + "'.",
-                 "rmdir " + quoteShellWord(file.getText())}};
+                 "rmdir " + quoteShellWord(file)}};
     if (S_ISREG(info.st_mode) && isLocked(file))
         return {
             {"The PID file '" + file.getText() + "' is locked by a process that it is not believed about.",
-             "rm " + quoteShellWord(file.getText())}};
+             "rm " + quoteShellWord(file)}};
     return {};
 }
 

@@ -1,8 +1,10 @@
 #include <dmn/init/DependencyOrder.h>
 
+#include <fdn/Path.h>
 #include <fdn/fileName.h>
 
-#include <filesystem>
+#include <dmn/init/FileQuestions.h>
+
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -14,8 +16,7 @@ namespace {
 constexpr char kStartOrder[] = "/etc/init.d/.depend.start";
 
 bool isThere(char const* path) {
-    std::error_code ignored;
-    return std::filesystem::exists(path, ignored);
+    return seemsThere(fdn::Path(path));
 }
 
 bool holdsWord(std::string const& line, std::string const& wanted) {

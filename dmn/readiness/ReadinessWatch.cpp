@@ -26,13 +26,10 @@ constexpr std::size_t kLongestStatus = 500;
 
 // The status goes to an administrator's terminal, whoever the daemon's account belongs to.
 fdn::String makePrintable(fdn::String const& status) {
-    fdn::String line = status.substr(0, kLongestStatus);
-    auto const isControl = [](wxUniChar character) {
-        return character < 0x20 || (character >= 0x7f && character < 0xa0);
-    };
-    for (wxString::iterator character = line.begin(); character != line.end(); ++character) {
-        if (isControl(*character))
-            *character = ' ';
+    fdn::String line;
+    for (wxUniChar const character : status.substr(0, kLongestStatus)) {
+        bool const isControl = character < 0x20 || (character >= 0x7f && character < 0xa0);
+        line += isControl ? wxUniChar(' ') : character;
     }
     return line;
 }

@@ -2,9 +2,9 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <system_error>
 
@@ -39,11 +39,11 @@ Activity lookAt(std::filesystem::path const& thread) {
     std::string text;
     std::getline(file, text, '\0');
     // The program's name comes before, in brackets, and may hold anything.
-    std::size_t const end = text.rfind(')');
+    std::istringstream fields(text.substr(text.rfind(')') + 1));
     Activity activity;
+    long skipped = 0;
     unsigned flags = 0;
-    if (end != std::string::npos)
-        std::sscanf(text.c_str() + end, ") %c %*d %*d %*d %*d %*d %u", &activity.state, &flags);
+    fields >> activity.state >> skipped >> skipped >> skipped >> skipped >> skipped >> flags;
     activity.ends = (flags & kEndingFlags) != 0;
     return activity;
 }

@@ -24,14 +24,20 @@ int EventDescriptor::get() {
     return m_descriptor;
 }
 
-void EventDescriptor::set(bool stands) noexcept {
-    m_stands = stands;
-    if (m_descriptor != -1)
-        show();
+void EventDescriptor::set() noexcept {
+    m_stands = true;
+    show();
+}
+
+void EventDescriptor::clear() noexcept {
+    m_stands = false;
+    show();
 }
 
 // It does not matter how often an event is set that stands: reading takes back all of it.
 void EventDescriptor::show() const noexcept {
+    if (m_descriptor == -1)
+        return;
     int const savedError = errno;
     eventfd_t count = 1;
     if (m_stands)

@@ -14,8 +14,11 @@ public:
     /// The descriptor, which the first call opens. Throws CError when the system refuses.
     int get();
 
-    /// Sets whether the event stands.
-    void set(bool stands) noexcept;
+    /// Lets the event stand.
+    void set() noexcept;
+
+    /// Takes it back.
+    void clear() noexcept;
 
 private:
     void show() const noexcept;

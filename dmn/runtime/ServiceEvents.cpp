@@ -14,14 +14,14 @@ ServiceEvents::Event ServiceEvents::await(std::chrono::steady_clock::time_point 
     if (!m_isReloadRequested)
         return Event::Timeout;
     m_isReloadRequested = false;
-    m_reloadDescriptor.set(false);
+    m_reloadDescriptor.clear();
     return Event::Reload;
 }
 
 void ServiceEvents::requestReload() {
     Lock const lock(m_mutex);
     m_isReloadRequested = true;
-    m_reloadDescriptor.set(true);
+    m_reloadDescriptor.set();
     m_hasChanged.notify_all();
 }
 
@@ -33,7 +33,7 @@ void ServiceEvents::onRunning() {
 void ServiceEvents::onStopRequested() {
     Lock const lock(m_mutex);
     m_isStopRequested = true;
-    m_stopDescriptor.set(true);
+    m_stopDescriptor.set();
     m_hasChanged.notify_all();
 }
 

@@ -1,9 +1,9 @@
 #include <dmn/script/ScriptTrial.h>
 
-#include <fdn/CExecCommand.h>
 #include <fdn/programs.h>
 
 #include <dmn/script/InitScriptFile.h>
+#include <dmn/script/Shell.h>
 
 namespace dmn {
 
@@ -13,12 +13,10 @@ namespace {
 constexpr char kShow[] = "show";
 constexpr char kShowFunction[] = "show() { printf '%s\\n' \"$@\"; }\n";
 
-// Boot runs the script with a nearly empty environment. This one also hides from the shell whatever changes
-// how it works.
 fdn::String runOnShell(fdn::String const& text, fdn::String const& verb) {
-    fdn::TMap<fdn::String, fdn::String> const environment{{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}};
-    fdn::CExecCommand const shell(fdn::Path("/bin/sh"), {"-c", text, "init-script", verb});
-    return fdn::execSyncReturnOutputAsString(shell, false, &environment, fdn::Path("/"));
+    auto const environment = composeShellEnvironment();
+    return fdn::execSyncReturnOutputAsString(composeShellCommand(text, {verb}), false, &environment,
+                                             fdn::Path("/"));
 }
 
 class Trial {

@@ -22,6 +22,10 @@ fdn::String quoteShellWord(fdn::String const& text) {
     return "'" + inner + "'";
 }
 
+fdn::String quoteShellWord(fdn::Path const& path) {
+    return quoteShellWord(path.getText());
+}
+
 fdn::String findActiveInQuotes(fdn::String const& text) {
     std::size_t const nul = text.find(L'\0');
     return characterAt(text, nul != fdn::String::npos ? nul : text.find_first_of("\"$`\\"));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <fdn/Path.h>
 #include <fdn/String.h>
 
 namespace dmn {
@@ -7,6 +8,7 @@ namespace dmn {
 /// The text as one word of a shell command, for people to paste: as it is or, where the shell acts on
 /// something in it, between single quotes (POSIX.1-2017, Shell Command Language, 2.2.2).
 fdn::String quoteShellWord(fdn::String const& text);
+fdn::String quoteShellWord(fdn::Path const& path);
 
 /// The first character of the text that a shell acts on between double quotes (2.2.3), or the character NUL,
 /// which no script can hold. Empty if there is none.

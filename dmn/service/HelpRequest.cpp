@@ -1,5 +1,7 @@
 #include <dmn/service/HelpRequest.h>
 
+#include <dmn/commandline/runsDaemon.h>
+
 #include <algorithm>
 #include <iterator>
 
@@ -12,8 +14,8 @@ bool isOneOf(std::string_view word, std::string_view const (&words)[size]) {
     return std::find(std::begin(words), std::end(words), word) != std::end(words);
 }
 
-// Whether the next argument is the option's value.
-bool isOptionWithoutValue(std::string_view argument) {
+// Of an option that is given without its value, that is the next argument.
+bool takesNextArgument(std::string_view argument) {
     constexpr std::string_view kOptions[] = {"-c",
                                              "-g",
                                              "-i",
@@ -38,13 +40,13 @@ HelpRequest findHelpRequest(int argc, char const* const* argv) {
     bool isBeforeCommand = true;
     for (int i = 1; i < argc && argv[i] != nullptr; ++i) {
         std::string_view const argument = argv[i];
-        if (isOptionWithoutValue(argument))
+        if (takesNextArgument(argument))
             ++i;
         else if (isOneOf(argument, {"--help", "-h"}) || (isBeforeCommand && argument == "help"))
             return HelpRequest::Usage;
         else if (argument == "--version")
             return HelpRequest::Version;
-        else if (isBeforeCommand && isOneOf(argument, {"run", "daemon"}))
+        else if (isBeforeCommand && runsDaemon(argv[i]))
             return HelpRequest::None;
         else if (argument.substr(0, 1) != "-")
             isBeforeCommand = false;
@@ -55,7 +57,7 @@ HelpRequest findHelpRequest(int argc, char const* const* argv) {
 std::string_view findCommand(int argc, char const* const* argv) {
     for (int i = 1; i < argc && argv[i] != nullptr; ++i) {
         std::string_view const argument = argv[i];
-        if (isOptionWithoutValue(argument))
+        if (takesNextArgument(argument))
             ++i;
         else if (argument.substr(0, 1) != "-")
             return argument;

@@ -16,14 +16,4 @@ fdn::String describeInstallation(CDaemonInfo const& info, fdn::String const& id,
     return id + " is installed.\n" + table.compose();
 }
 
-fdn::String describeFindings(fdn::TList<DaemonFinding> const& findings) {
-    fdn::String lines;
-    for (DaemonFinding const& finding : findings) {
-        lines << finding.problem << "\n";
-        if (!finding.remedy.empty())
-            lines << "  Remedy: " << finding.remedy << "\n";
-    }
-    return lines;
-}
-
 } // namespace dmn

@@ -1,5 +1,7 @@
 #include <dmn/service/ServiceOptions.h>
 
+#include <dmn/commandline/TextOption.h>
+
 namespace dmn {
 
 namespace {
@@ -9,13 +11,7 @@ constexpr char kKill[] = "kill";
 constexpr char kVerbose[] = "verbose";
 constexpr char kLogLevel[] = "log-level";
 
-struct OptionDescription {
-    char const* shortName;
-    char const* longName;
-    char const* help;
-};
-
-constexpr OptionDescription kInstallOptions[] = {
+constexpr TextOption kInstallOptions[] = {
     {"r", "runas",
      "install: the account that the daemon runs under.\n"
      "Default: the account of who starts it, root"},
@@ -28,10 +24,6 @@ constexpr OptionDescription kInstallOptions[] = {
      "Default: the group with the account's name"},
 };
 
-void declareOption(wxCmdLineParser& parser, OptionDescription const& option) {
-    parser.AddOption(fdn::String(option.shortName), fdn::String(option.longName), fdn::String(option.help));
-}
-
 } // namespace
 
 void declareServiceOptions(wxCmdLineParser& parser, int timeoutMs) {
@@ -41,7 +33,7 @@ void declareServiceOptions(wxCmdLineParser& parser, int timeoutMs) {
     declareOption(parser, {"i", "id", "the daemon's ID. Default: the program's own"});
     parser.AddOption("t", "timeout",
                      fdn::String::Format("the seconds to wait at most. Default: %d", timeoutMs / 1000));
-    for (OptionDescription const& option : kInstallOptions)
+    for (TextOption const& option : kInstallOptions)
         declareOption(parser, option);
     parser.AddLongOption(kLogLevel, "the least serious entries of the log: debug, info,\n"
                                     "warning or error. install keeps it. Default: info");

@@ -1,11 +1,8 @@
 #pragma once
 
-#include <fdn/LogLevel.h>
 #include <fdn/String.h>
 
 #include <wx/cmdline.h>
-
-#include <optional>
 
 namespace dmn {
 

@@ -11,13 +11,13 @@
 
 #include <wx/datetime.h>
 
+#include <cstdint>
+#include <ctime>
+#include <optional>
+
 namespace dmn {
 
 namespace {
-
-fdn::String describeProcess(int process) {
-    return fdn::String::Format("(process %d)", process);
-}
 
 void addUnlessEmpty(Table& table, char const* name, fdn::String const& text) {
     if (!text.empty())
@@ -76,6 +76,10 @@ void addOrSayWhyNot(Table& table, char const* name, Step step) {
 }
 
 } // namespace
+
+fdn::String describeProcess(int process) {
+    return fdn::String::Format("(process %d)", process);
+}
 
 fdn::String describeStatus(fdn::String const& id, DaemonStatus const& status) {
     switch (status.state) {

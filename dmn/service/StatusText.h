@@ -6,6 +6,9 @@
 
 namespace dmn {
 
+/// A process as other texts name it: "(process 123)".
+fdn::String describeProcess(int process);
+
 /// What the status says, in one sentence.
 fdn::String describeStatus(fdn::String const& id, DaemonStatus const& status);
 

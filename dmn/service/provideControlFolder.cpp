@@ -7,6 +7,7 @@
 #include <fdn/sysError.h>
 
 #include <array>
+#include <cerrno>
 
 #include <pwd.h>
 #include <unistd.h>

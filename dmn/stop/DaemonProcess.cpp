@@ -21,6 +21,10 @@ constexpr int kKillMs = 5000;
 DaemonProcess::DaemonProcess(fdn::String const& id, fdn::Path const& pidFile, pid_t process)
     : m_id(id), m_pidFile(pidFile), m_number(process), m_process(process) {}
 
+fdn::String DaemonProcess::describe() const {
+    return "The daemon '" + m_id + fdn::String::Format("' (process %d)", m_number);
+}
+
 bool DaemonProcess::isHolder() const {
     return fdn::CPIDFile::getActivePID(m_pidFile) == m_number;
 }

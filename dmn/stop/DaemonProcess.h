@@ -16,7 +16,8 @@ public:
     /// Takes a handle on the process.
     DaemonProcess(fdn::String const& id, fdn::Path const& pidFile, pid_t process);
 
-    pid_t getNumber() const { return m_number; }
+    /// The daemon and this process for people: "The daemon 'backupd' (process 123)".
+    fdn::String describe() const;
 
     /// Whether it holds the PID file now. Throws a CError when that is unclear.
     bool isHolder() const;

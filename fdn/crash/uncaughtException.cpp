@@ -6,10 +6,10 @@
 #include <fdn/log/LogEntry.h>
 #include <fdn/log/XMLText.h>
 #include <fdn/log/readableEntry.h>
+#include <fdn/system/MallocedText.h>
 
 #include <cstdlib>
 #include <exception>
-#include <memory>
 #include <string>
 #include <typeinfo>
 
@@ -21,15 +21,11 @@ namespace {
 
 std::terminate_handler previousHandler = nullptr;
 
-struct FreeText {
-    void operator()(char* text) const { std::free(text); }
-};
-
 String getNameOfType(std::type_info const* type) {
     if (type == nullptr)
         return "of another language";
     int status = 0;
-    std::unique_ptr<char, FreeText> const name(abi::__cxa_demangle(type->name(), nullptr, nullptr, &status));
+    MallocedText const name(abi::__cxa_demangle(type->name(), nullptr, nullptr, &status));
     return String::fromBytes(name ? name.get() : type->name());
 }
 

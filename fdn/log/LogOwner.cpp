@@ -4,9 +4,9 @@
 #include <fdn/currentFolder.h>
 #include <fdn/fileName.h>
 #include <fdn/launch/ProgramEnvironment.h>
+#include <fdn/system/MallocedText.h>
 
 #include <climits>
-#include <memory>
 #include <optional>
 
 #include <errno.h>
@@ -25,10 +25,6 @@ String toText(char const* name) {
         throw CError("The log's name is not text in the locale's encoding.");
     return *text;
 }
-
-struct FreeText {
-    void operator()(char* text) const { free(text); }
-};
 
 } // namespace
 
@@ -85,7 +81,7 @@ void LaunchedProgram::takeFileRights(uid_t user, gid_t group) {
 
 // The program goes by the name of the file that a link leads to.
 String LaunchedProgram::getProgramName() const {
-    std::unique_ptr<char, FreeText> const target(realpath(toFileName(m_program), nullptr));
+    MallocedText const target(realpath(toFileName(m_program), nullptr));
     return (target ? toText(target.get()) : m_program.getText()).AfterLast(L'/');
 }
 

@@ -18,7 +18,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <optional>
 
 #include <signal.h>
 #include <sys/syscall.h>
@@ -38,6 +37,11 @@ using Names = std::vector<std::string>;
 constexpr int kLong = 30000;
 constexpr int kShort = 100;
 
+void sayUp() {
+    std::puts("up");
+    std::fflush(stdout);
+}
+
 class Stopper : public ControllerTest {
 protected:
     /// A process that holds the PID file and does nothing else until a signal ends it.
@@ -50,13 +54,20 @@ protected:
         auto holder = std::make_unique<Program>([this, preparation] {
             preparation();
             fdn::CPIDFile const file(m_folder / "app.pid");
-            std::puts("up");
-            std::fflush(stdout);
+            sayUp();
             for (;;)
                 pause();
         });
         EXPECT_TRUE(awaitOutput(*holder, "up\n"));
         return holder;
+    }
+
+    /// Holds the PID file, and gives it up at SIGTERM. For a child of the test.
+    void holdFileUntilAsked() const {
+        fdn::CPIDFile const file(m_folder / "app.pid");
+        signal(SIGTERM, [](int) {});
+        sayUp();
+        pause();
     }
 
     std::unique_ptr<Program> startDeafHolder() const {
@@ -119,13 +130,7 @@ TEST_F(Stopper, AwaitsTheEndOfAProcessThatHasGivenItsFileUp) {
     static Pipe gate = makePipe();
     auto const holder = std::make_unique<Program>([this] {
         gate.writing.reset();
-        static std::optional<fdn::CPIDFile> file;
-        file.emplace(m_folder / "app.pid");
-        signal(SIGTERM, [](int) {});
-        std::puts("up");
-        std::fflush(stdout);
-        pause();
-        file.reset();
+        holdFileUntilAsked();
         char byte = 0;
         static_cast<void>(!read(gate.reading.get(), &byte, 1)); // until the test closes its end
     });
@@ -146,13 +151,7 @@ TEST_F(Stopper, AwaitsTheEndOfAProcessThatHasGivenItsFileUp) {
 
 TEST_F(Stopper, EndsAProcessThatClaimsTheFileMeanwhile) {
     auto const first = std::make_unique<Program>([this] {
-        static std::optional<fdn::CPIDFile> file;
-        file.emplace(m_folder / "app.pid");
-        signal(SIGTERM, [](int) {});
-        std::puts("up");
-        std::fflush(stdout);
-        pause();
-        file.reset();
+        holdFileUntilAsked();
         while (!std::filesystem::exists(m_folder.name("app.pid")))
             usleep(1000);
     });
@@ -174,8 +173,7 @@ TEST_F(Stopper, SendsOneSignalToEachProcess) {
         static volatile sig_atomic_t signals = 0;
         fdn::CPIDFile const file(m_folder / "app.pid");
         signal(SIGTERM, [](int) { signals = signals + 1; });
-        std::puts("up");
-        std::fflush(stdout);
+        sayUp();
         while (signals == 0)
             pause();
         kill(getpid(), SIGTERM); // a pending one would be merged with this one

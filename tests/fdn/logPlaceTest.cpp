@@ -43,20 +43,27 @@ std::string homeOf(char const* account) {
     return getpwnam(account)->pw_dir;
 }
 
+/// The log of this process where no variable says where it is. Its place is chosen anew.
+class UnnamedLog {
+public:
+    UnnamedLog() { forget(); }
+
+    UnnamedLog(UnnamedLog const&) = delete;
+    UnnamedLog& operator=(UnnamedLog const&) = delete;
+
+    ~UnnamedLog() { forget(); }
+
+private:
+    static void forget() {
+        test::closeLog();
+        unsetenv("FDN_LOG_FILE");
+        unsetenv("XDG_STATE_HOME");
+    }
+};
+
 class LogPlaceTest : public testing::Test {
 protected:
-    LogPlaceTest() {
-        test::closeLog();
-        unsetenv("FDN_LOG_FILE");
-        unsetenv("XDG_STATE_HOME");
-    }
-
-    ~LogPlaceTest() override {
-        test::closeLog();
-        unsetenv("FDN_LOG_FILE");
-        unsetenv("XDG_STATE_HOME");
-    }
-
+    UnnamedLog m_log;
     test::TemporaryFolder m_folder;
 };
 
@@ -86,17 +93,8 @@ TEST_F(LogPlaceTest, IsWhereTheLogHasBegun) {
 class PlaceOfLaunchedLogTest : public test::AccountsTest {
 protected:
     PlaceOfLaunchedLogTest() {
-        test::closeLog();
-        unsetenv("FDN_LOG_FILE");
-        unsetenv("XDG_STATE_HOME");
         test::setMode(m_folder.name(), 0755);
         test::writeFile(m_folder.name("program"), "");
-    }
-
-    ~PlaceOfLaunchedLogTest() override {
-        test::closeLog();
-        unsetenv("FDN_LOG_FILE");
-        unsetenv("XDG_STATE_HOME");
     }
 
     static CSystemUserID account(char const* name) {
@@ -107,6 +105,7 @@ protected:
         return textOf(getLogFileOf(m_folder / "program", account(name), folder));
     }
 
+    UnnamedLog m_log;
     test::TemporaryFolder m_folder;
 };
 

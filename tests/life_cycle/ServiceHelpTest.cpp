@@ -4,6 +4,9 @@
 
 #include <gmock/gmock.h>
 
+#include <regex>
+#include <string>
+
 namespace {
 
 using test::Outcome;
@@ -66,6 +69,23 @@ TEST_F(ServiceHelpTest, OptionsBehindDaemonAreNotAnswered) {
 
     EXPECT_NE(0, outcome.status);
     EXPECT_THAT(outcome.output, Not(HasSubstr("libdmn")));
+}
+
+// Whatever options there are: the usage lists them.
+TEST_F(ServiceHelpTest, ValueOfAnOptionIsNotAnswered) {
+    std::string const usage = runClock({"--help"}).output;
+    std::regex const withValue("  (?:(-[a-z]), )?(--[A-Za-z-]+)=");
+    int count = 0;
+    for (std::sregex_iterator option(usage.begin(), usage.end(), withValue), end; option != end; ++option) {
+        for (std::string const& spelling : {option->str(1), option->str(2)}) {
+            if (spelling.empty())
+                continue;
+            EXPECT_THAT(runClock({spelling, "--help", "nothing"}).output, Not(StartsWith("Usage: ")))
+                << spelling;
+            ++count;
+        }
+    }
+    EXPECT_LT(10, count);
 }
 
 class BadServiceCommandLineTest : public ServiceHelpTest, public testing::WithParamInterface<Words> {};

@@ -24,22 +24,20 @@ struct FileLook {
     bool isDanglingLink = false;
     bool isFolder = false;
     bool isRegularFile = false;
+    bool isByAccount = false; ///< the account itself has looked; only then do the rights mean anything
     bool mayWrite = false;
     bool mayExecute = false; ///< of a folder: may enter
 };
 
-/// Looks at files as the account of a daemon does.
-class AccountsEyes {
+/// How the account of a daemon sees files.
+class AccountView {
 public:
     /// This process looks with its own rights.
-    AccountsEyes() = default;
+    AccountView() = default;
 
     /// For the account, or root for the empty name. Without root's rights, this process looks with its own
     /// instead. Throws a CError for an unknown account, and when the system cannot tell.
-    explicit AccountsEyes(fdn::String const& runAs);
-
-    /// Whether it is the account that looks: only then do the rights in an answer mean anything.
-    bool areAccounts() const { return m_areAccounts; }
+    explicit AccountView(fdn::String const& runAs);
 
     /// Looks at the file at an absolute path. Changes nothing. Blocks while the file system does. Throws a
     /// CError when the system cannot tell.
@@ -47,7 +45,7 @@ public:
 
 private:
     fdn::P<fdn::CImpersonateInfo> m_account; // null: that of this process
-    bool m_areAccounts = false;
+    bool m_isByAccount = false;
 };
 
 } // namespace dmn

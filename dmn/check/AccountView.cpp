@@ -1,9 +1,11 @@
-#include <dmn/check/FileLook.h>
+#include <dmn/check/AccountView.h>
 
 #include <fdn/CError.h>
 #include <fdn/CIPCConnectionToSubProcess.h>
 #include <fdn/CSystemAccountManager.h>
 #include <fdn/programs.h>
+
+#include <dmn/script/Shell.h>
 
 #include <cerrno>
 #include <iterator>
@@ -34,7 +36,7 @@ fdn::TArray<fdn::Path> foldersAbove(fdn::Path const& path) {
 }
 
 fdn::TArray<fdn::String> composeQuestions(fdn::TArray<fdn::Path> const& folders, fdn::Path const& path) {
-    fdn::TArray<fdn::String> arguments{"-c", kAsk, "sh"};
+    fdn::TArray<fdn::String> arguments;
     auto const ask = [&](char const* question, fdn::Path const& about) {
         arguments.push_back(question);
         arguments.push_back(about.getText());
@@ -62,12 +64,12 @@ void reap(pid_t child) {
     }
 }
 
-std::string runQuestions(fdn::TArray<fdn::String> const& arguments, fdn::CImpersonateInfo* account) {
+std::string runQuestions(fdn::TArray<fdn::String> const& questions, fdn::CImpersonateInfo* account) {
     fdn::CIPCConnectionToSubProcess output;
-    fdn::TMap<fdn::String, fdn::String> const environment{{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}};
+    auto const environment = composeShellEnvironment();
     pid_t const child =
-        fdn::forkAndExec(fdn::CExecCommand(fdn::Path("/bin/sh"), arguments), account,
-                         fdn::ForkExecLevel::Child, fdn::Path("/"), nullptr, &output, nullptr, &environment);
+        fdn::forkAndExec(composeShellCommand(kAsk, questions), account, fdn::ForkExecLevel::Child,
+                         fdn::Path("/"), nullptr, &output, nullptr, &environment);
     std::string const answers = readAll(output);
     reap(child);
     return answers;
@@ -117,22 +119,23 @@ void readFile(FileLook& look, Answers& answers) {
 
 } // namespace
 
-AccountsEyes::AccountsEyes(fdn::String const& runAs) {
+AccountView::AccountView(fdn::String const& runAs) {
     if (!fdn::CSystemAccountManager::get().isProcessUserAdmin())
         return;
     // A set-user-ID program is root's only by half, and some shells give that half up.
     if (!runAs.empty() || getuid() != 0)
         m_account = fdn::newObj<fdn::CImpersonateInfo>(
             fdn::CSystemAccountManager::get().getUserID(runAs.empty() ? "root" : runAs));
-    m_areAccounts = true;
+    m_isByAccount = true;
 }
 
-FileLook AccountsEyes::look(fdn::Path const& path) const {
+FileLook AccountView::look(fdn::Path const& path) const {
     fdn::TArray<fdn::Path> const folders = foldersAbove(path);
     std::string const answers = runQuestions(composeQuestions(folders, path), m_account.get());
     if (answers.size() != folders.size() * std::size(kFolderQuestions) + std::size(kFileQuestions))
         throw fdn::CError("The shell '/bin/sh' does not tell about '" + path.getText() + "'.");
     FileLook look;
+    look.isByAccount = m_isByAccount;
     Answers read(answers);
     readFolders(look, folders, read);
     readFile(look, read);

@@ -1,4 +1,4 @@
-#include <dmn/service/notice.h>
+#include <dmn/service/printNotice.h>
 
 #include <dmn/commandline/printText.h>
 
