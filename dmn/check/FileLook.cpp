@@ -1,15 +1,13 @@
 #include <dmn/check/FileLook.h>
 
 #include <fdn/CError.h>
-#include <fdn/CIPCConnectionToSubProcess.h>
 #include <fdn/CSystemAccountManager.h>
-#include <fdn/programs.h>
 
-#include <cerrno>
+#include <dmn/script/runShellAs.h>
+
 #include <iterator>
 #include <string>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace dmn {
@@ -46,31 +44,6 @@ fdn::TArray<fdn::String> composeQuestions(fdn::TArray<fdn::Path> const& folders,
     for (char const* const question : kFileQuestions)
         ask(question, path);
     return arguments;
-}
-
-std::string readAll(fdn::CIPCConnectionToSubProcess& output) {
-    std::string text;
-    char buffer[256];
-    while (std::size_t const count = output.read(buffer, sizeof(buffer)))
-        text.append(buffer, count);
-    return text;
-}
-
-// A caller that ignores SIGCHLD has no child to wait for by now. The answers have come nevertheless.
-void reap(pid_t child) {
-    while (waitpid(child, nullptr, 0) == -1 && errno == EINTR) {
-    }
-}
-
-std::string runQuestions(fdn::TArray<fdn::String> const& arguments, fdn::CImpersonateInfo* account) {
-    fdn::CIPCConnectionToSubProcess output;
-    fdn::TMap<fdn::String, fdn::String> const environment{{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}};
-    pid_t const child =
-        fdn::forkAndExec(fdn::CExecCommand(fdn::Path("/bin/sh"), arguments), account,
-                         fdn::ForkExecLevel::Child, fdn::Path("/"), nullptr, &output, nullptr, &environment);
-    std::string const answers = readAll(output);
-    reap(child);
-    return answers;
 }
 
 // Reads the answers in the order of the questions.
@@ -132,7 +105,7 @@ AccountsEyes::AccountsEyes(fdn::String const& runAs) {
 
 FileLook AccountsEyes::look(fdn::Path const& path) const {
     fdn::TArray<fdn::Path> const folders = foldersAbove(path);
-    std::string const answers = runQuestions(composeQuestions(folders, path), m_account.get());
+    std::string const answers = runShellAs(m_account.get(), composeQuestions(folders, path));
     if (answers.size() != folders.size() * std::size(kFolderQuestions) + std::size(kFileQuestions))
         throw fdn::CError("The shell '/bin/sh' does not tell about '" + path.getText() + "'.");
     FileLook look;

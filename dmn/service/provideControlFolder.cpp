@@ -1,8 +1,13 @@
 #include <dmn/service/provideControlFolder.h>
 
-#include <fdn/CSystemAccountManager.h>
+#include <fdn/CError.h>
 #include <fdn/files.h>
 #include <fdn/sysError.h>
+
+#include <dmn/script/ShellWord.h>
+#include <dmn/script/runShellAs.h>
+#include <dmn/service/isInRootsHands.h>
+#include <dmn/start/RunAsAccount.h>
 
 #include <array>
 
@@ -14,6 +19,8 @@ namespace dmn {
 namespace {
 
 constexpr int kMode = 0755;
+constexpr char kRoot[] = "root";
+constexpr char kMakeFolder[] = R"(umask 022; mkdir -p -- "$1" 2>/dev/null)";
 
 // An account without a database entry, which its own look-up has just found, would be a change meanwhile.
 gid_t findPrimaryGroup(fdn::CSystemUserID const& user) {
@@ -27,16 +34,29 @@ gid_t findPrimaryGroup(fdn::CSystemUserID const& user) {
     return found->pw_gid;
 }
 
+// With the account's rights, because whoever may put a link in the way would otherwise choose where root
+// makes a folder, and what root gives to the account.
+void makeAs(fdn::P<fdn::CImpersonateInfo> const& account, fdn::Path const& folder) {
+    runShellAs(account.get(), {"-c", kMakeFolder, "sh", folder.getText()});
+    if (fdn::folderExists(folder))
+        return;
+    fdn::String const name = account->getUserID().getName();
+    fdn::String const word = quoteShellWord(folder.getText());
+    throw fdn::CError("The account '" + name + "' cannot make the control folder '" + folder.getText() +
+                      "', which is not in a folder that only root may change. Make it by hand: mkdir -p " +
+                      word + " && chown " + quoteShellWord(name) + " " + word);
+}
+
 } // namespace
 
 void provideControlFolder(fdn::Path const& folder, fdn::String const& account) {
     if (fdn::folderExists(folder))
         return;
-    if (account.empty()) {
-        fdn::ensureOwnedFolderExists(folder, kMode, 0, 0);
-        return;
-    }
-    fdn::CSystemUserID const user = fdn::CSystemAccountManager::get().getUserID(account);
+    fdn::P<fdn::CImpersonateInfo> const impersonation =
+        findRunAsAccount(account.empty() ? fdn::String(kRoot) : account);
+    if (!isInRootsHands(folder))
+        return makeAs(impersonation, folder);
+    fdn::CSystemUserID const& user = impersonation->getUserID();
     fdn::ensureOwnedFolderExists(folder, kMode, user.getUID(), findPrimaryGroup(user));
 }
 

@@ -72,6 +72,37 @@ TEST_F(ServiceTest, InstallMakesTheFolderForTheAccount) {
     EXPECT_EQ("61001 61001 61001 61001", test::statusOf(servicePID(), "Uid"));
 }
 
+// Root would make a folder there, and give it to the account.
+TEST_F(ServiceTest, StartMakesNoFolderWhereALinkOfTheAccountLeads) {
+    std::string const home = m_folder.name("home");
+    std::filesystem::create_directory(home);
+    test::setOwner(home, test::kUser, test::kUser);
+    m_controlFolder = home + "/run/clock";
+    install({"--runas=dmnuser"});
+    EXPECT_EQ("61001:61001", owner(m_controlFolder));
+    std::filesystem::remove_all(home + "/run");
+    std::filesystem::create_symlink("/etc", home + "/run");
+
+    Outcome const outcome = runClock({"start"});
+
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_THAT(outcome.output,
+                HasSubstr("The account 'dmnuser' cannot make the control folder '" + m_controlFolder + "'"));
+    EXPECT_FALSE(std::filesystem::exists("/etc/clock"));
+}
+
+TEST_F(ServiceTest, StartMakesTheFolderAgainWhereRootHasPutALink) {
+    std::string const link = m_folder.name("link");
+    std::filesystem::create_directory_symlink(".", link);
+    m_controlFolder = link + "/clock";
+    install({"--runas=dmnuser"});
+    std::filesystem::remove(m_controlFolder);
+
+    start();
+
+    EXPECT_EQ("61001:61001", owner(m_controlFolder));
+}
+
 class RefusedInstallTest : public ServiceTest, public testing::WithParamInterface<Words> {};
 
 TEST_P(RefusedInstallTest, WritesNothing) {
