@@ -4,6 +4,8 @@
 #include <fdn/CPIDFile.h>
 #include <fdn/sysError.h>
 
+#include <dmn/start/printable.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
@@ -25,22 +27,11 @@ constexpr int kMessagesPerRound = 1000;
 constexpr std::size_t kMostOthers = 16;
 constexpr std::size_t kLongestStatus = 500;
 
-// The status goes to an administrator's terminal, whoever the daemon's account belongs to.
-fdn::String makePrintable(fdn::String const& status) {
-    fdn::String line = status.substr(0, kLongestStatus);
-    auto const isControl = [](wxUniChar character) {
-        return character < 0x20 || (character >= 0x7f && character < 0xa0);
-    };
-    for (wxString::iterator character = line.begin(); character != line.end(); ++character) {
-        if (isControl(*character))
-            *character = ' ';
-    }
-    return line;
-}
-
 std::optional<fdn::String> getStatus(fdn::Notification const& message) {
     auto const status = message.assignments.find("STATUS");
-    return status == message.assignments.end() ? std::nullopt : std::optional(makePrintable(status->second));
+    return status == message.assignments.end()
+               ? std::nullopt
+               : std::optional(makePrintable(status->second.substr(0, kLongestStatus)));
 }
 
 bool tellsReadiness(fdn::Notification const& message) {

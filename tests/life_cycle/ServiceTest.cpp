@@ -72,6 +72,16 @@ TEST_F(ServiceTest, InstallMakesTheFolderForTheAccount) {
     EXPECT_EQ("61001 61001 61001 61001", test::statusOf(servicePID(), "Uid"));
 }
 
+// Whoever owns the account chooses the name, which a terminal must not obey.
+TEST_F(ServiceTest, StatusShowsNoControlCharactersOfTheExecutable) {
+    std::string const copy = m_folder.name("cl\x1b[31m\nock");
+    std::filesystem::copy_file(DMN_SERVICE, copy);
+    Program const running({copy, "run", "--controlFolder=" + m_controlFolder});
+    ASSERT_TRUE(awaitUp());
+
+    EXPECT_THAT(runClock(here({"status", "--verbose"})).output, HasSubstr("/cl [31m ock\n"));
+}
+
 // Root would make a folder there, and give it to the account.
 TEST_F(ServiceTest, StartMakesNoFolderWhereALinkOfTheAccountLeads) {
     std::string const home = m_folder.name("home");
