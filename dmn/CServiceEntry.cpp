@@ -281,7 +281,7 @@ void CServiceEntry::doStart() {
     requireInstalled();
     CDaemonController::CMakeRoot const root;
     fdn::Path const folder = m_controller->getControlFolder();
-    if (!folder.getText().empty() && !fdn::folderExists(folder))
+    if (!folder.getText().empty() && !fdn::folderExistsOrIsSilent(folder))
         provideControlFolder(folder, CDaemonController::getDaemonRunAs(m_daemonId));
     if (!m_state->options.waits)
         return CDaemonEntry::doStart();

@@ -38,7 +38,7 @@ gid_t findPrimaryGroup(fdn::CSystemUserID const& user) {
 // makes a folder, and what root gives to the account.
 void makeAs(fdn::P<fdn::CImpersonateInfo> const& account, fdn::Path const& folder) {
     runShellAs(account.get(), {"-c", kMakeFolder, "sh", folder.getText()});
-    if (fdn::folderExists(folder))
+    if (fdn::folderExistsOrIsSilent(folder))
         return;
     fdn::String const name = account->getUserID().getName();
     fdn::String const word = quoteShellWord(folder.getText());
@@ -50,7 +50,7 @@ void makeAs(fdn::P<fdn::CImpersonateInfo> const& account, fdn::Path const& folde
 } // namespace
 
 void provideControlFolder(fdn::Path const& folder, fdn::String const& account) {
-    if (fdn::folderExists(folder))
+    if (fdn::folderExistsOrIsSilent(folder))
         return;
     fdn::P<fdn::CImpersonateInfo> const impersonation =
         findRunAsAccount(account.empty() ? fdn::String(kRoot) : account);

@@ -1,5 +1,7 @@
 #include "ServiceLife.h"
 
+#include "support/SilentFileSystem.h"
+#include "support/cases.h"
 #include "support/processInfo.h"
 
 #include <gmock/gmock.h>
@@ -70,6 +72,20 @@ TEST_F(ServiceTest, InstallMakesTheFolderForTheAccount) {
     EXPECT_EQ(0755U, test::modeOf(m_controlFolder));
     start();
     EXPECT_EQ("61001 61001 61001 61001", test::statusOf(servicePID(), "Uid"));
+}
+
+// Nothing in it can be known; what is launched there fails by itself.
+TEST_F(ServiceTest, StartDoesNotWaitForAControlFolderThatNeverAnswers) {
+    if (!test::canMountFuse())
+        DMN_SKIP_TEST("needs file systems of users");
+    install({"--runas=dmnuser"});
+    auto silent = std::make_unique<test::SilentFileSystem>(m_controlFolder, test::kUser);
+
+    Program starting(clock({"start"}));
+    EXPECT_TRUE(test::await([&] { return hasEnded(starting.pid()); }));
+    silent.reset();
+
+    EXPECT_EQ(2, starting.wait().status);
 }
 
 // Whoever owns the account chooses the name, which a terminal must not obey.
