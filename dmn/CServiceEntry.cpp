@@ -21,6 +21,7 @@
 #include <dmn/service/StatusText.h>
 #include <dmn/service/notice.h>
 #include <dmn/service/provideControlFolder.h>
+#include <dmn/start/StartSettings.h>
 #include <dmn/version.h>
 
 #include <fdn/CError.h>
@@ -222,7 +223,11 @@ void CServiceEntry::doInstall() {
     completeDaemonInfo();
     refuseWhatCannotWork();
     stopDaemonElsewhere();
-    provideControlFolder(m_controlFolder, m_runAs);
+    StartSettings settings;
+    settings.controlFolder = normalize(m_controlFolder);
+    settings.runAs = m_runAs;
+    settings.transientFolderAppID = m_transientFolderAppID;
+    provideControlFolder(settings);
     CDaemonEntry::doInstall();
     reportInstallation();
 }
@@ -282,7 +287,7 @@ void CServiceEntry::doStart() {
     CDaemonController::CMakeRoot const root;
     fdn::Path const folder = m_controller->getControlFolder();
     if (!folder.getText().empty() && !fdn::folderExistsOrIsSilent(folder))
-        provideControlFolder(folder, CDaemonController::getDaemonRunAs(m_daemonId));
+        provideControlFolder(readStartSettings(m_daemonId, folder));
     if (!m_state->options.waits)
         return CDaemonEntry::doStart();
 

@@ -4,6 +4,7 @@
 #include <fdn/files.h>
 #include <fdn/sysError.h>
 
+#include <dmn/check/TransientPlace.h>
 #include <dmn/script/ShellWord.h>
 #include <dmn/script/runShellAs.h>
 #include <dmn/service/isInRootsHands.h>
@@ -49,11 +50,12 @@ void makeAs(fdn::P<fdn::CImpersonateInfo> const& account, fdn::Path const& folde
 
 } // namespace
 
-void provideControlFolder(fdn::Path const& folder, fdn::String const& account) {
-    if (fdn::folderExistsOrIsSilent(folder))
+void provideControlFolder(StartSettings const& settings) {
+    fdn::Path const& folder = settings.controlFolder;
+    if (isTransientFolder(settings) || fdn::folderExistsOrIsSilent(folder))
         return;
     fdn::P<fdn::CImpersonateInfo> const impersonation =
-        findRunAsAccount(account.empty() ? fdn::String(kRoot) : account);
+        findRunAsAccount(settings.runAs.empty() ? fdn::String(kRoot) : settings.runAs);
     if (!isInRootsHands(folder))
         return makeAs(impersonation, folder);
     fdn::CSystemUserID const& user = impersonation->getUserID();

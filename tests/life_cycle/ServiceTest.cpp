@@ -117,6 +117,20 @@ TEST_F(ServiceTest, StartMakesNoFolderWhereALinkOfTheAccountLeads) {
     EXPECT_FALSE(std::filesystem::exists("/etc/clock"));
 }
 
+// Others must not look into it.
+TEST_F(ServiceTest, TransientFolderStaysWhatItIsAsTheControlFolder) {
+    m_controlFolder = "/run/clocks";
+    install({"--runas=dmnuser", "--transientFolderAppID=clocks", "--transientFolderGroup=dmnextra"});
+
+    for (int boot = 0; boot < 2; ++boot) {
+        start();
+        EXPECT_EQ("61001:61003", owner(m_controlFolder));
+        EXPECT_EQ(0750U, test::modeOf(m_controlFolder));
+        EXPECT_EQ(0, runClock({"stop"}).status);
+        std::filesystem::remove_all(m_controlFolder);
+    }
+}
+
 TEST_F(ServiceTest, StartMakesTheFolderAgainWhereRootHasPutALink) {
     std::string const link = m_folder.name("link");
     std::filesystem::create_directory_symlink(".", link);
