@@ -37,6 +37,11 @@ Result await(ReadinessWatch& watch, Deadline const& deadline, StartReport const&
     }
 }
 
+// By the name that the daemon gets to know it by, so that what it says about it is understood.
+fdn::Path locatePIDFile(fdn::String const& id, StartSettings const& settings) {
+    return getPIDFilePath(settings.controlFolder.toNormalized(true, fdn::Path()), id);
+}
+
 void requireSuccess(Result result, ReadinessWatch const& watch, int timeoutMs, StartReport const& report) {
     if (result == Result::Ended)
         report.failEnded(watch.getProcess(), watch.getEnd(), watch.getLastStatus());
@@ -61,7 +66,7 @@ CDaemonStarter::Outcome CDaemonStarter::start(int timeoutMs) {
     Deadline const deadline(timeoutMs);
     CDaemonController::CMakeRoot const root;
     StartSettings const settings = readSettings(m_id, m_controlFolder);
-    fdn::Path const pidFile = getPIDFilePath(settings.controlFolder, m_id);
+    fdn::Path const pidFile = locatePIDFile(m_id, settings);
     m_process = fdn::CPIDFile::getActivePID(pidFile);
     if (m_process > 0)
         return Outcome::RunningAlready;

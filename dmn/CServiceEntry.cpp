@@ -304,7 +304,7 @@ void CServiceEntry::doStart() {
 
 // A control folder in /run is gone after each boot.
 void CServiceEntry::provideMissingControlFolder(fdn::Path const& folder) {
-    if (folder.getText().empty() || fdn::folderExists(folder))
+    if (folder.getText().empty() || fdn::folderExistsOrIsSilent(folder))
         return;
     provideControlFolder(readStartSettings(m_daemonId, folder));
 }

@@ -3,11 +3,13 @@
 #include <fdn/crash/LastEntry.h>
 #include <fdn/crash/crashSignals.h>
 #include <fdn/crash/uncaughtException.h>
-#include <fdn/log.h>
+#include <fdn/log/FixedText.h>
+#include <fdn/log/LogEntry.h>
+#include <fdn/log/XMLText.h>
+#include <fdn/log/readableEntry.h>
 
 #include <atomic>
 #include <exception>
-#include <mutex>
 #include <string>
 
 #include <stdlib.h>
@@ -17,50 +19,53 @@ namespace fdn {
 
 namespace {
 
-bool startLoggingCrashes() {
+bool choosePlace() {
     try {
         prepareLastEntry();
     } catch (std::exception const&) {
         // There is no place for the log, so that entries go to syslog.
     }
+    return true;
+}
+
+void choosePlaceOnce() {
+    static bool const isChosen = choosePlace();
+    static_cast<void>(isChosen);
+}
+
+bool startLoggingCrashes() {
+    choosePlaceOnce();
     reportUncaughtExceptions();
     reportCrashSignals();
     return true;
 }
 
-// What an exit interrupts.
-struct Activity {
-    std::atomic<pid_t> process{0}; // 0: there is none
-    std::mutex mutex;
-    String name; // guarded by the mutex
-};
+// What an exit interrupts; 0 for nothing. The texts change only then.
+std::atomic<pid_t> watchedProcess{0};
+FixedText<256> entryText;
+FixedText<256> readableText;
 
-// Kept until the very end, because exit() may be called after that of other objects.
-Activity& getActivity() {
-    static Activity& activity = *new Activity;
-    return activity;
-}
-
-String getNameOf(Activity& activity) {
-    std::lock_guard<std::mutex> const lock(activity.mutex);
-    return activity.name;
-}
-
-// The child of a fork may exit as it likes. It must not look at the mutex, which may be locked there forever.
+// Handlers of signals call exit(), too, although they must not: the log's lock may belong to whatever they
+// have interrupted. The child of a fork may exit as it likes.
 void reportExit(int status, void*) {
-    Activity& activity = getActivity();
-    if (activity.process == getpid())
-        logError("exit(3) was called in " + getNameOf(activity) + ", with the status " +
-                 String(std::to_string(status).c_str()) + ".");
+    if (watchedProcess != getpid())
+        return;
+    FixedText<512> entry;
+    entry << composeStartTag(LogLevel::Error) << entryText << status << "." << kEndOfEntry;
+    FixedText<512> readable;
+    readable << composeReadableStart(LogLevel::Error) << readableText << status << ".\n";
+    writeEntryWithoutLock(entry, readable);
 }
 
-void setActivity(pid_t process, String const& name) {
+FixedText<256> compose(std::string const& activity) {
+    FixedText<256> text;
+    text << "exit(3) was called in " << activity << ", with the status ";
+    return text;
+}
+
+void startReportingExits() {
     static int const registered = on_exit(&reportExit, nullptr);
     static_cast<void>(registered);
-    Activity& activity = getActivity();
-    std::lock_guard<std::mutex> const lock(activity.mutex);
-    activity.name = name;
-    activity.process = process;
 }
 
 } // namespace
@@ -71,11 +76,15 @@ void logCrashes() {
 }
 
 CExitReport::CExitReport(String const& activity) {
-    setActivity(getpid(), activity);
+    choosePlaceOnce();
+    entryText = compose(toXMLText(activity));
+    readableText = compose(toReadableText(activity));
+    startReportingExits();
+    watchedProcess = getpid();
 }
 
 CExitReport::~CExitReport() {
-    setActivity(0, String());
+    watchedProcess = 0;
 }
 
 } // namespace fdn

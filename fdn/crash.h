@@ -27,8 +27,9 @@ FDN_EXPORT void logCrashes();
 ///
 ///     exit(3) was called in run(), with the status 1.
 ///
-/// The exit goes on. A child that this process forks may exit without an entry. There may be one object at a
-/// time. Any thread may call exit().
+/// The exit goes on, and the entry never keeps it from ending, not even in a signal handler. The entry goes
+/// to the place that the log has at the first object or at logCrashes(). A child that this process forks may
+/// exit without an entry. There may be one object at a time. Any thread may call exit().
 class FDN_EXPORT CExitReport {
 public:
     /// Begins to watch. The activity is "run()" in the entry above.

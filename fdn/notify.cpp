@@ -24,23 +24,28 @@ std::optional<LocalAddress> findSupervisor() {
     return address == nullptr ? std::nullopt : parseLocalAddress(address);
 }
 
-void sendNow(std::string const& message, LocalAddress const& receiver) {
+// Returns false when there is no room for the message yet.
+bool sendNow(std::string const& message, LocalAddress const& receiver) {
     Descriptor const sender(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (sender.isOpen())
-        sendto(sender.get(), message.data(), message.size(), MSG_NOSIGNAL, receiver.get(), receiver.size);
+    return !sender.isOpen() ||
+           sendto(sender.get(), message.data(), message.size(), MSG_NOSIGNAL, receiver.get(),
+                  receiver.size) != -1 ||
+           errno != EAGAIN;
 }
 
 } // namespace
 
-void notifySupervisor(String const& message) noexcept {
+bool notifySupervisor(String const& message) noexcept {
     int const savedError = errno;
+    bool isDone = true;
     try {
         if (std::optional<LocalAddress> const supervisor = findSupervisor())
-            sendNow(message.toUTF8(), *supervisor);
+            isDone = sendNow(message.toUTF8(), *supervisor);
     } catch (std::exception const&) {
         // The program matters more than the message.
     }
     errno = savedError;
+    return isDone;
 }
 
 String composeStatusNotification(String const& text) {

@@ -12,7 +12,10 @@ namespace fdn {
 ///
 /// Does nothing when the variable is not set, and in a set-user-ID program, whose user sets it. Waits for
 /// nothing and throws nothing: a message that cannot be sent at once is lost. Any thread may call it.
-FDN_EXPORT void notifySupervisor(String const& message) noexcept;
+///
+/// Returns false only when it was lost because the supervisor has yet to read what it was sent before, which
+/// may be no more than ten messages: then another try may succeed a moment later.
+FDN_EXPORT bool notifySupervisor(String const& message) noexcept;
 
 /// The assignment "STATUS=" with the text on one line: its line feeds become blanks. Of a longer text, the
 /// first 1000 characters are taken, because supervisors drop long messages.

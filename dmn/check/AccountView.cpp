@@ -1,17 +1,13 @@
 #include <dmn/check/AccountView.h>
 
 #include <fdn/CError.h>
-#include <fdn/CIPCConnectionToSubProcess.h>
 #include <fdn/CSystemAccountManager.h>
-#include <fdn/programs.h>
 
-#include <dmn/script/Shell.h>
+#include <dmn/script/runShellAs.h>
 
-#include <cerrno>
 #include <iterator>
 #include <string>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace dmn {
@@ -48,31 +44,6 @@ fdn::TArray<fdn::String> composeQuestions(fdn::TArray<fdn::Path> const& folders,
     for (char const* const question : kFileQuestions)
         ask(question, path);
     return arguments;
-}
-
-std::string readAll(fdn::CIPCConnectionToSubProcess& output) {
-    std::string text;
-    char buffer[256];
-    while (std::size_t const count = output.read(buffer, sizeof(buffer)))
-        text.append(buffer, count);
-    return text;
-}
-
-// A caller that ignores SIGCHLD has no child to wait for by now. The answers have come nevertheless.
-void reap(pid_t child) {
-    while (waitpid(child, nullptr, 0) == -1 && errno == EINTR) {
-    }
-}
-
-std::string runQuestions(fdn::TArray<fdn::String> const& questions, fdn::CImpersonateInfo* account) {
-    fdn::CIPCConnectionToSubProcess output;
-    auto const environment = composeShellEnvironment();
-    pid_t const child =
-        fdn::forkAndExec(composeShellCommand(kAsk, questions), account, fdn::ForkExecLevel::Child,
-                         fdn::Path("/"), nullptr, &output, nullptr, &environment);
-    std::string const answers = readAll(output);
-    reap(child);
-    return answers;
 }
 
 // Reads the answers in the order of the questions.
@@ -131,7 +102,7 @@ AccountView::AccountView(fdn::String const& runAs) {
 
 FileLook AccountView::look(fdn::Path const& path) const {
     fdn::TArray<fdn::Path> const folders = foldersAbove(path);
-    std::string const answers = runQuestions(composeQuestions(folders, path), m_account.get());
+    std::string const answers = runShellAs(m_account.get(), kAsk, composeQuestions(folders, path));
     if (answers.size() != folders.size() * std::size(kFolderQuestions) + std::size(kFileQuestions))
         throw fdn::CError("The shell '/bin/sh' does not tell about '" + path.getText() + "'.");
     FileLook look;

@@ -4,11 +4,14 @@
 #include <fdn/CPIDFile.h>
 #include <fdn/sysError.h>
 
+#include <dmn/start/printable.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
 
 #include <poll.h>
+#include <signal.h>
 
 namespace dmn {
 
@@ -24,19 +27,11 @@ constexpr int kMessagesPerRound = 1000;
 constexpr std::size_t kMostOthers = 16;
 constexpr std::size_t kLongestStatus = 500;
 
-// The status goes to an administrator's terminal, whoever the daemon's account belongs to.
-fdn::String makePrintable(fdn::String const& status) {
-    fdn::String line;
-    for (wxUniChar const character : status.substr(0, kLongestStatus)) {
-        bool const isControl = character < 0x20 || (character >= 0x7f && character < 0xa0);
-        line += isControl ? wxUniChar(' ') : character;
-    }
-    return line;
-}
-
 std::optional<fdn::String> getStatus(fdn::Notification const& message) {
     auto const status = message.assignments.find("STATUS");
-    return status == message.assignments.end() ? std::nullopt : std::optional(makePrintable(status->second));
+    return status == message.assignments.end()
+               ? std::nullopt
+               : std::optional(makePrintable(status->second.substr(0, kLongestStatus)));
 }
 
 bool tellsReadiness(fdn::Notification const& message) {
@@ -49,16 +44,21 @@ bool isReadable(int descriptor) {
     return poll(&event, 1, 0) == 1;
 }
 
-// The process that a claim names which fails because of it (see fdn::CPIDFile), or 0. It may have ended by
-// now, but it ran when the daemon was to come up.
-pid_t findHolderIn(fdn::String const& status) {
-    static fdn::String const introduction("' is held by process ");
-    std::size_t const found = status.find(introduction);
-    long process = 0;
-    if (!status.StartsWith("The PID file '") || found == fdn::String::npos ||
-        !fdn::String(status.substr(found + introduction.length())).BeforeFirst('.').ToLong(&process))
+bool isAlive(pid_t process) {
+    return kill(process, 0) == 0 || errno == EPERM;
+}
+
+// The process that a claim of this file names which fails because of it (see fdn::CPIDFile), or 0. It ran
+// when the daemon was to come up. If it lives and does not hold the file, it only keeps the daemon from
+// coming up. The daemon may also claim files of other programs, whose holders are no daemon.
+pid_t findLateHolderIn(fdn::String const& status, fdn::Path const& pidFile) {
+    fdn::String rest;
+    long number = 0;
+    fdn::String const start = "The PID file '" + pidFile.getText() + "' is held by process ";
+    if (!status.StartsWith(makePrintable(start), &rest) || !rest.BeforeFirst('.').ToLong(&number))
         return 0;
-    return static_cast<pid_t>(process);
+    auto const process = static_cast<pid_t>(number);
+    return process > 0 && !isAlive(process) ? process : 0;
 }
 
 } // namespace
@@ -135,7 +135,7 @@ std::optional<ReadinessWatch::Result> ReadinessWatch::judgeEnd() {
     bool const mayHaveLeftOne = m_process->getEnd().maySucceed();
     if (mayHaveLeftOne && adoptOrphan(holder))
         return std::nullopt;
-    m_holder = holder > 0 ? holder : findHolderIn(m_lastStatus);
+    m_holder = holder > 0 ? holder : findLateHolderIn(m_lastStatus, m_pidFile);
     if (m_holder > 0)
         return Result::RunsAlready;
     if (mayHaveLeftOne && hasChild()) // who has not claimed the file yet

@@ -9,6 +9,8 @@
 #include <string>
 #include <utility>
 
+#include <time.h>
+
 namespace dmn {
 
 namespace {
@@ -21,13 +23,25 @@ std::int64_t getMonotonicMicroseconds() {
     return std::chrono::duration_cast<std::chrono::microseconds>(now).count();
 }
 
-// A run must not fail because somebody could not be told of it, for lack of memory for example.
+// A run must not fail because somebody could not be told of it, for lack of memory for example. Returns false
+// when there was no room for it yet.
 template <class Compose>
-void tell(Compose compose) noexcept {
+bool tell(Compose compose) noexcept {
     try {
-        fdn::notifySupervisor(compose());
-    } catch (std::exception const&) { // NOLINT(bugprone-empty-catch)
+        return fdn::notifySupervisor(compose());
+    } catch (std::exception const&) { // nor will there be memory soon
+        return true;
     }
+}
+
+// Nobody would learn of it by any other message, so it waits for a supervisor who reads slowly, but not for
+// one who does not read at all.
+template <class Compose>
+void tellReadiness(Compose compose) noexcept {
+    constexpr int kAttempts = 40;
+    constexpr timespec kPause = {0, 5'000'000};
+    for (int attempt = 1; !tell(compose) && attempt < kAttempts; ++attempt)
+        nanosleep(&kPause, nullptr);
 }
 
 void tellStatus(char const* text) {
@@ -65,7 +79,7 @@ void RunReport::tellInitialized() {
 void RunReport::tellRunning() {
     std::lock_guard<std::mutex> const lock(m_mutex);
     if (!std::exchange(m_hasToldRunning, true))
-        tell([] { return kReady; });
+        tellReadiness([] { return kReady; });
 }
 
 void RunReport::tellStopping() {
@@ -84,11 +98,11 @@ void RunReport::tellReloading() {
 }
 
 void RunReport::tellReloaded() {
-    tell([] { return kReady; });
+    tellReadiness([] { return kReady; });
 }
 
 void RunReport::tellReloadFailure(std::exception const& error) {
-    tell([&] {
+    tellReadiness([&] {
         return "READY=1\n" +
                fdn::composeStatusNotification("Reloading has failed: " + fdn::getMessageOf(error));
     });

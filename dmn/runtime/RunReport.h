@@ -6,7 +6,8 @@
 namespace dmn {
 
 /// Tells the supervisor of this process, if it has one, how the run of a daemon goes
-/// (fdn::notifySupervisor()). Waits for nobody. Any thread may use it.
+/// (fdn::notifySupervisor()). Waits for nobody, but up to 200 ms for a supervisor
+/// that has no room yet for the news that the daemon is ready. Any thread may use it.
 class RunReport {
 public:
     /// The run begins.

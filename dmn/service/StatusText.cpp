@@ -5,6 +5,7 @@
 #include <dmn/script/ParameterLine.h>
 #include <dmn/service/Table.h>
 #include <dmn/start/StartSettings.h>
+#include <dmn/start/printable.h>
 
 #include <fdn/CError.h>
 #include <fdn/processInfo.h>
@@ -54,7 +55,7 @@ void addProcess(Table& table, int process) {
     if (!info)
         return;
     addUnlessEmpty(table, "Account:", info->account);
-    addUnlessEmpty(table, "Executable:", info->executable.getText());
+    addUnlessEmpty(table, "Executable:", makePrintable(info->executable.getText()));
     if (info->started)
         table.addRow("Since:", describeTime(*info->started));
     table.addRow("Memory:", describeMemory(info->memoryBytes));

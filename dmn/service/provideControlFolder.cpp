@@ -1,13 +1,16 @@
 #include <dmn/service/provideControlFolder.h>
 
-#include <dmn/start/TransientFolder.h>
-
-#include <fdn/CSystemAccountManager.h>
+#include <fdn/CError.h>
 #include <fdn/files.h>
 #include <fdn/sysError.h>
 
+#include <dmn/script/ShellWord.h>
+#include <dmn/script/runShellAs.h>
+#include <dmn/service/isInRootsHands.h>
+#include <dmn/start/RunAsAccount.h>
+#include <dmn/start/TransientFolder.h>
+
 #include <array>
-#include <cerrno>
 
 #include <pwd.h>
 #include <unistd.h>
@@ -17,6 +20,8 @@ namespace dmn {
 namespace {
 
 constexpr int kMode = 0755;
+constexpr char kRoot[] = "root";
+constexpr char kMakeFolder[] = R"(umask 022; mkdir -p -- "$1" 2>/dev/null)";
 
 // An account without a database entry, which its own look-up has just found, would be a change meanwhile.
 gid_t findPrimaryGroup(fdn::CSystemUserID const& user) {
@@ -30,17 +35,30 @@ gid_t findPrimaryGroup(fdn::CSystemUserID const& user) {
     return found->pw_gid;
 }
 
+// With the account's rights, because whoever may put a link in the way would otherwise choose where root
+// makes a folder, and what root gives to the account.
+void makeAs(fdn::P<fdn::CImpersonateInfo> const& account, fdn::Path const& folder) {
+    runShellAs(account.get(), kMakeFolder, {folder.getText()});
+    if (fdn::folderExistsOrIsSilent(folder))
+        return;
+    fdn::String const name = account->getUserID().getName();
+    fdn::String const word = quoteShellWord(folder.getText());
+    throw fdn::CError("The account '" + name + "' cannot make the control folder '" + folder.getText() +
+                      "', which is not in a folder that only root may change. Make it by hand: mkdir -p " +
+                      word + " && chown " + quoteShellWord(name) + " " + word);
+}
+
 } // namespace
 
 void provideControlFolder(StartSettings const& settings) {
     fdn::Path const& folder = settings.controlFolder;
-    if (fdn::folderExists(folder) || isTransientFolder(settings))
+    if (isTransientFolder(settings) || fdn::folderExistsOrIsSilent(folder))
         return;
-    if (settings.runAs.empty()) {
-        fdn::ensureOwnedFolderExists(folder, kMode, 0, 0);
-        return;
-    }
-    fdn::CSystemUserID const user = fdn::CSystemAccountManager::get().getUserID(settings.runAs);
+    fdn::P<fdn::CImpersonateInfo> const impersonation =
+        findRunAsAccount(settings.runAs.empty() ? fdn::String(kRoot) : settings.runAs);
+    if (!isInRootsHands(folder))
+        return makeAs(impersonation, folder);
+    fdn::CSystemUserID const& user = impersonation->getUserID();
     fdn::ensureOwnedFolderExists(folder, kMode, user.getUID(), findPrimaryGroup(user));
 }
 

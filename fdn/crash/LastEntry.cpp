@@ -133,12 +133,16 @@ bool claimLastEntry() {
 }
 
 void writeLastEntry(std::string_view entry, std::string_view readable) {
+    writeEntryWithoutLock(entry, readable);
+    progress = Progress::Written;
+}
+
+void writeEntryWithoutLock(std::string_view entry, std::string_view readable) {
     ignoreSignalsOfWriting();
     if (!writeTo(logTarget, entry))
         sendToSyslog(entry);
     if (LogWriter::isShown() && !isLogAtStandardError())
         writeTo(displayTarget, readable);
-    progress = Progress::Written;
 }
 
 } // namespace fdn

@@ -13,10 +13,13 @@ void prepareLastEntry();
 /// handler may call it.
 bool claimLastEntry();
 
-/// Writes the entry, a line of XML with its line feed, to the log or, when that fails, to syslog. While
-/// entries are shown, writes `readable` to standard error. Takes no lock, allocates nothing and waits for
-/// nothing but the disk, so a signal handler may call it, once it has claimed the entry. From then on, the
-/// process ignores SIGPIPE and SIGXFSZ.
+/// Writes the last entry, once it was claimed, as writeEntryWithoutLock() does.
 void writeLastEntry(std::string_view entry, std::string_view readable);
+
+/// Writes an entry of a process that is about to end, a line of XML with its line feed, to the log or, when
+/// that fails, to syslog. While entries are shown, writes `readable` to standard error. Takes no lock,
+/// allocates nothing and waits for nothing but the disk, so a signal handler may call it. From then on, the
+/// process ignores SIGPIPE and SIGXFSZ.
+void writeEntryWithoutLock(std::string_view entry, std::string_view readable);
 
 } // namespace fdn

@@ -7,6 +7,7 @@
 #include "support/TemporaryFolder.h"
 #include "support/await.h"
 #include "support/errors.h"
+#include "support/processInfo.h"
 
 #include <fdn/CPIDFile.h>
 
@@ -402,6 +403,27 @@ TEST_F(SupervisedManager, CountsTheStepsOfInitAndNoOthers) {
 
     EXPECT_THAT(messagesOfRun(), ElementsAre(kClaiming, kInitializing, "STATUS=Initializing: 1 step done",
                                              "STATUS=Initializing: 2 steps done", kReady));
+}
+
+// There is no room for all that it is told at once.
+TEST_F(SupervisedManager, IsReadyForASupervisorWhoReadsSlowly) {
+    std::vector<std::string> heard;
+    std::thread reader;
+    m_daemon->onInit = [&] {
+        for (int i = 0; i < 5000; ++i)
+            m_daemon->progress->onOperationStepDone();
+        reader = std::thread([&] {
+            EXPECT_TRUE(test::awaitSleep(getpid()));
+            EXPECT_TRUE(test::await([&] {
+                heard = m_supervisor.messages();
+                return testing::Value(heard, testing::Contains(kReady));
+            }));
+        });
+    };
+
+    m_manager->runDaemon(m_daemon.get());
+
+    reader.join();
 }
 
 TEST_F(SupervisedManager, HoldsThePIDFileWhenItSaysThatItIsReady) {

@@ -11,6 +11,7 @@
 
 #include <fdn/CPIDFile.h>
 #include <fdn/notify.h>
+#include <fdn/system/Descriptor.h>
 
 #include <gmock/gmock.h>
 
@@ -21,6 +22,7 @@
 #include <memory>
 #include <vector>
 
+#include <fcntl.h>
 #include <sched.h>
 #include <signal.h>
 #include <stdlib.h>
@@ -408,6 +410,20 @@ TEST_F(Starter, FindsADaemonThatWasFasterAndIsGone) {
     EXPECT_EQ(4711, m_starter.getProcess());
 }
 
+// The same folder has other names.
+TEST_F(Starter, FindsADaemonThatWasFasterByAnyNameOfItsFolder) {
+    install("lose");
+    CDaemonStarter starter("app", m_folder / "../." << fdn::Path(m_folder.path().getText().AfterLast('/')));
+
+    EXPECT_EQ(Result::RunningAlready, starter.start(kLong));
+}
+
+TEST_F(Starter, TakesTheHolderOfAnotherFileForNoDaemon) {
+    EXPECT_THAT(failToStart("lose-another-file"),
+                HasSubstr("has not come up: The PID file '/run/device.pid' is held by process N."));
+    EXPECT_EQ(0, m_starter.getProcess());
+}
+
 TEST_F(Starter, StartsOneDaemonHoweverManyStartAtOnce) {
     constexpr int kStarters = 200;
     install("serve");
@@ -538,6 +554,26 @@ TEST_F(StarterAs, SaysWhyADaemonUnderAnotherAccountHasFailed) {
 
     EXPECT_THAT(failToStart(), AllOf(HasSubstr("'" + m_folder.name()), HasSubstr("Permission denied"),
                                      HasSubstr("has ended with status 2.")));
+}
+
+// Whoever keeps a file of that account locked is not believed to be the daemon.
+TEST_F(StarterAs, TakesNobodyForTheDaemonWhoOnlyKeepsTheFileLocked) {
+    std::string const file = m_folder.name("app.pid");
+    writeFile(file, "");
+    ASSERT_EQ(0, chown(file.c_str(), 61001, 61001));
+    Program const locking([&] {
+        fdn::Descriptor const locked(open(file.c_str(), O_RDWR | O_CLOEXEC));
+        struct flock lock = {};
+        lock.l_type = F_WRLCK;
+        require(fcntl(locked.get(), F_SETLK, &lock) == 0, "no lock");
+        std::fputs("locked", stdout);
+        std::fflush(stdout);
+        pause();
+    });
+    ASSERT_TRUE(awaitOutput(locking, "locked"));
+
+    EXPECT_THAT(failToStart("serve"), HasSubstr("has not come up: The PID file '" + file + "' is held by"));
+    EXPECT_EQ(0, m_starter.getProcess());
 }
 
 TEST_F(StarterAs, FailsForAnOrdinaryUserBeforeAnythingHappens) {

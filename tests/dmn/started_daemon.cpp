@@ -88,6 +88,12 @@ void failWithoutAClaim() {
     exit(5);
 }
 
+// As to a process that has ended meanwhile.
+void lose(fdn::Path const& file) {
+    fdn::notifySupervisor("STATUS=The PID file '" + file.getText() + "' is held by process 4711.");
+    exit(2);
+}
+
 std::map<std::string, std::function<void()>> const ways = {
     {"serve", serve},
     {"hang", hang},
@@ -137,11 +143,8 @@ std::map<std::string, std::function<void()>> const ways = {
          say(std::string(5000, 'x'));
          fail();
      }},
-    {"lose",
-     [] {
-         say("STATUS=The PID file '/run/app.pid' is held by process 4711.");
-         exit(2);
-     }},
+    {"lose", [] { lose(pidFilePath); }},
+    {"lose-another-file", [] { lose(fdn::Path("/run/device.pid")); }},
     {"fork", [] { leaveToChild(serve); }},
     {"fork-late", [] { leaveToChild(comeUpLate); }},
     {"fork-twice", [] { leaveToChild([] { leaveToChild(comeUpLate); }); }},

@@ -276,6 +276,12 @@ TEST_F(ExitReportTest, ReportsOnceWhereAnEarlierActivityHasEnded) {
     EXPECT_THAT(entries(), ElementsAre("error: exit(3) was called in run(), with the status 3."));
 }
 
+TEST_F(ExitReportTest, WaitsForNobodyWhoUsesTheLog) {
+    EXPECT_EQ(crash("exit-while-in-use").status, 3);
+
+    EXPECT_THAT(entries(), ElementsAre("in use", "error: exit(3) was called in run(), with the status 3."));
+}
+
 TEST_F(ExitReportTest, IsOverWithTheActivity) {
     EXPECT_EQ(crash("exit-after").status, 3);
 

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -121,6 +122,24 @@ void exitInChild() {
     std::_Exit(0);
 }
 
+std::atomic<bool> exitsAtFork{false};
+
+void exitAtFork() {
+    if (exitsAtFork)
+        std::exit(3);
+}
+
+// Called once the log, which registers later, keeps all others out of it. A signal handler may meet it so,
+// too.
+int const isRegistered = pthread_atfork(&exitAtFork, nullptr, nullptr);
+
+void exitWhileLogIsInUse() {
+    fdn::logInfo("in use");
+    fdn::CExitReport const report("run()");
+    exitsAtFork = true;
+    fork();
+}
+
 void handleItself() {
     std::signal(SIGSEGV, [](int) { std::_Exit(5); });
     fdn::logCrashes();
@@ -174,6 +193,7 @@ std::map<std::string, std::function<void()>> const kWays = {
     {"exit-in-child", &exitInChild},
     {"exit-in-thread", &exitInThread},
     {"exit-second", &exitTwice},
+    {"exit-while-in-use", &exitWhileLogIsInUse},
     {"handled", &handleItself},
     {"no-room", &crashWithoutRoom},
     {"noexcept", &throwInNoexcept},

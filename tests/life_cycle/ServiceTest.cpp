@@ -1,5 +1,7 @@
 #include "ServiceLife.h"
 
+#include "support/SilentFileSystem.h"
+#include "support/cases.h"
 #include "support/processInfo.h"
 
 #include <gmock/gmock.h>
@@ -70,6 +72,75 @@ TEST_F(ServiceTest, InstallMakesTheFolderForTheAccount) {
     EXPECT_EQ(0755U, test::modeOf(m_controlFolder));
     start();
     EXPECT_EQ("61001 61001 61001 61001", test::statusOf(servicePID(), "Uid"));
+}
+
+// Nothing in it can be known; what is launched there fails by itself.
+TEST_F(ServiceTest, StartDoesNotWaitForAControlFolderThatNeverAnswers) {
+    if (!test::canMountFuse())
+        DMN_SKIP_TEST("needs file systems of users");
+    install({"--runas=dmnuser"});
+    auto silent = std::make_unique<test::SilentFileSystem>(m_controlFolder, test::kUser);
+
+    Program starting(clock({"start"}));
+    EXPECT_TRUE(test::await([&] { return hasEnded(starting.pid()); }));
+    silent.reset();
+
+    EXPECT_EQ(2, starting.wait().status);
+}
+
+// Whoever owns the account chooses the name, which a terminal must not obey.
+TEST_F(ServiceTest, StatusShowsNoControlCharactersOfTheExecutable) {
+    std::string const copy = m_folder.name("cl\x1b[31m\nock");
+    std::filesystem::copy_file(DMN_SERVICE, copy);
+    Program const running({copy, "run", "--controlFolder=" + m_controlFolder});
+    ASSERT_TRUE(awaitUp());
+
+    EXPECT_THAT(runClock(here({"status", "--verbose"})).output, HasSubstr("/cl [31m ock\n"));
+}
+
+// Root would make a folder there, and give it to the account.
+TEST_F(ServiceTest, StartMakesNoFolderWhereALinkOfTheAccountLeads) {
+    std::string const home = m_folder.name("home");
+    std::filesystem::create_directory(home);
+    test::setOwner(home, test::kUser, test::kUser);
+    m_controlFolder = home + "/run/clock";
+    install({"--runas=dmnuser"});
+    EXPECT_EQ("61001:61001", owner(m_controlFolder));
+    std::filesystem::remove_all(home + "/run");
+    std::filesystem::create_symlink("/etc", home + "/run");
+
+    Outcome const outcome = runClock({"start"});
+
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_THAT(outcome.output,
+                HasSubstr("The account 'dmnuser' cannot make the control folder '" + m_controlFolder + "'"));
+    EXPECT_FALSE(std::filesystem::exists("/etc/clock"));
+}
+
+// Others must not look into it.
+TEST_F(ServiceTest, TransientFolderStaysWhatItIsAsTheControlFolder) {
+    m_controlFolder = "/run/clocks";
+    install({"--runas=dmnuser", "--transientFolderAppID=clocks", "--transientFolderGroup=dmnextra"});
+
+    for (int boot = 0; boot < 2; ++boot) {
+        start();
+        EXPECT_EQ("61001:61003", owner(m_controlFolder));
+        EXPECT_EQ(0750U, test::modeOf(m_controlFolder));
+        EXPECT_EQ(0, runClock({"stop"}).status);
+        std::filesystem::remove_all(m_controlFolder);
+    }
+}
+
+TEST_F(ServiceTest, StartMakesTheFolderAgainWhereRootHasPutALink) {
+    std::string const link = m_folder.name("link");
+    std::filesystem::create_directory_symlink(".", link);
+    m_controlFolder = link + "/clock";
+    install({"--runas=dmnuser"});
+    std::filesystem::remove(m_controlFolder);
+
+    start();
+
+    EXPECT_EQ("61001:61001", owner(m_controlFolder));
 }
 
 class RefusedInstallTest : public ServiceTest, public testing::WithParamInterface<Words> {};
