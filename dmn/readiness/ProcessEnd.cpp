@@ -42,6 +42,10 @@ bool ProcessEnd::maySucceed() const {
     return !m_signal && m_status.value_or(0) == 0;
 }
 
+bool ProcessEnd::reportsFailure() const {
+    return m_status.value_or(0) != 0;
+}
+
 fdn::String ProcessEnd::describe() const {
     if (m_status)
         return fdn::String::Format("has ended with status %d.", *m_status);

@@ -20,6 +20,9 @@ public:
     /// Whether it may have been a success: the status is 0 or not known.
     bool maySucceed() const;
 
+    /// Whether the process has ended itself and reported a failure.
+    bool reportsFailure() const;
+
     /// Words for people, which follow those for the process: "has ended with status 3.", "was ended by signal
     /// 11 (SIGSEGV)." or "has ended; how is not known."
     fdn::String describe() const;

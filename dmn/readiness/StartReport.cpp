@@ -13,11 +13,17 @@ fdn::String endSentence(fdn::String const& text) {
     return text.EndsWith(".") ? text : text + ".";
 }
 
+// A process that reports a failure has said why; what any other has said last is only how far it came.
+fdn::String describeLastStatus(ProcessEnd const& end, fdn::String const& lastStatus) {
+    if (lastStatus.empty())
+        return ".";
+    return end.reportsFailure() ? ": " + endSentence(lastStatus) : " (" + lastStatus + ").";
+}
+
 } // namespace
 
 void StartReport::failEnded(pid_t process, ProcessEnd const& end, fdn::String const& lastStatus) const {
-    throw fdn::CError("The daemon '" + m_id + "' has not come up" +
-                      (lastStatus.empty() ? fdn::String(".") : ": " + endSentence(lastStatus)) +
+    throw fdn::CError("The daemon '" + m_id + "' has not come up" + describeLastStatus(end, lastStatus) +
                       fdn::String::Format(" Its process %d ", process) + end.describe() + describeLog());
 }
 

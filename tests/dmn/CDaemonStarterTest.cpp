@@ -241,6 +241,13 @@ TEST_F(Starter, SaysHowADaemonHasEnded) {
     EXPECT_FALSE(hasChild());
 }
 
+TEST_F(Starter, TakesAStepThatWasUnderWayForNoReason) {
+    std::string const begin = "The daemon 'app' has not come up (Reading the map). Its process N ";
+
+    EXPECT_THAT(failToStart("crash-in-a-step"), StartsWith(begin + "was ended by signal 11 (SIGSEGV). "));
+    EXPECT_THAT(failToStart("exit-0-in-a-step"), StartsWith(begin + "has ended with status 0. "));
+}
+
 TEST_F(Starter, NoticesADaemonThatFailsAsSoonAsItRuns) {
     EXPECT_THAT(failToStart("fail-in-run"), HasSubstr("has not come up: Thrown in run. Its process N has "
                                                       "ended with status 2."));

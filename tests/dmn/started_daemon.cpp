@@ -103,6 +103,16 @@ std::map<std::string, std::function<void()>> const ways = {
     {"exit-3", [] { exit(3); }},
     {"crash", [] { crash(SIGSEGV); }},
     {"abort", [] { crash(SIGABRT); }},
+    {"crash-in-a-step",
+     [] {
+         say("STATUS=Reading the map");
+         crash(SIGSEGV);
+     }},
+    {"exit-0-in-a-step",
+     [] {
+         say("STATUS=Reading the map");
+         exit(0);
+     }},
     {"be-busy",
      [] {
          becomeReady();
