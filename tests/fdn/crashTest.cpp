@@ -5,6 +5,7 @@
 #include "support/TemporaryFolder.h"
 #include "support/await.h"
 #include "support/cases.h"
+#include "support/sanitizer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,23 +30,12 @@ namespace fs = std::filesystem;
 using fdn::Descriptor;
 using test::Environment;
 using test::Outcome;
+using test::withoutSanitizersHandlers;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::Not;
-
-// Sanitizers handle these signals themselves unless they are told to leave them alone.
-Environment withoutSanitizersHandlers() {
-    Environment environment;
-    for (char const* const name : {"ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}) {
-        char const* const options = std::getenv(name);
-        environment[name] = (options == nullptr ? "" : std::string(options) + ":") +
-                            "handle_segv=0:handle_sigbus=0:handle_sigfpe=0:handle_sigill=0:handle_abort=0:"
-                            "use_sigaltstack=0";
-    }
-    return environment;
-}
 
 class CrashTest : public testing::Test {
 protected:

@@ -1,4 +1,5 @@
 #include <fdn/processInfo.h>
+#include <fdn/sysError.h>
 
 #include "support/BackgroundCall.h"
 #include "support/Obstacles.h"
@@ -163,10 +164,29 @@ TEST(getProcessInfo, TellsAllOfAProcessOrNothingWhileItEnds) {
     }
 }
 
+/// Keeps this process from opening anything.
+class NoDescriptors {
+public:
+    NoDescriptors() {
+        getrlimit(RLIMIT_NOFILE, &m_previous);
+        rlimit const none = {0, m_previous.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+    }
+
+    NoDescriptors(NoDescriptors const&) = delete;
+    NoDescriptors& operator=(NoDescriptors const&) = delete;
+
+    ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &m_previous); }
+
+private:
+    rlimit m_previous = {};
+};
+
 TEST(getProcessInfo, ThrowsWithoutDescriptors) {
     test::Outcome const outcome = runInChild([] {
-        rlimit const none = {0, 0};
-        setrlimit(RLIMIT_NOFILE, &none);
+        // Without descriptors, a sanitizer could not look at an error's category for the first time.
+        test::messageOf([] { fdn::throwSysError(EMFILE, {}); });
+        NoDescriptors const none;
         getProcessInfo(getppid());
     });
 
