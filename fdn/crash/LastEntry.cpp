@@ -8,6 +8,7 @@
 #include <fdn/system/Descriptor.h>
 #include <fdn/system/FileId.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -47,7 +48,7 @@ void prepare(Target& target, LogPlace const& place) {
     target.mode = static_cast<mode_t>(place.fileMode);
     target.isAnyKind = place.isAnyKind;
     target.descriptor = place.descriptor;
-    std::strcpy(target.name, name);
+    std::copy_n(name.data(), name.length() + 1, target.name);
 }
 
 // The process ends now, so nobody misses these signals: it must end as it would have without the entry.
