@@ -10,6 +10,8 @@
 
 namespace dmn {
 
+class RunListener;
+
 /// The base of an application's service.
 ///
 /// The application implements run(), which does the work and returns once shouldStop() is true, and may
@@ -53,11 +55,20 @@ public:
     fdn::Path const& getControlFolder() const { return m_controlFolder; }
 
 private:
+    friend class CDaemonManager;
+    friend class CService;
+
+    /// Sets whom to tell how the run goes, or nobody (null), and tells at once of a stop that came before.
+    DMN_HIDDEN void setRunListener(RunListener* listener);
+
+    /// Tells the listener that the daemon is ready.
+    DMN_HIDDEN void signalRunning();
+
     mutable fdn::CMutex m_mutex;
     bool m_stopRequested = false;
     fdn::String m_id;
     fdn::Path m_controlFolder;
-    [[maybe_unused]] void* m_reserved = nullptr; ///< room for later versions of this class
+    void* m_reserved = nullptr; ///< the listener, or null
 };
 
 } // namespace dmn

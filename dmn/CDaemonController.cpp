@@ -1,13 +1,10 @@
 #include <dmn/CDaemonController.h>
 
 #include <fdn/CError.h>
-#include <fdn/CExecCommand.h>
-#include <fdn/CImpersonateInfo.h>
 #include <fdn/CPIDFile.h>
 #include <fdn/CProcessHandle.h>
 #include <fdn/files.h>
 #include <fdn/log.h>
-#include <fdn/programs.h>
 
 #include <dmn/id/DaemonId.h>
 #include <dmn/init/InitFolder.h>
@@ -15,10 +12,8 @@
 #include <dmn/script/InitScript.h>
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ParameterLine.h>
-#include <dmn/start/DaemonCommand.h>
-#include <dmn/start/RunAsAccount.h>
 #include <dmn/start/StartSettings.h>
-#include <dmn/start/TransientFolder.h>
+#include <dmn/start/launchDaemon.h>
 #include <dmn/wait/awaitAnswer.h>
 
 #include <signal.h>
@@ -103,11 +98,7 @@ void CDaemonController::start() {
     CMakeRoot const root;
     StartSettings const settings = readStartSettings(m_id, m_controlFolder);
     m_controlFolder = settings.controlFolder;
-    fdn::CExecCommand const command = composeDaemonCommand(m_id, settings);
-    fdn::P<fdn::CImpersonateInfo> const impersonation = findRunAsAccount(settings.runAs);
-    prepareTransientFolder(settings, impersonation.get());
-    fdn::forkAndExec(command, impersonation.get(), fdn::ForkExecLevel::Detached, settings.controlFolder,
-                     nullptr, nullptr, nullptr, nullptr);
+    launchDaemon(m_id, settings, {});
     fdn::logInfo("Done starting daemon '" + m_id + "'.");
 }
 

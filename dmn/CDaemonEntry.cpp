@@ -7,25 +7,20 @@
 #include <fdn/log.h>
 
 #include <dmn/commandline/CommandLine.h>
-#include <dmn/commandline/CommandSummary.h>
-#include <dmn/commandline/ParserOutput.h>
 #include <dmn/commandline/StandardOptions.h>
 #include <dmn/commandline/TimeoutOption.h>
+#include <dmn/commandline/printText.h>
+#include <dmn/commandline/runsDaemon.h>
+#include <dmn/entry/EntryPolicy.h>
+#include <dmn/entry/exitStatus.h>
+#include <dmn/runtime/RunReport.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace dmn {
 
 namespace {
-
-constexpr int kStatusDone = 0;
-constexpr int kStatusRefused = -1;
-constexpr int kStatusFailed = 2;
-
-void printUsage(wxCmdLineParser& parser) {
-    ParserOutput const output;
-    parser.Usage();
-}
 
 void storeText(wxCmdLineParser const& parser, char const* option, fdn::String& field) {
     wxString text;
@@ -33,17 +28,20 @@ void storeText(wxCmdLineParser const& parser, char const* option, fdn::String& f
         field = text;
 }
 
-// The entry in the log comes first, the summary last, below the parser's usage.
-void reportBadCommandLine(int parseResult, fdn::String const& arguments) {
+void logBadCommandLine(int parseResult, fdn::String const& arguments) {
     fdn::logError("Bad commandline (parseResult: " + fdn::String::Format("%d", parseResult) +
                   "; args: " + arguments + ").");
-    printCommandSummary();
 }
 
 // The log's text names the daemon; the user's does not, because the user has just named it.
 [[noreturn]] void failAfterTimeout(fdn::String const& logged, fdn::String const& shown) {
     fdn::logError(logged);
     throw fdn::CError(shown);
+}
+
+// As long as the command line is not parsed, each argument may be the command.
+bool mayRunDaemon(int argc, char** argv) {
+    return std::any_of(argv, argv + argc, [](char const* argument) { return runsDaemon(argument); });
 }
 
 void logEscapedError(std::exception const& error) {
@@ -53,15 +51,19 @@ void logEscapedError(std::exception const& error) {
     }
 }
 
-void printFatalError(std::exception const& error) {
-    try {
-        fdn::String const text = "\n\nFATAL ERROR: " + fdn::getMessageOf(error) + "\n\n";
-        wxCharBuffer const narrow = text.toCP();
-        // If the locale cannot represent the message, UTF-8 is better than nothing.
-        std::puts(narrow.length() > 0 ? narrow.data() : text.toUTF8().c_str());
-    } catch (std::exception const&) { // NOLINT(bugprone-empty-catch): the exit status still tells
-    }
-}
+/// Shows the policy the daemon while it runs.
+class ShownDaemon {
+public:
+    ShownDaemon(EntryPolicy& policy, CDaemon* daemon) : m_policy(policy) { m_policy.setDaemon(daemon); }
+
+    ShownDaemon(ShownDaemon const&) = delete;
+    ShownDaemon& operator=(ShownDaemon const&) = delete;
+
+    ~ShownDaemon() { m_policy.setDaemon(nullptr); }
+
+private:
+    EntryPolicy& m_policy;
+};
 
 } // namespace
 
@@ -89,6 +91,15 @@ CDaemonEntry::CDaemonEntry() = default;
 
 CDaemonEntry::~CDaemonEntry() = default;
 
+void CDaemonEntry::setPolicy(EntryPolicy& policy) {
+    m_reserved = &policy;
+}
+
+EntryPolicy& CDaemonEntry::getPolicy() const {
+    static EntryPolicy own;
+    return m_reserved == nullptr ? own : *static_cast<EntryPolicy*>(m_reserved);
+}
+
 int CDaemonEntry::entry(int argc, char** argv) {
     fdn::openMissingStandardStreams();
     try {
@@ -109,8 +120,17 @@ int CDaemonEntry::performLogged(int argc, char** argv) {
         return perform(argc, argv);
     } catch (std::exception const& e) {
         logEscapedError(e);
+        if (m_command.empty() ? mayRunDaemon(argc, argv) : runsDaemon(m_command))
+            tellSupervisor(e);
         throw;
     }
+}
+
+// Of a run that has begun, the manager has told it.
+void CDaemonEntry::tellSupervisor(std::exception const& error) {
+    fdn::P<CDaemonManager> const manager = getDaemonManager();
+    if (!(manager && manager->hasEnded()))
+        RunReport::tellFailure(error);
 }
 
 int CDaemonEntry::perform(int argc, char** argv) {
@@ -121,11 +141,12 @@ int CDaemonEntry::perform(int argc, char** argv) {
     wxCmdLineParser parser;
     line.giveTo(parser);
     declareArguments(parser);
-    int result = line.parse(parser);
+    int result = getPolicy().parse(line, parser);
     if (result == 0)
         result = takeCommand(parser);
     if (result != 0) {
-        reportBadCommandLine(result, line.describe(parser));
+        logBadCommandLine(result, line.describe(parser));
+        getPolicy().showCommands();
         return result;
     }
     performCommand(parser, argv[0]);
@@ -137,7 +158,8 @@ int CDaemonEntry::perform(int argc, char** argv) {
 void CDaemonEntry::registerSignalHandler() {
     m_signalHandler = fdn::newObj<CSignalHandler>();
     fdn::P<fdn::CSystemSignalReceiver> const receiver(&fdn::CSystemSignalReceiver::get());
-    receiver->setHandler(fdn::SysSignal::Terminate, m_signalHandler.get());
+    fdn::P<fdn::ISystemSignalHandler> const handler = getPolicy().chooseTerminationHandler(m_signalHandler);
+    receiver->setHandler(fdn::SysSignal::Terminate, handler.get());
 }
 
 void CDaemonEntry::declareArguments(wxCmdLineParser& parser) {
@@ -150,21 +172,20 @@ int CDaemonEntry::takeCommand(wxCmdLineParser& parser) {
     m_command = parser.GetParam(0);
     if (verifyCommandParams(m_command, parser))
         return 0;
-    printUsage(parser);
+    getPolicy().showUsage(parser);
     return kStatusRefused;
 }
 
 void CDaemonEntry::performCommand(wxCmdLineParser& parser, char const* program) {
     // Only for the log: what installation runs is in the application's description of its daemon.
     m_exePath = fdn::Path(readArgument(program)).toNormalized(true, fdn::Path());
+    bool const makesControlFolder = getPolicy().beginCommand(m_command);
     handleCommandParams(parser);
-    if (!m_controlFolder.getText().empty())
+    if (makesControlFolder && !m_controlFolder.getText().empty())
         fdn::ensureFolderExists(m_controlFolder, 0777);
     onCommandLineParsed();
 
-    m_daemonInfo = createDaemonInfo();
-    if (!m_daemonInfo)
-        throw fdn::CError("The application gave no description of its daemon.");
+    m_daemonInfo = describeDaemon();
     m_daemonId = m_idOption.empty() ? m_daemonInfo->defaultId : m_idOption;
     m_controller = fdn::newObj<CDaemonController>(m_daemonId, m_controlFolder);
 
@@ -172,6 +193,13 @@ void CDaemonEntry::performCommand(wxCmdLineParser& parser, char const* program) 
                  "', exePath='" + m_exePath.getText() + "'.");
     doCommand(m_command);
     fdn::logInfo("Finished command. Returning exit code 0.");
+}
+
+fdn::P<CDaemonInfo> CDaemonEntry::describeDaemon() {
+    fdn::P<CDaemonInfo> const info = createDaemonInfo();
+    if (!info)
+        throw fdn::CError("The application gave no description of its daemon.");
+    return info;
 }
 
 void CDaemonEntry::dispose() {
@@ -264,6 +292,7 @@ void CDaemonEntry::doRun() {
     createDaemonManager();
     { // the daemon ends before its manager
         fdn::P<CDaemon> const daemon = createDaemon(m_daemonId, m_controlFolder);
+        ShownDaemon const shown(getPolicy(), daemon.get());
         getDaemonManager()->runDaemon(daemon.get());
     }
     destroyDaemonManager();

@@ -20,6 +20,8 @@
 
 namespace dmn {
 
+class EntryPolicy;
+
 /// The front end of a program that is a daemon and the daemon's own management tool.
 ///
 /// An application derives its front end from this class, makes one object of it in main() and returns what
@@ -180,14 +182,22 @@ protected:
     fdn::String m_transientFolderGroup; ///< --transientFolderGroup as it was given
 
 private:
+    friend class CServiceEntry;
+
+    /// Has this object act by another policy, which must live as long as entry() runs.
+    DMN_HIDDEN void setPolicy(EntryPolicy& policy);
+
+    DMN_HIDDEN EntryPolicy& getPolicy() const;
     DMN_HIDDEN int performLogged(int argc, char** argv);
+    DMN_HIDDEN void tellSupervisor(std::exception const& error);
     DMN_HIDDEN int perform(int argc, char** argv);
     DMN_HIDDEN void registerSignalHandler();
     DMN_HIDDEN void declareArguments(wxCmdLineParser& parser);
     DMN_HIDDEN int takeCommand(wxCmdLineParser& parser);
     DMN_HIDDEN void performCommand(wxCmdLineParser& parser, char const* program);
+    DMN_HIDDEN fdn::P<CDaemonInfo> describeDaemon();
 
-    [[maybe_unused]] void* m_reserved = nullptr; ///< room for later versions of this class
+    void* m_reserved = nullptr; ///< the policy that was set; the type was fixed before there was one
 };
 
 } // namespace dmn

@@ -5,12 +5,15 @@
 #include <fdn/log.h>
 
 #include <dmn/id/DaemonId.h>
+#include <dmn/runtime/RunReport.h>
 
 namespace dmn {
 
-CDaemonManager::CDaemonManager() = default;
+CDaemonManager::CDaemonManager() : m_reserved(new RunReport) {}
 
-CDaemonManager::~CDaemonManager() = default;
+CDaemonManager::~CDaemonManager() {
+    delete &getReport();
+}
 
 void CDaemonManager::runDaemon(CDaemon* daemon) {
     try {
@@ -18,6 +21,7 @@ void CDaemonManager::runDaemon(CDaemon* daemon) {
     } catch (std::exception const& e) {
         // The PID file has been given up on the way here: another process may run the daemon.
         fdn::logError(e, "", "CDaemonManager - running daemon");
+        RunReport::tellFailure(e);
         detachDaemon();
         setStatus(Status::Stopped);
         throw;
@@ -28,16 +32,23 @@ void CDaemonManager::runHoldingPIDFile(CDaemon* daemon) {
     onOperationStepDone();
     if (daemon == nullptr)
         throw fdn::CError("There is no daemon to run.");
+    RunReport::tellClaiming();
     // Claimed first, so that a second process fails before it prepares its daemon.
     fdn::CPIDFile const pidFile(getPIDFilePath(daemon->getControlFolder(), daemon->getId()));
     attachDaemon(daemon);
     onOperationStepDone();
-    daemon->init(this);
+    initialize(*daemon);
     onOperationStepDone();
     setStatus(Status::Running);
     daemon->run();
     detachDaemon();
     setStatus(Status::Stopped);
+}
+
+void CDaemonManager::initialize(CDaemon& daemon) {
+    getReport().tellInitializing();
+    daemon.init(this);
+    getReport().tellInitialized();
 }
 
 void CDaemonManager::attachDaemon(CDaemon* daemon) {
@@ -66,8 +77,29 @@ void CDaemonManager::setStatus(Status status) {
     if (m_status == Status::Stopping && status != Status::Stopped)
         return;
     m_status = status;
+    if (status == Status::Running)
+        announceRunning();
+    else if (status == Status::Stopping)
+        RunReport::tellStopping();
 }
 
-void CDaemonManager::onOperationStepDone() {}
+void CDaemonManager::announceRunning() {
+    getReport().tellRunning();
+    if (m_daemon)
+        m_daemon->signalRunning();
+}
+
+bool CDaemonManager::hasEnded() {
+    fdn::CMutexLock const lock(m_mutex);
+    return m_status == Status::Stopped;
+}
+
+void CDaemonManager::onOperationStepDone() {
+    getReport().tellStepDone();
+}
+
+RunReport& CDaemonManager::getReport() {
+    return *static_cast<RunReport*>(m_reserved);
+}
 
 } // namespace dmn

@@ -10,8 +10,13 @@
 
 namespace dmn {
 
+class RunReport;
+
 /// Runs one daemon in the current process: holds its PID file for exactly as long as it runs, keeps the run
 /// status, and carries a stop request from any thread to the daemon.
+///
+/// It tells the supervisor of the process, if there is one (fdn::notifySupervisor()): each step of the
+/// initialization, that the daemon is ready, that a stop was asked for, and why the run has failed.
 ///
 /// A manager serves one run, because its status never leaves Stopped. It locks itself first, then the daemon;
 /// it calls the daemon's init() and run() with no lock held, so that a running daemon delays no stop request.
@@ -48,11 +53,13 @@ public:
     void signalStop();
 
     /// Changes the status, unless the change would undo a stop: Stopping can only become Stopped, and Stopped
-    /// stays. Any thread may call it.
+    /// stays. The supervisor is told when the status is Running, and when it is Stopping, for the first time.
+    /// Any thread may call it.
     void setStatus(Status status);
 
     /// Called when a step of starting the daemon is done: three times by runDaemon(), and by the daemon's
-    /// init() as it likes. Does nothing; a derived class may override it to observe the progress.
+    /// init() as it likes. A derived class may override it to observe the progress. The base version tells
+    /// the supervisor of the steps that init() reports, and does nothing else.
     void onOperationStepDone() override;
 
 protected:
@@ -61,11 +68,18 @@ protected:
     fdn::P<CDaemon> m_daemon;           ///< the running daemon, or empty
 
 private:
+    friend class CDaemonEntry;
+
     DMN_HIDDEN void runHoldingPIDFile(CDaemon* daemon);
     DMN_HIDDEN void attachDaemon(CDaemon* daemon);
     DMN_HIDDEN void detachDaemon();
 
-    [[maybe_unused]] void* m_reserved = nullptr; ///< room for later versions of this class
+    DMN_HIDDEN void initialize(CDaemon& daemon);
+    DMN_HIDDEN void announceRunning();
+    DMN_HIDDEN bool hasEnded();
+    DMN_HIDDEN RunReport& getReport();
+
+    void* m_reserved; ///< the RunReport, which this object owns
 };
 
 } // namespace dmn

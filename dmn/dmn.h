@@ -9,7 +9,17 @@
 #include <dmn/CDaemonEntry.h>
 #include <dmn/CDaemonInfo.h>
 #include <dmn/CDaemonManager.h>
+#include <dmn/CDaemonStarter.h>
+#include <dmn/CDaemonStopper.h>
+#include <dmn/CService.h>
+#include <dmn/CServiceEntry.h>
+#include <dmn/CommandDescription.h>
+#include <dmn/DaemonFinding.h>
 #include <dmn/Export.h>
 #include <dmn/IDaemonEntry.h>
 #include <dmn/IDaemonOperationProgress.h>
+#include <dmn/bootSequence.h>
+#include <dmn/daemonChecks.h>
+#include <dmn/daemonStatus.h>
+#include <dmn/runService.h>
 #include <dmn/version.h>

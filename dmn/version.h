@@ -8,7 +8,7 @@
 #define DMN_VERSION_MAJOR 1
 
 /// Grows when something is added. Starts at 0 again with each major version.
-#define DMN_VERSION_MINOR 0
+#define DMN_VERSION_MINOR 1
 
 /// Grows when faults are fixed. Starts at 0 again with each minor version.
 #define DMN_VERSION_PATCH 0

@@ -1,14 +1,46 @@
 #include <fdn/CProcessHandle.h>
 
+#include <fdn/CThread.h>
+#include <fdn/pidfile/ProcessIdentity.h>
+#include <fdn/sysError.h>
+#include <fdn/system/Deadline.h>
 #include <fdn/system/openProcess.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 
+#include <poll.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 namespace fdn {
+
+namespace {
+
+constexpr int kPauseMs = 50;
+
+// Signals shorten the rest of the time, and do not begin it anew.
+bool awaitReadable(int handle, Deadline deadline) {
+    pollfd end = {handle, POLLIN, 0};
+    int const count = uninterrupted([&] { return poll(&end, 1, getMillisecondsUntil(deadline)); });
+    if (count == -1)
+        throwLastSysError("poll", "awaiting the end of a process");
+    return count == 1;
+}
+
+bool awaitDeath(pid_t process, Deadline deadline) {
+    while (isProcessAlive(process)) {
+        int const rest = getMillisecondsUntil(deadline);
+        if (rest == 0)
+            return false;
+        CThread::sleep(static_cast<unsigned>(std::min(rest, kPauseMs)));
+    }
+    return true;
+}
+
+} // namespace
 
 CProcessHandle::CProcessHandle(pid_t process) noexcept
     : m_process(process), m_handle(openProcess(process).release()) {
@@ -34,6 +66,13 @@ bool CProcessHandle::sendSignal(int signal) const noexcept {
             return isSent;
     }
     return kill(m_process, signal) == 0;
+}
+
+bool CProcessHandle::awaitEnd(int timeoutMs) const {
+    Deadline const deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    if (m_process < 1)
+        return true;
+    return m_handle != -1 ? awaitReadable(m_handle, deadline) : awaitDeath(m_process, deadline);
 }
 
 } // namespace fdn

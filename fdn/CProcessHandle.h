@@ -33,6 +33,16 @@ public:
     /// the process to react.
     bool sendSignal(int signal) const noexcept;
 
+    /// Blocks until the process has ended, for at most `timeoutMs` milliseconds (0 or less: not at all), and
+    /// returns whether it has. A zombie has ended; a number below 1 stands for no process. Signals neither
+    /// shorten nor prolong the wait. Asks every 50 ms where the system has no handles. Throws CError when the
+    /// system cannot tell.
+    bool awaitEnd(int timeoutMs) const;
+
+    /// A descriptor that becomes readable (POSIX poll) when the process ends, or -1 where the system has no
+    /// handles. It belongs to this object.
+    int getDescriptor() const noexcept { return m_handle; }
+
 private:
     pid_t m_process; // 0: already gone when the handle was taken
     int m_handle;    // -1: none

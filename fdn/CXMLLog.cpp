@@ -1,8 +1,11 @@
 #include <fdn/CXMLLog.h>
 
+#include <fdn/CError.h>
 #include <fdn/log/LogEntry.h>
 #include <fdn/log/LogWriter.h>
 #include <fdn/log/XMLText.h>
+#include <fdn/log/leastLevel.h>
+#include <fdn/log/readableEntry.h>
 #include <fdn/objects/KeptGlobal.h>
 
 namespace fdn {
@@ -33,20 +36,34 @@ CXMLLog::CXMLLog() : m_writer(std::make_unique<LogWriter>()) {}
 
 CXMLLog::~CXMLLog() = default;
 
+void CXMLLog::write(LogLevel level, String const& text) {
+    if (level >= leastLevel)
+        m_writer->write(level, toXMLText(text), LogWriter::isShown() ? toReadableText(text) : std::string());
+}
+
 void CXMLLog::writeInfo(String const& text) {
-    m_writer->write(LogLevel::Info, toXMLText(text));
+    write(LogLevel::Info, text);
 }
 
 void CXMLLog::writeError(String const& text) {
-    m_writer->write(LogLevel::Error, toXMLText(text));
+    write(LogLevel::Error, text);
 }
 
 void CXMLLog::writeError(std::exception const& error, String const& situation, String const& where) {
-    m_writer->write(LogLevel::Error, describeError(error, situation, where));
+    m_writer->write(LogLevel::Error, describeError(error, situation, where),
+                    LogWriter::isShown() ? describeErrorReadably(error, situation, where) : std::string());
 }
 
 void CXMLLog::close() {
     m_writer->closeFile();
+}
+
+Path CXMLLog::getFile() const {
+    try {
+        return m_writer->getPath();
+    } catch (CError const&) {
+        return Path();
+    }
 }
 
 } // namespace fdn

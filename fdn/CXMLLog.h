@@ -1,7 +1,9 @@
 #pragma once
 
 #include <fdn/CBase.h>
+#include <fdn/LogLevel.h>
 #include <fdn/P.h>
+#include <fdn/Path.h>
 #include <fdn/String.h>
 
 #include <exception>
@@ -11,16 +13,17 @@ namespace fdn {
 
 class LogWriter;
 
-/// The log of the process, which programs write to with logInfo() and logError().
+/// The log of the process, which programs write to with logDebug(), logInfo(), logWarning() and
+/// logError().
 ///
 /// **Form.** The log is a text file with one XML element per line, in UTF-8:
 ///
 ///     <entry time="2026-11-21T02:48:52.123456Z" level="info" process="123" thread="456">text</entry>
 ///
-/// The time is UTC (RFC 3339) and the level "info" or "error"; process and thread are the system's numbers
-/// for the writer of the entry. In the text only "&", "<" and ">" are escaped; control characters, line feeds
-/// for example, become character references ("&#10;"), and characters that XML 1.0 forbids become U+FFFD. An
-/// entry about an exception has elements instead, except for empty texts:
+/// The time is UTC (RFC 3339); the level is "debug", "info", "warning" or "error"; process and thread are the
+/// system's numbers for the writer of the entry. In the text only "&", "<" and ">" are escaped; control
+/// characters, line feeds for example, become character references ("&#10;"), and characters that XML 1.0
+/// forbids become U+FFFD. An entry about an exception has elements instead, except for empty texts:
 ///
 ///     <text>situation</text><where>where it was caught</where><what>message</what>
 ///
@@ -80,10 +83,13 @@ public:
     CXMLLog& operator=(CXMLLog const&) = delete;
     ~CXMLLog() override;
 
-    /// Writes one entry of the level "info".
+    /// Writes one entry of this level, unless setLogLevel() asks for more serious ones only.
+    void write(LogLevel level, String const& text);
+
+    /// Writes one entry of the level "info", as write() does.
     void writeInfo(String const& text);
 
-    /// Writes one entry of the level "error".
+    /// Writes one entry of the level "error", as write() does.
     void writeError(String const& text);
 
     /// Writes one entry of the level "error" about an exception, as logError() does.
@@ -91,6 +97,10 @@ public:
 
     /// Closes the file. The next entry chooses the place again and opens it.
     void close();
+
+    /// Where the log is, or would be once an entry is written. Empty where there is no place for it. Touches
+    /// no file.
+    Path getFile() const;
 
 private:
     std::unique_ptr<LogWriter> m_writer;

@@ -45,8 +45,8 @@ public:
 template <class Traits>
 class FDN_EXPORT TPathImpl : public CBase {
 public:
-    /// The empty path, unmarked.
-    TPathImpl() = default;
+    /// The empty path, unmarked. Hidden, because only some compilers would export it.
+    FDN_HIDDEN TPathImpl() = default;
 
     /// Stores the text as it stands. `normalized` says that the text is in normal form already; nothing
     /// checks that. The flag before it has no effect: the interface is fixed.

@@ -11,6 +11,7 @@
 #include <fdn/CIPCConnectionToSubProcess.h>
 #include <fdn/CImpersonateInfo.h>
 #include <fdn/CMutex.h>
+#include <fdn/CNotificationReceiver.h>
 #include <fdn/COnDemandFileInfo.h>
 #include <fdn/CPIDFile.h>
 #include <fdn/CProcessHandle.h>
@@ -27,6 +28,7 @@
 #include <fdn/ForkExecLevel.h>
 #include <fdn/IBase.h>
 #include <fdn/ISystemSignalHandler.h>
+#include <fdn/LogLevel.h>
 #include <fdn/P.h>
 #include <fdn/Path.h>
 #include <fdn/String.h>
@@ -34,10 +36,13 @@
 #include <fdn/TBuffer.h>
 #include <fdn/TSafeGlobalPointer.h>
 #include <fdn/containers.h>
+#include <fdn/crash.h>
 #include <fdn/currentFolder.h>
 #include <fdn/fileName.h>
 #include <fdn/files.h>
 #include <fdn/log.h>
+#include <fdn/notify.h>
+#include <fdn/processInfo.h>
 #include <fdn/programs.h>
 #include <fdn/sysError.h>
 #include <fdn/threadYield.h>

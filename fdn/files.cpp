@@ -54,8 +54,7 @@ mode_t getFileMode(Path const& path, char const* action) {
     return requireKnown(askForMode(name), action, path);
 }
 
-// Whether there is a folder. A file system that a user has mounted may never answer, and a process that
-// waits for it cannot be killed. If root gets no answer, the folder is taken to exist.
+// A file system that a user has mounted may never answer, and a process that waits for it cannot be killed.
 bool folderExistsOrIsSilent(Path const& path, char const* action) {
     wxCharBuffer const name = toFileName(path);
     FileMode known;
@@ -86,6 +85,10 @@ bool fileExists(Path const& path) {
 
 bool folderExists(Path const& path) {
     return S_ISDIR(getFileMode(path, "folderExists"));
+}
+
+bool folderExistsOrIsSilent(Path const& path) {
+    return folderExistsOrIsSilent(path, "folderExistsOrIsSilent");
 }
 
 void ensureFolderExists(Path const& path, int mode) {

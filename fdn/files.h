@@ -19,6 +19,10 @@ FDN_EXPORT bool fileExists(Path const& path);
 /// Whether there is a folder at the path. Symbolic links are followed. Throws when the system cannot tell.
 FDN_EXPORT bool folderExists(Path const& path);
 
+/// The same, but while any user has a file system mounted (FUSE), root waits for the answer for a second at
+/// most, and assumes that a folder which does not answer exists.
+FDN_EXPORT bool folderExistsOrIsSilent(Path const& path);
+
 /// Makes the folder and those above it that are missing, each with the permission bits of `mode` that the
 /// process's umask leaves (POSIX mkdir). A folder that exists already is left exactly as it is. Several
 /// processes may make the same folders at once. Throws ENOTDIR, with its path, when something else is in the

@@ -68,6 +68,14 @@ int forkAndExec(CExecCommand const& command, CImpersonateInfo* impersonate, Fork
     return process;
 }
 
+int launchDetached(CExecCommand const& command, CImpersonateInfo* impersonate, Path const& folder,
+                   TMap<String, String> const& variables) {
+    StandardStreams streams = {useNothing(), useNothing(), useNothing()};
+    LaunchRequest request = {command, impersonate, ForkExecLevel::Detached, folder, nullptr};
+    request.variables = &variables;
+    return launch(request, streams);
+}
+
 String execSyncReturnOutputAsString(CExecCommand const& command, bool includeStandardError,
                                     TMap<String, String> const* environment, Path const& folder) {
     StandardStreams streams = {useNothing(), writeToCaller(), StandardStream()};

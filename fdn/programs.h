@@ -53,6 +53,13 @@ FDN_EXPORT int forkAndExec(CExecCommand const& command, CImpersonateInfo* impers
                            CIPCConnectionToSubProcess* output, CIPCConnectionToSubProcess* error,
                            TMap<String, String> const* environment);
 
+/// Starts the program as forkAndExec() does at the level Detached without connections, in the caller's own
+/// environment (in a set-user-ID program: the system's PATH alone) with these variables set in place of any
+/// that it has. The caller's NOTIFY_SOCKET is not handed on (see notifySupervisor()): its supervisor waits
+/// for the caller, not for the program.
+FDN_EXPORT int launchDetached(CExecCommand const& command, CImpersonateInfo* impersonate, Path const& folder,
+                              TMap<String, String> const& variables);
+
 /// Runs the program in the caller's session, with /dev/null as its standard input, and returns what it has
 /// written to its standard output, as text (by the rule of String::fromBytes()).
 ///

@@ -43,8 +43,12 @@ func remove(daemon service.Service) error {
 }
 
 func perform(daemon service.Service, command string) error {
-	if command == "remove" {
+	switch command {
+	case "remove":
 		return remove(daemon)
+	case "status":
+		_, err := daemon.Status()
+		return err
 	}
 	return service.Control(daemon, command)
 }

@@ -5,7 +5,7 @@ import time
 
 from comparisons import Comparison
 from figures import Figure
-from steps import LOAD, PRINT, START, STEPS, STOP_RUNNING
+from steps import LAUNCHING_STEPS, LOAD, PRINT, STEPS, STOP_RUNNING
 from stopwatch import Stopwatch
 from subjects import BARE_WX, OURS, make_subjects
 from targets import Target
@@ -27,8 +27,8 @@ def measure_rounds(stopwatch, subjects, rounds):
             for subject in subjects[first:] + subjects[:first]:
                 if step in subject.commands:
                     samples[step, subject.name].append(stopwatch.measure(subject.commands[step]))
-            if step is START:
-                time.sleep(SETTLING_SECONDS)  # so that the next step stops daemons that are up
+        if step in LAUNCHING_STEPS:
+            time.sleep(SETTLING_SECONDS)  # so that the next step finds daemons that are up
     return samples
 
 
@@ -43,8 +43,8 @@ def take_times(samples, step, name):
 
 
 def without_sleeps(times, poll):
-    """A command sleeps a whole number of times before its daemon is gone, and works for less than one such
-    sleep."""
+    """A command that looks again and again sleeps a whole number of times before its daemon is gone, and works
+    for less than one such sleep."""
     return [time_ % int(poll * 1e9) if poll else time_ for time_ in times]
 
 
@@ -59,16 +59,13 @@ def compare_times(samples, step, ours, other):
     if step is not STOP_RUNNING:
         return [Comparison(SECTION, step.name, Figure(mine, "ns"), other.name, Figure(theirs, "ns"), target)]
     return [Comparison(SECTION, step.name, Figure(mine, "ns"), other.name, Figure(theirs, "ns")),
-            Comparison(SECTION, step.name + ", less its sleeps",
-                       Figure(without_sleeps(mine, ours.poll), "ns"), other.name,
+            Comparison(SECTION, step.name + ", less the other's sleeps", Figure(mine, "ns"), other.name,
                        Figure(without_sleeps(theirs, other.poll), "ns"), target)]
 
 
-def compare_with_limit(samples, step, ours):
+def compare_with_limit(samples, step):
     """Beside what those parts alone take that the command cannot do without, in the same round."""
     times = take_times(samples, step, OURS)
-    if step is STOP_RUNNING:
-        times = without_sleeps(times, ours.poll)
     parts = zip(take_times(samples, LOAD, BARE_WX), take_times(samples, PRINT, OURS))
     limit = [step.wx_starts * wx_start + step.settings * setting for wx_start, setting in parts]
     name = f"{step.wx_starts} x {BARE_WX}, {step.settings} x {PRINT.name}"
@@ -86,7 +83,7 @@ def compare(samples, subjects):
     comparisons = []
     for pair in pairs:
         comparisons += compare_times(samples, *pair)
-    comparisons += [compare_with_limit(samples, step, subjects[0]) for step in STEPS if step.wx_starts > 0]
+    comparisons += [compare_with_limit(samples, step) for step in STEPS if step.wx_starts > 0]
     return comparisons + [compare_memory(samples, *pair) for pair in pairs]
 
 

@@ -1,9 +1,10 @@
 """The programs whose commands are measured: ours, the peers and the floors."""
 
 import collections
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 
-from steps import INSTALL, LOAD, PRINT, START, STOP_RUNNING, STOP_STOPPED, UNINSTALL, UNKNOWN, Step
+from steps import (CHECK, INSTALL, LOAD, PRINT, RESTART, START, STATUS_RUNNING, STATUS_STOPPED, STOP_RUNNING,
+                   STOP_STOPPED, UNINSTALL, UNKNOWN, Step)
 
 OURS = "dmn"
 BARE_C = "bare C"
@@ -12,8 +13,8 @@ BARE_WX = "bare wxWidgets"
 SCRIPT = "/etc/init.d/heartbeat"
 FOREVER = "--interval=86400"
 
-# How many seconds the commands that stop a daemon sleep between two looks whether it has stopped.
-OUR_POLL = 0.05
+# How many seconds the commands that stop a daemon sleep between two looks whether it has stopped. Ours does not.
+PLAIN_POLL = 0.05
 GO_POLL = 1
 POCO_POLL = 0.05
 DEBIAN_POLL = 0.02
@@ -36,25 +37,27 @@ Command = collections.namedtuple("Command", "line status pid_file", defaults=(0,
 class Subject:
     """A program that is measured: its command for each step that it knows.
 
-    `limit` is how many times as long as the program ours may take; a floor, which only shows what is
-    possible, has none. A step that reads settings is limited only by a program that reads them from a script
-    as well."""
+    `limit` is how many times as long as the program ours may take, and `limits` where that differs; a floor,
+    which only shows what is possible, has none. A step that reads settings is limited only by a program that
+    reads them from a script as well."""
 
     name: str
     commands: dict[Step, Command]
     limit: float | None = 1
+    limits: dict[Step, float] = field(default_factory=dict)
     poll: float | None = None
     reads_settings: bool = False
     is_watched_idle: bool = False
 
     def limit_in(self, step):
         """The limit in this step, or None if the program does less than ours."""
-        return self.limit if self.reads_settings or step.settings == 0 else None
+        limit = self.limits.get(step, self.limit)
+        return limit if self.reads_settings or step.settings == 0 else None
 
 
 def make_subjects(place):
     """All of them; ours is the first."""
-    return [make_ours(place), make_go_service(place),
+    return [make_ours(place), make_plain_front_end(place), make_go_service(place),
             make_poco_server(place), make_poco_server_with_settings(place),
             make_start_stop_daemon(place), make_start_stop_daemon_with_settings(place),
             make_bare_c(place), make_bare_shell(), make_bare_wx(place)]
@@ -66,12 +69,27 @@ def make_ours(place):
         INSTALL: Command([heartbeat, "install", "--controlFolder=" + place.folder, FOREVER]),
         PRINT: Command([SCRIPT, "printExePath"]),
         START: Command([heartbeat, "start"], pid_file=place.pid_file("heartbeat")),
+        STATUS_RUNNING: Command([heartbeat, "status"]),
+        RESTART: Command([heartbeat, "restart"]),
+        CHECK: Command([heartbeat, "check"]),
         STOP_RUNNING: Command([heartbeat, "stop"]),
+        STATUS_STOPPED: Command([heartbeat, "status"], status=3),
         STOP_STOPPED: Command([heartbeat, "stop"]),
         UNINSTALL: Command([heartbeat, "uninstall"]),
         UNKNOWN: Command([heartbeat, "bogus"], status=2),
         LOAD: Command([place.program("bench/start_dmn")])},
-        poll=OUR_POLL, reads_settings=True, is_watched_idle=True)
+        is_watched_idle=True)
+
+
+def make_plain_front_end(place):
+    """It shows what it costs ours to tell the truth."""
+    plain = place.program("bench/plain_daemon")
+    return Subject("plain front end", {
+        INSTALL: Command([plain, "install", "--controlFolder=" + place.folder]),
+        START: Command([plain, "start"], pid_file=place.pid_file("plain")),
+        STOP_RUNNING: Command([plain, "stop"]),
+        STOP_STOPPED: Command([plain, "stop"]),
+        UNINSTALL: Command([plain, "uninstall"])}, limit=None, poll=PLAIN_POLL)
 
 
 def make_go_service(place):
@@ -79,10 +97,14 @@ def make_go_service(place):
     return Subject("Go service", {
         INSTALL: Command([go, "install"]),
         START: Command([go, "start"], pid_file="/var/run/go_service.pid"),
+        STATUS_RUNNING: Command([go, "status"]),
+        RESTART: Command([go, "restart"]),
         STOP_RUNNING: Command([go, "stop"]),
+        STATUS_STOPPED: Command([go, "status"], status=1),
         STOP_STOPPED: Command([go, "stop"]),
         UNINSTALL: Command([go, "remove"]),
-        UNKNOWN: Command([go, "bogus"], status=1)}, poll=GO_POLL, reads_settings=True, is_watched_idle=True)
+        UNKNOWN: Command([go, "bogus"], status=1)},
+        limits={STOP_RUNNING: 0.5}, poll=GO_POLL, reads_settings=True, is_watched_idle=True)
 
 
 def run_shell(text, *arguments):
@@ -125,9 +147,12 @@ def stop_by_debian(pid_file):
 def make_start_stop_daemon(place):
     pid_file = place.pid_file("debian")
     start = start_by_debian(pid_file, "--make-pidfile", "--exec", place.program("bench/floor"), "--", "wait")
+    status = call_start_stop_daemon(pid_file, "--status")
     return Subject("start-stop-daemon", {
         START: Command(start, pid_file=pid_file),
+        STATUS_RUNNING: Command(status),
         STOP_RUNNING: Command(stop_by_debian(pid_file)),
+        STATUS_STOPPED: Command(status, status=3),
         STOP_STOPPED: Command(stop_by_debian(pid_file)),
         UNKNOWN: Command(["start-stop-daemon", "--bogus"], status=3)}, poll=DEBIAN_POLL)
 

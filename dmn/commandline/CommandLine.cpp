@@ -93,19 +93,20 @@ void CommandLine::giveTo(wxCmdLineParser& parser) const {
     setArguments(parser, readArguments(m_arguments));
 }
 
-int CommandLine::parse(wxCmdLineParser& parser) const {
+int CommandLine::parse(wxCmdLineParser& parser, Usage usage) const {
+    bool const showsUsage = usage == Usage::Shown;
     ParserOutput const output;
     Texts const texts = readArguments(m_arguments);
     Texts const readable = makeReadable(texts);
     if (readable == texts)
-        return parser.Parse(true);
+        return parser.Parse(showsUsage);
     // This succeeds if no nameless argument stands for an option. Then they can be read as they are.
     setArguments(parser, readable);
-    int const result = parser.Parse(true);
+    int const result = parser.Parse(showsUsage);
     if (result != 0)
         return result;
     setArguments(parser, texts);
-    return parser.Parse(true);
+    return parser.Parse(showsUsage);
 }
 
 fdn::String CommandLine::describe(wxCmdLineParser& parser) const {

@@ -1,21 +1,15 @@
 #include <dmn/commandline/StandardOptions.h>
 
-#include <fdn/String.h>
+#include <dmn/commandline/TextOption.h>
 
 namespace dmn {
 
 namespace {
 
-struct OptionDescription {
-    char const* shortName;
-    char const* longName;
-    char const* help;
-};
-
 // The texts are fixed, and some are odd: the time-out's default is 60 seconds, not 30; most options serve
 // more commands than they list; the password's text lacks a line break; and some mention Windows. Do not
 // repair them. The blanks put each line of a text under the first in the parser's usage.
-constexpr OptionDescription kOptions[] = {
+constexpr TextOption kOptions[] = {
     {"c", "controlFolder",
      "Path of the daemon's control folder\n"
      "                                Commands: install, run"},
@@ -63,9 +57,8 @@ constexpr OptionDescription kOptions[] = {
 } // namespace
 
 void declareStandardOptions(wxCmdLineParser& parser) {
-    for (OptionDescription const& option : kOptions)
-        parser.AddOption(fdn::String(option.shortName), fdn::String(option.longName),
-                         fdn::String(option.help), wxCMD_LINE_VAL_STRING, 0);
+    for (TextOption const& option : kOptions)
+        declareOption(parser, option);
 }
 
 } // namespace dmn

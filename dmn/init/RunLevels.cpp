@@ -9,20 +9,6 @@ namespace dmn {
 
 namespace {
 
-enum class LinkKind { Kill, Start };
-
-struct RunLevel {
-    int level;
-    LinkKind kind;
-};
-
-// The run levels that have links, in the order in which they are visited. Halt and reboot stop the daemon.
-// Level 1, single user, is left to the administrator.
-constexpr RunLevel kRunLevels[] = {
-    {0, LinkKind::Kill},  {2, LinkKind::Start}, {3, LinkKind::Start},
-    {4, LinkKind::Start}, {5, LinkKind::Start}, {6, LinkKind::Kill},
-};
-
 // Levels without links count as ones that start the daemon: the interface gives them the name of a start
 // link.
 LinkKind getLinkKind(int level) {
@@ -62,6 +48,17 @@ fdn::Path locateRunLevelFolder(int level) {
 
 fdn::String composeRunLevelLinkName(int level, fdn::String const& id) {
     return (getLinkKind(level) == LinkKind::Kill ? "K10" : "S90") + id;
+}
+
+fdn::TArray<fdn::Path> findRunLevelLinks(RunLevel const& runLevel, fdn::String const& id) {
+    wxUniChar const first = runLevel.kind == LinkKind::Kill ? 'K' : 'S';
+    fdn::TArray<fdn::Path> links;
+    fdn::CFileSystemIterator entries(locateRunLevelFolder(runLevel.level));
+    while (entries.next()) {
+        if (isLinkNameOf(id, entries.getItemName()) && entries.getItemName()[0] == first)
+            links.push_back(entries.getItemPath());
+    }
+    return links;
 }
 
 void createRunLevelLinks(fdn::Path const& script, fdn::String const& id, bool startAtBoot) {

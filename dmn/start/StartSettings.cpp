@@ -3,6 +3,7 @@
 #include <fdn/CError.h>
 #include <fdn/Path.h>
 
+#include <dmn/script/ControlFolder.h>
 #include <dmn/script/InitScriptFile.h>
 
 #include <tuple>
@@ -27,8 +28,7 @@ auto getVersion(fdn::Path const& script) {
 
 StartSettings readOnce(fdn::String const& id, fdn::Path const& controlFolder) {
     StartSettings settings;
-    settings.controlFolder =
-        controlFolder.getText().empty() ? fdn::Path(readSetting(id, setting::kControlFolder)) : controlFolder;
+    settings.controlFolder = findControlFolder(id, controlFolder);
     settings.params = readSetting(id, setting::kParams);
     settings.runAs = readSetting(id, setting::kRunAs);
     settings.transientFolderAppID = readSetting(id, setting::kTransientFolderAppID);

@@ -24,6 +24,17 @@ unsigned getGroup(StartSettings const& settings) {
 
 } // namespace
 
+bool isTransientFolder(StartSettings const& settings) {
+    if (settings.transientFolderAppID.empty())
+        return false;
+    try {
+        fdn::CSystemPaths const paths(settings.transientFolderAppID);
+        return paths.getSharedAppTransientFolder(false).getText() == settings.controlFolder.getText();
+    } catch (fdn::CError const&) {
+        return false; // the start itself reports such a name
+    }
+}
+
 void prepareTransientFolder(StartSettings const& settings, fdn::CImpersonateInfo const* impersonation) {
     fdn::String const& appID = settings.transientFolderAppID;
     if (appID.empty())

@@ -6,6 +6,9 @@
 
 namespace dmn {
 
+/// Whether the control folder is the transient folder, which each start makes when it is missing.
+bool isTransientFolder(StartSettings const& settings);
+
 /// Makes the daemon's transient folder if the settings name one that does not exist yet, for the account that
 /// the daemon is started as (root for null) and the group of the settings. An existing folder stays as it is.
 /// Throws a CError for an application ID that cannot name a folder, for an unknown group, and when the folder

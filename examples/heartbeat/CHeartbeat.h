@@ -1,18 +1,15 @@
 #pragma once
 
-#include <dmn/CDaemon.h>
+#include <dmn/CService.h>
 
-#include <fdn/P.h>
 #include <fdn/String.h>
 
-#include <condition_variable>
 #include <fstream>
-#include <mutex>
 
 /// The service: at regular intervals, appends a line to a file in its control folder.
-class CHeartbeat : public dmn::CDaemon {
+class CHeartbeat : public dmn::CService {
 public:
-    CHeartbeat(fdn::String const& id, fdn::Path const& controlFolder, long intervalSeconds,
+    CHeartbeat(fdn::String const& id, fdn::Path const& controlFolder, int intervalSeconds,
                fdn::String const& message);
 
     /// Opens the file, then writes the first line: these are two steps of progress.
@@ -20,16 +17,10 @@ public:
 
     void run() override;
 
-    /// Ends the wait for the next beat, so that run() checks shouldStop() at once. Any thread may call it.
-    void wakeUp();
-
 private:
     void writeLine(fdn::String const& text);
-    void waitForNextBeat();
 
-    std::chrono::seconds m_interval;
+    int m_intervalMs;
     fdn::String m_message;
     std::ofstream m_file;
-    std::mutex m_waitMutex;
-    std::condition_variable m_wakeUp;
 };

@@ -1,30 +1,14 @@
 #include <dmn/dmn.h>
-#include <filesystem>
 
-class CMinimal : public dmn::CDaemon {
-    using CDaemon::CDaemon;
+class CMinimal : public dmn::CService {
+    using CService::CService;
 
     void run() override {
-        while (!shouldStop())
-            fdn::CThread::sleep(200); // Do the daemon's work here.
-    }
-};
-
-class CMinimalEntry : public dmn::CDaemonEntry {
-    fdn::P<dmn::CDaemonInfo> createDaemonInfo() override {
-        auto info = fdn::newObj<dmn::CDaemonInfo>();
-        info->defaultId = "minimal";
-        info->displayName = "Minimal daemon";
-        info->startAtBoot = true;
-        info->exePath = fdn::Path(fdn::String::fromBytes(std::filesystem::read_symlink("/proc/self/exe")));
-        return info;
-    }
-
-    fdn::P<dmn::CDaemon> createDaemon(fdn::String const& id, fdn::Path const& controlFolder) override {
-        return fdn::newObj<CMinimal>(id, controlFolder);
+        while (sleep(1000))
+            fdn::logDebug("tick"); // Do the daemon's work here.
     }
 };
 
 int main(int argc, char** argv) {
-    return fdn::newObj<CMinimalEntry>()->entry(argc, argv);
+    return dmn::runService<CMinimal>(argc, argv, "minimal", "Minimal daemon", "1.0");
 }

@@ -35,4 +35,10 @@ UserRecord getUserRecord(CSystemUserID const& user) {
     return record;
 }
 
+std::optional<String> findUserName(uid_t user, char const* action) {
+    CProps const call{{"func", "getpwuid_r"}, {"action", action}, {"account", String(std::to_string(user))}};
+    auto const account = findAccount(&getpwuid_r, user, call);
+    return account ? std::optional(String::fromBytes(account->record.pw_name)) : std::nullopt;
+}
+
 } // namespace fdn

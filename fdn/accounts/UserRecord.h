@@ -3,6 +3,7 @@
 #include <fdn/CSystemUserID.h>
 #include <fdn/String.h>
 
+#include <optional>
 #include <string>
 
 #include <sys/types.h>
@@ -25,5 +26,9 @@ UserRecord findUserRecord(String const& name, char const* action);
 /// The record that the account manager has found for this user. A user that the application has made itself
 /// is looked up instead. Throws CError when that one is unknown or has another number.
 UserRecord getUserRecord(CSystemUserID const& user);
+
+/// The name of the user with this number; nothing when there is none. Blocks and throws as findUserRecord()
+/// does.
+std::optional<String> findUserName(uid_t user, char const* action);
 
 } // namespace fdn

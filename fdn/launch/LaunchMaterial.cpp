@@ -37,7 +37,8 @@ LaunchMaterial::LaunchMaterial(LaunchRequest const& request)
     : m_program(toSystemText(toAbsolute(request.command.getProgram()).getText())),
       m_folder(toSystemText(request.folder.getText())) {
     takeArguments(request.command.getArguments());
-    m_environmentTexts = composeEnvironment(request.environment);
+    m_environmentTexts = request.variables != nullptr ? composeUnsupervisedEnvironment(*request.variables)
+                                                      : composeEnvironment(request.environment);
     if (request.impersonate != nullptr)
         takeAccount(request.impersonate->getUserID());
 

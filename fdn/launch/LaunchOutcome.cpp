@@ -1,6 +1,7 @@
 #include <fdn/launch/LaunchOutcome.h>
 
-#include <algorithm>
+#include <fdn/system/Deadline.h>
+
 #include <array>
 
 #include <poll.h>
@@ -11,17 +12,11 @@ namespace fdn {
 namespace {
 
 using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 constexpr std::size_t kMostReports = 16; // about as many as one start makes
 
-int getMillisecondsUntil(steady_clock::time_point deadline) {
-    auto const rest = std::chrono::ceil<milliseconds>(deadline - steady_clock::now());
-    return static_cast<int>(std::max(rest, milliseconds(0)).count());
-}
-
 // Returns false at the deadline. Otherwise there is a report, or the end of the pipe.
-bool awaitReports(Descriptor const& reports, steady_clock::time_point deadline) {
+bool awaitReports(Descriptor const& reports, Deadline deadline) {
     pollfd ready = {reports.get(), POLLIN, 0};
     return uninterrupted([&] { return poll(&ready, 1, getMillisecondsUntil(deadline)); }) != 0;
 }
@@ -37,7 +32,7 @@ void take(LaunchReport const& report, LaunchOutcome& outcome) {
 // The pipe ends when the program runs, or when the processes have ended. A process that another thread has
 // forked meanwhile may hold it open for as long as it likes, so the last report says that it is the last.
 LaunchOutcome awaitOutcome(Descriptor const& reports, milliseconds longest) {
-    auto const deadline = steady_clock::now() + longest;
+    Deadline const deadline = std::chrono::steady_clock::now() + longest;
     LaunchOutcome outcome;
     std::array<LaunchReport, kMostReports> several = {};
     while (!outcome.isComplete && awaitReports(reports, deadline)) {

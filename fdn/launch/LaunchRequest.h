@@ -22,12 +22,16 @@ struct LaunchRequest {
     CImpersonateInfo const* impersonate; ///< null: the caller's account
     ForkExecLevel level;
     Path const& folder;                      ///< empty: the caller's
-    TMap<String, String> const* environment; ///< null: the caller's
+    TMap<String, String> const* environment; ///< null: the caller's, or what the variables make of it
     std::chrono::milliseconds longestLaunch = kLongestLaunch;
 
     /// The descriptor to which a process between the caller and the program writes how the program ended, as
     /// waitpid() gives it. -1 for no such process.
     int endReport = -1;
+
+    /// Variables for a program that no supervisor of the caller's waits for: its environment is the caller's
+    /// with these set and without NOTIFY_SOCKET. Null for any other program.
+    TMap<String, String> const* variables = nullptr;
 };
 
 } // namespace fdn

@@ -21,18 +21,27 @@ bool hasForeignEnvironment() {
     return getauxval(AT_SECURE) != 0;
 }
 
-std::string toVariable(String const& name, String const& value) {
+std::string toVariableName(String const& name) {
     if (name.empty() || name.find(L'=') != String::npos)
         throw CError("Invalid name of an environment variable: '" + name + "'.");
-    return std::string(toFileName(name).data()) + "=" + toFileName(value).data(); // they often hold paths
+    return toFileName(name).data();
 }
 
-// The old variable goes, however often it is there: programs differ in which of two they take.
-void setVariable(std::vector<std::string>& texts, std::string const& name, std::string const& value) {
+// Values often hold paths.
+std::string toVariableValue(String const& value) {
+    return toFileName(value).data();
+}
+
+// However often it is there: programs differ in which of two they take.
+void removeVariable(std::vector<std::string>& texts, std::string const& name) {
     std::string const start = name + "=";
     auto const isOld = [&](std::string const& text) { return text.compare(0, start.size(), start) == 0; };
     texts.erase(std::remove_if(texts.begin(), texts.end(), isOld), texts.end());
-    texts.push_back(start + value);
+}
+
+void setVariable(std::vector<std::string>& texts, std::string const& name, std::string const& value) {
+    removeVariable(texts, name);
+    texts.push_back(name + "=" + value);
 }
 
 } // namespace
@@ -41,13 +50,21 @@ std::vector<std::string> composeEnvironment(TMap<String, String> const* given) {
     std::vector<std::string> environment;
     if (given != nullptr) {
         for (auto const& [name, value] : *given)
-            environment.push_back(toVariable(name, value));
+            environment.push_back(toVariableName(name) + "=" + toVariableValue(value));
     } else if (hasForeignEnvironment()) {
         environment.emplace_back(kSystemsPath);
     } else {
         for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable)
             environment.emplace_back(*variable);
     }
+    return environment;
+}
+
+std::vector<std::string> composeUnsupervisedEnvironment(TMap<String, String> const& variables) {
+    std::vector<std::string> environment = composeEnvironment(nullptr);
+    removeVariable(environment, "NOTIFY_SOCKET");
+    for (auto const& [name, value] : variables)
+        setVariable(environment, toVariableName(name), toVariableValue(value));
     return environment;
 }
 

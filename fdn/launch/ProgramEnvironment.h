@@ -15,6 +15,10 @@ namespace fdn {
 /// be given.
 std::vector<std::string> composeEnvironment(TMap<String, String> const* given);
 
+/// The caller's environment with these variables in place of any that it has, and without the address of the
+/// caller's supervisor, NOTIFY_SOCKET. Throws as above.
+std::vector<std::string> composeUnsupervisedEnvironment(TMap<String, String> const& variables);
+
 /// Sets the variables that follow the account (POSIX, Environment Variables): HOME, USER, LOGNAME and SHELL.
 void setAccountVariables(std::vector<std::string>& environment, UserRecord const& account);
 

@@ -1,14 +1,19 @@
 #pragma once
 
+#include <fdn/LogLevel.h>
 #include <fdn/String.h>
+#include <fdn/log/FixedText.h>
 
 #include <exception>
 #include <string>
+#include <string_view>
 
 namespace fdn {
 
-/// How serious an entry is.
-enum class LogLevel { Info, Error };
+/// The start tag of an entry by the calling thread at this time. A signal handler may make one.
+FixedText<160> composeStartTag(LogLevel level);
+
+constexpr std::string_view kEndOfEntry = "</entry>\n";
 
 /// An entry of the log as one line: an XML element with the time and the calling process and thread, around
 /// the content, which must be XML on one line, and a line feed.

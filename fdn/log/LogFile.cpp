@@ -28,10 +28,14 @@ constexpr int kOldFiles = 5;
 // that a terminal does not become a daemon's controlling one.
 constexpr int kOpenFlags = O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
-struct stat examine(Descriptor const& file) {
+struct stat examine(int file) {
     struct stat info = {};
-    fstat(file.get(), &info);
+    fstat(file, &info);
     return info;
+}
+
+struct stat examine(Descriptor const& file) {
+    return examine(file.get());
 }
 
 // Whether `more` bytes would make the file too large. No line is too long for an empty file.
@@ -71,6 +75,11 @@ void LogFile::append(std::string const& line) {
         writeOnce(line);
 }
 
+bool LogFile::isSameAs(int descriptor) const {
+    struct stat info = {};
+    return fstat(descriptor, &info) == 0 && getFileId(info) == getFileId(m_info);
+}
+
 // A program that has closed all descriptors may have a file of its own under the log's number by now, which
 // must be neither written to nor closed.
 void LogFile::letGoWhenClosed() {
@@ -82,7 +91,7 @@ void LogFile::reopen() {
     m_file.reset();
     if (!m_place.folder.getText().empty())
         ensureFolderExists(m_place.folder, m_place.folderMode);
-    Descriptor file = openByName();
+    Descriptor file = isSharedWithProgram() ? Descriptor() : openByName();
     m_isDuplicate = !file.isOpen();
     if (m_isDuplicate)
         file = duplicateGiven();
@@ -93,6 +102,14 @@ void LogFile::reopen() {
         throw CError("The log '" + m_place.file.getText() + "' is no regular file.");
     m_file = std::move(file);
     m_end = kUnknown;
+}
+
+// A file that the program also writes to by itself, through the descriptor. If it were opened by name, each
+// would write where it has left off, over what the other has written meanwhile.
+bool LogFile::isSharedWithProgram() const {
+    int const descriptor = m_place.descriptor;
+    return descriptor >= 0 && S_ISREG(examine(descriptor).st_mode) &&
+           (fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
 }
 
 // Opens a file for reading as well when that is allowed, for the look at its last line. A pipe is opened for
@@ -169,7 +186,8 @@ bool LogFile::endsWithinLine() const {
 }
 
 void LogFile::writeOnce(std::string const& bytes) {
-    auto const writeBytes = m_isDuplicate ? &writeWithoutWaiting : &writeQuietly;
+    bool const mayBlock = m_isDuplicate && !S_ISREG(m_info.st_mode);
+    auto const writeBytes = mayBlock ? &writeWithoutWaiting : &writeQuietly;
     ssize_t const written = writeBytes(m_file.get(), bytes.data(), bytes.size());
     if (written == -1)
         fail("write");

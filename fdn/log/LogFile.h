@@ -25,9 +25,15 @@ public:
     /// be opened, or took the line only in part or not at all; the next line then tries again.
     void append(std::string const& line);
 
+    Path const& getPath() const { return m_place.file; }
+
+    /// Whether this descriptor of the program leads to the file that the last line went to.
+    bool isSameAs(int descriptor) const;
+
 private:
     void letGoWhenClosed();
     void reopen();
+    bool isSharedWithProgram() const;
     Descriptor openByName() const;
     Descriptor duplicateGiven() const;
     void rotate(std::size_t size);

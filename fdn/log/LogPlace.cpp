@@ -1,60 +1,25 @@
 #include <fdn/log/LogPlace.h>
 
 #include <fdn/CError.h>
-#include <fdn/currentFolder.h>
-#include <fdn/fileName.h>
 
-#include <climits>
-#include <optional>
 #include <string>
 
-#include <errno.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 namespace fdn {
 
 namespace {
 
-// Refuses a name that is not text, because its nearest text would name another file.
-String toText(char const* name) {
-    std::optional<String> const text = fromFileName(name);
-    if (!text)
-        throw CError("The log's name is not text in the locale's encoding.");
-    return *text;
-}
-
-// Counts as unset in a set-user-ID program, which has more rights than its user and must not write where that
-// user says (secure_getenv(3)).
-String getTrustedVariable(char const* name) {
-    char const* const value = secure_getenv(name);
-    return value == nullptr ? String() : toText(value);
-}
-
-bool isRoot() {
-    return geteuid() == 0;
-}
-
-// The name of the executable's file, without the mark that the kernel adds once that file was deleted or
-// replaced.
-String getProgramName() {
-    String const deletedMark(" (deleted)");
-    char file[PATH_MAX];
-    ssize_t const length = readlink("/proc/self/exe", file, sizeof file);
-    if (length == -1)
-        return toText(program_invocation_short_name);
-    String name = toText(std::string(file, static_cast<std::size_t>(length)).c_str()).AfterLast(L'/');
-    if (name.EndsWith(deletedMark))
-        name.resize(name.length() - deletedMark.length());
-    return name;
+bool isRoot(LogOwner const& owner) {
+    return owner.getUser() == 0;
 }
 
 // Follows the XDG Base Directory 0.8, by which a relative path does not count either.
-String getUserStateFolder() {
-    String const stateFolder = getTrustedVariable("XDG_STATE_HOME");
+String getUserStateFolder(LogOwner const& owner) {
+    String const stateFolder = owner.getVariable("XDG_STATE_HOME");
     if (CUnixPathTraits::isAbsolute(stateFolder))
         return stateFolder;
-    String const home = getTrustedVariable("HOME");
+    String const home = owner.getVariable("HOME");
     if (CUnixPathTraits::isAbsolute(home))
         return home + "/.local/state";
     throw CError("The user has no folder for logs.");
@@ -75,30 +40,37 @@ int getNamedDescriptor(String const& file) {
     return std::stoi(number.toUTF8());
 }
 
-LogPlace getNamedPlace(String const& file) {
+LogPlace getNamedPlace(LogOwner const& owner, String const& file) {
     LogPlace place;
-    place.file = CUnixPathTraits::isAbsolute(file) ? Path(file)
-                                                   : Path(getCurrentWorkDirectoryAsString()) << Path(file);
+    place.file = CUnixPathTraits::isAbsolute(file) ? Path(file) : owner.getCurrentFolder() << Path(file);
     place.isAnyKind = true;
     place.descriptor = getNamedDescriptor(file);
     return place;
 }
 
-LogPlace getUsualPlace() {
-    String const program = getProgramName();
+LogPlace getUsualPlace(LogOwner const& owner) {
+    String const program = owner.getProgramName();
     LogPlace place;
-    place.folder = Path(isRoot() ? String("/var/log") : getUserStateFolder()) << Path(program);
-    place.folderMode = isRoot() ? 0750 : 0700;
+    place.folder = Path(isRoot(owner) ? String("/var/log") : getUserStateFolder(owner)) << Path(program);
+    place.folderMode = isRoot(owner) ? 0750 : 0700;
     place.file = place.folder << Path(program + ".log");
     return place;
 }
 
 } // namespace
 
-LogPlace chooseLogPlace() {
-    String const named = getTrustedVariable("FDN_LOG_FILE");
-    LogPlace place = named.empty() ? getUsualPlace() : getNamedPlace(named);
-    place.fileMode = isRoot() ? 0640 : 0600;
+LogPlace chooseLogPlace(LogOwner const& owner) {
+    String const named = owner.getVariable("FDN_LOG_FILE");
+    LogPlace place = named.empty() ? getUsualPlace(owner) : getNamedPlace(owner, named);
+    place.fileMode = isRoot(owner) ? 0640 : 0600;
+    return place;
+}
+
+LogPlace getPlaceOfStandardError() {
+    LogPlace place;
+    place.file = Path("/proc/self/fd/2");
+    place.isAnyKind = true;
+    place.descriptor = STDERR_FILENO;
     return place;
 }
 

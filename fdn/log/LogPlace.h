@@ -1,6 +1,7 @@
 #pragma once
 
 #include <fdn/Path.h>
+#include <fdn/log/LogOwner.h>
 
 namespace fdn {
 
@@ -21,8 +22,10 @@ struct LogPlace {
     int folderMode = 0;
 };
 
-/// The place that follows from the environment, the effective user and the name of the program's file, by the
-/// rules that CXMLLog describes. Throws CError when there is none.
-LogPlace chooseLogPlace();
+/// The place of the owner's log, by the rules that CXMLLog describes. Throws CError when there is none.
+LogPlace chooseLogPlace(LogOwner const& owner);
+
+/// Standard error as a place for lines, by a name below which no file can come into being.
+LogPlace getPlaceOfStandardError();
 
 } // namespace fdn

@@ -1,21 +1,17 @@
 #include <fdn/log/XMLText.h>
 
+#include <fdn/log/characters.h>
+
 #include <algorithm>
 
 namespace fdn {
 
 namespace {
 
-constexpr wchar_t kReplacement = 0xFFFD;
-
-bool isControl(wxUint32 code) {
-    return code < 0x20 || (code >= 0x7F && code <= 0x9F);
-}
-
 // The production Char of XML 1.0 (2.2).
 bool isAllowed(wxUint32 code) {
-    return code == '\t' || code == '\n' || code == '\r' || (code >= 0x20 && code <= 0xD7FF) ||
-           (code >= 0xE000 && code <= 0xFFFD) || (code >= 0x10000 && code <= 0x10FFFF);
+    return code == '\t' || code == '\n' || code == '\r' ||
+           (code >= 0x20 && isRepresentable(code) && code != 0xFFFE && code != 0xFFFF);
 }
 
 // Whether the character stands for itself, in one byte. It is an object because the compiler does not inline
@@ -26,14 +22,14 @@ constexpr auto isPlain = [](wchar_t code) {
 
 void appendEscaped(std::wstring& escaped, wxUint32 code) {
     if (!isAllowed(code))
-        escaped += kReplacement;
+        escaped += kReplacementCharacter;
     else if (code == '&')
         escaped += L"&amp;";
     else if (code == '<')
         escaped += L"&lt;";
     else if (code == '>')
         escaped += L"&gt;";
-    else if (isControl(code))
+    else if (isControlCharacter(code))
         escaped += L"&#" + std::to_wstring(code) + L";";
     else
         escaped += static_cast<wchar_t>(code);

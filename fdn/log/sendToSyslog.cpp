@@ -28,22 +28,24 @@ bool connectToSyslog(Descriptor const& socket) {
 
 // Each message gets a socket of its own, which works even after the reader was restarted, or the program has
 // closed descriptors that it does not know.
-bool sendOver(int type, std::string const& bytes) {
+bool sendOver(int type, char const* bytes, std::size_t size) {
     Descriptor const connection(socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!connection.isOpen() || !connectToSyslog(connection))
         return false;
-    return send(connection.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
-           static_cast<ssize_t>(bytes.size());
+    return send(connection.get(), bytes, size, MSG_NOSIGNAL) == static_cast<ssize_t>(size);
 }
 
 } // namespace
 
 bool sendToSyslog(int priority, std::string const& message) {
-    std::string const framed = frame(priority, message);
-    if (sendOver(SOCK_DGRAM, framed))
+    return sendFramedToSyslog(frame(priority, message));
+}
+
+bool sendFramedToSyslog(std::string_view message) {
+    if (sendOver(SOCK_DGRAM, message.data(), message.size()))
         return true;
     // Some readers take only streams, in which a NUL ends a message.
-    return errno == EPROTOTYPE && sendOver(SOCK_STREAM, framed + '\0');
+    return errno == EPROTOTYPE && sendOver(SOCK_STREAM, message.data(), message.size() + 1);
 }
 
 } // namespace fdn

@@ -3,6 +3,7 @@
 #include "TestDaemonTest.h"
 
 #include "support/BackgroundCall.h"
+#include "support/Supervisor.h"
 #include "support/await.h"
 #include "support/fileInfo.h"
 
@@ -10,6 +11,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <mutex>
 
@@ -525,6 +527,25 @@ TEST_P(EntryHookTest, ErrorIsLoggedAndPrintedOnceAndGivesStatus2) {
     expected.push_back(escaped(message));
     EXPECT_THAT(m_log.entries(), testing::ElementsAreArray(expected));
     EXPECT_FALSE(std::filesystem::exists(pidFile()));
+}
+
+TEST_P(EntryHookTest, ErrorIsToldToTheSupervisorOnce) {
+    test::Supervisor const supervisor;
+
+    run(in({"daemon"}), hook + "=throw");
+
+    std::string const failure = "STATUS=Thrown in " + hook + ".";
+    std::vector<std::string> const messages = supervisor.messages();
+    EXPECT_EQ(1, std::count(messages.begin(), messages.end(), failure));
+    EXPECT_EQ(failure, messages.back());
+}
+
+TEST_P(EntryHookTest, ErrorOfAnotherCommandIsNotToldToTheSupervisor) {
+    test::Supervisor const supervisor;
+
+    run(in({"nothing"}), hook + "=throw");
+
+    EXPECT_EQ("(none)", supervisor.take());
 }
 
 // What the runtime says about an uncaught exception comes after everything that belongs to this program.

@@ -3,14 +3,17 @@
 #include "support/BackgroundCall.h"
 #include "support/CapturedLog.h"
 #include "support/Program.h"
+#include "support/Supervisor.h"
 #include "support/TemporaryFolder.h"
 #include "support/await.h"
 #include "support/errors.h"
+#include "support/processInfo.h"
 
 #include <fdn/CPIDFile.h>
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <mutex>
@@ -357,6 +360,156 @@ TEST_F(CDaemonManagerTest, TakesStopRequestsFromManyThreadsWhileDaemonsComeAndGo
     for (std::thread& stopper : stoppers)
         stopper.join();
     EXPECT_TRUE(m_daemon->shouldStop());
+}
+
+/// The manager is the library's own, which tells its supervisor.
+class SupervisedManager : public testing::Test {
+protected:
+    static constexpr char kClaiming[] = "STATUS=Claiming the PID file";
+    static constexpr char kInitializing[] = "STATUS=Initializing";
+    static constexpr char kReady[] = "READY=1\nSTATUS=Running";
+    static constexpr char kStopping[] = "STOPPING=1";
+
+    /// What the supervisor hears of a run.
+    std::vector<std::string> messagesOfRun() {
+        try {
+            m_manager->runDaemon(m_daemon.get());
+        } catch (...) { // NOLINT(bugprone-empty-catch): the test is about what the supervisor hears
+        }
+        return m_supervisor.messages();
+    }
+
+    test::TemporaryFolder m_folder;
+    test::CapturedLog m_log;
+    test::Supervisor m_supervisor;
+    fdn::P<dmn::CDaemonManager> m_manager = fdn::newObj<dmn::CDaemonManager>();
+    fdn::P<ScriptedDaemon> m_daemon = fdn::newObj<ScriptedDaemon>(m_folder.path());
+};
+
+TEST_F(SupervisedManager, TellsHowFarItIs) {
+    m_daemon->onRun = [&] {
+        EXPECT_THAT(m_supervisor.messages(), ElementsAre(kClaiming, kInitializing, kReady));
+    };
+
+    EXPECT_THAT(messagesOfRun(), IsEmpty());
+}
+
+TEST_F(SupervisedManager, CountsTheStepsOfInitAndNoOthers) {
+    m_daemon->onInit = [&] {
+        for (int i = 0; i < 2; ++i)
+            m_daemon->progress->onOperationStepDone();
+    };
+    m_daemon->onRun = [&] { m_daemon->progress->onOperationStepDone(); };
+
+    EXPECT_THAT(messagesOfRun(), ElementsAre(kClaiming, kInitializing, "STATUS=Initializing: 1 step done",
+                                             "STATUS=Initializing: 2 steps done", kReady));
+}
+
+// There is no room for all that it is told at once.
+TEST_F(SupervisedManager, IsReadyForASupervisorWhoReadsSlowly) {
+    std::vector<std::string> heard;
+    std::thread reader;
+    m_daemon->onInit = [&] {
+        for (int i = 0; i < 5000; ++i)
+            m_daemon->progress->onOperationStepDone();
+        reader = std::thread([&] {
+            EXPECT_TRUE(test::awaitSleep(getpid()));
+            EXPECT_TRUE(test::await([&] {
+                heard = m_supervisor.messages();
+                return testing::Value(heard, testing::Contains(kReady));
+            }));
+        });
+    };
+
+    m_manager->runDaemon(m_daemon.get());
+
+    reader.join();
+}
+
+TEST_F(SupervisedManager, HoldsThePIDFileWhenItSaysThatItIsReady) {
+    m_daemon->onInit = [&] { EXPECT_EQ(fdn::CPIDFile::getActivePID(m_folder / "app.pid"), getpid()); };
+
+    EXPECT_THAT(messagesOfRun(), testing::Contains(kReady));
+}
+
+TEST_F(SupervisedManager, TellsOfAStopOnce) {
+    m_daemon->onRun = [&] {
+        m_supervisor.messages();
+        m_manager->signalStop();
+        m_manager->signalStop();
+    };
+
+    EXPECT_THAT(messagesOfRun(), ElementsAre(kStopping));
+}
+
+TEST_F(SupervisedManager, IsNeverReadyOnceAStopWasRequested) {
+    m_daemon->onInit = [&] { m_manager->signalStop(); };
+
+    EXPECT_THAT(messagesOfRun(), ElementsAre(kClaiming, kInitializing, kStopping));
+}
+
+TEST_F(SupervisedManager, IsReadyOnceHoweverOftenItsStatusIsRunning) {
+    m_daemon->onRun = [&] {
+        m_supervisor.messages();
+        m_manager->setStatus(Status::Running);
+        m_manager->setStatus(Status::Starting);
+        m_manager->setStatus(Status::Running);
+    };
+
+    EXPECT_THAT(messagesOfRun(), IsEmpty());
+}
+
+TEST_F(SupervisedManager, TellsWhyItsRunHasFailed) {
+    m_daemon->onInit = [] { throw fdn::CError(L"No r\u00f6\u00f6m.\nNone."); };
+
+    EXPECT_THAT(messagesOfRun(),
+                ElementsAre(kClaiming, kInitializing, "STATUS=No r\xc3\xb6\xc3\xb6m. None."));
+}
+
+TEST_F(SupervisedManager, TellsWhyThePIDFileCannotBeClaimed) {
+    std::filesystem::remove_all(m_folder.name());
+
+    EXPECT_THAT(messagesOfRun(), ElementsAre(kClaiming, testing::HasSubstr("No such file or directory")));
+}
+
+TEST_F(SupervisedManager, ThatObservesTheStepsItselfTellsAllButThem) {
+    m_manager = fdn::newObj<ObservedManager>();
+    m_daemon->onInit = [&] { m_daemon->progress->onOperationStepDone(); };
+
+    EXPECT_THAT(messagesOfRun(), ElementsAre(kClaiming, kInitializing, kReady));
+}
+
+TEST_F(SupervisedManager, TellsNothingOfARunThatComesAfterItsOwn) {
+    messagesOfRun();
+
+    EXPECT_THAT(messagesOfRun(), ElementsAre(kClaiming, kInitializing));
+}
+
+TEST_F(SupervisedManager, TakesStepsAndStopsFromManyThreads) {
+    m_daemon->onInit = [&] {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([this] {
+                m_daemon->progress->onOperationStepDone();
+                m_manager->signalStop();
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+    };
+
+    std::vector<std::string> const messages = messagesOfRun();
+
+    EXPECT_EQ(std::count(messages.begin(), messages.end(), kStopping), 1);
+    EXPECT_THAT(messages, testing::Contains("STATUS=Initializing: 4 steps done"));
+}
+
+TEST_F(SupervisedManager, DoesNotWaitForASupervisorWhoIsBusy) {
+    m_daemon->onInit = [&] {
+        for (int i = 0; i < 10000; ++i)
+            m_daemon->progress->onOperationStepDone();
+    };
+
+    EXPECT_THAT(messagesOfRun(), testing::Contains(kInitializing));
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "support/CurrentFolder.h"
 #include "support/Obstacles.h"
 #include "support/Program.h"
+#include "support/Supervisor.h"
 #include "support/await.h"
 #include "support/errors.h"
 #include "support/processInfo.h"
@@ -295,6 +296,15 @@ TEST_F(Start, ReturnsWhileTheProgramGoesOnAfterItsStartersEnd) {
 
     EXPECT_EQ(0, outcome.status) << outcome.errors;
     EXPECT_EQ(1U, daemons().size());
+}
+
+TEST_F(Start, DoesNotHandTheStartersSupervisorOn) {
+    SupervisorAddress const address("@supervisor-of-the-starter");
+
+    pid_t const process = start();
+
+    EXPECT_THAT(zeroTerminated("/proc/" + std::to_string(process) + "/environ"),
+                Not(Contains(HasSubstr("NOTIFY_SOCKET"))));
 }
 
 TEST_F(Start, HandsTheEnvironmentOnAndKeepsTheStartersAccount) {

@@ -19,4 +19,4 @@ if(position EQUAL -1)
 endif()
 
 expect_lines(README.md "${readme}" 150)
-expect_lines(examples/minimal/main.cpp "${program}" 30)
+expect_lines(examples/minimal/main.cpp "${program}" 15)

@@ -1,5 +1,6 @@
 #include <fdn/CProcessHandle.h>
 
+#include "support/BackgroundCall.h"
 #include "support/Obstacles.h"
 #include "support/Program.h"
 #include "support/processInfo.h"
@@ -7,16 +8,21 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
+#include <climits>
 #include <csignal>
 #include <iostream>
 #include <string>
 
 #include <sys/syscall.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 namespace {
 
 using fdn::CProcessHandle;
+
+constexpr int kMinuteMs = 60000;
 
 // In a child of the test, because the system's refusal cannot be taken back. The output is what came of it:
 // whether the signal was sent, and errno.
@@ -29,6 +35,49 @@ std::string signalWhereRefused(pid_t process, long call, int error) {
            })
         .output;
 }
+
+// In a child of the test, as above; the process is a child of that child. The output is what awaitEnd() says
+// of it before and after its end.
+std::string awaitWhereRefused(long call, int error) {
+    return test::runInChild([=] {
+               test::refuseSystemCall(call, error);
+               pid_t const process = fork();
+               if (process == 0)
+                   pause();
+               CProcessHandle const handle(process);
+               std::cout << handle.awaitEnd(0) << handle.awaitEnd(60);
+               kill(process, SIGKILL);
+               std::cout << handle.awaitEnd(kMinuteMs);
+           })
+        .output;
+}
+
+void ignoreSignal(int) {}
+
+/// While it lives, a signal interrupts this process every few milliseconds.
+class ManySignals {
+public:
+    ManySignals() {
+        struct sigaction treatment = {};
+        treatment.sa_handler = &ignoreSignal;
+        sigaction(SIGALRM, &treatment, nullptr);
+        set(3000);
+    }
+
+    ManySignals(ManySignals const&) = delete;
+    ManySignals& operator=(ManySignals const&) = delete;
+
+    ~ManySignals() {
+        set(0);
+        signal(SIGALRM, SIG_DFL);
+    }
+
+private:
+    static void set(suseconds_t microseconds) {
+        itimerval const interval = {{0, microseconds}, {0, microseconds}};
+        setitimer(ITIMER_REAL, &interval, nullptr);
+    }
+};
 
 } // namespace
 
@@ -109,4 +158,68 @@ TEST(CProcessHandle, LeavesNoDescriptorOpen) {
     CProcessHandle(process.pid()).sendSignal(0);
 
     EXPECT_EQ(test::descriptorsOf(getpid()), before);
+}
+
+TEST(CProcessHandle, AwaitsTheEndOfTheProcess) {
+    test::Program process({"sleep", "1000"});
+    CProcessHandle const handle(process.pid());
+    EXPECT_FALSE(handle.awaitEnd(0));
+
+    test::BackgroundCall const waiting([&] { EXPECT_TRUE(handle.awaitEnd(kMinuteMs)); });
+    EXPECT_TRUE(waiting.getsBlocked());
+    process.sendSignal(SIGKILL);
+}
+
+// The process stays a zombie until wait().
+TEST(CProcessHandle, TakesAZombieForEnded) {
+    test::Program process({"true"});
+    CProcessHandle const handle(process.pid());
+
+    EXPECT_TRUE(handle.awaitEnd(kMinuteMs));
+    EXPECT_TRUE(handle.awaitEnd(0));
+
+    process.wait();
+    EXPECT_TRUE(handle.awaitEnd(0));
+}
+
+TEST(CProcessHandle, OfNoProcessHasNothingToAwait) {
+    test::Program process({"true"});
+    process.wait();
+
+    for (pid_t const gone : {process.pid(), 0, -1, -getpid()})
+        EXPECT_TRUE(CProcessHandle(gone).awaitEnd(kMinuteMs)) << gone;
+}
+
+TEST(CProcessHandle, TakesTheShortestAndTheLongestTimeToWait) {
+    test::Program process({"sleep", "1000"});
+    CProcessHandle const handle(process.pid());
+
+    for (int const none : {INT_MIN, -1, 0})
+        EXPECT_FALSE(handle.awaitEnd(none));
+
+    test::BackgroundCall const waiting([&] { EXPECT_TRUE(handle.awaitEnd(INT_MAX)); });
+    EXPECT_TRUE(waiting.getsBlocked());
+    process.sendSignal(SIGKILL);
+}
+
+TEST(CProcessHandle, EndsItsWaitHoweverManySignalsCome) {
+    test::Program const process({"sleep", "1000"});
+    ManySignals const signals;
+
+    EXPECT_FALSE(CProcessHandle(process.pid()).awaitEnd(100));
+}
+
+TEST(CProcessHandle, WaitsItsFullTimeHoweverManySignalsCome) {
+    test::Program const process({"sleep", "1000"});
+    ManySignals const signals;
+    auto const start = std::chrono::steady_clock::now();
+
+    CProcessHandle(process.pid()).awaitEnd(100);
+
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
+}
+
+TEST(CProcessHandle, LooksForTheEndWhereTheSystemGivesNoHandle) {
+    EXPECT_EQ(awaitWhereRefused(SYS_pidfd_open, ENOSYS), "001");
+    EXPECT_EQ(awaitWhereRefused(SYS_pidfd_open, EPERM), "001");
 }

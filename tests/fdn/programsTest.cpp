@@ -911,6 +911,58 @@ TEST(CIPCConnectionToSubProcess, ClosesItsEndWhenItGoes) {
     EXPECT_EQ(test::descriptorsOf(getpid()), descriptors);
 }
 
+// What a program writes that was launched with these variables, in this account, from a caller with a
+// supervisor.
+std::string writtenByLaunched(std::string const& script, Variables const& variables,
+                              CImpersonateInfo* account = nullptr) {
+    TemporaryFolder const folder;
+    test::setMode(folder.name(), 0777);
+    setenv("NOTIFY_SOCKET", "@supervisor-of-the-caller", 1);
+    fdn::launchDetached(shell(("{ " + script + "; } >output.new; mv output.new output").c_str()), account,
+                        folder.path(), variables);
+    unsetenv("NOTIFY_SOCKET");
+    EXPECT_TRUE(await([&] { return access(folder.name("output").c_str(), F_OK) == 0; }));
+    return test::readFile(folder.name("output"));
+}
+
+class LaunchDetached : public LeavesNothingBehind {};
+
+TEST_F(LaunchDetached, SetsTheVariablesInTheCallersEnvironment) {
+    setenv("FDN_TEST_VARIABLE", "kept", 1);
+    setenv("FDN_TEST_OTHER", "old", 1);
+
+    std::string const environment =
+        writtenByLaunched("env", {{"FDN_TEST_OTHER", "new"}, {"FDN_TEST_NEW", ""}});
+
+    EXPECT_THAT(linesOf(environment),
+                IsSupersetOf({"FDN_TEST_VARIABLE=kept", "FDN_TEST_OTHER=new", "FDN_TEST_NEW="}));
+    EXPECT_THAT(linesOf(environment), Not(Contains("FDN_TEST_OTHER=old")));
+    unsetenv("FDN_TEST_VARIABLE");
+    unsetenv("FDN_TEST_OTHER");
+}
+
+TEST_F(LaunchDetached, DoesNotHandTheCallersSupervisorOn) {
+    EXPECT_EQ(writtenByLaunched("echo ${NOTIFY_SOCKET-none}", {}), "none\n");
+    EXPECT_EQ(writtenByLaunched("echo $NOTIFY_SOCKET", {{"NOTIFY_SOCKET", "@other"}}), "@other\n");
+}
+
+TEST_F(LaunchDetached, GivesTheProgramNoStreamsOfTheCallers) {
+    EXPECT_EQ(writtenByLaunched("readlink /proc/$$/fd/0; readlink /proc/$$/fd/2", {}),
+              "/dev/null\n/dev/null\n");
+}
+
+TEST_F(LaunchDetached, RefusesVariablesThatWouldBeOthers) {
+    for (char const* name : {"", "A=B", "="})
+        EXPECT_THROW(fdn::launchDetached(shell("true"), nullptr, Path(), {{name, "value"}}), CError) << name;
+}
+
+TEST_F(LaunchDetached, SaysWhichProgramCannotBeStarted) {
+    CError const error =
+        errorOf([] { fdn::launchDetached(command("/no/such/program"), nullptr, Path(), {}); });
+
+    EXPECT_EQ(error.getMessage(), "execve failed for '/no/such/program': No such file or directory.");
+}
+
 class Impersonation : public test::AccountsTest {
 protected:
     static fdn::P<CImpersonateInfo> user() {
@@ -995,6 +1047,14 @@ TEST_F(Impersonation, LetsAGivenEnvironmentFollowTheAccount) {
     EXPECT_THAT(linesOf(environmentAsUser(&environment)),
                 UnorderedElementsAre("A=1", "HOMES=2", "HOME=/run/private-root/home/dmnuser", "USER=dmnuser",
                                      "LOGNAME=dmnuser", "SHELL=/bin/sh"));
+}
+
+TEST_F(Impersonation, LetsTheEnvironmentOfALaunchedProgramFollowTheAccount) {
+    std::string const environment = writtenByLaunched("env", {{"HOME", "/root"}, {"A", "1"}}, user().get());
+
+    EXPECT_THAT(linesOf(environment),
+                IsSupersetOf({"A=1", "HOME=/run/private-root/home/dmnuser", "USER=dmnuser"}));
+    EXPECT_THAT(linesOf(environment), Not(Contains("HOME=/root")));
 }
 
 TEST_F(Impersonation, EntersTheFolderWithTheAccountsRights) {

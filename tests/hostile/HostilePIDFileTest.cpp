@@ -180,7 +180,7 @@ TEST_F(HostilePIDFileTest, OfTheAccountHasTheSystemsFirstProcessLeftAlone) {
                    "--controlFolder=" + controlFolder(), "stop"});
 
     EXPECT_EQ(0, outcome.status);
-    EXPECT_EQ("1 1\n", outcome.output);
+    EXPECT_EQ("1 1\nheartbeat does not run.\n", outcome.output);
 }
 
 /// Something that is not a file of the daemon, in the place of its PID file.
@@ -241,9 +241,10 @@ TEST_F(HostilePIDFileTest, ThatIsAFolderKeepsTheDaemonFromComingUp) {
     fs::create_directory(pidFile());
 
     EXPECT_EQ(0, runHeartbeat({"stop"}).status);
-    EXPECT_EQ(0, runHeartbeat({"start"}).status);
+    Outcome const starting = runHeartbeat({"start"});
 
-    EXPECT_TRUE(awaitError(pidFile()));
+    EXPECT_EQ(2, starting.status);
+    EXPECT_NE(std::string::npos, starting.output.find(pidFile())) << starting.output;
     EXPECT_NE(0, status());
     EXPECT_TRUE(fs::is_directory(pidFile()));
 }

@@ -1,5 +1,6 @@
 #include "life_cycle/LifeCycle.h"
 
+#include "support/Supervisor.h"
 #include "support/processInfo.h"
 
 #include <filesystem>
@@ -103,7 +104,7 @@ protected:
         Outcome const outcome =
             test::run(asUser("dmnuser", with(misleadingEnvironment(),
                                              {executable(), "--controlFolder=" + controlFolder(), word})));
-        EXPECT_EQ("", outcome.output + outcome.errors);
+        EXPECT_EQ("", outcome.errors);
         return outcome.status;
     }
 
@@ -157,8 +158,11 @@ TEST_P(MisledSetUserIDTest, StartsTheDaemonWithNoneOfTheVariablesAndStopsIt) {
     EXPECT_EQ(0, callMisled("start"));
 
     ASSERT_TRUE(awaitUp());
-    EXPECT_EQ(std::string("PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin") + '\0',
-              test::readFile("/proc/" + std::to_string(daemonPID()) + "/environ"));
+    std::string const path =
+        std::string("PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin") + '\0';
+    std::string const environment = test::readFile("/proc/" + std::to_string(daemonPID()) + "/environ");
+    EXPECT_EQ(0U, environment.find(path + "NOTIFY_SOCKET=@"));
+    EXPECT_EQ(environment.size() - 1, environment.find('\0', path.size()));
     EXPECT_EQ(0, callMisled("stop"));
     EXPECT_EQ(3, status());
     EXPECT_EQ(0, callMisled("uninstall"));
@@ -167,5 +171,17 @@ TEST_P(MisledSetUserIDTest, StartsTheDaemonWithNoneOfTheVariablesAndStopsIt) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Shells, MisledSetUserIDTest, testing::Values("/usr/bin/dash", "/usr/bin/bash"));
+
+TEST_F(SetUserIDTest, TellsNothingToASupervisorThatItsUserNames) {
+    test::Supervisor const supervisor;
+    test::Words const command = asUser("dmnuser", {executable(), "--controlFolder=/dev/null", "run"});
+
+    EXPECT_EQ(2, test::run(command).status);
+    EXPECT_EQ("(none)", supervisor.take());
+
+    test::setMode(executable(), 0755);
+    EXPECT_EQ(2, test::run(command).status);
+    EXPECT_NE("(none)", supervisor.take());
+}
 
 } // namespace

@@ -67,8 +67,9 @@ protected:
     /// Expects that the command succeeded, or failed with a reason that it or the loader gave.
     void expectClearOutcome(Outcome const& outcome) const {
         EXPECT_THAT(outcome.status, AnyOf(0, 2, 127));
-        EXPECT_EQ(outcome.status == 0, (outcome.output + outcome.errors).empty())
-            << outcome.output << outcome.errors;
+        bool const hasReason =
+            !outcome.errors.empty() || outcome.output.find("FATAL ERROR: ") != std::string::npos;
+        EXPECT_EQ(outcome.status == 0, !hasReason) << outcome.output << outcome.errors;
     }
 
     /// Expects that, whatever the preparation allows, each command reports truly how it ended and leaves
@@ -104,7 +105,7 @@ protected:
     void expectTruthAboutRunningDaemon(std::string const& preparation) const {
         if (status() != 0)
             start();
-        EXPECT_THAT(callAfter(preparation, "status").status, AnyOf(0, 2, 127));
+        EXPECT_THAT(callAfter(preparation, "status").status, AnyOf(0, 2, 4, 127));
         int const stopping = callAfter(preparation, "stop").status;
         EXPECT_THAT(stopping, AnyOf(0, 2, 127));
         EXPECT_EQ(stopping == 0 ? 3 : 0, status());
@@ -165,8 +166,7 @@ TEST_F(SurroundingsTest, PipeThatNobodyReadsHoldsUpTheMessageAlone) {
 TEST_F(SurroundingsTest, MissingProcIsNamed) {
     ASSERT_EQ(0, mount("none", "/proc", "tmpfs", 0, nullptr));
 
-    for (char const* const word : {"install", "start", "stop", "run"})
-        expectFailure(runHeartbeat({word}), "/proc/self/exe");
+    expectFailure(runHeartbeat({"install"}), "/proc/self/exe");
 
     expectNothingInstalled();
     umount("/proc");
@@ -176,11 +176,15 @@ TEST_F(SurroundingsTest, MissingNullDeviceIsNamedByWhatNeedsIt) {
     install();
     std::string const noDevices = "mount -t tmpfs none /dev";
 
-    for (char const* const word : {"start", "status"})
-        expectFailure(test::run({"unshare", "--mount", "/bin/bash", "-c", noDevices + "; exec \"$@\"", "bash",
-                                 DMN_HEARTBEAT, word}),
-                      "/dev/null");
+    auto const call = [&](char const* word) {
+        return test::run({"unshare", "--mount", "/bin/bash", "-c", noDevices + "; exec \"$@\"", "bash",
+                          DMN_HEARTBEAT, word});
+    };
+    expectFailure(call("start"), "/dev/null");
+    Outcome const looking = call("status");
 
+    EXPECT_EQ(4, looking.status);
+    EXPECT_THAT(looking.output, HasSubstr("/dev/null"));
     EXPECT_EQ(3, status());
 }
 
@@ -199,7 +203,7 @@ TEST_F(SurroundingsTest, PathWithoutRoomForTheDaemonsFilesIsNamed) {
     m_controlFolder = longPath(PATH_MAX - 2);
     install();
 
-    EXPECT_EQ(0, runHeartbeat({"start"}).status);
+    expectFailure(runHeartbeat({"start"}), "The daemon 'heartbeat' has not come up: The file '");
 
     EXPECT_TRUE(awaitError(m_controlFolder + "/heartbeat.txt"));
     EXPECT_NE(0, status());

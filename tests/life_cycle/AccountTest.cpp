@@ -63,12 +63,30 @@ TEST_F(AccountTest, TransientFolderWithoutAGroupGetsTheGroupOfTheAccountsName) {
     std::filesystem::remove("/run/beats");
 }
 
-TEST_F(AccountTest, DaemonThatMayNotUseItsControlFolderDoesNotComeUp) {
+TEST_F(AccountTest, TransientFolderThatIsTheControlFolderGetsItsGroupToo) {
+    Outcome const installing =
+        runHeartbeat({"--controlFolder=/run/beats", "--runas=dmnuser", "--transientFolderAppID=beats",
+                      "--transientFolderGroup=dmnextra", "install"});
+    ASSERT_EQ(0, installing.status) << installing.output;
+    EXPECT_FALSE(std::filesystem::exists("/run/beats")); // the start makes it
+
+    Outcome const starting = runHeartbeat({"start"});
+
+    EXPECT_EQ(0, starting.status) << starting.output;
+    EXPECT_EQ("61001:61003", owners("/run/beats"));
+    EXPECT_EQ(0750U, test::modeOf("/run/beats"));
+    EXPECT_EQ(0, runHeartbeat({"stop"}).status);
+    std::filesystem::remove_all("/run/beats");
+}
+
+TEST_F(AccountTest, DaemonThatMayNotUseItsControlFolderAnyMoreDoesNotComeUp) {
     install({"--runas=dmnuser"});
+    test::setOwner(controlFolder(), 0, 0);
 
-    EXPECT_EQ(0, runHeartbeat({"start"}).status);
+    Outcome const outcome = runHeartbeat({"start"});
 
-    EXPECT_TRUE(awaitError(pidFile()));
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_THAT(outcome.output, HasSubstr(pidFile()));
     EXPECT_EQ(3, status());
 }
 
@@ -128,14 +146,6 @@ TEST_F(AccountTest, InstallByAnOrdinaryUserFailsForWantOfRootPrivileges) {
     EXPECT_EQ(2, outcome.status);
     EXPECT_THAT(outcome.output, HasSubstr(kNoRoot));
     EXPECT_FALSE(std::filesystem::exists(script()));
-}
-
-TEST_F(AccountTest, InstallByAnOrdinaryUserMakesTheControlFolderAllTheSame) {
-    test::setOwner(m_folder.name(), test::kUser, test::kUser);
-
-    test::run(asUser("dmnuser", heartbeat({"install"})));
-
-    EXPECT_EQ("61001:61001", owners(controlFolder()));
 }
 
 TEST_F(AccountTest, DaemonThatIsProcess1StopsOnSIGTERM) {

@@ -17,10 +17,15 @@ apt() {
     in_root sh -c "DEBIAN_FRONTEND=noninteractive apt-get --quiet --yes $*"
 }
 
-# Debian asks this script before it starts or stops anything.
-forbid_starting() {
-    printf '#!/bin/sh\nexit 101\n' >"$root/usr/sbin/policy-rc.d"
+# decree STATUS: the answer of the script that Debian asks before it starts or stops anything. 101 forbids it, 0 allows it
+# even where no init runs.
+decree() {
+    printf '#!/bin/sh\nexit %d\n' "$1" >"$root/usr/sbin/policy-rc.d"
     chmod 755 "$root/usr/sbin/policy-rc.d"
+}
+
+forbid_starting() {
+    decree 101
 }
 
 allow_starting() {

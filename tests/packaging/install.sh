@@ -177,8 +177,9 @@ check_EverySymbolHasAVersionAndBelongsToAPublicNamespace() {
     local name namespaces=fdn
     for name in fdn dmn; do
         expect_line "$name::.*@@${name^^}_1$" <(exported_symbols $name)
+        expect_line "$name::.*@@${name^^}_1\.1$" <(exported_symbols $name)
         expect_no_line '' <(exported_symbols $name |
-            grep -vE "^[A-Z] ((typeinfo( name)?|vtable|VTT|(non-)?(virtual )?thunk) (for|to) )?($namespaces)::.*@@${name^^}_1$")
+            grep -vE "^[A-Z] ((typeinfo( name)?|vtable|VTT|(non-)?(virtual )?thunk) (for|to) )?($namespaces)::.*@@${name^^}_1(\.[0-9]+)?$")
         namespaces='dmn|dmnm'
     done
 }

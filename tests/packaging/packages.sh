@@ -52,15 +52,16 @@ check_RemovedPackagesLeaveNothing() {
 expect_whole_life() {
     local life
     mapfile -t life < <(from_page README.md './minimal install' './minimal uninstall')
-    expect_equal 4 ${#life[@]}
+    expect_equal 5 ${#life[@]}
 
     expect_success in_folder "$1" "${life[0]}"
     expect_status 3 daemon_runs
     expect_success in_folder "$1" "${life[1]}"
-    await "the daemon is up" daemon_runs
+    expect_success daemon_runs
     expect_success in_folder "$1" "${life[2]}"
-    expect_status 3 daemon_runs
     expect_success in_folder "$1" "${life[3]}"
+    expect_status 3 daemon_runs
+    expect_success in_folder "$1" "${life[4]}"
     expect_equal '' "$(find "$root/etc" -name '*minimal')"
 }
 
@@ -149,7 +150,7 @@ check_OtherProgramsOfTheGuideAreBuiltFromTheInstalledFilesAlone() {
     make_machine installed builder
     copy_guide
 
-    for files in controlling.cpp moving_over.cpp 'CSampler.cpp sampler.cpp'; do
+    for files in configuration.cpp controlling.cpp moving_over.cpp operations.cpp plain.cpp 'CSampler.cpp sampler.cpp'; do
         expect_success in_folder /root/guide "g++ -std=c++17 $files \$(pkg-config --cflags --libs dmn) -o program"
     done
     expect_success in_folder /root/guide "$(line_of_page docs/guide/testing.md 'g++')"

@@ -169,7 +169,31 @@ check_InstallationWhereNoInitRunsStartsNothing() {
     expect_in_output 'could not determine current runlevel'
     expect_absent "$pid_file"
     expect_success in_folder / "$(line_of_page examples/template/README.md $script)"
-    await "the daemon is up" in_root start-stop-daemon --status --pidfile $folder/weatherd.pid --user weatherd
+    expect_success in_root weatherd status
+}
+
+check_InstallationWhereNoInitRunsStartsTheDaemonIfThePolicyAllowsIt() {
+    make_machine template runtime sysvinit
+    decree 0
+
+    expect_success apt install "$package"
+
+    expect_success in_root weatherd status
+    expect_success apt remove weatherd
+    expect_absent "$pid_file"
+    expect_absent "$root$script"
+}
+
+check_PolicyAgainstStartingIsHonouredWhereNoInitRuns() {
+    make_machine template runtime sysvinit
+    decree 101
+
+    expect_success apt install "$package"
+
+    expect_in_output 'policy-rc.d denied execution of start'
+    expect_status 3 in_root weatherd status
+    expect_success apt remove weatherd
+    expect_absent "$root$script"
 }
 
 check_NameThatNoPackageHasIsRefused() {

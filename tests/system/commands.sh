@@ -182,4 +182,35 @@ check_StartStopDaemonAndTheFunctionsOfTheLSBAgreeThatTheDaemonWasKilled() {
     expect_all_say 1
 }
 
+# supervise COMMAND...: runs the command in the machine as a service's supervisor does (sd_notify(3)), and keeps what the
+# supervisor was told.
+supervise() {
+    expect_success inside supervise sh -c '"$@" >/dev/null' sh "$@"
+    told=$output
+}
+
+# The supervisor listens until the daemon has ended.
+check_SupervisorOfTheShellThatStartsTheDaemonHearsNothingOfIt() {
+    make_running_machine
+    expect_success inside $script stop
+
+    local start
+    for start in "heartbeat start" "heartbeat --no-wait start" "$script start" "$script restart"; do
+        supervise sh -c "$start && until heartbeat status; do :; done; heartbeat stop"
+        expect_equal '' "$told"
+    done
+}
+
+check_SupervisorOfTheDaemonItselfHearsAllOfIt() {
+    make_machine_in_link_order
+    boot
+    # shellcheck disable=SC2016 # The shell in the machine expands it.
+    supervise sh -c 'heartbeat "$@" run & until heartbeat "$@" status; do :; done; heartbeat "$@" stop; wait' \
+        sh --controlFolder=$folder
+
+    expect_line '^STATUS=Initializing$' <(echo "$told")
+    expect_line '^READY=1$' <(echo "$told")
+    expect_line '^STOPPING=1$' <(echo "$told")
+}
+
 run_check "$@"

@@ -70,7 +70,7 @@ expect_offered() {
 }
 
 complete_commands() {
-    expect_offered 'heartbeat ' 'heartbeat daemon install run start status stop uninstall'
+    expect_offered 'heartbeat ' 'heartbeat check daemon help install last restart run start status stop uninstall'
     expect_offered 'heartbeat --timeout=5 st' 'heartbeat --timeout=5 start status stop'
     # bash-completion needs the key twice for any program with a path.
     expect_completed '/usr/local/sbin/heartbeat ins\t' '/usr/local/sbin/heartbeat install'
@@ -82,6 +82,7 @@ complete_options() {
     expect_completed 'heartbeat start --tim' 'heartbeat start --timeout='
     expect_completed 'heartbeat --runas-' 'heartbeat --runas-password='
     expect_completed 'heartbeat --inter' 'heartbeat --interval='
+    expect_completed 'heartbeat start --no' 'heartbeat start --no-wait'
 }
 
 complete_values() {
@@ -91,6 +92,7 @@ complete_values() {
     expect_completed 'heartbeat -g dmne' 'heartbeat -g dmnextra'
     expect_completed "heartbeat --controlFolder=$folder/o" "heartbeat --controlFolder=$folder/only/"
     expect_completed "heartbeat -c $folder/w" "heartbeat -c $folder/with\\ blank/"
+    expect_completed 'heartbeat --log-level=w' 'heartbeat --log-level=warning'
     expect_completed "heartbeat --message=$TMPDIR/scr" "heartbeat --message=$TMPDIR/screen"
 }
 
@@ -139,7 +141,7 @@ check_GuideShowsTheFilesOfTheExample() {
     local page=docs/guide/options-and-commands.md files=$sources/examples/heartbeat/completion
 
     expect_equal "$(grep -v '^#' "$files/heartbeat")" "$(from_page $page '_completion_loader' '_dmn_complete')"
-    expect_equal "$(cat "$files/_heartbeat")" "$(from_page $page '#compdef' '_dmn ')"
+    expect_equal "$(cat "$files/_heartbeat")" "$(from_page $page '#compdef' '_dmn_service ')"
 }
 
 run_check "$@"

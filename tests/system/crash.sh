@@ -64,6 +64,36 @@ check_StopAfterACrashSignalsNobody() {
     expect_status 1 inside heartbeat status
 }
 
+check_StatusAfterACrashSaysThatTheDaemonIsDeadUntilItIsStartedAgain() {
+    make_crashed_machine
+    rm "$root"/etc/rc2.d/S90heartbeat
+    boot
+
+    expect_status 1 inside heartbeat status
+    expect_in_output "^heartbeat is dead: .*'$folder/heartbeat.pid'"
+    expect_success inside $script start
+    expect_in_output '^heartbeat is running'
+    expect_running
+    expect_success inside $script stop
+    expect_not_running
+}
+
+check_StatusAfterACrashOfADaemonWhoseControlFolderWasInMemorySaysThatItIsStopped() {
+    make_machine_in_link_order
+    in_root heartbeat --controlFolder=/run/heartbeat --interval=3600 install
+    boot
+    expect_running
+    crash
+    rm "$root"/etc/rc2.d/S90heartbeat
+
+    boot
+
+    expect_status 3 inside heartbeat status
+    expect_in_output '^heartbeat does not run\.$'
+    expect_success inside $script start
+    expect_running
+}
+
 check_UninstallAfterACrashSignalsNobody() {
     make_crashed_machine
     rm "$root"/etc/rc2.d/S90heartbeat

@@ -28,6 +28,37 @@ check_InstallAloneDoesNotStartTheDaemonAtBoot() {
     expect_not_running
 }
 
+check_InstallNamesTheCommandThatHasTheDaemonStartedAtBoot() {
+    make_machine
+    expect_success in_root heartbeat --controlFolder=$folder --interval=3600 install
+    expect_in_output '^  update-rc\.d heartbeat defaults$'
+    local command
+    command=$(grep '^  update-rc' <<<"$output")
+
+    expect_success in_root sh -c "$command"
+
+    expect_started_and_stopped
+}
+
+check_CheckFindsThatTheDaemonDoesNotStartAtBootAndItsRemedyMendsThat() {
+    make_machine
+    install_heartbeat
+    boot
+    expect_not_running
+    expect_status 1 inside heartbeat check
+    expect_in_output '^The daemon does not start at boot: '
+    local remedy
+    remedy=$(sed -n 's/^  Remedy: //p' <<<"$output")
+
+    expect_success inside sh -c "$remedy"
+
+    expect_success inside heartbeat check
+    expect_in_output '^heartbeat: nothing found\.$'
+    reboot
+    await_up
+    expect_success inside heartbeat check
+}
+
 # Expects that boot starts the daemon and halt stops it. At halt, the script and the SIGTERM of the system
 # come at the same time.
 expect_started_and_stopped() {

@@ -15,6 +15,9 @@ console=$machine/console.txt
 base_layer=init
 roots_environment=(HOME=/root PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin)
 
+# The program, which is also its ID. Checks of another one set all of this anew.
+daemon=heartbeat
+
 # In the machine:
 script=/etc/init.d/heartbeat
 folder=/var/lib/heartbeat
@@ -167,7 +170,7 @@ await_up() {
 }
 
 is_up() {
-    inside heartbeat status >/dev/null
+    inside $daemon status >/dev/null
 }
 
 # await_successor PID: waits until the daemon runs as another process than this.
@@ -184,11 +187,11 @@ kill_daemon() {
 }
 
 expect_running() {
-    expect_status 0 inside heartbeat status
+    expect_status 0 inside $daemon status
 }
 
 expect_not_running() {
-    expect_status 3 inside heartbeat status
+    expect_status 3 inside $daemon status
 }
 
 # Expects that the daemon has written its last line and removed its PID file, and that neither it nor a
@@ -199,9 +202,9 @@ expect_orderly_end() {
     expect_no_line 'level="error"' "$log"
 }
 
-# expect_links NAME...: heartbeat has exactly these links, given as LEVEL/NAME.
+# expect_links NAME...: the daemon has exactly these links, given as LEVEL/NAME.
 expect_links() {
     local links
-    links=$(cd "$root/etc" && find . -path './rc?.d/*heartbeat' | sed 's,^./rc\(.\).d,\1,' | sort | xargs)
+    links=$(cd "$root/etc" && find . -path "./rc?.d/*$daemon" | sed 's,^./rc\(.\).d,\1,' | sort | xargs)
     expect_equal "$*" "$links"
 }

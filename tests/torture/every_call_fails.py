@@ -18,14 +18,11 @@ import signal
 import subprocess
 
 import faults
-from scenarios import ALL, Run, Start, StartAsRoot
+from service_scenarios import commands, start
 from torture import (PATIENCE, SCRIPT, Failure, Scene, await_that, end, read_file, require, run_strace,
                      run_torture)
 
-# What a message must name: a thing in quotes or brackets, or a call. Two messages say enough without.
-NAMING = re.compile(r"'.+'|\[.+\]|^\w+ failed|necessary root privileges|^Timeout while waiting for daemon")
-
-SHORT_RUN = 60  # faults for each command in the short run
+SHORT_RUN = 150  # faults in the short run, for all commands
 
 # A call that strace has failed.
 INJECTED = re.compile(r"(\w+)\((.*) \(INJECTED\)$")
@@ -34,9 +31,11 @@ INJECTED = re.compile(r"(\w+)\((.*) \(INJECTED\)$")
 Fault = collections.namedtuple("Fault", "call error follows")
 
 
-def begin_paused(scene, words, user):
+def begin_paused(scenario):
+    scene = scenario.scene
     scene.marks.clear()
-    process = scene.begin(words, VICTIM_PAUSE="1", **({"VICTIM_USER": str(user)} if user else {}))
+    user = {"VICTIM_USER": str(scenario.user)} if scenario.user else {}
+    process = scene.begin(scenario.words, VICTIM_PAUSE="1", **user, **scenario.environment)
     os.waitid(os.P_PID, process.pid, os.WSTOPPED)
     return process
 
@@ -48,7 +47,7 @@ def is_traced(process):
 def trace(scenario, strace_options):
     """Performs the command with strace attached. Returns the process, which has ended, and strace's lines."""
     scene = scenario.scene
-    process = begin_paused(scene, scenario.words, scenario.user)
+    process = begin_paused(scenario)
     listing = f"{scene.folder}/strace"
     strace = run_strace(["-o", listing, "-p", str(process.pid), *strace_options])
     try:
@@ -67,8 +66,9 @@ def trace(scenario, strace_options):
 
 def list_faults(scenario):
     scenario.prepare()
-    process, lines = trace(scenario, ["-f", "-y"])
-    require(process.status == 0, f"status {process.status} without a fault: {process.output()}")
+    process, lines = trace(scenario, ["-f", "-b", "execve", "-y"])
+    require(process.status == scenario.success,
+            f"status {process.status} without a fault: {process.output()}")
     calls = faults.parse(lines, process.pid)
     of_main = [Fault(call, error, faults.changes_every_thread(call))
                for call in calls if call.tracee == 0 for error in faults.errors_of(call)]
@@ -89,41 +89,15 @@ def describe(fault):
     return f"{to_option(fault)}{where} for {fault.call.name}({fault.call.arguments}"
 
 
-def check_message(scene, process):
-    """The message of a command that failed must name a call or a thing. If the message could not be printed,
-    the log has it."""
-    texts = re.findall(r"FATAL ERROR: (.*)", process.output())
-    texts += re.findall(r"<what>(.*)</what>", (read_file(scene.log) or b"").decode(errors="replace"))
-    require(texts, f"status 2 without a message: '{process.output()}'")
-    require(any(NAMING.search(text) for text in texts), f"the message names nothing: {texts}")
-
-
-def check_outcome(scenario, process):
-    if process.status == 0:
-        scenario.check_done()
-    else:
-        require(process.status == 2, f"status {process.status}: {process.output()}")
-        check_message(scenario.scene, process)
-        scenario.check_failed()
-    check_nothing_left(scenario)
-
-
-def check_nothing_left(scenario):
-    """Only files of the installation and the daemon may be left, and a PID file only if the log says so."""
-    if isinstance(scenario, Run) and os.path.exists(scenario.scene.pid_file):
-        require("The PID file could not be deleted" in read_file(scenario.scene.log).decode(),
-                "the PID file was left behind, and the log does not say so")
-    leftovers = scenario.leftovers()
-    require(not leftovers, f"left behind: {leftovers}")
-
-
 def check_without_fault(scenario):
     """The same command must succeed in the state that the fault has left."""
     scene = scenario.scene
     scene.marks.clear()
-    process = scene.begin(scenario.words)
+    process = scene.begin(scenario.words, **scenario.environment)
     scenario.stimulate(process)
-    require(process.wait() == 0, f"afterwards, without a fault, status {process.status}: {process.output()}")
+    require(process.wait() == scenario.success,
+            f"afterwards, without a fault, status {process.status}: {process.output()}")
+    scenario.said = process.output()
     scenario.check_done()
 
 
@@ -143,21 +117,20 @@ def inject(scenario, fault):
     process, lines = trace(scenario, options + (["-f", "-b", "execve"] if fault.follows else []))
     if not has_met_possible_call(fault, lines):
         return False, process.status
-    check_outcome(scenario, process)
+    scenario.check_outcome(process)
+    scenario.check_nothing_left()
     check_without_fault(scenario)
     return any("(INJECTED)" in line for line in lines), process.status
 
 
-class StartWithFailingScript(Start):
-    """The fault is injected into the shell that reads the settings."""
-
-    def prepare_wrapper(self, verb, fault):
-        real = "/etc/real-script"
-        os.rename(SCRIPT, real)
-        with open(SCRIPT, "w", encoding="utf-8") as file:
-            file.write(f"#!/bin/sh\n[ $1 = print{verb} ] || exec {real} $1\n"
-                       f"exec strace -qq -o {self.scene.folder}/strace -e '{fault}' {real} $1\n")
-            os.fchmod(file.fileno(), 0o755)
+def put_wrapper(scenario, verb, fault):
+    """Injects the fault into the shell that runs the script with this verb."""
+    real = "/etc/real-script"
+    os.rename(SCRIPT, real)
+    with open(SCRIPT, "w", encoding="utf-8") as file:
+        file.write(f"#!/bin/sh\n[ $1 = {verb} ] || exec {real} $1\n"
+                   f"exec strace -qq -o {scenario.scene.folder}/strace -e '{fault}' {real} $1\n")
+        os.fchmod(file.fileno(), 0o755)
 
 
 def list_script_faults(scenario):
@@ -177,32 +150,32 @@ def inject_into_script(scenario, fault):
     scene = scenario.scene
     scene.clear_log()
     scenario.prepare()
-    scenario.prepare_wrapper("RunAs", to_option(fault))
+    put_wrapper(scenario, "printRunAs", to_option(fault))
     process = scene.begin(scenario.words)
     process.wait()
-    check_outcome(scenario, process)
+    scenario.check_outcome(process)
+    scenario.check_nothing_left()
     lines = (read_file(f"{scene.folder}/strace") or b"").decode(errors="replace").splitlines()
     scenario.prepare()
     check_without_fault(scenario)
     return any("(INJECTED)" in line for line in lines), process.status
 
 
-def sample(options, all_faults):
-    """All faults, or, in the short run, one of each kind at random."""
+def sample(options, all_faults, most):
+    """All faults, or, in the short run, one of each kind at random, and so many at most."""
     if options.long:
         return all_faults
     shuffled = list(all_faults)
     options.random.shuffle(shuffled)
     kinds = {(fault.call.name, faults.kind_of(fault.call)): fault for fault in shuffled}
-    return list(kinds.values())[:SHORT_RUN]
+    return list(kinds.values())[:most]
 
 
-def torture_command(options, scenario, list_all, inject_one):
-    name = type(scenario).__name__
+def torture_command(options, name, most, scenario, list_all, inject_one):
     all_faults = list_all(scenario)
     injected, succeeded = 0, 0
     failures = []
-    for fault in sample(options, all_faults):
+    for fault in sample(options, all_faults, most):
         if options.only not in f"{name} {describe(fault)}":
             continue
         try:
@@ -211,7 +184,7 @@ def torture_command(options, scenario, list_all, inject_one):
             failures.append(f"{name}: {describe(fault)}\n  {failure}")
             continue
         injected += was_injected
-        succeeded += was_injected and status == 0
+        succeeded += was_injected and status == scenario.success
     scenario.clean()
     print(f"{name}: {injected} faults, {succeeded} without consequence, {injected - succeeded} reported, "
           f"{len(failures)} FAILED", flush=True)
@@ -222,11 +195,13 @@ def torture_command(options, scenario, list_all, inject_one):
 
 def torture(options):
     scene = Scene(options.program)
+    scenarios = commands(scene)
+    share = SHORT_RUN // len(scenarios)
     try:
-        results = [torture_command(options, scenario(scene), list_faults, inject)
-                   for scenario in ALL + [StartAsRoot]]
-        results.append(torture_command(options, StartWithFailingScript(scene), list_script_faults,
-                                       inject_into_script))
+        results = [torture_command(options, scenario.__name__, share, scenario(scene), list_faults, inject)
+                   for scenario in scenarios]
+        results.append(torture_command(options, "StartWithFailingScript", share, start(scene)(scene),
+                                       list_script_faults, inject_into_script))
     finally:
         scene.remove()
     require(not sum(failed for _, failed in results), "see above")

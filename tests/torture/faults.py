@@ -12,10 +12,11 @@ LINE = re.compile(r"^(\d+) +(\w+)\((.*)$")
 
 # From section 2 of the manual pages, with EIO, which any file system may give. Only errors that a call of
 # this library can meet: not EBADF, EFAULT, EINVAL. Three calls are left out: brk and futex, because the C
-# library does not expect the error numbers that strace would give it, and kill, which always succeeds for
-# root.
+# library does not expect the error numbers that strace would give it, and kill (pidfd_send_signal), which
+# always succeeds for root.
 ERRORS = {
     "access": "EACCES EIO ENOMEM",
+    "bind": "EADDRINUSE ENOMEM ENOSPC",
     "chdir": "EACCES EIO ENOENT ENOMEM",
     "chmod": "EACCES EIO ENOMEM EPERM EROFS",
     "chown": "EACCES EIO ENOMEM EPERM EROFS",
@@ -25,15 +26,19 @@ ERRORS = {
     "close_range": "EMFILE ENOMEM",
     "connect": "EACCES EAGAIN ECONNREFUSED EINTR",
     "dup2": "EBUSY EINTR EMFILE",
+    "eventfd2": "EMFILE ENFILE ENODEV ENOMEM",
     "execve": "EACCES EAGAIN EIO EMFILE ENOENT ENOMEM ETXTBSY",
+    "faccessat2": "EACCES EIO ENOMEM",
     "fchmod": "EIO EPERM EROFS",
     "fchownat": "EACCES EIO ENOMEM EPERM EROFS",
     "flock": "EAGAIN EINTR ENOLCK",
     "fork": "EAGAIN ENOMEM",
+    "fstatfs": "EIO ENOMEM ENOSYS",
     "fsync": "EDQUOT EINTR EIO ENOSPC",
     "getcwd": "EACCES ENOENT ENOMEM",
     "getdents64": "EIO",
     "getrandom": "EINTR",
+    "getsockname": "ENOBUFS",
     "lchown": "EACCES EIO ENOMEM EPERM EROFS",
     "mkdir": "EACCES EDQUOT EMLINK ENOMEM ENOSPC EROFS",
     "mkdirat": "EACCES EDQUOT EMLINK ENOMEM ENOSPC EROFS",
@@ -41,10 +46,12 @@ ERRORS = {
     "mprotect": "ENOMEM",
     "newfstatat": "EACCES ENOMEM EIO",
     "openat": "EACCES EINTR EIO EMFILE ENFILE ENOMEM",
+    "openat2": "EACCES EINTR EIO EMFILE ENFILE ENOMEM ENOSYS",
     "pidfd_open": "EMFILE ENFILE ENODEV ENOMEM ENOSYS EPERM",
     "pipe2": "EMFILE ENFILE",
     "poll": "EINTR ENOMEM",
     "readlink": "EACCES EIO ENOENT ENOMEM",
+    "recvmsg": "EAGAIN EINTR ENOBUFS ENOMEM",
     "rename": "EACCES EBUSY EDQUOT EIO ENOMEM ENOSPC EPERM EROFS",
     "renameat": "EACCES EBUSY EDQUOT EIO ENOMEM ENOSPC EPERM EROFS",
     "renameat2": "EACCES EBUSY EDQUOT EIO ENOMEM ENOSPC EPERM EROFS",
@@ -57,10 +64,12 @@ ERRORS = {
     "setsid": "EPERM",
     "socket": "EACCES EMFILE ENFILE ENOBUFS ENOMEM",
     "stat": "EACCES EIO ENOMEM",
+    "statfs": "EACCES EIO ENOMEM ENOSYS",
     "statx": "EACCES EIO ENOMEM",
     "symlink": "EACCES EDQUOT EIO ENOMEM ENOSPC EPERM EROFS",
     "unlink": "EACCES EBUSY EIO ENOMEM EPERM EROFS",
     "unlinkat": "EACCES EBUSY EIO ENOMEM EPERM EROFS",
+    "vfork": "EAGAIN ENOMEM",
     "wait4": "EINTR",
 }
 
@@ -94,6 +103,10 @@ def errors_of(call):
         errors += ["EDQUOT", "ENOSPC", "EROFS"]
     if call.name == "fcntl" and "F_DUPFD" in call.arguments:
         errors += ["EMFILE"]
+    if call.name == "fcntl" and "_SETLK" in call.arguments:
+        errors += ["EAGAIN", "ENOLCK"]
+    if call.name == "prctl" and "PR_SET_CHILD_SUBREAPER" in call.arguments:
+        errors += ["EPERM"]  # in a sandbox
     if call.name == "setresuid" and "-1" not in call.arguments:
         errors = ["EAGAIN", "EPERM"]  # for good; giving up root's rights for a while succeeds
     if call.name == "newfstatat" and ' "", ' in call.arguments:

@@ -1,7 +1,9 @@
 """The victim's commands, each with the state before it and the states that it may leave."""
 
 import os
+import re
 import signal
+import tempfile
 
 from torture import (FOLDERS_OF_ETC, LINKS, SCRIPT, Failure, Process, await_that, read_file, require,
                      signal_if_there)
@@ -11,6 +13,11 @@ DAEMONS_ACCOUNT = "dmnother"
 DAEMONS_USER = 61002
 TRANSIENT_FOLDER = "/run/victim-run"
 INSTALL = [f"--runas={DAEMONS_ACCOUNT}", "--transientFolderAppID=victim-run", "--word=a b", "install"]
+
+
+# What a message must name: a thing in quotes or brackets, or a call. Two messages say enough without.
+NAMING = re.compile(r"'.+'|\[.+\]|(^|: )\w+ failed|/proc/self/exe|"
+                    r"necessary root privileges|^Timeout while waiting for daemon")
 
 
 def remove(path):
@@ -25,10 +32,14 @@ class Scenario:
 
     user = ORDINARY_USER
     words = []
+    environment = {}
+    success = 0  # the exit status without a fault
+    said = ""  # the output of the command that was performed last
 
     def __init__(self, scene):
         self.scene = scene
         self.daemon = None
+        self.others = set(os.listdir(tempfile.gettempdir()))
         self.remove_installation()
         scene.perform(INSTALL)
         self.script = read_file(SCRIPT)
@@ -45,6 +56,30 @@ class Scenario:
 
     def check_failed(self):
         """After the command has failed: requires that nothing is half done."""
+
+    def check_outcome(self, process):
+        """After a command that a fault may have made fail: requires that all is done, or that it says what
+        failed."""
+        self.said = process.output()
+        if process.status == self.success:
+            self.check_done()
+        else:
+            require(process.status == 2, f"status {process.status}: {self.said}")
+            self.check_message()
+            self.check_failed()
+
+    def check_message(self):
+        """The message of a command that failed must name a call or a thing. If the message could not be
+        printed, the log has it."""
+        texts = re.findall(r"FATAL ERROR: (.*)", self.said)
+        texts += re.findall(r"<what>(.*)</what>",
+                            (read_file(self.scene.log) or b"").decode(errors="replace"))
+        require(texts, f"a failure without a message: '{self.said}'")
+        require(any(NAMING.search(text) for text in texts), f"the message names nothing: {texts}")
+
+    def check_nothing_left(self):
+        leftovers = self.leftovers()
+        require(not leftovers, f"left behind: {leftovers}")
 
     def clean(self):
         """Ends the daemon and removes its files."""
@@ -71,11 +106,11 @@ class Scenario:
         for link in LINKS:
             os.symlink(SCRIPT, link)
 
-    def put_daemon(self):
+    def put_daemon(self, folder=None):
         scene = self.scene
         if self.daemon is not None and not self.daemon.has_ended():
             return
-        arguments = [scene.program, "--id=victim", f"--controlFolder={scene.control}", "daemon"]
+        arguments = [scene.program, "--id=victim", f"--controlFolder={folder or scene.control}", "daemon"]
         scene.marks.clear()
         self.daemon = Process(arguments, scene.environment(), f"{scene.folder}/daemon-output")
         await_that(lambda: scene.marks.is_set("running"), "the daemon to run")
@@ -100,7 +135,9 @@ class Scenario:
         """The files that belong neither to an installation nor to a daemon."""
         found = []
         for folder in [*FOLDERS_OF_ETC, "/run", self.scene.control]:
-            found += [f"{folder}/{name}" for name in os.listdir(folder)]
+            if os.path.exists(folder):
+                found += [f"{folder}/{name}" for name in os.listdir(folder)]
+        found += set(os.listdir(tempfile.gettempdir())) - self.others
         known = {SCRIPT, *LINKS, self.scene.pid_file, f"{self.scene.control}/victim.txt", TRANSIENT_FOLDER,
                  "/run/private-root", "/run/lock"}
         return sorted(set(found) - known)
@@ -204,8 +241,15 @@ class Run(Scenario):
     def check_done(self):
         require(self.scene.marks.is_set("returned"), "the process ended before run() returned")
 
+    def check_nothing_left(self):
+        """A PID file may be left only if the log says so."""
+        if os.path.exists(self.scene.pid_file):
+            require("The PID file could not be deleted" in read_file(self.scene.log).decode(),
+                    "the PID file was left behind, and the log does not say so")
+        super().check_nothing_left()
 
-ALL = [Install, Reinstall, Uninstall, Start, Stop, Run]
+
+ALL = [Install, Reinstall, Uninstall, Start, Stop, Run, StartAsRoot]
 
 
 def check(scenario, function, what):

@@ -1,37 +1,45 @@
 #!/usr/bin/python3
 """Starts the victim two hundred times at once: exactly one runs, and the others say who holds the PID file.
 Then the same while the holder is killed: two never run at the same time, and each that does not get the file
-names a process that had it."""
+names a process that had it.
 
+With the service, each start says that the daemon is running, or that it runs already. Then starts, stops and
+restarts meet: whatever they do, the last stop leaves nothing."""
+
+import collections
 import os
 import re
 import signal
 import time
 
+import service_scenarios
 from scenarios import Start
 from torture import Process, Scene, await_that, read_file, require, run_torture, signal_if_there
 
 STARTS = 200
+MEETING = 50  # starts that meet stops and restarts
 HELD = re.compile(r"FATAL ERROR: The PID file '(.*)' is held by process (\d+)\.")
+
+# Of a start or restart whose daemon was told to stop before it was ready.
+STOPPED_MEANWHILE = re.compile(r"has not come up\. Its process \d+ has ended with status 0\.")
 
 
 class Crowd:
-    """Victims that all begin at once, when a gate opens."""
+    """Victims that all begin their commands at once, when a gate opens."""
 
-    def __init__(self, scene, command="run"):
+    def __init__(self, scene, commands=STARTS * ["run"]):
         self._scene = scene
-        self._command = command
         self._gate, opener = os.pipe()
-        self.processes = [self._begin(number) for number in range(STARTS)]
+        self.processes = [self._begin(number, command) for number, command in enumerate(commands)]
         os.close(self._gate)
         os.close(opener)  # opens the gate: those who read from it see its end
 
-    def _begin(self, number):
+    def _begin(self, number, command):
         scene = self._scene
         os.set_inheritable(self._gate, True)
         wait_and_begin = f'read -r _ <&{self._gate}; exec "$@" {self._gate}<&-'
         arguments = ["/bin/sh", "-c", wait_and_begin, "sh", scene.program, f"--controlFolder={scene.control}",
-                     self._command]
+                     command]
         return Process(arguments, scene.environment(), f"{scene.folder}/output-{number}")
 
     def running(self):
@@ -117,7 +125,7 @@ def start_installed_at_once(scene):
     scenario = Start(scene)
     scenario.prepare()
     scene.clear_log()
-    crowd = Crowd(scene, "start")
+    crowd = Crowd(scene, STARTS * ["start"])
     crowd.await_all_but(0)
     for process in crowd.processes:
         require(process.status == 0, f"status {process.status}: {process.output()}")
@@ -130,23 +138,75 @@ def start_installed_at_once(scene):
     scenario.clean()
 
 
-def torture(options):
-    scene = Scene(options.program)
+def start_service_at_once(scene):
+    """Each start says which process runs, and one of them that it has started it."""
+    scenario = service_scenarios.StartAwaited(scene)
+    scenario.prepare()
+    crowd = Crowd(scene, STARTS * ["start"])
+    crowd.await_all_but(0)
+    scenario.check_done()
+    told = collections.Counter()
+    for process in crowd.processes:
+        require(process.status == 0, f"status {process.status}: {process.output()}")
+        answer = re.search(r"^victim (is running|runs already) \(process (\d+)\)\.$", process.output(), re.M)
+        require(answer, f"a start does not say what runs: {process.output()}")
+        told[answer[1], int(answer[2])] += 1
+    holder = scene.holder()
+    require(told == {("is running", holder): 1, ("runs already", holder): STARTS - 1},
+            f"{holder} runs, and the starts say: {told}")
+    scenario.clean()
+
+
+def meet(scene, random):
+    """Starts, stops and restarts at once."""
+    scenario = service_scenarios.StartAwaited(scene)
+    scenario.prepare()
+    commands = MEETING * ["start"] + MEETING // 5 * ["stop", "restart"]
+    random.shuffle(commands)
+    crowd = Crowd(scene, commands)
+    crowd.await_all_but(0)
+    for process in crowd.processes:
+        require(process.status == 0 or STOPPED_MEANWHILE.search(process.output()),
+                f"status {process.status}: {process.output()}")
+    require(len(scene.victims()) <= 1, f"several daemons run: {scene.victims()}")
+    scene.perform(["stop"])
+    require(not scene.victims(), "a daemon runs after the last stop")
+    require(not os.path.exists(scene.pid_file), "a PID file is left")
+    scenario.check_nothing_left()
+    scenario.clean()
+    return sum(process.status == 0 for process in crowd.processes)
+
+
+def torture_service(options, scene):
+    rounds = 20 if options.long else 1
+    for _ in range(rounds):
+        start_service_at_once(scene)
+    succeeded = sum(meet(scene, options.random) for _ in range(rounds))
+    return (f"{STARTS} starts at once, {rounds} times: one ran each time, and all said so; "
+            f"{rounds} times {MEETING} starts with stops and restarts between: {succeeded} succeeded")
+
+
+def torture_plain(options, scene):
     rounds = 20 if options.long else 1
     deaths = 40 if options.long else 2
-    try:
-        started = time.monotonic()
-        for _ in range(rounds):
-            start_at_once(scene)
-        duration = (time.monotonic() - started) / rounds
-        for _ in range(rounds):
-            start_installed_at_once(scene)
-        succeeded = sum(start_while_holder_dies(scene, options.random.uniform(0, duration))
-                        for _ in range(deaths))
-    finally:
-        scene.remove()
+    started = time.monotonic()
+    for _ in range(rounds):
+        start_at_once(scene)
+    duration = (time.monotonic() - started) / rounds
+    for _ in range(rounds):
+        start_installed_at_once(scene)
+    succeeded = sum(start_while_holder_dies(scene, options.random.uniform(0, duration))
+                    for _ in range(deaths))
     return (f"{STARTS} at once, {rounds} times by run and {rounds} times by start: one ran each time; "
             f"{deaths} times with the holder killed meanwhile: {succeeded} times one of them succeeded it")
+
+
+def torture(options):
+    scene = Scene(options.program)
+    try:
+        return (torture_service if service_scenarios.is_service(scene) else torture_plain)(options, scene)
+    finally:
+        scene.remove()
 
 
 if __name__ == "__main__":

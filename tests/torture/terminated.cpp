@@ -36,7 +36,7 @@ using torture::require;
 
 constexpr int kPatienceMs = 30000;
 constexpr int kRoundsToMeasure = 20;
-constexpr int kShortRun = 600;
+constexpr int kShortRun = 300;
 constexpr int kLongRun = 12000;
 
 /// The control folder of the victims, and the file of their marks.

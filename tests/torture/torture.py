@@ -83,10 +83,11 @@ class Process:
     def __init__(self, arguments, environment, output):
         self.arguments = arguments
         self._output = output
-        self.pid = os.posix_spawn(arguments[0], arguments, environment, file_actions=[
-            (os.POSIX_SPAWN_OPEN, 0, "/dev/null", os.O_RDONLY, 0),
-            (os.POSIX_SPAWN_OPEN, 1, output, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600),
-            (os.POSIX_SPAWN_DUP2, 1, 2)])
+        streams = [(os.POSIX_SPAWN_OPEN, 0, "/dev/null", os.O_RDONLY, 0),
+                   (os.POSIX_SPAWN_OPEN, 1, output, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600),
+                   (os.POSIX_SPAWN_DUP2, 1, 2)]
+        self.pid = os.posix_spawn(arguments[0], arguments, environment, file_actions=streams,
+                                  setsigdef=[signal.SIGINT])
         self.status = None
 
     def has_ended(self):
@@ -110,7 +111,8 @@ class Scene:
 
     def __init__(self, program):
         self.program = program
-        self.folder = tempfile.mkdtemp(prefix="dmn-torture-")
+        # Not where a boot removes what is there: check would find that wrong.
+        self.folder = tempfile.mkdtemp(prefix="dmn-torture-", dir="/var/log")
         os.chmod(self.folder, 0o755)
         self.control = f"{self.folder}/control"
         os.mkdir(self.control)

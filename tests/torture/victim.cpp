@@ -1,60 +1,27 @@
-// The daemon that is tortured. The environment tells it what to do:
-//
-//   VICTIM_MARKS   the file in which it marks how far it has got (see Marks)
-//   VICTIM_PAUSE   if set, it first stops itself with SIGSTOP
-//   VICTIM_USER    the effective user to run as, if the real one is root
-//   VICTIM_RUN     "brief": its work is done at once; "busy": it logs an entry every 10 milliseconds
-//
-// Its exit status is 99 if its effective user at the end is not the one of the beginning. It writes its user,
-// its group and its word to the file ID.txt in its control folder. When busy, it counts SIGHUP.
+// The daemon that is tortured: a victim with the plain front end.
 
-#include "Marks.h"
-
-#include <dmn/dmn.h>
+#include "VictimEntry.h"
 
 #include <fdn/log.h>
 
 #include <chrono>
 #include <condition_variable>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <mutex>
-#include <string>
-
-#include <signal.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace {
 
-constexpr int kUserNotRestored = 99;
+using torture::marks;
+using torture::runMode;
+
 constexpr std::chrono::milliseconds kPauseOfTheBusy(10);
-
-torture::Marks* marks = nullptr;
-
-// Takes the variable away, because what the victim starts must not do the same.
-std::string takeVariable(char const* name) {
-    char const* const value = std::getenv(name);
-    std::string const text = value == nullptr ? "" : value;
-    unsetenv(name);
-    return text;
-}
-
-std::string runMode() {
-    char const* const value = std::getenv("VICTIM_RUN");
-    return value == nullptr ? "" : value;
-}
 
 class CVictim : public dmn::CDaemon {
 public:
     CVictim(fdn::String const& id, fdn::Path const& controlFolder, fdn::String const& word)
         : CDaemon(id, controlFolder), m_word(word) {}
 
-    void init(dmn::IDaemonOperationProgress*) override {
-        std::ofstream file((getControlFolder() << fdn::Path(getId() + ".txt")).getText().toUTF8());
-        file << getuid() << " " << getgid() << " " << m_word.toUTF8() << std::endl;
-    }
+    void init(dmn::IDaemonOperationProgress*) override { torture::introduce(*this, m_word); }
 
     void run() override {
         marks->running = true;
@@ -112,15 +79,11 @@ public:
     void handleSystemSignal(fdn::SysSignal) override { ++marks->hangups; }
 };
 
-class CVictimEntry : public dmn::CDaemonEntry {
+class CVictimEntry : public torture::TVictimEntry<dmn::CDaemonEntry> {
 public:
     fdn::P<dmn::CDaemonInfo> createDaemonInfo() override {
-        auto info = fdn::newObj<dmn::CDaemonInfo>();
-        info->defaultId = "victim";
-        info->displayName = "Victim";
-        info->startAtBoot = true;
+        auto info = TVictimEntry::createDaemonInfo();
         info->exePath = fdn::Path(fdn::String::fromBytes(std::filesystem::read_symlink("/proc/self/exe")));
-        info->params = {"--word=" + m_word};
         return info;
     }
 
@@ -134,41 +97,10 @@ public:
         }
         return daemon;
     }
-
-    // This is the first hook after the handler is registered.
-    void addCommandLineOptions(wxCmdLineParser& parser) override {
-        marks->registered = true;
-        CDaemonEntry::addCommandLineOptions(parser);
-        parser.AddOption("w", "word", "A word to keep.");
-    }
-
-    void handleCommandParams(wxCmdLineParser& parser) override {
-        CDaemonEntry::handleCommandParams(parser);
-        wxString word;
-        if (parser.Found("word", &word))
-            m_word = word;
-    }
-
-private:
-    fdn::String m_word;
 };
-
-void becomeEffectiveUser(std::string const& user) {
-    // Not by seteuid(): the library makes that system call as well, and the torturer must tell the two apart.
-    if (!user.empty() && getuid() == 0 && syscall(SYS_setreuid, -1, std::stoi(user)) != 0)
-        std::exit(kUserNotRestored);
-}
 
 } // namespace
 
 int main(int argc, char** argv) {
-    marks = torture::mapMarks(takeVariable("VICTIM_MARKS"));
-    marks->inMain = true;
-    becomeEffectiveUser(takeVariable("VICTIM_USER"));
-    uid_t const user = geteuid();
-    if (!takeVariable("VICTIM_PAUSE").empty())
-        raise(SIGSTOP);
-    int const status = fdn::newObj<CVictimEntry>()->entry(argc, argv);
-    marks->left = 1;
-    return geteuid() == user ? status : kUserNotRestored;
+    return torture::live([&] { return fdn::newObj<CVictimEntry>()->entry(argc, argv); });
 }

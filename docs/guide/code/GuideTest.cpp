@@ -4,11 +4,13 @@
 #include "support/Program.h"
 #include "support/TemporaryFolder.h"
 #include "support/await.h"
+#include "support/processInfo.h"
 
 #include <fdn/system/Descriptor.h>
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -21,7 +23,6 @@ namespace {
 
 using test::Outcome;
 using test::Program;
-using testing::Contains;
 using testing::HasSubstr;
 using testing::StartsWith;
 using Words = std::vector<std::string>;
@@ -46,6 +47,22 @@ protected:
         EXPECT_EQ(0, outcome.status) << outcome.output << outcome.errors;
     }
 
+    static Words asProcess1(Words const& words) {
+        Words command{"unshare", "--pid", "--fork", "--mount-proc"};
+        command.insert(command.end(), words.begin(), words.end());
+        return command;
+    }
+
+    bool hasEntry(std::string const& text) const {
+        std::vector<std::string> const entries = m_log.entries();
+        return std::any_of(entries.begin(), entries.end(),
+                           [&](std::string const& entry) { return entry.find(text) != std::string::npos; });
+    }
+
+    bool awaitEntry(std::string const& text) const {
+        return test::await([&] { return hasEntry(text); });
+    }
+
     bool awaitFile(char const* name) const {
         return test::await([&] { return exists(m_folder.name(name)); });
     }
@@ -57,16 +74,165 @@ protected:
 };
 
 TEST_F(GuideTest, FirstDaemonRunsThroughItsLife) {
-    expectSuccess(withFolder(DMN_GUIDE_FIRST_DAEMON, {"install"}));
+    expectSuccess({DMN_GUIDE_FIRST_DAEMON, "--controlFolder=/etc/loadwatch", "install"});
+    EXPECT_EQ(3, test::run({DMN_GUIDE_FIRST_DAEMON, "status"}).status);
 
-    expectSuccess({"/etc/init.d/loadwatch", "start"});
-    EXPECT_TRUE(awaitFile("loadwatch.pid"));
-    expectSuccess({"/etc/init.d/loadwatch", "stop"});
-    EXPECT_FALSE(exists(m_folder.name("loadwatch.pid")));
+    expectSuccess({DMN_GUIDE_FIRST_DAEMON, "start"});
+    EXPECT_TRUE(exists("/etc/loadwatch/loadwatch.pid"));
+    expectSuccess({DMN_GUIDE_FIRST_DAEMON, "status"});
+    expectSuccess(
+        {DMN_GUIDE_FIRST_DAEMON, "check"}); // It would find a folder in /run, which is empty at boot.
+    expectSuccess({DMN_GUIDE_FIRST_DAEMON, "restart"});
+    EXPECT_TRUE(awaitEntry("The load is "));
+    expectSuccess({DMN_GUIDE_FIRST_DAEMON, "stop"});
+    EXPECT_FALSE(exists("/etc/loadwatch/loadwatch.pid"));
     expectSuccess({DMN_GUIDE_FIRST_DAEMON, "uninstall"});
 
+    EXPECT_EQ(4, test::run({DMN_GUIDE_FIRST_DAEMON, "status"}).status);
     EXPECT_FALSE(exists("/etc/init.d/loadwatch"));
-    EXPECT_THAT(m_log.entries(), Contains(StartsWith("The load is ")));
+}
+
+TEST_F(GuideTest, InstancesOfOneProgramRunSideBySide) {
+    test::TemporaryFolder const folders[2];
+    for (int i = 0; i < 2; ++i) {
+        std::string const id = "--id=load" + std::to_string(i);
+        expectSuccess({DMN_GUIDE_FIRST_DAEMON, id, "--controlFolder=" + folders[i].name(), "install"});
+        expectSuccess({DMN_GUIDE_FIRST_DAEMON, id, "start"});
+    }
+
+    expectSuccess({DMN_GUIDE_FIRST_DAEMON, "--id=load0", "stop"});
+
+    EXPECT_EQ(3, test::run({DMN_GUIDE_FIRST_DAEMON, "--id=load0", "status"}).status);
+    EXPECT_EQ(0, test::run({DMN_GUIDE_FIRST_DAEMON, "--id=load1", "status"}).status);
+    expectSuccess({DMN_GUIDE_FIRST_DAEMON, "--id=load0", "uninstall"});
+    expectSuccess({DMN_GUIDE_FIRST_DAEMON, "--id=load1", "uninstall"});
+}
+
+TEST_F(GuideTest, InstallingWithAnotherFolderStopsTheDaemonInTheOldOne) {
+    test::TemporaryFolder const other;
+    expectSuccess(withFolder(DMN_GUIDE_FIRST_DAEMON, {"install"}));
+    expectSuccess({DMN_GUIDE_FIRST_DAEMON, "start"});
+
+    expectSuccess({DMN_GUIDE_FIRST_DAEMON, "--controlFolder=" + other.name(), "install"});
+
+    EXPECT_FALSE(exists(m_folder.name("loadwatch.pid")));
+    expectSuccess({DMN_GUIDE_FIRST_DAEMON, "start"});
+    EXPECT_TRUE(exists(other.name("loadwatch.pid")));
+    expectSuccess({DMN_GUIDE_FIRST_DAEMON, "uninstall"});
+}
+
+TEST_F(GuideTest, Process1OfAContainerStopsOnSIGTERMFromOutside) {
+    Program container(asProcess1(withFolder(DMN_GUIDE_FIRST_DAEMON, {"run"})));
+    ASSERT_TRUE(awaitFile("loadwatch.pid"));
+    EXPECT_THAT(test::readFile(m_folder.name("loadwatch.pid")), StartsWith("1\n"));
+
+    kill(test::childOf(container.pid()), SIGTERM);
+
+    EXPECT_EQ(0, container.wait().status);
+    EXPECT_FALSE(exists(m_folder.name("loadwatch.pid")));
+}
+
+TEST_F(GuideTest, Process1OfAContainerLogsToStandardError) {
+    test::writeFile(m_folder.name("conf"), "text=hello\n");
+    Program container(
+        asProcess1(withFolder(DMN_GUIDE_CONFIGURATION, {"--config=" + m_folder.name("conf"), "run"})));
+
+    EXPECT_TRUE(test::await([&] { return container.errors().find(" hello\n") != std::string::npos; }));
+
+    kill(test::childOf(container.pid()), SIGTERM);
+    EXPECT_EQ(0, container.wait().status);
+}
+
+TEST_F(GuideTest, StatusInAContainerSaysThatProcess1Runs) {
+    Program container(asProcess1(withFolder(DMN_GUIDE_FIRST_DAEMON, {"run"})));
+    ASSERT_TRUE(awaitFile("loadwatch.pid"));
+    std::string const process1 = std::to_string(test::childOf(container.pid()));
+
+    Outcome const outcome =
+        test::run({"nsenter", "--target", process1, "--pid", "--mount", DMN_GUIDE_FIRST_DAEMON,
+                   "--controlFolder=" + m_folder.name(), "status"});
+
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_THAT(outcome.output, HasSubstr("(process 1)"));
+    kill(test::childOf(container.pid()), SIGINT);
+    EXPECT_EQ(0, container.wait().status);
+}
+
+TEST_F(GuideTest, ConfigurationIsReadAgainOnSIGHUPAndABadOneIsRefused) {
+    test::writeFile(m_folder.name("conf"), "text=hello\ninterval=1\n");
+    Program greeter(withFolder(DMN_GUIDE_CONFIGURATION, {"--config=" + m_folder.name("conf"), "run"}));
+    ASSERT_TRUE(awaitEntry("hello"));
+
+    test::writeFile(m_folder.name("conf"), "text=moin\ninterval=1\n");
+    greeter.sendSignal(SIGHUP);
+    EXPECT_TRUE(awaitEntry("moin from now on."));
+    test::writeFile(m_folder.name("conf"), "text=lost\ncolour=blue\n");
+    greeter.sendSignal(SIGHUP);
+    EXPECT_TRUE(awaitEntry("'colour=blue' is no setting."));
+    m_log.clear();
+    EXPECT_TRUE(awaitEntry("moin"));
+    greeter.sendSignal(SIGTERM);
+
+    EXPECT_EQ(0, greeter.wait().status);
+    EXPECT_FALSE(hasEntry("lost"));
+}
+
+TEST_F(GuideTest, ConfigurationThatIsWrongFailsInstallAndStart) {
+    test::writeFile(m_folder.name("conf"), "text=hello\n");
+    Words const install =
+        withFolder(DMN_GUIDE_CONFIGURATION, {"--config=" + m_folder.name("conf"), "install"});
+    expectSuccess(install);
+    test::writeFile(m_folder.name("conf"), "interval=0\n");
+
+    Outcome const started = test::run({DMN_GUIDE_CONFIGURATION, "start"});
+    Outcome const installed = test::run(install);
+
+    EXPECT_EQ(2, started.status);
+    EXPECT_THAT(started.output, HasSubstr("The interval must be from 1 to 86400 seconds."));
+    EXPECT_EQ(2, installed.status);
+    expectSuccess({DMN_GUIDE_CONFIGURATION, "uninstall"});
+}
+
+TEST_F(GuideTest, PlainDaemonRunsThroughItsLife) {
+    expectSuccess(withFolder(DMN_GUIDE_PLAIN, {"install"}));
+
+    expectSuccess({"/etc/init.d/ticker", "start"});
+    EXPECT_TRUE(awaitFile("ticker.pid"));
+    expectSuccess({"/etc/init.d/ticker", "stop"});
+    EXPECT_FALSE(exists(m_folder.name("ticker.pid")));
+    expectSuccess({DMN_GUIDE_PLAIN, "uninstall"});
+
+    EXPECT_FALSE(exists("/etc/init.d/ticker"));
+}
+
+TEST_F(GuideTest, OperationsControlAPlainDaemon) {
+    expectSuccess(withFolder(DMN_GUIDE_PLAIN, {"install"}));
+
+    Outcome const started = test::run({DMN_GUIDE_OPERATIONS, "start", "ticker"});
+    EXPECT_EQ(0, started.status) << started.errors;
+    EXPECT_THAT(started.output, HasSubstr("ticker is ready as process "));
+    EXPECT_THAT(test::run({DMN_GUIDE_OPERATIONS, "start", "ticker"}).output,
+                HasSubstr("ticker runs already as process "));
+    EXPECT_EQ(0, test::run({DMN_GUIDE_OPERATIONS, "status", "ticker"}).status);
+    expectSuccess({DMN_GUIDE_OPERATIONS, "restart", "ticker"});
+    expectSuccess({DMN_GUIDE_OPERATIONS, "stop", "ticker"});
+    EXPECT_EQ(3, test::run({DMN_GUIDE_OPERATIONS, "status", "ticker"}).status);
+
+    expectSuccess({DMN_GUIDE_PLAIN, "uninstall"});
+    EXPECT_EQ(4, test::run({DMN_GUIDE_OPERATIONS, "status", "ticker"}).status);
+}
+
+TEST_F(GuideTest, OperationsFindWhatIsWrongAndWhereTheLogIs) {
+    expectSuccess({DMN_GUIDE_PLAIN, "--controlFolder=/etc/ticker", "install"});
+    EXPECT_EQ(0, test::run({DMN_GUIDE_OPERATIONS, "check", "ticker"}).status);
+    EXPECT_EQ(m_log.path() + "\n", test::run({DMN_GUIDE_OPERATIONS, "log", "ticker"}).output);
+    std::filesystem::remove("/etc/ticker");
+
+    Outcome const outcome = test::run({DMN_GUIDE_OPERATIONS, "check", "ticker"});
+
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.output, HasSubstr("/etc/ticker"));
+    expectSuccess({DMN_GUIDE_PLAIN, "uninstall"});
 }
 
 TEST_F(GuideTest, SamplerStopsAtOnceThoughItsIntervalIsLong) {
@@ -88,6 +254,19 @@ TEST_F(GuideTest, SamplerReopensItsFileOnSIGHUP) {
     EXPECT_TRUE(awaitFile("samples.txt"));
 }
 
+TEST_F(GuideTest, SamplersLogSaysMoreAfterSIGUSR1) {
+    Program sampler(withFolder(DMN_GUIDE_SAMPLER, {"--interval=3600", "run"}));
+    ASSERT_TRUE(awaitFile("samples.txt"));
+    EXPECT_FALSE(hasEntry("samples.txt' is open."));
+
+    sampler.sendSignal(SIGUSR1);
+
+    EXPECT_TRUE(test::await([&] {
+        sampler.sendSignal(SIGHUP); // The system delivers it before or after the other one.
+        return hasEntry("samples.txt' is open.");
+    }));
+}
+
 TEST_F(GuideTest, SamplerGetsItsRunParametersBack) {
     expectSuccess(withFolder(DMN_GUIDE_SAMPLER, {"--interval=3600", "--label=load of $HOME", "install"}));
 
@@ -106,7 +285,7 @@ TEST_F(GuideTest, SamplerRefusesAnIntervalBelow1) {
     Outcome const outcome = test::run(withFolder(DMN_GUIDE_SAMPLER, {"--interval=0", "run"}));
 
     EXPECT_EQ(255, outcome.status);
-    EXPECT_THAT(outcome.output, StartsWith("\nError: the interval must be at least 1 second.\n"));
+    EXPECT_THAT(outcome.output, StartsWith("\nError: the interval must be from 1 to 86400 seconds.\n"));
 }
 
 TEST_F(GuideTest, SamplersOwnCommandTakesACountAndHasItsOwnStatus) {
@@ -121,18 +300,17 @@ TEST_F(GuideTest, SamplersOwnCommandTakesACountAndHasItsOwnStatus) {
 }
 
 TEST_F(GuideTest, AnotherProgramControlsADaemon) {
-    std::string const description = "loadwatch (" DMN_GUIDE_FIRST_DAEMON ") ";
-    EXPECT_EQ("loadwatch is not installed.\n",
-              test::run({DMN_GUIDE_CONTROLLING, "show", "loadwatch"}).output);
-    EXPECT_EQ(description + "does not run.\n", test::run({DMN_GUIDE_CONTROLLING, "install", "loadwatch",
-                                                          DMN_GUIDE_FIRST_DAEMON, m_folder.name()})
-                                                   .output);
+    std::string const description = "ticker (" DMN_GUIDE_PLAIN ") ";
+    EXPECT_EQ("ticker is not installed.\n", test::run({DMN_GUIDE_CONTROLLING, "show", "ticker"}).output);
+    EXPECT_EQ(
+        description + "does not run.\n",
+        test::run({DMN_GUIDE_CONTROLLING, "install", "ticker", DMN_GUIDE_PLAIN, m_folder.name()}).output);
 
-    Outcome const outcome = test::run({DMN_GUIDE_CONTROLLING, "restart", "loadwatch"});
+    Outcome const outcome = test::run({DMN_GUIDE_CONTROLLING, "restart", "ticker"});
     EXPECT_EQ(0, outcome.status) << outcome.errors;
     EXPECT_THAT(outcome.output, StartsWith(description + "runs as process "));
 
-    expectSuccess({DMN_GUIDE_CONTROLLING, "uninstall", "loadwatch"});
+    expectSuccess({DMN_GUIDE_CONTROLLING, "uninstall", "ticker"});
 }
 
 TEST_F(GuideTest, ControllingProgramSaysWhatFailed) {

@@ -1,12 +1,10 @@
 #include <dmn/dmn.h>
 
 #include <cerrno>
-#include <filesystem>
 #include <fstream>
 #include <string>
 
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -18,10 +16,7 @@ public:
     CInbox(CInbox const&) = delete;
     CInbox& operator=(CInbox const&) = delete;
 
-    ~CInbox() {
-        close(m_stopEvent);
-        close(m_socket);
-    }
+    ~CInbox() { close(m_socket); }
 
     void open(std::string const& folder) {
         std::string const path = folder + "/inbox.socket";
@@ -36,10 +31,10 @@ public:
         m_file.open(folder + "/inbox.txt", std::ios::app);
     }
 
-    /// Takes texts until stop() is called.
-    void serve() {
+    /// Takes texts until the other descriptor is readable.
+    void serve(int stopDescriptor) {
         for (;;) {
-            pollfd sources[] = {{m_socket, POLLIN, 0}, {m_stopEvent, POLLIN, 0}};
+            pollfd sources[] = {{m_socket, POLLIN, 0}, {stopDescriptor, POLLIN, 0}};
             if (poll(sources, 2, -1) == -1 && errno != EINTR)
                 fdn::throwLastSysError("poll", "CInbox::serve");
             if (sources[1].revents != 0)
@@ -48,9 +43,6 @@ public:
                 takeText();
         }
     }
-
-    /// Any thread may call it, even before serve().
-    void stop() { eventfd_write(m_stopEvent, 1); }
 
 private:
     void takeText() {
@@ -61,14 +53,12 @@ private:
     }
 
     int m_socket = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    int m_stopEvent = eventfd(0, EFD_CLOEXEC);
     std::ofstream m_file;
 };
 
 /// What is new: the daemon around it.
-class CInboxDaemon : public dmn::CDaemon {
-public:
-    using CDaemon::CDaemon;
+class CInboxService : public dmn::CService {
+    using CService::CService;
 
     // Not in a constructor: only from here on does the PID file keep a second daemon away from the socket.
     void init(dmn::IDaemonOperationProgress* progress) override {
@@ -76,47 +66,11 @@ public:
         progress->onOperationStepDone();
     }
 
-    void run() override { m_inbox.serve(); }
+    void run() override { m_inbox.serve(getStopDescriptor()); }
 
-    /// Any thread may call it, even before init().
-    void wakeUp() { m_inbox.stop(); }
-
-private:
     CInbox m_inbox;
 };
 
-class CInboxSignals : public fdn::CBase, public virtual fdn::ISystemSignalHandler {
-public:
-    CInboxSignals(fdn::P<fdn::ISystemSignalHandler> const& next, fdn::P<CInboxDaemon> const& daemon)
-        : m_next(next), m_daemon(daemon) {}
-
-    void handleSystemSignal(fdn::SysSignal signal) override {
-        m_next->handleSystemSignal(signal);
-        m_daemon->wakeUp();
-    }
-
-private:
-    fdn::P<fdn::ISystemSignalHandler> m_next;
-    fdn::P<CInboxDaemon> m_daemon;
-};
-
-class CInboxEntry : public dmn::CDaemonEntry {
-    fdn::P<dmn::CDaemonInfo> createDaemonInfo() override {
-        auto info = fdn::newObj<dmn::CDaemonInfo>();
-        info->defaultId = "inbox";
-        info->displayName = "Inbox";
-        info->exePath = fdn::Path(fdn::String::fromBytes(std::filesystem::read_symlink("/proc/self/exe")));
-        return info;
-    }
-
-    fdn::P<dmn::CDaemon> createDaemon(fdn::String const& id, fdn::Path const& controlFolder) override {
-        auto const daemon = fdn::newObj<CInboxDaemon>(id, controlFolder);
-        auto const signals = fdn::newObj<CInboxSignals>(m_signalHandler, daemon);
-        fdn::CSystemSignalReceiver::get().setHandler(fdn::SysSignal::Terminate, signals.get());
-        return daemon;
-    }
-};
-
 int main(int argc, char** argv) {
-    return fdn::newObj<CInboxEntry>()->entry(argc, argv);
+    return dmn::runService<CInboxService>(argc, argv, "inbox", "Inbox", "1.0");
 }

@@ -2,39 +2,29 @@
 
 #include <cstdio>
 #include <deque>
-#include <filesystem>
+#include <fstream>
 #include <string>
 
-/// Passes signals on to the sampler: SIGTERM stops it, and SIGHUP makes it reopen its file.
-class CSamplerSignals : public fdn::CBase, public virtual fdn::ISystemSignalHandler {
-public:
-    CSamplerSignals(fdn::P<fdn::ISystemSignalHandler> const& next, fdn::P<CSampler> const& sampler)
-        : m_next(next), m_sampler(sampler) {}
+constexpr long kLongestInterval = 24L * 60 * 60;
 
-    void handleSystemSignal(fdn::SysSignal signal) override {
-        if (signal == fdn::SysSignal::Hangup) {
-            m_sampler->requestReopening();
-            return;
-        }
-        m_next->handleSystemSignal(signal);
-        m_sampler->wakeUp();
+/// Has the log say more at a signal, and less again at the next one.
+class CLogLevelSwitch : public fdn::CBase, public virtual fdn::ISystemSignalHandler {
+    void handleSystemSignal(fdn::SysSignal) override {
+        bool const saysMore = fdn::getLogLevel() == fdn::LogLevel::Debug;
+        fdn::setLogLevel(saysMore ? fdn::LogLevel::Info : fdn::LogLevel::Debug);
     }
-
-private:
-    fdn::P<fdn::ISystemSignalHandler> m_next;
-    fdn::P<CSampler> m_sampler;
 };
 
 /// The front end: adds the options --interval and --label and the command "last [COUNT]".
-class CSamplerEntry : public dmn::CDaemonEntry {
+class CSamplerEntry : public dmn::CServiceEntry {
 public:
     int entry(int argc, char** argv) override {
-        int const status = CDaemonEntry::entry(argc, argv);
+        int const status = CServiceEntry::entry(argc, argv);
         return status == 0 ? m_status : status;
     }
 
     void addCommandLineOptions(wxCmdLineParser& parser) override {
-        CDaemonEntry::addCommandLineOptions(parser);
+        CServiceEntry::addCommandLineOptions(parser);
         parser.AddOption("n", "interval", "Seconds between two samples. Default: 60", wxCMD_LINE_VAL_NUMBER);
         parser.AddOption("l", "label", "What each sample begins with. Default: load");
         parser.AddParam("COUNT", wxCMD_LINE_VAL_NUMBER, wxCMD_LINE_PARAM_OPTIONAL);
@@ -42,15 +32,15 @@ public:
 
     bool verifyCommandParams(fdn::String const& command, wxCmdLineParser& parser) override {
         long interval = m_intervalSeconds;
-        if (parser.Found("interval", &interval) && interval < 1) {
-            std::puts("\nError: the interval must be at least 1 second.\n");
+        if (parser.Found("interval", &interval) && (interval < 1 || interval > kLongestInterval)) {
+            std::printf("\nError: the interval must be from 1 to %ld seconds.\n\n", kLongestInterval);
             return false;
         }
-        return CDaemonEntry::verifyCommandParams(command, parser);
+        return CServiceEntry::verifyCommandParams(command, parser);
     }
 
     void handleCommandParams(wxCmdLineParser& parser) override {
-        CDaemonEntry::handleCommandParams(parser);
+        CServiceEntry::handleCommandParams(parser);
         parser.Found("interval", &m_intervalSeconds);
         wxString label;
         if (parser.Found("label", &label))
@@ -63,7 +53,11 @@ public:
         if (command == "last")
             m_status = printLastSamples();
         else
-            CDaemonEntry::doCommand(command);
+            CServiceEntry::doCommand(command);
+    }
+
+    fdn::TList<dmn::CommandDescription> describeOwnCommands() override {
+        return {{"last [COUNT]", "Show the last samples. Default: 10"}};
     }
 
     fdn::P<dmn::CDaemonInfo> createDaemonInfo() override {
@@ -71,18 +65,15 @@ public:
         info->defaultId = "sampler";
         info->displayName = "Load sampler";
         info->startAtBoot = true;
-        info->exePath = fdn::Path(fdn::String::fromBytes(std::filesystem::read_symlink("/proc/self/exe")));
+        info->version = "1.0";
         info->params = {fdn::String::Format("--interval=%ld", m_intervalSeconds), "--label=" + m_label};
         return info;
     }
 
     fdn::P<dmn::CDaemon> createDaemon(fdn::String const& id, fdn::Path const& controlFolder) override {
-        auto const sampler = fdn::newObj<CSampler>(id, controlFolder, m_intervalSeconds, m_label);
-        auto const signals = fdn::newObj<CSamplerSignals>(m_signalHandler, sampler);
-        fdn::CSystemSignalReceiver& receiver = fdn::CSystemSignalReceiver::get();
-        receiver.setHandler(fdn::SysSignal::Terminate, signals.get());
-        receiver.setHandler(fdn::SysSignal::Hangup, signals.get());
-        return sampler;
+        auto const levelSwitch = fdn::newObj<CLogLevelSwitch>();
+        fdn::CSystemSignalReceiver::get().setHandler(fdn::SysSignal::User1, levelSwitch.get());
+        return fdn::newObj<CSampler>(id, controlFolder, static_cast<int>(m_intervalSeconds), m_label);
     }
 
 private:

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -49,10 +50,7 @@ protected:
     }
 
     /// Does what the handler of SIGTERM does.
-    void stop() {
-        m_manager->signalStop();
-        m_sampler->wakeUp();
-    }
+    void stop() { m_manager->signalStop(); }
 
     static bool await(std::function<bool()> const& condition) {
         auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
@@ -96,6 +94,16 @@ TEST_F(CSamplerTest, ThatWasStoppedBeforeItsStartDoesNotWait) {
     start();
 
     EXPECT_TRUE(awaitStatus(Status::Stopped));
+}
+
+TEST_F(CSamplerTest, ReopensItsFileWhenItIsToldTo) {
+    start();
+    ASSERT_TRUE(awaitStatus(Status::Running));
+    std::filesystem::remove(m_folder + "/samples.txt");
+
+    m_sampler->signalReload(); // As SIGHUP does.
+
+    EXPECT_TRUE(await([this] { return std::filesystem::exists(m_folder + "/samples.txt"); }));
 }
 
 TEST_F(CSamplerTest, FailsWithoutItsFolder) {

@@ -10,10 +10,10 @@
 #include <stdlib.h>
 
 /// Does two things at once, on two threads. When either ends, for whatever reason, so does the other.
-class CTwoWorkers : public dmn::CDaemon {
+class CTwoWorkers : public dmn::CService {
 public:
     CTwoWorkers(fdn::Path const& controlFolder, std::function<void()> first, std::function<void()> second)
-        : CDaemon("workers", controlFolder), m_first(std::move(first)), m_second(std::move(second)) {}
+        : CService("workers", controlFolder), m_first(std::move(first)), m_second(std::move(second)) {}
 
     void run() override {
         std::future<void> first = startWorker(m_first);

@@ -1,4 +1,4 @@
-#include "CService.h"
+#include "CMyService.h"
 
 #include <gtest/gtest.h>
 
@@ -20,17 +20,17 @@ public:
 };
 
 /// Runs a service in this process, on a thread and with a control folder of its own.
-class CServiceTest : public testing::Test {
+class CMyServiceTest : public testing::Test {
 protected:
     using Status = dmn::CDaemonManager::Status;
 
-    CServiceTest() {
+    CMyServiceTest() {
         std::string name = (std::filesystem::temp_directory_path() / "service-XXXXXX").string();
         m_folder = mkdtemp(name.data());
-        m_service = fdn::newObj<CService>("service", fdn::Path(fdn::String::fromBytes(m_folder)));
+        m_service = fdn::newObj<CMyService>("service", fdn::Path(fdn::String::fromBytes(m_folder)));
     }
 
-    ~CServiceTest() override {
+    ~CMyServiceTest() override {
         stop();
         m_run = {}; // Waits for the thread.
         std::filesystem::remove_all(m_folder);
@@ -41,10 +41,7 @@ protected:
     }
 
     /// Does what the handler of SIGTERM does.
-    void stop() {
-        m_manager->signalStop();
-        m_service->wakeUp();
-    }
+    void stop() { m_manager->signalStop(); }
 
     bool awaitStatus(Status status) {
         auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
@@ -55,18 +52,18 @@ protected:
 
     std::string m_folder;
     fdn::P<CObservedManager> m_manager = fdn::newObj<CObservedManager>();
-    fdn::P<CService> m_service;
+    fdn::P<CMyService> m_service;
     std::future<void> m_run;
 };
 
-TEST_F(CServiceTest, HoldsItsPIDFileWhileItRuns) {
+TEST_F(CMyServiceTest, HoldsItsPIDFileWhileItRuns) {
     start();
 
     ASSERT_TRUE(awaitStatus(Status::Running));
     EXPECT_TRUE(std::filesystem::exists(m_folder + "/service.pid"));
 }
 
-TEST_F(CServiceTest, StopsWhenItIsAskedTo) {
+TEST_F(CMyServiceTest, StopsWhenItIsAskedTo) {
     start();
     ASSERT_TRUE(awaitStatus(Status::Running));
 

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <dmn/Export.h>
+
+#include <fdn/String.h>
+
+namespace dmn {
+
+/// How this machine decides what starts at boot.
+enum class BootSequence {
+    LinkOrder,       ///< System V init, in the order of the links in /etc/rcN.d
+    DependencyOrder, ///< System V init, in the order that insserv has computed from the scripts' headers
+    Systemd,         ///< systemd, which makes units of init scripts (until its release 260)
+    None,            ///< no init that reads scripts, as in most containers
+};
+
+// Only files are looked at, and nothing is run or changed. Needs no rights. Any thread may call these. What
+// cannot be looked at counts as missing.
+
+/// The boot sequence of the machine that this process runs on. Where no init runs, as in a container, it is
+/// that of the init that is installed.
+DMN_EXPORT BootSequence detectBootSequence();
+
+/// Whether this machine will start the daemon at its next boot, as far as its files tell. System V init
+/// starts what is linked in the default run level (inittab(5); without one, in any from 2 to 5). systemd
+/// starts a unit of the daemon's own if it is enabled and, where there is none, the script, if it has the
+/// generator for that. False for an ID that can name no daemon.
+DMN_EXPORT bool startsAtBoot(fdn::String const& id, BootSequence sequence);
+
+/// The command by which an administrator makes this machine know the daemon that was installed to start at
+/// boot: update-rc.d for insserv's order, systemctl for systemd. The empty text if nothing is left to do, or
+/// nothing can be done: for a daemon without start links, for example.
+DMN_EXPORT fdn::String composeBootCommand(fdn::String const& id, BootSequence sequence);
+
+} // namespace dmn

@@ -1,0 +1,19 @@
+#include <dmn/script/ControlFolder.h>
+
+#include <fdn/CError.h>
+
+#include <dmn/script/InitScriptFile.h>
+
+namespace dmn {
+
+fdn::Path findControlFolder(fdn::String const& id, fdn::Path const& given) {
+    return given.getText().empty() ? fdn::Path(readSetting(id, setting::kControlFolder)) : given;
+}
+
+void requireControlFolder(fdn::String const& id, fdn::Path const& controlFolder) {
+    if (controlFolder.getText().empty())
+        throw fdn::CError("The daemon '" + id +
+                          "' has no control folder, so nobody can tell where its PID file is.");
+}
+
+} // namespace dmn
