@@ -15,11 +15,13 @@
 #include <dmn/CServiceEntry.h>
 #include <dmn/CommandDescription.h>
 #include <dmn/DaemonFinding.h>
+#include <dmn/DaemonSettings.h>
 #include <dmn/Export.h>
 #include <dmn/IDaemonEntry.h>
 #include <dmn/IDaemonOperationProgress.h>
 #include <dmn/bootSequence.h>
 #include <dmn/daemonChecks.h>
 #include <dmn/daemonStatus.h>
+#include <dmn/installedDaemons.h>
 #include <dmn/runService.h>
 #include <dmn/version.h>

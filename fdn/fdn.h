@@ -14,6 +14,7 @@
 #include <fdn/CNotificationReceiver.h>
 #include <fdn/COnDemandFileInfo.h>
 #include <fdn/CPIDFile.h>
+#include <fdn/CPendingOutput.h>
 #include <fdn/CProcessHandle.h>
 #include <fdn/CProps.h>
 #include <fdn/CSystemAccountManager.h>

@@ -1,0 +1,59 @@
+#include <dmnctl/boot/boot.h>
+#include <dmnctl/commandline/CommandLine.h>
+#include <dmnctl/daemons/operations.h>
+#include <dmnctl/log/showLog.h>
+#include <dmnctl/show/text.h>
+#include <dmnctl/unit/unit.h>
+
+#include <fdn/CError.h>
+#include <fdn/CFdnInit.h>
+
+#include <variant>
+
+namespace {
+
+constexpr int kFailed = 2;
+
+using namespace dmnctl;
+
+struct Carrier {
+    int operator()(Answer const& answer) const {
+        if (answer.status == 0)
+            print(answer.text);
+        else
+            printError(answer.text);
+        return answer.status;
+    }
+
+    int operator()(ListCommand const& command) const { return list(command); }
+
+    int operator()(StatusCommand const& command) const { return showStatus(command); }
+
+    int operator()(StartCommand const& command) const { return start(command); }
+
+    int operator()(StopCommand const& command) const { return stop(command); }
+
+    int operator()(RestartCommand const& command) const { return restart(command); }
+
+    int operator()(CheckCommand const& command) const { return check(command); }
+
+    int operator()(LogCommand const& command) const { return showLog(command); }
+
+    int operator()(BootCommand const& command) const { return boot(command); }
+
+    int operator()(UnitCommand const& command) const { return showUnit(command); }
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        fdn::CFdnInit const init(true);
+        return std::visit(Carrier(), parseCommandLine(argc, argv));
+    } catch (fdn::CError const& error) {
+        printError(toUTF8(error.getMessage()));
+    } catch (std::exception const& error) {
+        printError(error.what());
+    }
+    return kFailed;
+}
