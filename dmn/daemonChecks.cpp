@@ -131,7 +131,8 @@ Findings checkTexts(CheckedDaemon const& daemon, CDaemonInfo const& info) {
     return findings;
 }
 
-/// The installed daemon's settings, as far as its script tells them.
+/// The installed daemon's settings, as far as its script tells them. It is run even where its text would do,
+/// because whether it tells them is part of the check.
 class InstalledDaemon {
 public:
     InstalledDaemon(fdn::String const& id, fdn::Path const& controlFolder) : m_id(id) {
