@@ -8,6 +8,8 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cstring>
 
 namespace dmnctl {
 
@@ -56,6 +58,14 @@ std::string escapeQuoted(std::string const& text) {
     return result;
 }
 
+// The text in quotes, unless it is plain: most words are, and people read them more easily without.
+std::string quote(std::string const& text) {
+    auto const isPlain = [](unsigned char c) {
+        return std::isalnum(c) != 0 || std::strchr("-./=_", c) != nullptr;
+    };
+    return !text.empty() && std::all_of(text.begin(), text.end(), isPlain) ? text : '"' + text + '"';
+}
+
 } // namespace
 
 std::string composeUnitLine(std::string const& name, fdn::String const& text) {
@@ -72,7 +82,7 @@ std::string composeUnitWord(std::string const& name, fdn::String const& text) {
     std::string const word = encode(name, text);
     if (holdsControl(word) || word.find_first_of("\"'\\:") != std::string::npos)
         refuse(name, text, "it holds a quote, a backslash, a colon or a control character");
-    return '"' + doubleAll(word, "%") + '"';
+    return quote(doubleAll(word, "%"));
 }
 
 // No "$" is expanded here, so none is doubled.
@@ -80,11 +90,11 @@ std::string composeUnitProgram(std::string const& name, fdn::String const& path)
     std::string const program = encode(name, path);
     if (holdsControl(program) || program.find_first_of("\"'\\") != std::string::npos)
         refuse(name, path, "it holds a quote, a backslash or a control character");
-    return '"' + doubleAll(program, "%") + '"';
+    return quote(doubleAll(program, "%"));
 }
 
 std::string composeUnitArgument(std::string const& name, fdn::String const& text) {
-    return '"' + doubleAll(escapeQuoted(encode(name, text)), "%$") + '"';
+    return quote(doubleAll(escapeQuoted(encode(name, text)), "%$"));
 }
 
 } // namespace dmnctl
