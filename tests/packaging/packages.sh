@@ -28,10 +28,23 @@ check_RuntimePackagePullsInNothingBeyondTheBaseLibraryOfWxWidgets() {
     expect_success diff "$TMPDIR/expected" <(installed_packages | comm -13 "$TMPDIR/before" -)
 }
 
+# Everybody may look. An older library would lack what dmnctl calls.
+check_ToolsRunForEverybodyAndComeWithTheirLibraries() {
+    local version
+    version=$(dpkg-deb --field "$packages"/dmn-tools_*.deb Version)
+    make_machine
+
+    expect_success apt install '/packages/libdmn1_*.deb' '/packages/dmn-tools_*.deb'
+
+    expect_line "^libdmn1 \(>= ${version//./\\.}\)," <(dpkg-deb --field "$packages"/dmn-tools_*.deb Depends)
+    expect_success in_root setpriv --reuid=nobody --regid=nogroup --clear-groups dmnctl --version
+    expect_equal "dmnctl $version" "$output"
+}
+
 check_ShellsAndGdbFindWhatTheyLoad() {
     make_machine installed
 
-    for file in bash-completion/completions/dmn zsh/vendor-completions/_dmn; do
+    for file in bash-completion/completions/{dmn,dmnctl} zsh/vendor-completions/{_dmn,_dmnctl}; do
         [ -s "$root/usr/share/$file" ] || fail "there is no $file"
     done
     local script library
@@ -43,9 +56,9 @@ check_ShellsAndGdbFindWhatTheyLoad() {
 check_RemovedPackagesLeaveNothing() {
     make_machine installed
 
-    expect_success apt purge libdmn1 libdmn-dev libdmn-doc
+    expect_success apt purge dmn-tools libdmn1 libdmn-dev libdmn-doc
 
-    expect_equal '' "$(find "$root/usr" "$root/etc" -regex '.*/\(lib\)?[df][mn]n[^/]*')"
+    expect_equal '' "$(find "$root/usr" "$root/etc" -regex '.*/_?\(lib\)?\(dmn\|fdn\)[^/]*')"
 }
 
 # expect_whole_life FOLDER: the example minimal there must live its whole life by the README's commands.
