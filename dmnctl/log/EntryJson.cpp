@@ -1,17 +1,16 @@
 #include <dmnctl/log/EntryJson.h>
 
+#include <dmnctl/show/json.h>
+
 #include <charconv>
 #include <cstdint>
 #include <string_view>
 
 #include <fmt/core.h>
-#include <nlohmann/json.hpp>
 
 namespace dmnctl {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 Json orNull(std::string const& text) {
     return text.empty() ? Json() : Json(text);

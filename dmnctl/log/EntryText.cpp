@@ -1,22 +1,19 @@
 #include <dmnctl/log/EntryText.h>
 
 #include <dmnctl/log/moment.h>
-#include <dmnctl/log/printable.h>
+#include <dmnctl/show/text.h>
 
 #include <algorithm>
-
-#include <fmt/core.h>
 
 namespace dmnctl {
 
 namespace {
 
-constexpr std::size_t kTimeWidth = 23;
-constexpr std::size_t kLevelWidth = 7;
+constexpr int kTimeWidth = 23;
+constexpr int kLevelWidth = 7;
 
-std::string fill(std::string const& text, std::size_t width) {
-    std::size_t const length = measure(text);
-    return text + std::string(width > length ? width - length : 0, ' ');
+std::string fill(std::string const& text, int width) {
+    return text + std::string(static_cast<std::size_t>(std::max(width - countColumns(text), 0)), ' ');
 }
 
 std::string composeTime(Entry const& entry) {
@@ -79,16 +76,11 @@ std::string EntryText::composeId(std::string const& id) const {
 
 std::string EntryText::composeLevel(Entry const& entry) const {
     std::string const level = fill(toPrintable(entry.level), kLevelWidth);
-    if (m_terminal == nullptr || entry.level == "info" || entry.level.empty())
+    if (entry.level == "info" || entry.level.empty())
         return level;
     if (entry.level == "debug")
-        return m_terminal->paint(level, Colour::Grey);
-    return m_terminal->paint(level, isError(entry) ? Colour::Red : Colour::Yellow);
-}
-
-std::size_t measure(std::string const& text) {
-    return static_cast<std::size_t>(std::count_if(
-        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+        return m_terminal.paint(level, Colour::Grey);
+    return m_terminal.paint(level, isError(entry) ? Colour::Red : Colour::Yellow);
 }
 
 } // namespace dmnctl

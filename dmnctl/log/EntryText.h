@@ -3,7 +3,6 @@
 #include <dmnctl/log/Entry.h>
 #include <dmnctl/show/Terminal.h>
 
-#include <cstddef>
 #include <string>
 
 namespace dmnctl {
@@ -20,10 +19,9 @@ namespace dmnctl {
 /// entry is shown as it stands, after "(damaged)".
 class EntryText {
 public:
-    /// With a terminal, levels are in colours where it has any; without one, never. Where entries of several
-    /// daemons are mixed, their IDs are shown in a column that is as wide as the longest of them; 0 for no
-    /// column.
-    explicit EntryText(Terminal const* terminal, std::size_t idWidth = 0)
+    /// Levels are in colours where the terminal has any. Where entries of several daemons are mixed, their
+    /// IDs are shown in a column that is as wide as the longest of them; 0 for no column.
+    explicit EntryText(Terminal const& terminal, int idWidth = 0)
         : m_terminal(terminal), m_idWidth(idWidth) {}
 
     /// The entry, with a line feed at the end of each of its lines.
@@ -33,11 +31,8 @@ private:
     std::string composeId(std::string const& id) const;
     std::string composeLevel(Entry const& entry) const;
 
-    Terminal const* m_terminal;
-    std::size_t m_idWidth;
+    Terminal m_terminal;
+    int m_idWidth;
 };
-
-/// How many columns the text takes, for those that the terminal shows in one column each.
-std::size_t measure(std::string const& text);
 
 } // namespace dmnctl

@@ -13,14 +13,13 @@ constexpr std::size_t kMuch = 64L * 1024;
 
 class TextOutput : public LogOutput {
 public:
-    explicit TextOutput(std::size_t idWidth) : m_text(&m_terminal, idWidth) {}
+    explicit TextOutput(int idWidth) : m_text(Terminal(), idWidth) {}
 
 private:
     std::string compose(Entry const& entry, std::string const& id) override {
         return m_text.compose(entry, id);
     }
 
-    Terminal m_terminal;
     EntryText m_text;
 };
 
@@ -61,7 +60,7 @@ void LogOutput::flush() {
         m_isRead = print(text);
 }
 
-std::unique_ptr<LogOutput> makeLogOutput(LogCommand const& command, std::size_t idWidth) {
+std::unique_ptr<LogOutput> makeLogOutput(LogCommand const& command, int idWidth) {
     if (command.format != Format::Json)
         return std::make_unique<TextOutput>(idWidth);
     if (command.follow)

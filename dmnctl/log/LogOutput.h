@@ -38,6 +38,6 @@ private:
 
 /// For people, as EntryText writes them, with an ID column of this width; for programs as JSON: one array of
 /// objects or, where the entries never end, one object per line.
-std::unique_ptr<LogOutput> makeLogOutput(LogCommand const& command, std::size_t idWidth);
+std::unique_ptr<LogOutput> makeLogOutput(LogCommand const& command, int idWidth);
 
 } // namespace dmnctl

@@ -34,7 +34,7 @@ std::size_t findLatest(Heads const& heads) {
 
 } // namespace
 
-MergedLogs::MergedLogs(std::vector<Log>& logs, Selection const& selection)
+MergedLogs::MergedLogs(std::vector<Log>& logs, EntrySelection const& selection)
     : m_logs(logs), m_selection(selection), m_heads(logs.size()) {}
 
 void MergedLogs::goBack() {

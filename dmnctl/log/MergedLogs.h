@@ -10,7 +10,7 @@
 namespace dmnctl {
 
 /// Which entries are shown.
-struct Selection {
+struct EntrySelection {
     std::optional<std::size_t> lines;  ///< the last ones; nothing for no limit
     std::optional<std::int64_t> since; ///< not those before this time
     bool errorsOnly = false;
@@ -25,7 +25,7 @@ public:
         std::size_t log = 0; ///< from which: the index of the log
     };
 
-    explicit MergedLogs(std::vector<Log>& logs, Selection const& selection);
+    explicit MergedLogs(std::vector<Log>& logs, EntrySelection const& selection);
 
     /// Goes back to the first of the selected entries. Reads no more of the logs than needed.
     void goBack();
@@ -48,7 +48,7 @@ private:
     bool isLongBefore(std::int64_t time) const;
 
     std::vector<Log>& m_logs;
-    Selection m_selection;
+    EntrySelection m_selection;
     Heads m_heads; // the next entry of each log
 };
 

@@ -1,16 +1,14 @@
 #include <dmnctl/log/showLog.h>
 
+#include <dmnctl/daemons/selection.h>
 #include <dmnctl/log/DaemonLogs.h>
 #include <dmnctl/log/LogOutput.h>
 #include <dmnctl/log/LogWatch.h>
 #include <dmnctl/log/MergedLogs.h>
 #include <dmnctl/log/moment.h>
-#include <dmnctl/log/printable.h>
 #include <dmnctl/show/text.h>
 
 #include <fdn/CError.h>
-
-#include <dmn/installedDaemons.h>
 
 #include <algorithm>
 
@@ -23,8 +21,8 @@ namespace {
 constexpr int kFailed = 2;
 constexpr std::size_t kUsualLines = 20;
 
-Selection getSelection(LogCommand const& command) {
-    Selection selection;
+EntrySelection getSelection(LogCommand const& command) {
+    EntrySelection selection;
     selection.lines = command.lines;
     selection.errorsOnly = command.errorsOnly;
     if (!command.since.empty())
@@ -32,15 +30,6 @@ Selection getSelection(LogCommand const& command) {
     else if (!command.lines)
         selection.lines = kUsualLines;
     return selection;
-}
-
-std::vector<std::string> getIds(Daemons const& daemons) {
-    std::vector<std::string> ids = daemons.ids;
-    if (ids.empty()) {
-        for (fdn::String const& id : dmn::findInstalledDaemons())
-            ids.push_back(toUTF8(id));
-    }
-    return ids;
 }
 
 fdn::Path const& getFile(Log const& log) {
@@ -68,24 +57,28 @@ public:
 
 private:
     void openLogs() {
-        for (std::string const& id : getIds(m_command.daemons))
-            openLog(id);
-        reportProblems();
+        if (!performForEach(m_command.daemons, [this](fdn::String const& id) { openLog(id); }))
+            m_status = kFailed;
+        for (std::size_t i = 0; i < m_logs.getNames().size(); ++i)
+            reportOpening(m_logs.getLogs()[i], m_logs.getName(i));
     }
 
-    void openLog(std::string const& id) {
-        try {
-            if (std::optional<LogPlace> const place = locateLog(fromUTF8(id)))
-                m_logs.add(id, *place);
-            else
-                printError(toPrintable(composeSyslogHint(id)));
-        } catch (fdn::CError const& error) {
-            report(toUTF8(error.getMessage()));
-        }
+    void reportOpening(Log& log, std::string const& name) {
+        if (!reportProblems(log) && !log.getFileId())
+            printError(fmt::format("{} has no log yet: '{}' does not exist. Entries that cannot be written "
+                                   "there go to syslog.",
+                                   name, toUTF8(log.getFile())));
     }
 
-    static std::string composeSyslogHint(std::string const& id) {
-        return fmt::format("{} has no folder for a log, so its entries go to syslog.", id);
+    void openLog(fdn::String const& id) {
+        if (std::optional<LogPlace> const place = locateLog(id))
+            m_logs.add(toUTF8(id), *place);
+        else
+            printError(composeSyslogHint(id));
+    }
+
+    static std::string composeSyslogHint(fdn::String const& id) {
+        return fmt::format("There is no folder for the log of {}, so its entries go to syslog.", toUTF8(id));
     }
 
     void followLogs() {
@@ -127,30 +120,33 @@ private:
     }
 
     void reportProblems() {
-        for (Log& log : m_logs.getLogs()) {
-            for (std::string const& problem : log.takeProblems())
-                report(problem);
-        }
+        for (Log& log : m_logs.getLogs())
+            reportProblems(log);
     }
 
-    void report(std::string const& problem) {
-        printError(toPrintable(problem));
-        m_status = kFailed;
+    // Returns whether there were some.
+    bool reportProblems(Log& log) {
+        std::vector<std::string> const problems = log.takeProblems();
+        for (std::string const& problem : problems)
+            printError(problem);
+        if (!problems.empty())
+            m_status = kFailed;
+        return !problems.empty();
     }
 
     // One log needs no names.
-    std::size_t getIdWidth() const {
+    int getIdWidth() const {
         std::vector<std::string> const& names = m_logs.getNames();
         if (names.size() < 2)
             return 0;
-        std::size_t width = 0;
+        int width = 0;
         for (std::string const& name : names)
-            width = std::max(width, measure(toPrintable(name)));
+            width = std::max(width, countColumns(toPrintable(name)));
         return width;
     }
 
     LogCommand const& m_command;
-    Selection m_selection;
+    EntrySelection m_selection;
     DaemonLogs m_logs;
     std::unique_ptr<LogOutput> m_output;
     bool m_isWarned = false;
@@ -173,7 +169,7 @@ std::string composeLastEntries(fdn::String const& id, std::size_t count) {
     entries.goBack();
     std::string text;
     while (auto const found = entries.getNext())
-        text += EntryText(nullptr).compose(found->entry, {});
+        text += EntryText(Terminal(0, false)).compose(found->entry, {});
     for (std::string const& problem : logs.front().takeProblems())
         throw fdn::CError(fromUTF8(problem));
     return text;
