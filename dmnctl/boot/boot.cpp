@@ -3,7 +3,7 @@
 #include <dmnctl/boot/BootLock.h>
 #include <dmnctl/boot/dependencyOrder.h>
 #include <dmnctl/boot/systemd.h>
-#include <dmnctl/daemons/selection.h>
+#include <dmnctl/selection/selection.h>
 #include <dmnctl/show/text.h>
 
 #include <dmn/CDaemonController.h>

@@ -1,6 +1,6 @@
 #include <dmnctl/unit/unit.h>
 
-#include <dmnctl/daemons/selection.h>
+#include <dmnctl/selection/selection.h>
 #include <dmnctl/show/text.h>
 #include <dmnctl/unit/UnitText.h>
 
