@@ -30,10 +30,11 @@ boot_and_install() {
     await_up
 }
 
-# files: prints all files except those of the package tools and those that every boot writes.
+# files: prints all files except those of the package tools and those that every boot writes. Links that start and stop
+# others come without their numbers, which insserv chooses anew each time.
 files() {
     (cd "$root" && find etc usr var -not -path 'var/lib/dpkg/*' -not -path 'var/lib/apt/*' -not -path 'var/cache/*' \
-        -not -path 'var/log/*' -not -name '*-' | sort)
+        -not -path 'var/log/*' -not -name '*-' | sed 's,^\(etc/rc.\.d/[SK]\)[0-9][0-9],\1,' | sort)
 }
 
 # accounts: prints everything that is known about users and groups.
