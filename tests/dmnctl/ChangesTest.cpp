@@ -129,7 +129,7 @@ TEST_F(Changes, AreMadeWhetherOrNotAnybodyReads) {
     bringUp();
     pid_t const before = servicePID();
 
-    EXPECT_EQ("0\n", runInShell("{ sleep 0.1; $tool restart clock; echo $? >&2; } | true").errors);
+    EXPECT_EQ("0\n", runInShell("exec 3> >(true); wait $!; $tool restart clock >&3; echo $? >&2").errors);
     EXPECT_NE(before, servicePID());
     EXPECT_EQ(0, status());
 

@@ -42,7 +42,7 @@ std::string runOnTerminal(int columns, Words const& words, Environment environme
     std::string text;
     char buffer[4096];
     // Fails once nobody has the other side open.
-    for (ssize_t count; (count = read(terminal.get(), buffer, sizeof buffer)) > 0 || !program.pid();)
+    for (ssize_t count; (count = read(terminal.get(), buffer, sizeof buffer)) > 0;)
         text.append(buffer, static_cast<std::size_t>(count));
     EXPECT_EQ(0, program.wait().status);
     return text;
@@ -146,13 +146,13 @@ TEST_F(List, AnswersWithJson) {
 }
 
 TEST_F(List, AnswersWithJsonInUTF8) {
-    m_controlFolder = m_folder.name("Größe\xff\x1b");
+    m_controlFolder = m_folder.name("Größe\x1b");
     install();
 
     std::string const text = tool({"list", "--json"}).output;
 
     EXPECT_NO_THROW(nlohmann::json::parse(text));
-    EXPECT_THAT(text, AllOf(HasSubstr("\\u001b"), Not(HasSubstr("\x1b"))));
+    EXPECT_THAT(text, AllOf(HasSubstr("/Größe\\u001b\""), Not(HasSubstr("\x1b"))));
 }
 
 TEST_F(ListForUsers, IsForEverybody) {

@@ -78,12 +78,12 @@ TEST_F(Status, ShowsAllThatIsKnown) {
 }
 
 TEST_F(Status, EscapesWhatCouldActOnATerminal) {
-    m_controlFolder = m_folder.name("\x1b[2J");
+    m_controlFolder = m_folder.name("\x1b\u202e");
     install();
 
     Outcome const outcome = tool({"status", "--verbose"});
 
-    EXPECT_THAT(outcome.output, AllOf(HasSubstr("/\\x1b[2J\n"), Not(HasSubstr("\x1b"))));
+    EXPECT_THAT(outcome.output, AllOf(HasSubstr("/\\x1b\\u202e\n"), Not(HasSubstr("\x1b"))));
 }
 
 TEST_F(Status, IsUnknownWithoutAControlFolder) {
