@@ -102,8 +102,9 @@ char const* explain(fdn::String const& id, BootSequence sequence) {
     case BootSequence::LinkOrder:
         return "the default run level has no link to it.";
     case BootSequence::DependencyOrder:
-        return isInDependencyOrder(id) ? "the default run level has no link to it."
-                                       : "the order of scripts that insserv has computed does not have it.";
+        return readDependencyOrder().count(id) > 0
+                   ? "the default run level has no link to it."
+                   : "the order of scripts that insserv has computed does not have it.";
     case BootSequence::Systemd:
         return hasOwnUnit(id) ? "its systemd unit is not enabled."
                               : "this machine's systemd does not read init scripts.";
@@ -139,6 +140,9 @@ Findings checkInitFolders() {
 }
 
 Findings checkBoot(fdn::String const& id) {
+    // Links mean nothing to a daemon that systemd runs by a unit of its own.
+    if (detectBootSequence() == BootSequence::Systemd && hasOwnUnit(id))
+        return checkSequence(id);
     try {
         fdn::Path const script = locateInitScript(id);
         LevelLinks const starts = lookAtLinks(LinkKind::Start, id, script);

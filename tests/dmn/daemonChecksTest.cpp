@@ -739,6 +739,21 @@ TEST_F(CheckDaemon, FindsASystemdThatDoesNotStartIt) {
     EXPECT_EQ(Names{"systemctl enable app"}, remediesOf(disabled));
 }
 
+TEST_F(CheckDaemon, MissesNoStartLinksOfADaemonThatItsOwnUnitStarts) {
+    m_info.startAtBoot = false;
+    installForAccount();
+    std::filesystem::create_directories("/run/systemd/system");
+    std::filesystem::create_directories("/etc/systemd/system/multi-user.target.wants");
+    writeFile("/etc/systemd/system/app.service", "");
+    std::filesystem::create_symlink("../app.service",
+                                    "/etc/systemd/system/multi-user.target.wants/app.service");
+    auto const found = checkInstalled();
+    std::filesystem::remove_all("/etc/systemd");
+    std::filesystem::remove_all("/run/systemd");
+
+    EXPECT_THAT(problemsOf(found), IsEmpty());
+}
+
 TEST_F(CheckDaemon, ChangesNothing) {
     m_info.startAtBoot = false;
     m_control = fdn::Path("/etc/app-checks/new");
