@@ -26,10 +26,19 @@ bool isLinkNameOf(fdn::String const& id, fdn::String const& name) {
            name.length() == id.length() + 3;
 }
 
-void createLink(fdn::Path const& script, int level, fdn::String const& id) {
+fdn::Path createLink(fdn::Path const& script, int level, fdn::String const& id) {
     fdn::Path const link = locateRunLevelFolder(level) << fdn::Path(composeRunLevelLinkName(level, id));
     deleteFromInitFolder(link);
     fdn::createFileSymLink(script, link);
+    return link;
+}
+
+// After an error, which is the one to report.
+void deleteQuietly(fdn::Path const& link) {
+    try {
+        deleteFromInitFolder(link);
+    } catch (fdn::CError const&) { // NOLINT(bugprone-empty-catch): it gets as far as it can
+    }
 }
 
 void removeLinks(fdn::Path const& folder, fdn::String const& id) {
@@ -65,6 +74,29 @@ void createRunLevelLinks(fdn::Path const& script, fdn::String const& id, bool st
     for (RunLevel const& runLevel : kRunLevels) {
         if (startAtBoot || runLevel.kind == LinkKind::Kill)
             createLink(script, runLevel.level, id);
+    }
+}
+
+void completeRunLevelLinks(fdn::Path const& script, fdn::String const& id, LinkKind kind) {
+    fdn::TArray<fdn::Path> made;
+    try {
+        for (RunLevel const& runLevel : kRunLevels) {
+            if (runLevel.kind == kind && findRunLevelLinks(runLevel, id).empty())
+                made.push_back(createLink(script, runLevel.level, id));
+        }
+    } catch (...) {
+        for (fdn::Path const& link : made)
+            deleteQuietly(link);
+        throw;
+    }
+}
+
+void removeRunLevelLinks(fdn::String const& id, LinkKind kind) {
+    for (RunLevel const& runLevel : kRunLevels) {
+        if (runLevel.kind != kind)
+            continue;
+        for (fdn::Path const& link : findRunLevelLinks(runLevel, id))
+            deleteFromInitFolder(link);
     }
 }
 
