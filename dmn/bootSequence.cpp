@@ -115,17 +115,17 @@ fdn::Path findSystemdUnit(fdn::String const& id) {
     return isDaemonId(id) ? findOwnUnit(id) : fdn::Path();
 }
 
-void createStartLinks(fdn::String const& id) {
-    completeRunLevelLinks(locateInitScript(id), id, LinkKind::Start);
+fdn::TArray<fdn::Path> createStartLinks(fdn::String const& id) {
+    return completeRunLevelLinks(locateInitScript(id), id, LinkKind::Start);
 }
 
-void removeStartLinks(fdn::String const& id) {
+fdn::TArray<fdn::Path> removeStartLinks(fdn::String const& id) {
     requireDaemonId(id);
-    removeRunLevelLinks(id, LinkKind::Start);
+    return removeRunLevelLinks(id, LinkKind::Start);
 }
 
-void createKillLinks(fdn::String const& id) {
-    completeRunLevelLinks(locateInitScript(id), id, LinkKind::Kill);
+fdn::TArray<fdn::Path> createKillLinks(fdn::String const& id) {
+    return completeRunLevelLinks(locateInitScript(id), id, LinkKind::Kill);
 }
 
 } // namespace dmn

@@ -4,6 +4,7 @@
 
 #include <fdn/Path.h>
 #include <fdn/String.h>
+#include <fdn/containers.h>
 
 namespace dmn {
 
@@ -45,14 +46,14 @@ DMN_EXPORT fdn::Path findSystemdUnit(fdn::String const& id);
 // daemon, when a run level's folder is missing, and for a link that cannot be made or removed.
 
 /// Makes the links by which System V init starts the daemon, as an installation for boot does, in those run
-/// levels that have none. After an error, none of the new links is left.
-DMN_EXPORT void createStartLinks(fdn::String const& id);
+/// levels that have none, or only one that leads nowhere. Returns the new links; after an error, none of them
+/// is left.
+DMN_EXPORT fdn::TArray<fdn::Path> createStartLinks(fdn::String const& id);
 
-/// Removes the links by which System V init starts the daemon. Those that stop it stay.
-DMN_EXPORT void removeStartLinks(fdn::String const& id);
+/// Removes the links by which System V init starts the daemon, and returns them. Those that stop it stay.
+DMN_EXPORT fdn::TArray<fdn::Path> removeStartLinks(fdn::String const& id);
 
-/// Makes the links by which System V init stops the daemon, as every installation does, in those run levels
-/// that have none. After an error, none of the new links is left.
-DMN_EXPORT void createKillLinks(fdn::String const& id);
+/// Makes the links by which System V init stops the daemon, as every installation does, in the same way.
+DMN_EXPORT fdn::TArray<fdn::Path> createKillLinks(fdn::String const& id);
 
 } // namespace dmn

@@ -3,7 +3,10 @@
 #include <fdn/CFileSystemIterator.h>
 #include <fdn/files.h>
 
+#include <dmn/init/FileQuestions.h>
 #include <dmn/init/InitFolder.h>
+
+#include <algorithm>
 
 namespace dmn {
 
@@ -77,11 +80,20 @@ void createRunLevelLinks(fdn::Path const& script, fdn::String const& id, bool st
     }
 }
 
-void completeRunLevelLinks(fdn::Path const& script, fdn::String const& id, LinkKind kind) {
+namespace {
+
+bool hasLink(RunLevel const& runLevel, fdn::String const& id) {
+    fdn::TArray<fdn::Path> const links = findRunLevelLinks(runLevel, id);
+    return std::any_of(links.begin(), links.end(), seemsThere);
+}
+
+} // namespace
+
+fdn::TArray<fdn::Path> completeRunLevelLinks(fdn::Path const& script, fdn::String const& id, LinkKind kind) {
     fdn::TArray<fdn::Path> made;
     try {
         for (RunLevel const& runLevel : kRunLevels) {
-            if (runLevel.kind == kind && findRunLevelLinks(runLevel, id).empty())
+            if (runLevel.kind == kind && !hasLink(runLevel, id))
                 made.push_back(createLink(script, runLevel.level, id));
         }
     } catch (...) {
@@ -89,15 +101,20 @@ void completeRunLevelLinks(fdn::Path const& script, fdn::String const& id, LinkK
             deleteQuietly(link);
         throw;
     }
+    return made;
 }
 
-void removeRunLevelLinks(fdn::String const& id, LinkKind kind) {
+fdn::TArray<fdn::Path> removeRunLevelLinks(fdn::String const& id, LinkKind kind) {
+    fdn::TArray<fdn::Path> removed;
     for (RunLevel const& runLevel : kRunLevels) {
         if (runLevel.kind != kind)
             continue;
-        for (fdn::Path const& link : findRunLevelLinks(runLevel, id))
+        for (fdn::Path const& link : findRunLevelLinks(runLevel, id)) {
             deleteFromInitFolder(link);
+            removed.push_back(link);
+        }
     }
+    return removed;
 }
 
 void removeRunLevelLinks(fdn::String const& id) {

@@ -66,6 +66,11 @@ fdn::Path folderOf(fdn::Path const& path) {
 
 } // namespace
 
+OwnFile::OwnFile(char const* folder, fdn::String const& name) : m_path(fdn::Path(folder) << fdn::Path(name)) {
+    if (name.find('/') != fdn::String::npos)
+        throw fdn::CError("'" + name + "' cannot be the name of a file.");
+}
+
 OwnFile::State OwnFile::getState() const {
     switch (findType(m_path)) {
     case fs::file_type::not_found:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <fdn/Path.h>
+#include <fdn/String.h>
 
 #include <string>
 
@@ -11,7 +12,8 @@ namespace dmnctl {
 /// or removed.
 class OwnFile {
 public:
-    explicit OwnFile(fdn::Path const& path) : m_path(path) {}
+    /// The file of this name in the folder. Throws CError for a name that leads elsewhere.
+    OwnFile(char const* folder, fdn::String const& name);
 
     enum class State {
         Missing,

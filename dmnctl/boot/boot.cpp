@@ -3,6 +3,7 @@
 #include <dmnctl/boot/BootLock.h>
 #include <dmnctl/boot/dependencyOrder.h>
 #include <dmnctl/boot/systemd.h>
+#include <dmnctl/selection/selection.h>
 #include <dmnctl/show/text.h>
 
 #include <dmn/CDaemonController.h>
@@ -23,6 +24,7 @@ namespace {
 
 using dmn::BootSequence;
 
+constexpr int kFailed = 2;
 constexpr int kStarts = 0;
 constexpr int kDoesNotStart = 3;
 
@@ -40,7 +42,7 @@ std::string describe(BootSequence sequence, fdn::String const& id) {
     case BootSequence::DependencyOrder:
         return "order of insserv";
     case BootSequence::Systemd:
-        return "systemd, by " + toUTF8(unit.empty() ? "its init script" : unit);
+        return "systemd, by " + (unit.empty() ? "its init script" : toPrintable(unit));
     case BootSequence::None:
         break;
     }
@@ -49,7 +51,7 @@ std::string describe(BootSequence sequence, fdn::String const& id) {
 
 void printState(fdn::String const& id, BootSequence sequence) {
     bool const starts = dmn::startsAtBoot(id, sequence);
-    print(fmt::format("{} {} at boot ({}).\n", toUTF8(id), starts ? "starts" : "does not start",
+    print(fmt::format("{} {} at boot ({}).\n", toPrintable(id), starts ? "starts" : "does not start",
                       describe(sequence, id)));
 }
 
@@ -57,11 +59,10 @@ void sayIfUnitIsOutOfDate(fdn::String const& id) {
     if (isUnitOutOfDate(id, dmn::readDaemonSettings(id)))
         print(fmt::format("Its unit is out of date: the daemon has been installed anew since. To renew it: "
                           "dmnctl boot {} on\n",
-                          toUTF8(id)));
+                          toPrintable(id)));
 }
 
 int show(fdn::String const& id) {
-    dmn::requireInstalledDaemon(id);
     BootSequence const sequence = dmn::detectBootSequence();
     printState(id, sequence);
     if (sequence == BootSequence::Systemd)
@@ -84,14 +85,19 @@ void sayIfRunsOutsideUnit(fdn::String const& id, dmn::DaemonSettings const& sett
     print(fmt::format(
         "{0} runs outside its unit (process {1}). systemd takes it over at the next boot or, now, "
         "by: {2} stop && systemctl start {0}\n",
-        toUTF8(id), status.process, toUTF8(dmn::CDaemonController::getInitScriptPath(id))));
+        toPrintable(id), status.process, toPrintable(dmn::CDaemonController::getInitScriptPath(id))));
+}
+
+void say(char const* action, fdn::TArray<fdn::Path> const& links) {
+    for (fdn::Path const& link : links)
+        print(fmt::format("{} {}.\n", action, toPrintable(link)));
 }
 
 void bringAbout(fdn::String const& id, BootSequence sequence) {
     dmn::DaemonSettings const settings = dmn::readDaemonSettings(id);
     switch (sequence) {
     case BootSequence::LinkOrder:
-        return dmn::createStartLinks(id);
+        return say("Made the link", dmn::createStartLinks(id));
     case BootSequence::DependencyOrder:
         return putInOrder(id, settings);
     case BootSequence::Systemd:
@@ -105,7 +111,7 @@ void bringAbout(fdn::String const& id, BootSequence sequence) {
 void takeBack(fdn::String const& id, BootSequence sequence) {
     switch (sequence) {
     case BootSequence::LinkOrder:
-        return dmn::removeStartLinks(id);
+        return say("Removed the link", dmn::removeStartLinks(id));
     case BootSequence::DependencyOrder:
         return takeOutOfOrder(id);
     case BootSequence::Systemd:
@@ -126,18 +132,14 @@ int turnOn(fdn::String const& id) {
     return 0;
 }
 
-// An uninstalled daemon may have left something.
-void requireSomethingOf(fdn::String const& id, BootSequence sequence) {
-    bool const hasLeft = (sequence == BootSequence::Systemd && hasWrittenUnit(id)) ||
-                         (sequence == BootSequence::DependencyOrder && hasOwnOverride(id));
-    if (!hasLeft)
-        dmn::requireInstalledDaemon(id);
+// What a daemon has left that was uninstalled since.
+bool hasLeftSomething(fdn::String const& id) {
+    return hasWrittenUnit(id) || hasOwnOverride(id);
 }
 
 int turnOff(fdn::String const& id) {
     BootLock const lock;
     BootSequence const sequence = dmn::detectBootSequence();
-    requireSomethingOf(id, sequence);
     takeBack(id, sequence);
     printState(id, sequence);
     if (dmn::startsAtBoot(id, sequence))
@@ -149,7 +151,9 @@ int turnOff(fdn::String const& id) {
 
 int boot(BootCommand const& command) {
     fdn::String const id = fromUTF8(command.id);
-    dmn::CDaemonController::getInitScriptPath(id); // throws for an ID that can name no file
+    bool const isCleaningUp = command.wish == BootCommand::Wish::Off && hasLeftSomething(id);
+    if (!isCleaningUp && !selectDaemons({{command.id}}).isComplete)
+        return kFailed;
     if (command.wish == BootCommand::Wish::Show)
         return show(id);
     requireRoot();

@@ -17,7 +17,7 @@ namespace dmnctl {
 namespace {
 
 OwnFile getOverride(fdn::String const& id) {
-    return OwnFile(fdn::Path("/etc/insserv/overrides") << fdn::Path(id));
+    return OwnFile("/etc/insserv/overrides", id);
 }
 
 // One that a package has brought for a script of this name.
@@ -56,7 +56,7 @@ void writeOverride(OwnFile const& file, std::string const& text) {
     if (file.holds(text))
         return;
     file.write(text);
-    print(fmt::format("Wrote {}.\n", toUTF8(file.getPath())));
+    print(fmt::format("Wrote {}.\n", toPrintable(file.getPath())));
 }
 
 void requireName(fdn::String const& id) {
@@ -68,21 +68,26 @@ bool isInstalled(fdn::String const& id) {
     return fdn::fileExists(dmn::CDaemonController::getInitScriptPath(id));
 }
 
-// What cannot be taken back is left to the next call. The first error is the one to report.
-void takeBackQuietly(fdn::String const& id) {
+// After an error, which is the one to report.
+void deleteQuietly(fdn::Path const& path) {
     try {
-        takeOutOfOrder(id);
+        fdn::deleteFile(path, true, 1, true);
     } catch (fdn::CError const& error) {
         printError(toUTF8(error.getMessage()));
     }
 }
 
-// Start links that exist already are what insserv goes by, before any header; and so is it if there are only
-// links that stop.
+// Where there are only links that stop the daemon, insserv goes by them and not by the header.
 void order(fdn::String const& id) {
-    dmn::createStartLinks(id);
-    runTool({"insserv", id});
-    print(fmt::format("Put {} in the order of insserv.\n", toUTF8(id)));
+    fdn::TArray<fdn::Path> const links = dmn::createStartLinks(id);
+    try {
+        runTool({"insserv", id});
+    } catch (...) {
+        for (fdn::Path const& link : links)
+            deleteQuietly(link);
+        throw;
+    }
+    print(fmt::format("Put {} in the order of insserv.\n", toPrintable(id)));
 }
 
 } // namespace
@@ -93,12 +98,16 @@ bool hasOwnOverride(fdn::String const& id) {
 
 void putInOrder(fdn::String const& id, dmn::DaemonSettings const& settings) {
     requireName(id);
+    if (isHeadedByOthers(id))
+        return order(id);
+    OwnFile const file = getOverride(id);
+    bool const isNew = file.getState() == OwnFile::State::Missing;
+    writeOverride(file, composeOverride(id, settings));
     try {
-        if (!isHeadedByOthers(id))
-            writeOverride(getOverride(id), composeOverride(id, settings));
         order(id);
     } catch (...) {
-        takeBackQuietly(id);
+        if (isNew)
+            deleteQuietly(file.getPath());
         throw;
     }
 }
@@ -116,7 +125,7 @@ void takeOutOfOrder(fdn::String const& id) {
     if (!hasOwnOverride(id))
         return;
     getOverride(id).remove();
-    print(fmt::format("Removed {}.\n", toUTF8(getOverride(id).getPath())));
+    print(fmt::format("Removed {}.\n", toPrintable(getOverride(id).getPath())));
 }
 
 } // namespace dmnctl

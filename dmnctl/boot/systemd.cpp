@@ -28,7 +28,7 @@ fdn::Path getUnitName(fdn::String const& id) {
 }
 
 OwnFile getUnit(fdn::String const& id) {
-    return OwnFile(fdn::Path(kFolder) << getUnitName(id));
+    return OwnFile(kFolder, id + ".service");
 }
 
 fdn::Path getLink(fdn::String const& id) {
@@ -54,7 +54,7 @@ void requireUnitName(fdn::String const& id) {
 }
 
 void say(char const* action, fdn::Path const& path) {
-    print(fmt::format("{} {}.\n", action, toUTF8(path)));
+    print(fmt::format("{} {}.\n", action, toPrintable(path)));
 }
 
 void reload() {
@@ -149,7 +149,7 @@ void disableUnit(fdn::String const& id) {
     // Without a unit of its own, the daemon has the one that older releases make of its script.
     if (dmn::startsAtBoot(id, dmn::BootSequence::Systemd)) {
         dmn::removeStartLinks(id);
-        print(fmt::format("Removed the start links of {}.\n", toUTF8(id)));
+        print(fmt::format("Removed the start links of {}.\n", toPrintable(id)));
     }
     reload();
 }

@@ -9,7 +9,7 @@
 #include <fmt/core.h>
 
 #include <cerrno>
-#include <csignal>
+#include <sstream>
 
 #include <sys/wait.h>
 
@@ -41,25 +41,28 @@ fdn::CExecCommand composeCommand(fdn::TArray<fdn::String> const& words) {
     return fdn::CExecCommand(fdn::Path("/bin/sh"), arguments);
 }
 
-std::string join(fdn::TArray<fdn::String> const& words) {
-    std::string text;
+fdn::String join(fdn::TArray<fdn::String> const& words) {
+    fdn::String text;
     for (fdn::String const& word : words)
-        text += (text.empty() ? "" : " ") + toUTF8(word);
+        text << (text.empty() ? "" : " ") << word;
     return text;
+}
+
+void passOn(std::string const& printed) {
+    std::istringstream lines(printed);
+    for (std::string line; std::getline(lines, line);)
+        fmt::print(stderr, "{}\n", toPrintable(line));
 }
 
 } // namespace
 
 void runTool(fdn::TArray<fdn::String> const& words) {
-    // A caller that ignores its children hands that on, and then nobody learns how the tool has ended.
-    std::signal(SIGCHLD, SIG_DFL);
     fdn::CIPCConnectionToSubProcess output;
     pid_t const tool = fdn::forkAndExec(composeCommand(words), nullptr, fdn::ForkExecLevel::Child,
                                         fdn::Path("/"), nullptr, &output, nullptr, nullptr);
-    std::string const printed = readAll(output);
+    passOn(readAll(output));
     if (await(tool) != 0)
-        throw fdn::CError(fromUTF8(fmt::format("`{}` has failed: {}", join(words), printed)).Trim());
-    print(printed);
+        throw fdn::CError("'" + join(words) + "' has failed.");
 }
 
 } // namespace dmnctl

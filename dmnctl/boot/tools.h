@@ -7,7 +7,7 @@
 
 namespace dmnctl {
 
-/// Runs a tool of the system, and passes on what it prints. Throws CError, with that text, when it fails.
+/// Runs a tool of the system. What it prints goes to standard error. Throws CError when it fails.
 void runTool(fdn::TArray<fdn::String> const& words);
 
 } // namespace dmnctl

@@ -1,11 +1,11 @@
 #include <dmnctl/log/showLog.h>
 
-#include <dmnctl/daemons/selection.h>
 #include <dmnctl/log/DaemonLogs.h>
 #include <dmnctl/log/LogOutput.h>
 #include <dmnctl/log/LogWatch.h>
 #include <dmnctl/log/MergedLogs.h>
 #include <dmnctl/log/moment.h>
+#include <dmnctl/selection/selection.h>
 #include <dmnctl/show/text.h>
 
 #include <fdn/CError.h>

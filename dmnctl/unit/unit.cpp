@@ -1,5 +1,6 @@
 #include <dmnctl/unit/unit.h>
 
+#include <dmnctl/selection/selection.h>
 #include <dmnctl/show/text.h>
 #include <dmnctl/unit/UnitText.h>
 
@@ -164,6 +165,8 @@ WantedBy=multi-user.target
 }
 
 int showUnit(UnitCommand const& command) {
+    if (!selectDaemons({{command.id}}).isComplete)
+        return 2;
     fdn::String const id = fromUTF8(command.id);
     print(composeUnit(id, dmn::readDaemonSettings(id)));
     return 0;
