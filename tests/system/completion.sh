@@ -97,7 +97,9 @@ complete_values() {
 }
 
 complete_dmnctl() {
-    local id
+    local id library
+    library=$(find /usr/local/lib -name libdmn.so.1)
+    export LD_LIBRARY_PATH=${library%/*} # the loader's list is the machine's
     for id in backupd indexd; do
         expect_success /usr/local/sbin/heartbeat --id=$id --controlFolder="$TMPDIR/$id" install
     done
