@@ -1,7 +1,6 @@
 #include <dmn/daemonChecks.h>
 
 #include <fdn/CError.h>
-#include <fdn/files.h>
 
 #include <dmn/CDaemonController.h>
 #include <dmn/check/AccountCheck.h>
@@ -13,13 +12,8 @@
 #include <dmn/id/DaemonId.h>
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ParameterLine.h>
-#include <dmn/script/ShellWord.h>
 
-#include <cerrno>
 #include <optional>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace dmn {
 
@@ -170,26 +164,6 @@ private:
     CheckedDaemon m_daemon;
     Findings m_findings;
 };
-
-// By the effective user, whose rights the script would run with. What cannot be told shows when it is run.
-bool mayBeRun(fdn::Path const& script) {
-    return faccessat(AT_FDCWD, fdn::toFileName(script), X_OK, AT_EACCESS) == 0 || errno != EACCES;
-}
-
-// The script stores all settings, so nothing else counts before it can be run.
-Findings checkScriptFile(fdn::String const& id) {
-    try {
-        fdn::Path const script = locateInitScript(id);
-        if (!fdn::fileExists(script))
-            return {{"The daemon '" + id + "' is not installed.", ""}};
-        if (!mayBeRun(script))
-            return {{"The init script '" + script.getText() + "' may not be run.",
-                     "chmod a+x " + quoteShellWord(script)}};
-        return {};
-    } catch (fdn::CError const& error) {
-        return {report(error)};
-    }
-}
 
 Findings checkSettings(CheckedDaemon const& daemon) {
     Findings findings = requireControlFolder(daemon.settings.controlFolder);

@@ -1,11 +1,16 @@
 #include <dmn/check/ScriptCheck.h>
 
 #include <fdn/CError.h>
+#include <fdn/files.h>
 
+#include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ScriptTrial.h>
 #include <dmn/script/ShellWord.h>
 
 #include <cerrno>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace dmn {
 
@@ -63,7 +68,27 @@ DaemonFinding report(ScriptFault const& fault) {
             ""};
 }
 
+// By the effective user, whose rights the script would run with. What cannot be told shows when it is run.
+bool mayBeRun(fdn::Path const& script) {
+    return faccessat(AT_FDCWD, fdn::toFileName(script), X_OK, AT_EACCESS) == 0 || errno != EACCES;
+}
+
 } // namespace
+
+// The script stores all settings, so nothing else counts before it can be run.
+Findings checkScriptFile(fdn::String const& id) {
+    try {
+        fdn::Path const script = locateInitScript(id);
+        if (!fdn::fileExists(script))
+            return {{"The daemon '" + id + "' is not installed.", ""}};
+        if (!mayBeRun(script))
+            return {{"The init script '" + script.getText() + "' may not be run.",
+                     "chmod a+x " + quoteShellWord(script)}};
+        return {};
+    } catch (fdn::CError const& error) {
+        return {{error.getMessage(), ""}};
+    }
+}
 
 Findings checkScriptValues(InitScriptValues const& values) {
     Findings findings;

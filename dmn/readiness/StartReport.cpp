@@ -5,6 +5,8 @@
 #include <dmn/start/DaemonLog.h>
 #include <dmn/wait/Deadline.h>
 
+#include <cerrno>
+
 namespace dmn {
 
 namespace {
@@ -29,9 +31,9 @@ void StartReport::failEnded(pid_t process, ProcessEnd const& end, fdn::String co
 
 void StartReport::failLate(pid_t process, int timeoutMs, fdn::String const& lastStatus) const {
     throw fdn::CError("The daemon '" + m_id + "' was not ready after " + describeDuration(timeoutMs) +
-                      (lastStatus.empty() ? fdn::String() : " (" + lastStatus + ")") +
-                      fdn::String::Format(". Its process %d goes on", process) +
-                      "; the command 'stop --kill' ends it." + describeLog());
+                          (lastStatus.empty() ? fdn::String() : " (" + lastStatus + ")") +
+                          fdn::String::Format(". Its process %d goes on.", process) + describeLog(),
+                      "", ETIMEDOUT, {}, nullptr);
 }
 
 void StartReport::failUnwatched(pid_t process, fdn::CError const& error) const {

@@ -270,8 +270,8 @@ TEST_F(Starter, ShowsNoControlCharactersAndNoEndlessText) {
 }
 
 TEST_F(Starter, LeavesADaemonAloneThatIsLate) {
-    EXPECT_EQ("The daemon 'app' was not ready after 300 milliseconds (Initializing). Its process N goes on; "
-              "the command 'stop --kill' ends it. Its log: " +
+    EXPECT_EQ("The daemon 'app' was not ready after 300 milliseconds (Initializing). Its process N goes on. "
+              "Its log: " +
                   m_log.path(),
               failToStart("hang", kShort));
 
@@ -281,6 +281,15 @@ TEST_F(Starter, LeavesADaemonAloneThatIsLate) {
 TEST_F(Starter, AsksOnceWithATimeoutOfZero) {
     EXPECT_THAT(failToStart("hang", 0), HasSubstr("was not ready after 0 seconds"));
     EXPECT_LT(0, childOf(getpid()));
+}
+
+TEST_F(Starter, MarksALateDaemonByTheErrorsCode) {
+    install("hang");
+    EXPECT_EQ(ETIMEDOUT, errorOf([this] { m_starter.start(0); }).getCode());
+    endDaemons();
+
+    install("fail");
+    EXPECT_EQ(-1, errorOf([this] { m_starter.start(kLong); }).getCode());
 }
 
 TEST_F(Starter, WaitsAsLongAsANumberCanSay) {

@@ -47,6 +47,7 @@ protected:
             {"dead", &ServiceStateTest::becomeDead},
             {"deaf", &ServiceStateTest::becomeDeaf},
             {"script damaged", &ServiceStateTest::damageScript},
+            {"script not executable", &ServiceStateTest::closeScript},
             {"account gone", &ServiceStateTest::loseAccount},
             {"folder gone", &ServiceStateTest::loseFolder},
             {"disk full", &ServiceStateTest::fillDisk},
@@ -83,6 +84,11 @@ private:
     void damageScript() {
         bringUp();
         test::writeFile(script(), "#!/bin/sh\nfi\n");
+    }
+
+    void closeScript() {
+        install();
+        test::setMode(script(), 0644);
     }
 
     void loseAccount() {
@@ -142,7 +148,8 @@ constexpr Case kCases[] = {
     {"stopped", "uninstall", 0, "clock is uninstalled.\n"},
     {"starting", "status", 0, "clock is running (process "},
     {"starting", "start --timeout=1", 0, "clock runs already (process "},
-    {"starting", "stop --timeout=1", 2, "has not ended"},
+    {"starting", "stop --timeout=1", 2,
+     " has not ended after 1 second and goes on.\n  Remedy: " DMN_SERVICE " stop --kill\n"},
     {"starting", "stop --timeout=1 --kill", 0, "clock did not stop and was ended by force (process "},
     {"starting", "restart --timeout=1", 2, "has not ended"},
     {"starting", "uninstall --timeout=1", 2, "has not ended"},
@@ -177,6 +184,11 @@ constexpr Case kCases[] = {
     {"script damaged", "install --controlFolder", 0, "clock is installed.\n"},
     {"script damaged", "uninstall", 2, "/etc/init.d/clock"},
     {"script damaged", "uninstall --controlFolder", 0, "clock is uninstalled.\n"},
+    {"script not executable", "start", 2, "may not be run.\n  Remedy: chmod a+x /etc/init.d/clock\n"},
+    {"script not executable", "stop", 2, "may not be run.\n  Remedy: chmod a+x /etc/init.d/clock\n"},
+    {"script not executable", "restart", 2, "may not be run.\n  Remedy: chmod a+x /etc/init.d/clock\n"},
+    {"script not executable", "uninstall", 2, "may not be run.\n  Remedy: chmod a+x /etc/init.d/clock\n"},
+    {"script not executable", "check", 1, "may not be run.\n  Remedy: chmod a+x /etc/init.d/clock\n"},
     {"account gone", "status", 3, "clock does not run.\n"},
     {"account gone", "start", 2, "nobody-knows"},
     {"account gone", "stop", 0, "clock does not run.\n"},
@@ -294,6 +306,8 @@ TEST_F(FailingServiceTest, StartOfAServiceThatHangsNamesItsProcessAndItsLastWord
     EXPECT_EQ(2, outcome.status);
     EXPECT_THAT(outcome.output, HasSubstr("Initializing: 1 step done"));
     EXPECT_THAT(outcome.output, HasSubstr("process " + std::to_string(servicePID())));
+    EXPECT_THAT(outcome.output, HasSubstr("\n  Remedy: " DMN_SERVICE " stop --kill\n"));
+    EXPECT_EQ(0, runClock({"stop", "--kill", "--timeout=0"}).status);
 }
 
 } // namespace

@@ -173,7 +173,10 @@ TEST_F(ServiceTest, InstallRefusesAFolderThatTheAccountCannotWriteTo) {
     Outcome const outcome = runClock(here({"install", "--runas=dmnuser"}));
 
     EXPECT_EQ(2, outcome.status);
-    EXPECT_THAT(outcome.output, AllOf(HasSubstr(m_controlFolder), HasSubstr("dmnuser")));
+    EXPECT_EQ("\n\nFATAL ERROR: clock was not installed.\nThe account 'dmnuser' may not write to the control "
+              "folder '" +
+                  m_controlFolder + "'.\n  Remedy: chown dmnuser " + m_controlFolder + "\n\n\n",
+              outcome.output);
     EXPECT_FALSE(std::filesystem::exists(script()));
 }
 
@@ -320,6 +323,17 @@ TEST_F(ServiceTest, UninstallOfADeafServiceKeepsItInstalled) {
     EXPECT_TRUE(std::filesystem::exists(script()));
 }
 
+TEST_F(ServiceTest, RemedyForADeafServiceNamesItAsTheUserDid) {
+    ASSERT_EQ(0, runClock(here({"install", "--id=my.clock"})).status);
+    ASSERT_EQ(0, runClock({"start", "--id=my.clock"}, {{"CLOCK_IGNORES_STOP", "1"}}).status);
+    std::string const remedy = DMN_SERVICE " stop --kill --id=my.clock --controlFolder=" + m_controlFolder;
+
+    EXPECT_THAT(runClock(here({"stop", "--id=my.clock", "--timeout=0"})).output,
+                HasSubstr("\n  Remedy: " + remedy + "\n"));
+
+    EXPECT_EQ(0, test::run({"sh", "-c", remedy + " --timeout=0"}).status);
+}
+
 // check
 
 TEST_F(ServiceTest, CheckFindsNothingWhenAllIsWell) {
@@ -345,6 +359,14 @@ TEST_P(LookingCommandTest, MakesNoFolder) {
 INSTANTIATE_TEST_SUITE_P(Commands, LookingCommandTest,
                          testing::Values("status", "check", "stop", "start", "restart", "uninstall",
                                          "nothing", "unknown"));
+
+TEST_F(ServiceTest, LogTellsTheRealExitStatus) {
+    EXPECT_EQ(1, runClock({"check"}).status);
+    EXPECT_TRUE(hasLogged("Finished command. Returning exit code 1."));
+
+    EXPECT_EQ(4, runClock({"status"}).status);
+    EXPECT_TRUE(hasLogged("Finished command. Returning exit code 4."));
+}
 
 TEST_F(ServiceTest, StatusTellsProcessAndSettings) {
     bringUp();
