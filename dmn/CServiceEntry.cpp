@@ -164,8 +164,10 @@ void CServiceEntry::doInstall() {
     CDaemonController::CMakeRoot const root;
     completeDaemonInfo();
     refuseWhatCannotWork();
-    stopDaemonElsewhere();
+    fdn::Path const other = findDaemonElsewhere();
     provideControlFolder(composeStartSettings());
+    if (!other.getText().empty())
+        stopAndAwait(other);
     CDaemonEntry::doInstall();
     reportInstallation();
 }
@@ -206,18 +208,19 @@ void CServiceEntry::refuseToLoseDaemon(DaemonStatus const& status) {
                           "'.");
 }
 
-// Once the new script is there, nobody would find the daemon that runs by the old one.
-void CServiceEntry::stopDaemonElsewhere() {
+// Once the new script is there, nobody would find the daemon that runs by the old one. Returns the empty path
+// if there is none.
+fdn::Path CServiceEntry::findDaemonElsewhere() {
     DaemonStatus const status = getDaemonStatus(m_daemonId, fdn::Path());
     if (status.state == DaemonState::Unknown)
-        return refuseToLoseDaemon(status);
+        refuseToLoseDaemon(status);
     // The same folder may have two names.
     if (status.state != DaemonState::Running ||
         status.process == getDaemonStatus(m_daemonId, m_controlFolder).process)
-        return;
+        return fdn::Path();
     printNotice(m_daemonId + " is running with another control folder, '" + status.controlFolder.getText() +
                 "' " + describeProcess(status.process) + ". It is stopped first.");
-    stopAndAwait(status.controlFolder);
+    return status.controlFolder;
 }
 
 void CServiceEntry::reportInstallation() {
@@ -326,7 +329,8 @@ void CServiceEntry::doStatus() {
 }
 
 void CServiceEntry::doCheck() {
-    fdn::TList<DaemonFinding> const findings = checkDaemon(m_daemonId, m_controlFolder);
+    fdn::TList<DaemonFinding> const findings =
+        checkDaemon(m_daemonId, m_controlFolder, MissingFolder::IsMadeByStart);
     if (findings.empty())
         return printText(m_daemonId + ": nothing found.");
     printText(describeFindings(findings));

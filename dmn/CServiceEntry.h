@@ -76,7 +76,7 @@ private:
     DMN_HIDDEN void completeDaemonInfo();
     DMN_HIDDEN StartSettings composeStartSettings() const;
     DMN_HIDDEN void refuseWhatCannotWork();
-    DMN_HIDDEN void stopDaemonElsewhere();
+    DMN_HIDDEN fdn::Path findDaemonElsewhere();
     DMN_HIDDEN void refuseToLoseDaemon(DaemonStatus const& status);
     DMN_HIDDEN void reportInstallation();
     DMN_HIDDEN void requireInstalled();

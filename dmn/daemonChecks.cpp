@@ -131,9 +131,9 @@ Findings checkTexts(CheckedDaemon const& daemon, CDaemonInfo const& info) {
 /// The installed daemon's settings, as far as its script tells them.
 class InstalledDaemon {
 public:
-    InstalledDaemon(fdn::String const& id, fdn::Path const& controlFolder) : m_id(id) {
+    InstalledDaemon(fdn::String const& id, fdn::Path const& controlFolder, MissingFolder missing) : m_id(id) {
         m_daemon.id = id;
-        m_daemon.isInstalled = true;
+        m_daemon.isFolderMade = missing == MissingFolder::IsMadeByStart;
         StartSettings& settings = m_daemon.settings;
         fdn::Path const stored(read(setting::kControlFolder));
         settings.controlFolder =
@@ -181,7 +181,7 @@ fdn::TList<DaemonFinding> checkInstallation(InstallRequest const& request) {
     Findings findings = checkId(request.id);
     bool const isNamed = findings.empty();
     append(findings, requireControlFolder(request.controlFolder));
-    CheckedDaemon daemon{request.id, {}, false};
+    CheckedDaemon daemon{request.id, {}, true};
     StartSettings& settings = daemon.settings;
     settings.controlFolder = normalize(request.controlFolder, findings);
     settings.params = composeParameters(request.info, findings);
@@ -193,16 +193,19 @@ fdn::TList<DaemonFinding> checkInstallation(InstallRequest const& request) {
         append(findings, checkTexts(daemon, request.info));
     append(findings, checkStart(daemon));
     append(findings, checkInitFolders());
+    if (isNamed)
+        append(findings, checkWritingScript(request.id));
     return findings;
 }
 
-fdn::TList<DaemonFinding> checkDaemon(fdn::String const& id, fdn::Path const& controlFolder) {
+fdn::TList<DaemonFinding> checkDaemon(fdn::String const& id, fdn::Path const& controlFolder,
+                                      MissingFolder missing) {
     requireDaemonId(id);
     RootIfPossible const root;
     Findings findings = checkScriptFile(id);
     if (!findings.empty())
         return findings;
-    InstalledDaemon const installed(id, controlFolder);
+    InstalledDaemon const installed(id, controlFolder, missing);
     findings = installed.getFindings();
     if (findings.empty())
         append(findings, checkSettings(installed.getDaemon()));

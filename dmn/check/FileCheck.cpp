@@ -94,7 +94,7 @@ Findings judgeFolderRights(StartSettings const& settings) {
 
 Findings judgeMissingFolder(CheckedDaemon const& daemon) {
     StartSettings const& settings = daemon.settings;
-    if (!daemon.isInstalled || isTransientFolder(settings))
+    if (daemon.isFolderMade || isTransientFolder(settings))
         return {};
     fdn::String const gift = settings.runAs.empty() ? fdn::String() : " && " + composeGift(settings);
     return {{"The control folder '" + settings.controlFolder.getText() + "' is missing.",

@@ -3,11 +3,13 @@
 #include <fdn/CError.h>
 #include <fdn/files.h>
 
+#include <dmn/init/InitFolder.h>
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ScriptTrial.h>
 #include <dmn/script/ShellWord.h>
 
 #include <cerrno>
+#include <optional>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -88,6 +90,16 @@ Findings checkScriptFile(fdn::String const& id) {
     } catch (fdn::CError const& error) {
         return {{error.getMessage(), ""}};
     }
+}
+
+// Root's rights end only at a read-only file system. That there is no folder is another check's finding.
+Findings checkWritingScript(fdn::String const& id) {
+    std::optional<fdn::Path> const folder = searchInitFolder("init.d");
+    if (!folder || faccessat(AT_FDCWD, fdn::toFileName(*folder), W_OK, AT_EACCESS) == 0 || errno != EROFS)
+        return {};
+    return {{"The init script '" + (*folder << fdn::Path(id)).getText() +
+                 "' cannot be written: its file system is read-only.",
+             ""}};
 }
 
 Findings checkScriptValues(InitScriptValues const& values) {

@@ -1,5 +1,6 @@
 #include "ServiceLife.h"
 
+#include "support/Obstacles.h"
 #include "support/SilentFileSystem.h"
 #include "support/cases.h"
 #include "support/processInfo.h"
@@ -194,6 +195,27 @@ TEST_F(ServiceTest, InstallWithAnotherFolderStopsTheDaemonThatRunsFirst) {
     EXPECT_TRUE(hasEnded(before));
 }
 
+TEST_F(ServiceTest, InstallWithAnotherFolderThatFailsLeavesTheDaemonRunning) {
+    std::string const home = m_folder.name("home"); // a link of the account may lead anywhere
+    std::filesystem::create_directory(home);
+    test::setOwner(home, test::kUser, test::kUser);
+    std::filesystem::create_symlink("/etc", home + "/run");
+    bringUp();
+    pid_t const before = servicePID();
+
+    Outcome const outcome =
+        runClock({"install", "--runas=dmnuser", "--controlFolder=" + home + "/run/clock"});
+    {
+        test::ReadOnlyFolder const etc("/etc");
+        EXPECT_EQ(2, runClock({"install", "--controlFolder=" + m_folder.name("new")}).status);
+    }
+
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_THAT(outcome.output, HasSubstr("cannot make the control folder"));
+    EXPECT_FALSE(hasEnded(before));
+    EXPECT_EQ(0, status());
+}
+
 TEST_F(ServiceTest, InstallWithTheSameFolderLeavesTheDaemonRunningAndNamesTheRestart) {
     bringUp();
     pid_t const before = servicePID();
@@ -344,6 +366,16 @@ TEST_F(ServiceTest, CheckFindsNothingWhenAllIsWell) {
 
     EXPECT_EQ(0, outcome.status) << outcome.output;
     EXPECT_EQ("clock: nothing found.\n", outcome.output);
+}
+
+TEST_F(ServiceTest, CheckAcceptsAMissingFolderThatStartMakes) {
+    m_controlFolder = "/var/log/clock-data";
+    install();
+    std::filesystem::remove(m_controlFolder);
+
+    EXPECT_EQ("clock: nothing found.\n", runClock({"check"}).output);
+
+    start();
 }
 
 // Looking
