@@ -2,6 +2,7 @@
 
 #include <fdn/Path.h>
 
+#include <dmn/progress/steps.h>
 #include <dmn/start/DaemonLog.h>
 #include <dmn/wait/Deadline.h>
 
@@ -15,11 +16,13 @@ fdn::String endSentence(fdn::String const& text) {
     return text.EndsWith(".") ? text : text + ".";
 }
 
-// A process that reports a failure has said why; what any other has said last is only how far it came.
+// A process that reports a failure has said why, unless it has ended in a step of the library's own; what any
+// other has said last is only how far it came.
 fdn::String describeLastStatus(ProcessEnd const& end, fdn::String const& lastStatus) {
     if (lastStatus.empty())
         return ".";
-    return end.reportsFailure() ? ": " + endSentence(lastStatus) : " (" + lastStatus + ").";
+    return end.reportsFailure() && !isOwnStep(lastStatus) ? ": " + endSentence(lastStatus)
+                                                          : " (" + lastStatus + ").";
 }
 
 } // namespace

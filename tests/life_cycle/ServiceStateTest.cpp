@@ -262,6 +262,7 @@ TEST_P(FailingStartTest, SaysWhy) {
     EXPECT_EQ(2, outcome.status);
     EXPECT_THAT(outcome.output, HasSubstr("FATAL ERROR: The daemon 'clock' has not come up"));
     EXPECT_THAT(outcome.output, HasSubstr(failure.text));
+    EXPECT_EQ(outcome.output.find(failure.text), outcome.output.rfind(failure.text)); // once
     EXPECT_THAT(outcome.output, HasSubstr(m_log.path()));
     EXPECT_TRUE(test::await([&] { return hasLogged(failure.entry); }));
     EXPECT_NE(0, status());
