@@ -5,6 +5,7 @@
 #include <fdn/CXMLLog.h>
 #include <fdn/files.h>
 #include <fdn/log.h>
+#include <fdn/notify.h>
 
 #include <dmn/commandline/CommandLine.h>
 #include <dmn/commandline/StandardOptions.h>
@@ -134,6 +135,7 @@ void CDaemonEntry::tellSupervisor(std::exception const& error) {
 }
 
 int CDaemonEntry::perform(int argc, char** argv) {
+    fdn::keepSupervisor(); // before the application starts threads
     init();
     registerSignalHandler();
 

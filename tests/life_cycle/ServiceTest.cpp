@@ -89,6 +89,33 @@ TEST_F(ServiceTest, StartDoesNotWaitForAControlFolderThatNeverAnswers) {
     EXPECT_EQ(2, starting.wait().status);
 }
 
+class SilentFolderTest : public ServiceTest, public testing::WithParamInterface<char const*> {};
+
+TEST_P(SilentFolderTest, IsNamedAndNobodyWaitsForIt) {
+    if (!test::canMountFuse())
+        DMN_SKIP_TEST("needs file systems of users");
+    install({"--runas=dmnuser"});
+    auto silent = std::make_unique<test::SilentFileSystem>(m_controlFolder, test::kUser);
+
+    Program command(clock(here({GetParam()})));
+    EXPECT_TRUE(test::await([&] { return hasEnded(command.pid()); }));
+    silent.reset();
+
+    Outcome const outcome = command.wait();
+    EXPECT_NE(0, outcome.status);
+    EXPECT_THAT(outcome.output,
+                HasSubstr("'" + m_controlFolder + "' is on a file system that does not answer.\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, SilentFolderTest, testing::Values("status", "check", "install"));
+
+// The socket is gone by then, and a program that the service starts would take it for its own.
+TEST_F(ServiceTest, ServiceKeepsTheSocketOfItsStartToItself) {
+    bringUp({{"CLOCK_RUN", "show-supervisor"}});
+
+    EXPECT_TRUE(hasLogged("The environment has no supervisor."));
+}
+
 // Whoever owns the account chooses the name, which a terminal must not obey.
 TEST_F(ServiceTest, StatusShowsNoControlCharactersOfTheExecutable) {
     std::string const copy = m_folder.name("cl\x1b[31m\nock");
