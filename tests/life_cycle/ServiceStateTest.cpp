@@ -75,7 +75,7 @@ private:
 
     void becomeDead() {
         bringUp();
-        kill(servicePID(), SIGKILL);
+        kill(daemonPID(), SIGKILL);
         ASSERT_TRUE(test::await([this] { return status() == 1; }));
     }
 
@@ -211,7 +211,7 @@ class OtherUsersServiceTest : public test::ServiceFixture<test::AccountsTest>,
 
 TEST_P(OtherUsersServiceTest, CommandFailsForWantOfRootPrivileges) {
     bringUp();
-    pid_t const process = servicePID();
+    pid_t const process = daemonPID();
 
     Outcome const outcome = test::run(test::asUser("dmnuser", clock(here({GetParam()}))));
 
@@ -219,7 +219,7 @@ TEST_P(OtherUsersServiceTest, CommandFailsForWantOfRootPrivileges) {
     EXPECT_EQ(
         "\n\nFATAL ERROR: The process does not have the necessary root privileges for this operation.\n\n\n",
         outcome.output);
-    EXPECT_EQ(process, servicePID());
+    EXPECT_EQ(process, daemonPID());
     EXPECT_EQ(0, status());
 }
 
@@ -232,7 +232,21 @@ TEST_F(OtherUsersServiceTest, StatusIsTold) {
     Outcome const outcome = test::run(test::asUser("dmnuser", clock({"status", "--verbose"})));
 
     EXPECT_EQ(0, outcome.status);
-    EXPECT_THAT(outcome.output, HasSubstr("clock is running " + process(servicePID()) + ".\n"));
+    EXPECT_THAT(outcome.output, HasSubstr("clock is running " + process(daemonPID()) + ".\n"));
+}
+
+TEST_F(OtherUsersServiceTest, CheckLooksWithTheirRights) {
+    m_controlFolder = "/var/log/clock-data";
+    install();
+    Words const check = test::asUser("dmnuser", clock({"check"}));
+
+    EXPECT_EQ("clock: nothing found.\n", test::run(check).output);
+
+    test::setMode(script(), 0744);
+    Outcome const outcome = test::run(check);
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ("The init script '/etc/init.d/clock' may not be run.\n  Remedy: chmod a+x /etc/init.d/clock\n",
+              outcome.output);
 }
 
 class FailingServiceTest : public test::ServiceFixture<test::PrivateRootTest> {};
@@ -306,7 +320,7 @@ TEST_F(FailingServiceTest, StartOfAServiceThatHangsNamesItsProcessAndItsLastWord
 
     EXPECT_EQ(2, outcome.status);
     EXPECT_THAT(outcome.output, HasSubstr("Initializing: 1 step done"));
-    EXPECT_THAT(outcome.output, HasSubstr("process " + std::to_string(servicePID())));
+    EXPECT_THAT(outcome.output, HasSubstr("process " + std::to_string(daemonPID())));
     EXPECT_THAT(outcome.output, HasSubstr("\n  Remedy: " DMN_SERVICE " stop --kill\n"));
     EXPECT_EQ(0, runClock({"stop", "--kill", "--timeout=0"}).status);
 }

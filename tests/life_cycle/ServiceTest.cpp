@@ -27,7 +27,7 @@ protected:
     /// Runs the service in the foreground and waits until it is up.
     std::unique_ptr<Program> runInForeground(Words const& words = {"run"}) const {
         auto program = std::make_unique<Program>(clock(here(words)));
-        EXPECT_TRUE(test::await([&] { return servicePID() == program->pid(); }));
+        EXPECT_TRUE(test::await([&] { return daemonPID() == program->pid(); }));
         return program;
     }
 
@@ -72,7 +72,7 @@ TEST_F(ServiceTest, InstallMakesTheFolderForTheAccount) {
     EXPECT_EQ("61001:61001", owner(m_controlFolder));
     EXPECT_EQ(0755U, test::modeOf(m_controlFolder));
     start();
-    EXPECT_EQ("61001 61001 61001 61001", test::statusOf(servicePID(), "Uid"));
+    EXPECT_EQ("61001 61001 61001 61001", test::statusOf(daemonPID(), "Uid"));
 }
 
 // Nothing in it can be known; what is launched there fails by itself.
@@ -210,7 +210,7 @@ TEST_F(ServiceTest, InstallRefusesAFolderThatTheAccountCannotWriteTo) {
 
 TEST_F(ServiceTest, InstallWithAnotherFolderStopsTheDaemonThatRunsFirst) {
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
     std::string const old = m_controlFolder;
     m_controlFolder = m_folder.name("new");
 
@@ -228,7 +228,7 @@ TEST_F(ServiceTest, InstallWithAnotherFolderThatFailsLeavesTheDaemonRunning) {
     test::setOwner(home, test::kUser, test::kUser);
     std::filesystem::create_symlink("/etc", home + "/run");
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
 
     Outcome const outcome =
         runClock({"install", "--runas=dmnuser", "--controlFolder=" + home + "/run/clock"});
@@ -245,18 +245,18 @@ TEST_F(ServiceTest, InstallWithAnotherFolderThatFailsLeavesTheDaemonRunning) {
 
 TEST_F(ServiceTest, InstallWithTheSameFolderLeavesTheDaemonRunningAndNamesTheRestart) {
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
 
     Outcome const outcome = runClock(here({"install"}));
 
     EXPECT_THAT(outcome.output, HasSubstr("Next:\n  " DMN_SERVICE " restart\n"));
-    EXPECT_EQ(before, servicePID());
+    EXPECT_EQ(before, daemonPID());
     EXPECT_FALSE(hasEnded(before));
 }
 
 TEST_F(ServiceTest, InstallWithAnotherNameOfTheSameFolderLeavesTheDaemonRunning) {
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
     std::filesystem::create_directory_symlink(m_controlFolder, m_folder.name("link"));
 
     EXPECT_EQ(0, runClock({"install", "--controlFolder=" + m_folder.name("link")}).status);
@@ -297,7 +297,7 @@ TEST_F(ServiceTest, ScriptStartsItAndIsDoneWhenItIsReady) {
     Outcome const outcome = test::run({script(), "start"}, test::Environment{{"LC_ALL", ""}, {"LANG", ""}});
 
     EXPECT_EQ(0, outcome.status);
-    EXPECT_THAT(outcome.output, HasSubstr("\nclock is running " + process(servicePID()) + ".\n"));
+    EXPECT_THAT(outcome.output, HasSubstr("\nclock is running " + process(daemonPID()) + ".\n"));
 }
 
 TEST_F(ServiceTest, ManyStartsAtOnceLaunchOne) {
@@ -311,7 +311,7 @@ TEST_F(ServiceTest, ManyStartsAtOnceLaunchOne) {
     for (auto const& program : starts) {
         Outcome const outcome = program->wait();
         EXPECT_EQ(0, outcome.status) << outcome.output;
-        EXPECT_THAT(outcome.output, HasSubstr(process(servicePID())));
+        EXPECT_THAT(outcome.output, HasSubstr(process(daemonPID())));
         running += outcome.output.find("clock is running ") == std::string::npos ? 0 : 1;
     }
 
@@ -320,7 +320,7 @@ TEST_F(ServiceTest, ManyStartsAtOnceLaunchOne) {
 
 TEST_F(ServiceTest, StopReturnsWhenTheProcessIsGone) {
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
 
     EXPECT_EQ(0, runClock({"stop"}).status);
 
@@ -330,11 +330,11 @@ TEST_F(ServiceTest, StopReturnsWhenTheProcessIsGone) {
 
 TEST_F(ServiceTest, RestartReplacesTheProcess) {
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
 
     EXPECT_EQ(0, runClock({"restart"}).status);
 
-    EXPECT_NE(before, servicePID());
+    EXPECT_NE(before, daemonPID());
     EXPECT_TRUE(hasEnded(before));
     EXPECT_EQ(0, status());
 }
@@ -344,7 +344,7 @@ TEST_F(ServiceTest, RestartOfAServiceThatIsNotInstalledLeavesItRunning) {
 
     EXPECT_EQ(2, runClock(here({"restart"})).status);
 
-    EXPECT_EQ(service->pid(), servicePID());
+    EXPECT_EQ(service->pid(), daemonPID());
 }
 
 TEST_F(ServiceTest, StartMakesAMissingFolderForTheAccount) {
@@ -564,12 +564,12 @@ TEST_F(ServiceTest, FailureOfADaemonWithThePlainFrontEndIsToldAsWell) {
 
 TEST_F(ServiceTest, RestartIntoAPipeWithoutAReaderStartsTheServiceAgain) {
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
 
     test::run({"bash", "-c", "exec {pipe}> >(:); wait $!; exec >&$pipe; exec " DMN_SERVICE " restart"});
 
     EXPECT_EQ(0, status());
-    EXPECT_NE(before, servicePID());
+    EXPECT_NE(before, daemonPID());
 }
 
 } // namespace
