@@ -11,8 +11,9 @@
 #include <dmn/readiness/StartReport.h>
 #include <dmn/readiness/Subreaper.h>
 #include <dmn/script/ControlFolder.h>
-#include <dmn/start/StartSettings.h>
+#include <dmn/start/InstalledSettings.h>
 #include <dmn/start/launchDaemon.h>
+#include <dmn/start/provideControlFolder.h>
 #include <dmn/wait/Deadline.h>
 
 #include <utility>
@@ -24,7 +25,7 @@ namespace {
 using Result = ReadinessWatch::Result;
 
 StartSettings readSettings(fdn::String const& id, fdn::Path const& controlFolder) {
-    StartSettings const settings = readStartSettings(id, controlFolder);
+    StartSettings const settings = readInstalledSettings(id, controlFolder);
     requireControlFolder(id, settings.controlFolder);
     return settings;
 }
@@ -71,7 +72,8 @@ CDaemonStarter::Outcome CDaemonStarter::start(int timeoutMs) {
     if (m_process > 0)
         return Outcome::RunningAlready;
 
-    Subreaper const subreaper; // before the launch, which makes an orphan
+    provideControlFolder(settings); // one in /run is gone after each boot
+    Subreaper const subreaper;      // before the launch, which makes an orphan
     LaterChildren const children;
     fdn::CNotificationReceiver receiver;
     pid_t const launched = launchDaemon(m_id, settings, {{"NOTIFY_SOCKET", receiver.getAddress()}});

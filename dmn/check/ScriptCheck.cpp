@@ -5,6 +5,7 @@
 
 #include <dmn/init/InitFolder.h>
 #include <dmn/script/InitScriptFile.h>
+#include <dmn/script/ScriptLook.h>
 #include <dmn/script/ScriptTrial.h>
 #include <dmn/script/ShellWord.h>
 
@@ -68,11 +69,6 @@ DaemonFinding report(ScriptFault const& fault) {
     return {"This machine's shell does not hand on the values of the init script: '" + fault.verb +
                 "' gives '" + printed.Trim() + "' instead of '" + expected.Trim() + "'.",
             ""};
-}
-
-// By the effective user, whose rights the script would run with. What cannot be told shows when it is run.
-bool mayBeRun(fdn::Path const& script) {
-    return faccessat(AT_FDCWD, fdn::toFileName(script), X_OK, AT_EACCESS) == 0 || errno != EACCES;
 }
 
 } // namespace

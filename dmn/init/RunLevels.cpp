@@ -3,11 +3,16 @@
 #include <fdn/CFileSystemIterator.h>
 #include <fdn/files.h>
 
+#include <dmn/init/FileQuestions.h>
 #include <dmn/init/InitFolder.h>
+
+#include <algorithm>
 
 namespace dmn {
 
 namespace {
+
+constexpr std::size_t kPrefix = 3; // S90
 
 // Levels without links count as ones that start the daemon: the interface gives them the name of a start
 // link.
@@ -23,13 +28,35 @@ LinkKind getLinkKind(int level) {
 // because other tools renumber links.
 bool isLinkNameOf(fdn::String const& id, fdn::String const& name) {
     return (name.StartsWith("K") || name.StartsWith("S")) && name.EndsWith(id) &&
-           name.length() == id.length() + 3;
+           name.length() == id.length() + kPrefix;
 }
 
-void createLink(fdn::Path const& script, int level, fdn::String const& id) {
+void addStartedIds(RunLevel const& runLevel, std::set<fdn::String>& ids) {
+    try {
+        fdn::Path const folder = locateRunLevelFolder(runLevel.level);
+        fdn::CFileSystemIterator entries(folder);
+        while (entries.next()) {
+            fdn::String const& name = entries.getItemName();
+            if (name.StartsWith("S") && name.length() > kPrefix && seemsThere(folder << fdn::Path(name)))
+                ids.insert(fdn::String(name.substr(kPrefix)));
+        }
+    } catch (fdn::CError const&) { // NOLINT(bugprone-empty-catch): it starts nothing
+    }
+}
+
+fdn::Path createLink(fdn::Path const& script, int level, fdn::String const& id) {
     fdn::Path const link = locateRunLevelFolder(level) << fdn::Path(composeRunLevelLinkName(level, id));
     deleteFromInitFolder(link);
     fdn::createFileSymLink(script, link);
+    return link;
+}
+
+// After an error, which is the one to report.
+void deleteQuietly(fdn::Path const& link) {
+    try {
+        deleteFromInitFolder(link);
+    } catch (fdn::CError const&) { // NOLINT(bugprone-empty-catch): it gets as far as it can
+    }
 }
 
 void removeLinks(fdn::Path const& folder, fdn::String const& id) {
@@ -61,11 +88,57 @@ fdn::TArray<fdn::Path> findRunLevelLinks(RunLevel const& runLevel, fdn::String c
     return links;
 }
 
+std::set<fdn::String> findStartedIds(int level) {
+    std::set<fdn::String> ids;
+    for (RunLevel const& runLevel : kRunLevels) {
+        if (runLevel.kind == LinkKind::Start && (level == 0 || runLevel.level == level))
+            addStartedIds(runLevel, ids);
+    }
+    return ids;
+}
+
 void createRunLevelLinks(fdn::Path const& script, fdn::String const& id, bool startAtBoot) {
     for (RunLevel const& runLevel : kRunLevels) {
         if (startAtBoot || runLevel.kind == LinkKind::Kill)
             createLink(script, runLevel.level, id);
     }
+}
+
+namespace {
+
+bool hasLink(RunLevel const& runLevel, fdn::String const& id) {
+    fdn::TArray<fdn::Path> const links = findRunLevelLinks(runLevel, id);
+    return std::any_of(links.begin(), links.end(), seemsThere);
+}
+
+} // namespace
+
+fdn::TArray<fdn::Path> completeRunLevelLinks(fdn::Path const& script, fdn::String const& id, LinkKind kind) {
+    fdn::TArray<fdn::Path> made;
+    try {
+        for (RunLevel const& runLevel : kRunLevels) {
+            if (runLevel.kind == kind && !hasLink(runLevel, id))
+                made.push_back(createLink(script, runLevel.level, id));
+        }
+    } catch (...) {
+        for (fdn::Path const& link : made)
+            deleteQuietly(link);
+        throw;
+    }
+    return made;
+}
+
+fdn::TArray<fdn::Path> removeRunLevelLinks(fdn::String const& id, LinkKind kind) {
+    fdn::TArray<fdn::Path> removed;
+    for (RunLevel const& runLevel : kRunLevels) {
+        if (runLevel.kind != kind)
+            continue;
+        for (fdn::Path const& link : findRunLevelLinks(runLevel, id)) {
+            deleteFromInitFolder(link);
+            removed.push_back(link);
+        }
+    }
+    return removed;
 }
 
 void removeRunLevelLinks(fdn::String const& id) {

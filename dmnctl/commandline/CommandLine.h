@@ -7,7 +7,7 @@
 
 namespace dmnctl {
 
-/// The daemons that a command is for. No names stand for all that are installed.
+/// The daemons that a command is for. No IDs stand for all that are installed.
 struct Daemons {
     std::vector<std::string> ids;
 };
@@ -15,6 +15,7 @@ struct Daemons {
 enum class Format {
     ForPeople,
     Json,
+    Names, ///< of `list` alone: the IDs, one a line
 };
 
 struct ListCommand {
