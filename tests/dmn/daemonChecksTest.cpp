@@ -343,7 +343,10 @@ TEST_F(CheckInstallation, FindsControlFoldersThatAreNone) {
 TEST_F(CheckInstallation, FindsAReadOnlyFileSystem) {
     ReadOnlyFolder const readOnly("/etc");
 
-    EXPECT_THAT(problems(), ElementsAre(HasSubstr("read-only")));
+    EXPECT_THAT(problems(), ElementsAre("The control folder '/etc/app-checks/control' is on a read-only file "
+                                        "system.",
+                                        "The init script '/etc/init.d/app' cannot be written: its file "
+                                        "system is read-only."));
 }
 
 TEST_F(CheckInstallation, FindsAFullFileSystem) {
@@ -575,6 +578,15 @@ TEST_F(CheckDaemon, FindsAnExecutableWithoutAnAbsolutePath) {
                     std::string(kControl) + " ;; *) echo; esac\n");
 
     EXPECT_THAT(problemsOf(checkInstalled()), ElementsAre(HasSubstr("no absolute path")));
+}
+
+TEST_F(CheckDaemon, FindsNoMissingControlFolderThatTheStartMakes) {
+    install();
+    installForAccount();
+    std::filesystem::remove(kControl);
+
+    EXPECT_THAT(problemsOf(dmn::checkDaemon("app", fdn::Path(), dmn::MissingFolder::IsMadeByStart)),
+                IsEmpty());
 }
 
 TEST_F(CheckDaemon, FindsAMissingControlFolderAndItsRemedyMakesIt) {
