@@ -7,8 +7,11 @@
 
 #include <fdn/CError.h>
 #include <fdn/CFdnInit.h>
+#include <fdn/log.h>
 
 #include <variant>
+
+#include <signal.h>
 
 namespace {
 
@@ -47,8 +50,13 @@ struct Carrier {
 } // namespace
 
 int main(int argc, char** argv) {
+    fdn::openMissingStandardStreams();
+    // A caller may ignore both, which its children inherit.
+    signal(SIGPIPE, SIG_DFL);
+    signal(SIGCHLD, SIG_DFL);
     try {
         fdn::CFdnInit const init(true);
+        fdn::setLogLevel(fdn::LogLevel::Warning); // what the tool does is said, not logged
         return std::visit(Carrier(), parseCommandLine(argc, argv));
     } catch (fdn::CError const& error) {
         printError(toUTF8(error.getMessage()));

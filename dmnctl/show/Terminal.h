@@ -17,6 +17,9 @@ class Terminal {
 public:
     Terminal();
 
+    /// One that is so wide (0: no terminal), whatever standard output is.
+    Terminal(int width, bool hasColours) : m_width(width), m_hasColours(hasColours) {}
+
     /// The columns, or 0 if standard output is no terminal: nothing need be cut then.
     int getWidth() const { return m_width; }
 

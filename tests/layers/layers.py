@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Holds the sources of the libraries against the list of their layers, layers.ini.
+"""Holds the sources of the libraries and of dmnctl against the list of their layers, layers.ini.
 
 Usage: layers.py SOURCES includes   fails when a file includes what its layer must not know
        layers.py SOURCES circles    fails when headers with their sources, or folders, know each other
@@ -14,6 +14,7 @@ import sys
 import textwrap
 
 LIBRARIES = ("fdn", "dmn")
+PARTS = (*LIBRARIES, "dmnctl")
 DRAWING = "docs/diagrams/layers.dot"
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)', re.MULTILINE)
 HEADERS = re.compile(r"\bHEADERS\s+(.*?)\s+SOURCES\b", re.DOTALL)
@@ -23,7 +24,7 @@ BUILD_FILES = {"CMakeLists.txt", "exports.map"}
 class Layer:
     def __init__(self, name, section):
         self.name = name
-        self.library = section["library"]
+        self.part = section["part"]
         self.on = section.get("on", "").split()
         self.members = section["holds"].split()
         self.known = {name}
@@ -42,9 +43,9 @@ def read_layers(sources):
 
 
 def find_files(sources):
-    """All files of the libraries, as they are included: dmn/script/InitScript.h."""
-    for library in LIBRARIES:
-        for path in sorted((sources / library).rglob("*")):
+    """All files of the libraries and the tool, as they are included: dmn/script/InitScript.h."""
+    for part in PARTS:
+        for path in sorted((sources / part).rglob("*")):
             if path.is_file():
                 yield path.relative_to(sources).as_posix()
 
@@ -54,7 +55,7 @@ def is_code(file):
 
 
 def is_private(file):
-    """Whether it is in a folder of its library's."""
+    """Whether it is in a folder of its part's."""
     return file.count("/") > 1
 
 
@@ -69,12 +70,12 @@ def get_folder(file):
 
 def get_member(file):
     """As the list has it: fdn/String.h is String of fdn, fdn/launch/Launch.h is launch/ of fdn."""
-    library, name, *rest = get_concept(file).split("/")
-    return library, name + "/" if rest else name
+    part, name, *rest = get_concept(file).split("/")
+    return part, name + "/" if rest else name
 
 
 def map_members(layers):
-    return {(layer.library, member): layer for layer in layers.values() for member in layer.members}
+    return {(layer.part, member): layer for layer in layers.values() for member in layer.members}
 
 
 def read_includes(sources):
@@ -84,23 +85,23 @@ def read_includes(sources):
 
 
 def find_own_includes(sources):
-    """Pairs of a file and a header of the libraries that it includes."""
+    """Pairs of a file and a header of a part that it includes."""
     for file, includes in read_includes(sources):
         for _, header in includes:
-            if header.startswith(tuple(f"{library}/" for library in LIBRARIES)):
+            if header.startswith(tuple(f"{part}/" for part in PARTS)):
                 yield file, header
 
 
 def find_include_faults(sources):
     layer_of = map_members(read_layers(sources))
     for file, includes in read_includes(sources):
-        yield from (f'{file} includes "{name}" without its library' for quote, name in includes if quote == '"')
+        yield from (f'{file} includes "{name}" without its folder' for quote, name in includes if quote == '"')
     for file, header in find_own_includes(sources):
         own, other = layer_of.get(get_member(file)), layer_of.get(get_member(header))
         if own and other and other.name not in own.known:
             yield f"{file} is of the layer {own.name}, which does not know {other.name}: {header}"
         if is_private(header) and file.split("/")[0] != header.split("/")[0]:
-            yield f"{file} includes what is private to the other library: {header}"
+            yield f"{file} includes what is private to another part: {header}"
         if is_private(header) and file.endswith(".h") and not is_private(file):
             yield f"{file} is public and includes what is not installed: {header}"
 
@@ -136,36 +137,37 @@ def find_circles_in(known):
         yield from visit(concept, [])
 
 
-def read_public_headers(sources, library):
-    return HEADERS.search((sources / library / "CMakeLists.txt").read_text("utf-8")).group(1).split()
+def read_public_headers(sources, part):
+    """None of the tool."""
+    listed = HEADERS.search((sources / part / "CMakeLists.txt").read_text("utf-8"))
+    return listed.group(1).split() if listed else []
 
 
-def find_misplaced_files(sources, library):
-    public = read_public_headers(sources, library)
-    yield from (f"{library}/{header} is private by its place, and public in CMakeLists.txt"
+def find_misplaced_files(sources, part):
+    public = read_public_headers(sources, part)
+    yield from (f"{part}/{header} is private by its place, and public in CMakeLists.txt"
                 for header in public if "/" in header)
-    concepts = {get_concept(header) for header in public}
+    concepts = {"main", *(get_concept(header) for header in public)}
     for file in find_files(sources):
         owner, *folders, name = file.split("/")
-        if owner != library:
+        if owner != part:
             continue
         if folders and (len(folders) > 1 or not is_code(name)):
-            yield f"{file} is neither a header nor a source directly in a folder of {library}"
+            yield f"{file} is neither a header nor a source directly in a folder of {part}"
         elif not folders and name not in public and name not in BUILD_FILES and not (
                 name.endswith(".cpp") and get_concept(name) in concepts):
             yield f"{file} is neither a public header nor the source of one"
 
 
 def find_place_faults(sources):
-    for library in LIBRARIES:
-        yield from find_misplaced_files(sources, library)
+    for part in PARTS:
+        yield from find_misplaced_files(sources, part)
     existing = {get_member(file) for file in find_files(sources) if is_code(file)}
-    listed = [(layer.library, member) for layer in read_layers(sources).values() for member in layer.members]
-    yield from (f"{library}/{member} is in no layer" for library, member in sorted(existing - set(listed)))
-    yield from (f"{library}/{member} is in a layer, and does not exist"
-                for library, member in sorted(set(listed) - existing))
-    yield from (f"{library}/{member} is in the layers more than once"
-                for library, member in sorted(set(listed)) if listed.count((library, member)) > 1)
+    listed = [(layer.part, member) for layer in read_layers(sources).values() for member in layer.members]
+    yield from (f"{part}/{member} is in no layer" for part, member in sorted(existing - set(listed)))
+    yield from (f"{part}/{member} is in a layer, and does not exist" for part, member in sorted(set(listed) - existing))
+    yield from (f"{part}/{member} is in the layers more than once"
+                for part, member in sorted(set(listed)) if listed.count((part, member)) > 1)
 
 
 def draw_node(layer):
@@ -176,18 +178,21 @@ def draw_node(layer):
     return f"        {layer.name} [label=<{'<br/>'.join([f'<b>{layer.name}</b>', *lines])}>]"
 
 
-def draw_library(library, layers):
-    nodes = "\n".join(draw_node(layer) for layer in reversed(layers.values()) if layer.library == library)
+def draw_part(part, layers):
+    nodes = "\n".join(draw_node(layer) for layer in reversed(layers.values()) if layer.part == part)
+    label = f"lib{part}" if part in LIBRARIES else part
     return f"""\
-    subgraph cluster_{library} {{
-        label="lib{library}" style="rounded,filled" color="#c5d1da" fillcolor="#f4f7f9" margin=14
+    subgraph cluster_{part} {{
+        label="{label}" style="rounded,filled" color="#c5d1da" fillcolor="#f4f7f9" margin=14
 {nodes}
     }}
 """
 
 
 def draw(layers):
-    top, bottom = list(layers)[-1], list(layers)[0]
+    top = [layer.name for layer in layers.values() if layer.part in LIBRARIES][-1]
+    bottom = list(layers)[0]
+    parts = "\n".join(draw_part(part, layers) for part in reversed(PARTS))
     arrows = "\n".join(f"    {layer.name} -> {lower}" for layer in reversed(layers.values()) for lower in layer.on)
     return f"""\
 // The layers: each knows only those below it. Made from tests/layers/layers.ini by the target "diagrams".
@@ -205,8 +210,7 @@ fontcolor="#1d2b36" margin="0.18,0.1"]
     application [label=<<b>the application</b><br/><font point-size="10">its front end, its daemon, its CDaemonInfo\
 </font>> fillcolor="#fdf3dc" color="#a98433"]
 
-{draw_library("dmn", layers)}
-{draw_library("fdn", layers)}
+{parts}
     system [label=<<b>wxWidgets' base library, POSIX, Linux</b>> fillcolor="#e9e9e9" color="#8a8a8a"]
 
     application -> {top}

@@ -9,20 +9,24 @@ import layers
 
 LIST = """\
 [low]
-library = fdn
+part = fdn
 holds = String
 [high]
-library = fdn
+part = fdn
 on = low
 holds = Path files log/
 [daemon]
-library = dmn
+part = dmn
 on = high
 holds = CDaemon
 [controller]
-library = dmn
+part = dmn
 on = high
 holds = CController
+[tool]
+part = dmnctl
+on = controller
+holds = main show/
 """
 
 FILES = {
@@ -38,6 +42,9 @@ FILES = {
     "dmn/CMakeLists.txt": "dmn_add_library(dmn HEADERS CDaemon.h CController.h SOURCES)",
     "dmn/CDaemon.h": "#include <fdn/files.h>\n",
     "dmn/CController.h": "",
+    "dmnctl/CMakeLists.txt": "",
+    "dmnctl/main.cpp": "#include <dmnctl/show/text.h>\n",
+    "dmnctl/show/text.h": "#include <dmn/CController.h>\n",
 }
 
 
@@ -75,18 +82,31 @@ class FaultTest(unittest.TestCase):
         self.write("dmn/CDaemon.cpp", "#include <dmn/CController.h>\n")
         self.expect_fault("dmn/CDaemon.cpp is of the layer daemon, which does not know controller: dmn/CController.h")
 
-    def test_finds_an_include_of_what_is_private_to_the_other_library(self):
+    def test_finds_an_include_of_what_is_private_to_another_library(self):
         self.write("dmn/CDaemon.cpp", "#include <fdn/log/File.h>\n")
-        self.expect_fault("dmn/CDaemon.cpp includes what is private to the other library: fdn/log/File.h")
+        self.expect_fault("dmn/CDaemon.cpp includes what is private to another part: fdn/log/File.h")
+
+    def test_finds_a_tool_that_includes_what_is_private_to_a_library(self):
+        self.write("dmnctl/show/text.cpp", "#include <fdn/log/File.h>\n")
+        self.expect_fault("dmnctl/show/text.cpp includes what is private to another part: fdn/log/File.h")
+
+    def test_finds_a_tool_that_knows_a_layer_beside_those_it_stands_on(self):
+        self.write("dmnctl/main.cpp", "#include <dmn/CDaemon.h>\n")
+        self.expect_fault("dmnctl/main.cpp is of the layer tool, which does not know daemon: dmn/CDaemon.h")
+
+    def test_finds_a_library_that_includes_a_file_of_the_tool(self):
+        self.write("dmn/CDaemon.cpp", "#include <dmnctl/show/text.h>\n")
+        self.assertIn("dmn/CDaemon.cpp is of the layer daemon, which does not know tool: dmnctl/show/text.h",
+                      self.find_faults())
 
     def test_finds_a_public_header_that_includes_a_private_one(self):
         self.write("fdn/log/Line.h", "")
         self.write("fdn/files.h", "#include <fdn/log/Line.h>\n")
         self.expect_fault("fdn/files.h is public and includes what is not installed: fdn/log/Line.h")
 
-    def test_finds_an_include_without_the_name_of_the_library(self):
+    def test_finds_an_include_without_the_name_of_its_folder(self):
         self.write("fdn/Path.cpp", '#include "Path.h"\n')
-        self.expect_fault('fdn/Path.cpp includes "Path.h" without its library')
+        self.expect_fault('fdn/Path.cpp includes "Path.h" without its folder')
 
     def test_finds_a_circle_through_a_source(self):
         self.write("fdn/Path.cpp", "#include <fdn/files.h>\n")
@@ -118,6 +138,14 @@ class FaultTest(unittest.TestCase):
     def test_finds_what_does_not_belong_into_a_folder(self):
         self.write("fdn/log/notes.txt", "")
         self.expect_fault("fdn/log/notes.txt is neither a header nor a source directly in a folder of fdn")
+
+    def test_finds_a_file_of_the_tool_that_is_in_no_folder(self):
+        self.write("dmnctl/main.h", "")
+        self.expect_fault("dmnctl/main.h is neither a public header nor the source of one")
+
+    def test_finds_what_does_not_belong_into_a_folder_of_the_tool(self):
+        self.write("dmnctl/show/notes.txt", "")
+        self.expect_fault("dmnctl/show/notes.txt is neither a header nor a source directly in a folder of dmnctl")
 
     def test_finds_a_folder_that_is_in_no_layer(self):
         self.write("fdn/system/Mount.h", "")

@@ -147,6 +147,24 @@ check_BuildTestingOfAnotherProjectBuildsTheTestsOfThatAlone() {
     expect_no_tests -S "$here/consumer" -D WAY=subdirectory -D DMN_SOURCE="$source" -D BUILD_TESTING=ON
 }
 
+# without_packages_of_tools ARGUMENT...: configures where there are none of the packages that only dmnctl needs.
+without_packages_of_tools() {
+    local options
+    mapfile -t options < <(
+        sed -n 's/^find_package(\([^ ]*\) .*/-DCMAKE_DISABLE_FIND_PACKAGE_\1=ON/p' "$source/dmnctl/CMakeLists.txt")
+    cmake -B "$TMPDIR/build" "${options[@]}" "$@"
+}
+
+check_LibrariesAreBuiltWithoutThePackagesOfTheToolsIfTheseAreNotWanted() {
+    expect_status 1 without_packages_of_tools -S "$source"
+
+    expect_success without_packages_of_tools -S "$source" -D DMN_BUILD_TOOLS=OFF
+}
+
+check_ProjectThatContainsTheLibrariesNeedsNoPackagesOfTheTools() {
+    expect_success without_packages_of_tools -S "$here/consumer" -D WAY=subdirectory -D DMN_SOURCE="$source"
+}
+
 check_StagedInstallationKnowsOnlyItsPrefix() {
     expect_success env DESTDIR="$TMPDIR/stage" cmake --install "$DMN_SHARED" --prefix /opt/dmn
 

@@ -28,10 +28,23 @@ check_RuntimePackagePullsInNothingBeyondTheBaseLibraryOfWxWidgets() {
     expect_success diff "$TMPDIR/expected" <(installed_packages | comm -13 "$TMPDIR/before" -)
 }
 
+# Everybody may look. An older library would lack what dmnctl calls.
+check_ToolsRunForEverybodyAndComeWithTheirLibraries() {
+    local version
+    version=$(dpkg-deb --field "$packages"/dmn-tools_*.deb Version)
+    make_machine
+
+    expect_success apt install '/packages/libdmn1_*.deb' '/packages/dmn-tools_*.deb'
+
+    expect_line "^libdmn1 \(>= ${version//./\\.}\)," <(dpkg-deb --field "$packages"/dmn-tools_*.deb Depends)
+    expect_success in_root setpriv --reuid=nobody --regid=nogroup --clear-groups dmnctl --version
+    expect_equal "dmnctl $version" "$output"
+}
+
 check_ShellsAndGdbFindWhatTheyLoad() {
     make_machine installed
 
-    for file in bash-completion/completions/dmn zsh/vendor-completions/_dmn; do
+    for file in bash-completion/completions/{dmn,dmnctl} zsh/vendor-completions/{_dmn,_dmnctl}; do
         [ -s "$root/usr/share/$file" ] || fail "there is no $file"
     done
     local script library
@@ -43,9 +56,9 @@ check_ShellsAndGdbFindWhatTheyLoad() {
 check_RemovedPackagesLeaveNothing() {
     make_machine installed
 
-    expect_success apt purge libdmn1 libdmn-dev libdmn-doc
+    expect_success apt purge dmn-tools libdmn1 libdmn-dev libdmn-doc
 
-    expect_equal '' "$(find "$root/usr" "$root/etc" -regex '.*/\(lib\)?[df][mn]n[^/]*')"
+    expect_equal '' "$(find "$root/usr" "$root/etc" -regex '.*/_?\(lib\)?\(dmn\|fdn\)[^/]*')"
 }
 
 # expect_whole_life FOLDER: the example minimal there must live its whole life by the README's commands.
@@ -158,14 +171,14 @@ check_OtherProgramsOfTheGuideAreBuiltFromTheInstalledFilesAlone() {
 }
 
 check_LibraryIsBuiltAndFoundInAPrefixAsThePageOnInstallingSays() {
-    make_machine group-build
+    make_machine groups-to-build
     local page=docs/installing.md find
     mkdir "$root/root/dmn"
     tar -C "$source" --exclude=./build --exclude=./.git -c . | tar -C "$root/root/dmn" -x
     cp -r "$source/examples/minimal" "$root/root"
     cmake_of_page README.md >"$root/root/minimal/CMakeLists.txt"
 
-    expect_success in_folder /root/dmn "set -e; $(from_page $page 'scripts/install-packages build$' 'cmake --install')"
+    expect_success in_folder /root/dmn "set -e; $(from_page $page 'scripts/install-packages build tools$' 'cmake --install')"
     find=$(from_page $page 'export PKG_CONFIG_PATH' 'ldconfig')
 
     expect_success in_folder /root/minimal "set -e; $find; $(page_command README.md 'g++ main')"

@@ -72,7 +72,7 @@ check_InstallsThePackagesOfTheNamedStagesAlone() {
     lack_all_packages
 
     expect_success "$test"
-    expect_call "apt-get .* install --no-install-recommends $(packages_of stages build test)$"
+    expect_call "apt-get .* install --no-install-recommends $(packages_of stages build tools test)$"
 
     : >"$calls"
     expect_success "$test" format shell

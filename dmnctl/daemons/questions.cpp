@@ -1,0 +1,165 @@
+#include <dmnctl/daemons/operations.h>
+
+#include <dmnctl/daemons/daemonJson.h>
+#include <dmnctl/daemons/daemonTable.h>
+#include <dmnctl/daemons/selection.h>
+#include <dmnctl/daemons/statusText.h>
+#include <dmnctl/show/text.h>
+
+#include <dmn/bootSequence.h>
+#include <dmn/daemonChecks.h>
+#include <dmn/installedDaemons.h>
+
+#include <fdn/CError.h>
+
+#include <algorithm>
+
+#include <unistd.h>
+
+namespace dmnctl {
+
+namespace {
+
+constexpr int kDone = 0;
+constexpr int kFound = 1;
+constexpr int kFailed = 2;
+
+using ListedDaemons = std::vector<ListedDaemon>;
+
+ListedDaemons lookAt(fdn::TList<fdn::String> const& ids) {
+    dmn::BootSequence const sequence = dmn::detectBootSequence();
+    ListedDaemons daemons;
+    for (fdn::String const& id : ids) {
+        DaemonView const view = lookAtDaemon(id);
+        if (view.status.isInstalled) // still
+            daemons.push_back({view, dmn::startsAtBoot(id, sequence)});
+    }
+    return daemons;
+}
+
+std::string composeNames(fdn::TList<fdn::String> const& ids) {
+    std::string lines;
+    for (fdn::String const& id : ids)
+        lines += toPrintable(id) + "\n";
+    return lines;
+}
+
+void explainUnknown(ListedDaemons const& daemons) {
+    for (ListedDaemon const& daemon : daemons) {
+        if (daemon.view.status.state == dmn::DaemonState::Unknown)
+            printError(describeStatus(daemon.view));
+    }
+}
+
+void showTable(ListedDaemons const& daemons) {
+    print(daemons.empty() ? composeNoDaemons() + "\n" : composeDaemonTable(daemons, Terminal()));
+    explainUnknown(daemons);
+}
+
+// From best to worst.
+int rank(dmn::DaemonState state) {
+    switch (state) {
+    case dmn::DaemonState::Running:
+        return 0;
+    case dmn::DaemonState::Stopped:
+        return 1;
+    case dmn::DaemonState::Dead:
+        return 2;
+    case dmn::DaemonState::NotInstalled:
+    case dmn::DaemonState::Unknown:
+        break;
+    }
+    return 3;
+}
+
+int getWorstStatus(ListedDaemons const& daemons) {
+    dmn::DaemonState worst = dmn::DaemonState::Running;
+    for (ListedDaemon const& daemon : daemons) {
+        if (rank(daemon.view.status.state) > rank(worst))
+            worst = daemon.view.status.state;
+    }
+    return dmn::getExitStatusOf(worst);
+}
+
+std::string paintStatus(DaemonView const& view, Terminal const& terminal) {
+    std::string const text = describeStatus(view);
+    std::optional<Colour> const colour = getColourOf(view.status.state);
+    return colour ? terminal.paint(text, *colour) : text;
+}
+
+void showStatusLines(ListedDaemons const& daemons, bool isVerbose) {
+    Terminal const terminal;
+    for (ListedDaemon const& daemon : daemons)
+        print(paintStatus(daemon.view, terminal) + "\n" +
+              (isVerbose ? describeDetails(daemon.view) : std::string()));
+}
+
+int answerStatus(StatusCommand const& command) {
+    Selection const selection = selectDaemons(command.daemons);
+    ListedDaemons const daemons = lookAt(selection.ids);
+    if (command.format == Format::Json)
+        print(composeDaemonsJson(daemons));
+    else if (daemons.empty() && selection.isComplete)
+        print(composeNoDaemons() + "\n");
+    else
+        showStatusLines(daemons, command.isVerbose);
+    return selection.isComplete ? getWorstStatus(daemons) : dmn::getExitStatusOf(dmn::DaemonState::Unknown);
+}
+
+std::string describeFindings(CheckedDaemon const& daemon) {
+    std::string const name = toPrintable(daemon.id) + ": ";
+    if (daemon.findings.empty())
+        return name + (geteuid() == 0 ? "nothing found.\n" : "nothing found. Root can look at more.\n");
+    std::string lines;
+    for (dmn::DaemonFinding const& finding : daemon.findings) {
+        lines += name + toPrintable(finding.problem) + "\n";
+        if (!finding.remedy.empty())
+            lines += "  Remedy: " + toPrintable(finding.remedy) + "\n";
+    }
+    return lines;
+}
+
+bool hasFindings(CheckedDaemon const& daemon) {
+    return !daemon.findings.empty();
+}
+
+} // namespace
+
+int list(ListCommand const& command) {
+    fdn::TList<fdn::String> const ids = dmn::findInstalledDaemons();
+    if (command.format == Format::Names)
+        print(composeNames(ids));
+    else if (command.format == Format::Json)
+        print(composeDaemonsJson(lookAt(ids)));
+    else
+        showTable(lookAt(ids));
+    return kDone;
+}
+
+// By a failure's usual status, the command would say something about the daemon.
+int showStatus(StatusCommand const& command) {
+    try {
+        return answerStatus(command);
+    } catch (fdn::CError const& error) {
+        printError(toUTF8(error.getMessage()));
+        return dmn::getExitStatusOf(dmn::DaemonState::Unknown);
+    }
+}
+
+int check(CheckCommand const& command) {
+    std::vector<CheckedDaemon> daemons;
+    bool const isDone = performForEach(command.daemons, [&](fdn::String const& id) {
+        daemons.push_back({id, dmn::checkDaemon(id, fdn::Path())});
+        if (command.format == Format::ForPeople)
+            print(describeFindings(daemons.back()));
+    });
+    if (command.format == Format::Json)
+        print(composeFindingsJson(daemons));
+    else if (daemons.empty() && isDone)
+        print(composeNoDaemons() + "\n");
+    if (!isDone)
+        return kFailed;
+    return std::any_of(daemons.begin(), daemons.end(), hasFindings) ? kFound : kDone;
+}
+
+} // namespace dmnctl
