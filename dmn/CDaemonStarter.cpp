@@ -11,7 +11,7 @@
 #include <dmn/readiness/StartReport.h>
 #include <dmn/readiness/Subreaper.h>
 #include <dmn/script/ControlFolder.h>
-#include <dmn/start/StartSettings.h>
+#include <dmn/start/InstalledSettings.h>
 #include <dmn/start/launchDaemon.h>
 #include <dmn/wait/Deadline.h>
 
@@ -24,7 +24,7 @@ namespace {
 using Result = ReadinessWatch::Result;
 
 StartSettings readSettings(fdn::String const& id, fdn::Path const& controlFolder) {
-    StartSettings const settings = readStartSettings(id, controlFolder);
+    StartSettings const settings = readInstalledSettings(id, controlFolder);
     requireControlFolder(id, settings.controlFolder);
     return settings;
 }

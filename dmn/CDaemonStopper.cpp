@@ -7,6 +7,7 @@
 #include <dmn/CDaemonController.h>
 #include <dmn/id/DaemonId.h>
 #include <dmn/script/ControlFolder.h>
+#include <dmn/start/InstalledSettings.h>
 #include <dmn/stop/DaemonProcess.h>
 #include <dmn/wait/Deadline.h>
 
@@ -17,7 +18,7 @@ namespace {
 using Outcome = CDaemonStopper::Outcome;
 
 fdn::Path locatePIDFile(fdn::String const& id, fdn::Path const& givenControlFolder) {
-    fdn::Path const controlFolder = findControlFolder(id, givenControlFolder);
+    fdn::Path const controlFolder = findInstalledControlFolder(id, givenControlFolder);
     requireControlFolder(id, controlFolder);
     return getPIDFilePath(controlFolder, id);
 }

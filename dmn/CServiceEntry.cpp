@@ -24,7 +24,7 @@
 #include <dmn/service/StatusText.h>
 #include <dmn/service/printNotice.h>
 #include <dmn/service/provideControlFolder.h>
-#include <dmn/start/StartSettings.h>
+#include <dmn/start/InstalledSettings.h>
 #include <dmn/version.h>
 
 #include <fdn/CError.h>
@@ -290,7 +290,7 @@ void CServiceEntry::doUninstall() {
 void CServiceEntry::doStart() {
     requireInstalled();
     CDaemonController::CMakeRoot const root;
-    fdn::Path const folder = m_controller->getControlFolder();
+    fdn::Path const folder = findInstalledControlFolder(m_daemonId, m_controlFolder);
     provideMissingControlFolder(folder);
     if (!m_state->options.waits)
         return CDaemonEntry::doStart();
@@ -306,7 +306,7 @@ void CServiceEntry::doStart() {
 void CServiceEntry::provideMissingControlFolder(fdn::Path const& folder) {
     if (folder.getText().empty() || fdn::folderExistsOrIsSilent(folder))
         return;
-    provideControlFolder(readStartSettings(m_daemonId, folder));
+    provideControlFolder(readInstalledSettings(m_daemonId, folder));
 }
 
 void CServiceEntry::requireInstalled() {

@@ -13,13 +13,10 @@
 #include <dmn/id/DaemonId.h>
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ParameterLine.h>
+#include <dmn/script/ScriptLook.h>
 #include <dmn/script/ShellWord.h>
 
-#include <cerrno>
 #include <optional>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace dmn {
 
@@ -170,11 +167,6 @@ private:
     CheckedDaemon m_daemon;
     Findings m_findings;
 };
-
-// By the effective user, whose rights the script would run with. What cannot be told shows when it is run.
-bool mayBeRun(fdn::Path const& script) {
-    return faccessat(AT_FDCWD, fdn::toFileName(script), X_OK, AT_EACCESS) == 0 || errno != EACCES;
-}
 
 // The script stores all settings, so nothing else counts before it can be run.
 Findings checkScriptFile(fdn::String const& id) {

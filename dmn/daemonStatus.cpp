@@ -8,8 +8,8 @@
 #include <dmn/id/DaemonId.h>
 #include <dmn/init/InitFolder.h>
 #include <dmn/script/ControlFolder.h>
-#include <dmn/script/InitScriptFile.h>
 #include <dmn/start/DaemonLog.h>
+#include <dmn/start/InstalledSettings.h>
 
 #include <cerrno>
 #include <optional>
@@ -67,7 +67,7 @@ void lookAtPIDFile(fdn::Path const& file, DaemonStatus& status) {
 void look(fdn::String const& id, DaemonStatus& status) {
     status.isInstalled = hasInitScript(id);
     if (status.isInstalled)
-        status.controlFolder = findControlFolder(id, status.controlFolder);
+        status.controlFolder = findInstalledControlFolder(id, status.controlFolder);
     else if (status.controlFolder.getText().empty()) {
         status.state = DaemonState::NotInstalled;
         return;
@@ -108,7 +108,8 @@ int getExitStatusOf(DaemonState state) noexcept {
 }
 
 fdn::Path getDaemonLogFile(fdn::String const& id) {
-    return locateDaemonLog(fdn::Path(readSetting(id, setting::kExePath)), readSetting(id, setting::kRunAs));
+    StartSettings const settings = readInstalledSettings(id, fdn::Path());
+    return locateDaemonLog(settings.exePath, settings.runAs);
 }
 
 } // namespace dmn

@@ -14,9 +14,9 @@ namespace dmn {
 // but those to read, change nothing, and may be called from any thread.
 
 /// The IDs of all installed daemons, in alphabetical order. Files that are not init scripts of this library
-/// are left out, as are those that this process may not read, links, and scripts of another ID than their
-/// name. Throws CError when the folder of init scripts cannot be read. Where there is none, the list is
-/// empty.
+/// are left out, as are those that this process has no right to read, links, and scripts of another ID than
+/// their name. Throws CError when the folder of init scripts, or a file in it, cannot be read for another
+/// reason. Where there is no such folder, the list is empty.
 DMN_EXPORT fdn::TList<fdn::String> findInstalledDaemons();
 
 /// Throws a CError that says why there is no installed daemon of this ID: it can name none, has no init

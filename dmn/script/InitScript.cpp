@@ -87,8 +87,7 @@ fdn::String composeInitScript(InitScriptValues const& values) {
     fdn::String script;
     // There may be many parameters; everything else is short. One allocation holds it all.
     script.reserve(values.parameterLine.length() + 2 * std::size(kVerbs));
-    script << "#!/bin/sh\n"                                                      //
-           << "\nDAEMONID=\"" << values.daemonId << "\""                         //
+    script << kInitScriptHead << values.daemonId << "\""                         //
            << "\nRUNAS=\"" << values.runAs << "\""                               //
            << "\nTRANSIENTFOLDERAPPID=\"" << values.transientFolderAppID << "\"" //
            << "\nTRANSIENTFOLDERGROUP=\"" << values.transientFolderGroup << "\"" //

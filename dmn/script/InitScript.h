@@ -19,6 +19,9 @@ struct InitScriptValues {
     fdn::Path initFilePath;    ///< the script's own path
 };
 
+/// How the text of every init script begins: up to its daemon's ID.
+inline constexpr char kInitScriptHead[] = "#!/bin/sh\n\nDAEMONID=\"";
+
 /// The text of the init script. It answers to start, stop, restart and force-reload, and to a print verb for
 /// each setting that is read back. The paths and the parameter line read back unchanged through the shell, as
 /// far as its echo allows.

@@ -1,9 +1,7 @@
 #include <dmn/script/InitScriptFile.h>
 
 #include <fdn/CError.h>
-#include <fdn/CExecCommand.h>
 #include <fdn/files.h>
-#include <fdn/programs.h>
 #include <fdn/sysError.h>
 
 #include <dmn/id/DaemonId.h>
@@ -43,16 +41,31 @@ void writeInitScript(fdn::Path const& script, fdn::String const& text) {
         fdn::throwLastSysError("chmod", "CDaemonController::createInitScript", script);
 }
 
-fdn::String readSetting(fdn::String const& id, fdn::String const& name) {
-    fdn::CExecCommand const command(locateInitScript(id), {"print" + name});
-    fdn::String output = fdn::execSyncReturnOutputAsString(command, false, nullptr, fdn::Path());
+SettingReading::SettingReading(fdn::String const& id, fdn::String const& name)
+    : m_name(name), m_command(locateInitScript(id), {"print" + name}) {
+    try {
+        m_output.emplace(run());
+    } catch (fdn::CError const&) { // take() tries it once more, when there may be room
+    }
+}
+
+fdn::String SettingReading::take() {
+    fdn::String output = m_output ? m_output->take() : run().take();
     // The script's echo prints a line even for an empty setting. A shell that cannot read the script to its
     // end prints nothing, and its exit status may claim success.
-    if (output.empty() && isInEveryScript(name))
-        throw fdn::CError("The init script '" + command.getProgram().getText() +
-                          "' has printed nothing for the setting '" + name + "'.");
+    if (output.empty() && isInEveryScript(m_name))
+        throw fdn::CError("The init script '" + m_command.getProgram().getText() +
+                          "' has printed nothing for the setting '" + m_name + "'.");
     output.Trim(true).Trim(false);
     return output;
+}
+
+fdn::CPendingOutput SettingReading::run() const {
+    return fdn::CPendingOutput(m_command, false, nullptr, fdn::Path());
+}
+
+fdn::String readSetting(fdn::String const& id, fdn::String const& name) {
+    return SettingReading(id, name).take();
 }
 
 } // namespace dmn

@@ -3,6 +3,8 @@
 #include <fdn/CError.h>
 #include <fdn/uri.h>
 
+#include <dmn/script/ShellWord.h>
+
 #include <wx/tokenzr.h>
 
 #include <iterator>
@@ -10,11 +12,6 @@
 namespace dmn {
 
 namespace {
-
-// Some shells' echo takes a first word such as "-n" for an option and does not print it.
-bool isEchoOption(fdn::String const& word) {
-    return word.length() > 1 && word[0] == '-' && word.find_first_not_of("neE", 1) == fdn::String::npos;
-}
 
 void protectFromEcho(fdn::String& line) {
     if (isEchoOption(line.BeforeFirst(' ')))

@@ -1,6 +1,6 @@
 #include <dmn/script/ScriptTrial.h>
 
-#include <fdn/programs.h>
+#include <fdn/CPendingOutput.h>
 
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/Shell.h>
@@ -13,11 +13,16 @@ namespace {
 constexpr char kShow[] = "show";
 constexpr char kShowFunction[] = "show() { printf '%s\\n' \"$@\"; }\n";
 
-fdn::String runOnShell(fdn::String const& text, fdn::String const& verb) {
+fdn::CPendingOutput runOnShell(fdn::String const& text, fdn::String const& verb) {
     auto const environment = composeShellEnvironment();
-    return fdn::execSyncReturnOutputAsString(composeShellCommand(text, {verb}), false, &environment,
-                                             fdn::Path("/"));
+    return fdn::CPendingOutput(composeShellCommand(text, {verb}), false, &environment, fdn::Path("/"));
 }
+
+struct VerbTrial {
+    fdn::String verb;
+    fdn::String expected;
+    fdn::CPendingOutput printed;
+};
 
 class Trial {
 public:
@@ -33,7 +38,7 @@ public:
         tryPrinting(setting::kExePath, m_values.exePath.getText());
         tryVerb(m_showingScript, "start", describeStart());
         tryVerb(m_showingScript, "stop", describeStop());
-        return m_faults;
+        return takeFaults();
     }
 
 private:
@@ -62,15 +67,23 @@ private:
     }
 
     void tryVerb(fdn::String const& script, fdn::String const& verb, fdn::String const& expected) {
-        fdn::String const printed = runOnShell(script, verb);
-        if (printed != expected)
-            m_faults.push_back({verb, expected, printed});
+        m_trials.push_back({verb, expected, runOnShell(script, verb)});
+    }
+
+    fdn::TList<ScriptFault> takeFaults() {
+        fdn::TList<ScriptFault> faults;
+        for (VerbTrial& trial : m_trials) {
+            fdn::String const printed = trial.printed.take();
+            if (printed != trial.expected)
+                faults.push_back({trial.verb, trial.expected, printed});
+        }
+        return faults;
     }
 
     InitScriptValues const& m_values;
     fdn::String m_script;
     fdn::String m_showingScript;
-    fdn::TList<ScriptFault> m_faults;
+    fdn::TList<VerbTrial> m_trials; // they run side by side
 };
 
 } // namespace

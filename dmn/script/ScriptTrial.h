@@ -20,7 +20,7 @@ struct ScriptFault {
 ///
 /// The shell runs whatever it takes for commands in the values, so look at them before: findActiveInQuotes().
 /// Throws a CError when the shell cannot be run; its code is E2BIG when the script is too long for one
-/// argument. Blocks while the shell runs, eight times.
+/// argument. Blocks while the shell runs, eight times side by side.
 fdn::TList<ScriptFault> tryInitScript(InitScriptValues const& values);
 
 } // namespace dmn

@@ -26,6 +26,17 @@ fdn::String quoteShellWord(fdn::Path const& path) {
     return quoteShellWord(path.getText());
 }
 
+bool isEchoOption(fdn::String const& word) {
+    return word.length() > 1 && word[0] == '-' && word.find_first_not_of("neE", 1) == fdn::String::npos;
+}
+
+bool isEchoedUnchanged(fdn::String const& text) {
+    // Shells differ in what else they act on: braces, for instance. Only what none of them touches will do.
+    bool const isPlain = text.find_first_not_of(fdn::String(kPlain) + " ") == fdn::String::npos;
+    return isPlain && !text.StartsWith(" ") && !text.EndsWith(" ") && !text.Contains("  ") &&
+           !isEchoOption(text.BeforeFirst(' '));
+}
+
 fdn::String findActiveInQuotes(fdn::String const& text) {
     std::size_t const nul = text.find(L'\0');
     return characterAt(text, nul != fdn::String::npos ? nul : text.find_first_of("\"$`\\"));

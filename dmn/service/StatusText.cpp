@@ -4,7 +4,7 @@
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ParameterLine.h>
 #include <dmn/service/Table.h>
-#include <dmn/start/StartSettings.h>
+#include <dmn/start/InstalledSettings.h>
 #include <dmn/start/printable.h>
 
 #include <fdn/CError.h>
@@ -33,7 +33,7 @@ fdn::String describeParameters(fdn::String const& line) {
 }
 
 void addSettings(Table& table, fdn::String const& id) {
-    StartSettings const settings = readStartSettings(id, fdn::Path());
+    StartSettings const settings = readInstalledSettings(id, fdn::Path());
     table.addRow("Program:", settings.exePath.getText());
     addUnlessEmpty(table, "Parameters:", describeParameters(settings.params));
     addUnlessEmpty(table, "Run as:", settings.runAs);

@@ -4,12 +4,18 @@
 
 namespace dmn {
 
+fdn::CExecCommand composeDaemonCommand(fdn::String const& id, fdn::Path const& executable,
+                                       fdn::Path const& controlFolder,
+                                       fdn::TArray<fdn::String> const& params) {
+    fdn::Path const folder = controlFolder.toNormalized(true, fdn::Path());
+    fdn::TArray<fdn::String> arguments{"--id=" + id, "--controlFolder=" + folder.getText(), "daemon"};
+    arguments.insert(arguments.end(), params.begin(), params.end());
+    return fdn::CExecCommand(executable, arguments);
+}
+
 fdn::CExecCommand composeDaemonCommand(fdn::String const& id, StartSettings const& settings) {
-    fdn::Path const controlFolder = settings.controlFolder.toNormalized(true, fdn::Path());
-    fdn::TArray<fdn::String> arguments{"--id=" + id, "--controlFolder=" + controlFolder.getText(), "daemon"};
-    for (fdn::String const& param : splitParameterLine(settings.params))
-        arguments.push_back(param);
-    return fdn::CExecCommand(settings.exePath, arguments);
+    return composeDaemonCommand(id, settings.exePath, settings.controlFolder,
+                                splitParameterLine(settings.params));
 }
 
 } // namespace dmn

@@ -3,9 +3,9 @@
 #include <fdn/CError.h>
 #include <fdn/Path.h>
 
-#include <dmn/script/ControlFolder.h>
 #include <dmn/script/InitScriptFile.h>
 
+#include <optional>
 #include <tuple>
 
 #include <sys/stat.h>
@@ -26,14 +26,24 @@ auto getVersion(fdn::Path const& script) {
                            info.st_ctim.tv_sec, info.st_ctim.tv_nsec);
 }
 
+// The runs of the script do not depend on each other, so they go on side by side.
 StartSettings readOnce(fdn::String const& id, fdn::Path const& controlFolder) {
+    std::optional<SettingReading> storedFolder;
+    if (controlFolder.getText().empty())
+        storedFolder.emplace(id, setting::kControlFolder);
+    SettingReading params(id, setting::kParams);
+    SettingReading runAs(id, setting::kRunAs);
+    SettingReading transientFolderAppID(id, setting::kTransientFolderAppID);
+    SettingReading transientFolderGroup(id, setting::kTransientFolderGroup);
+    SettingReading exePath(id, setting::kExePath);
+
     StartSettings settings;
-    settings.controlFolder = findControlFolder(id, controlFolder);
-    settings.params = readSetting(id, setting::kParams);
-    settings.runAs = readSetting(id, setting::kRunAs);
-    settings.transientFolderAppID = readSetting(id, setting::kTransientFolderAppID);
-    settings.transientFolderGroup = readSetting(id, setting::kTransientFolderGroup);
-    settings.exePath = fdn::Path(readSetting(id, setting::kExePath));
+    settings.controlFolder = storedFolder ? fdn::Path(storedFolder->take()) : controlFolder;
+    settings.params = params.take();
+    settings.runAs = runAs.take();
+    settings.transientFolderAppID = transientFolderAppID.take();
+    settings.transientFolderGroup = transientFolderGroup.take();
+    settings.exePath = fdn::Path(exePath.take());
     return settings;
 }
 

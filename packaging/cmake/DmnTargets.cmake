@@ -17,8 +17,9 @@ function(dmn_add_library name)
     add_library(${name}::${name} ALIAS ${name})
     target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
     dmn_compile_strictly(${name})
-    # Saves the loader from looking up the calls within the library.
-    target_link_options(${name} PRIVATE LINKER:-Bsymbolic-functions)
+    # Saves the loader from looking up the calls within the library, and has it look up all others when the library is
+    # loaded: a child that shares this memory (vfork) must not have it write there.
+    target_link_options(${name} PRIVATE LINKER:-Bsymbolic-functions LINKER:-z,now)
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}

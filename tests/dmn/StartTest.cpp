@@ -33,6 +33,7 @@ using dmn::CDaemonController;
 using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
+using testing::UnorderedElementsAre;
 
 using Names = std::vector<std::string>;
 
@@ -47,6 +48,25 @@ Names zeroTerminated(std::string const& path) {
     for (std::string text; std::getline(file, text, '\0');)
         texts.push_back(text);
     return texts;
+}
+
+void limitDescriptors(rlim_t number) {
+    rlimit const limit = {number, RLIM_INFINITY};
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+/// Leaves this process, a child of the test, hardly more descriptors than one reading of a setting takes.
+void leaveRoomForOneReading() {
+    constexpr rlim_t kOthers = 2; // that a start has open besides
+    rlim_t number = 3;
+    for (bool hasRead = false; !hasRead; ++number)
+        try {
+            limitDescriptors(number);
+            CDaemonController::getDaemonParams("app");
+            hasRead = true;
+        } catch (fdn::CError const&) {
+        }
+    limitDescriptors(number - 1 + kOthers);
 }
 
 /// The base of tests that start the daemon "app", whose executable does nothing until a signal ends it.
@@ -172,17 +192,48 @@ TEST_F(Start, SplitsTheParameterLineAtAnyWhiteSpace) {
     }
 }
 
-TEST_F(Start, ReadsTheSettingsFromTheScriptOneAfterTheOther) {
+TEST_F(Start, ReadsEachSettingFromTheScriptOnce) {
     std::string const calls = m_folder.name("calls");
     writeInitScript("#!/bin/sh\necho $1 >>" + calls + "\n[ $1 = printExePath ] && echo " + m_program +
                     "\n[ $1 = printControlFolder ] && echo " + m_folder.name() + "\necho\n");
 
     CDaemonController("app", fdn::Path()).start();
 
-    EXPECT_EQ(
-        "printControlFolder\nprintParams\nprintRunAs\nprintTransientFolderAppID\nprintTransientFolderGroup\n"
-        "printExePath\n",
-        readFile(calls));
+    EXPECT_THAT(linesOf(readFile(calls)), UnorderedElementsAre("printControlFolder", "printParams",
+                                                               "printRunAs", "printTransientFolderAppID",
+                                                               "printTransientFolderGroup", "printExePath"));
+    EXPECT_EQ(daemonArguments({}), argumentsOf(daemon()));
+}
+
+TEST_F(Start, ReadsTheSettingsSideBySide) {
+    std::string const last = m_folder.name("last");
+    ASSERT_EQ(0, mkfifo(last.c_str(), 0600));
+    writeInitScript("#!/bin/sh\n[ $1 = printParams ] && read word <" + last +
+                    "\n[ $1 = printExePath ] && echo " + m_program + " && echo done >" + last + "\necho\n");
+
+    controller().start();
+
+    EXPECT_EQ(daemonArguments({}), argumentsOf(daemon()));
+}
+
+TEST_F(Start, FailsForTheFirstSettingThatCannotBeRead) {
+    writeInitScript(
+        "#!/bin/sh\n[ $1 = printRunAs ] && sleep 0.1 && exit\n[ $1 = printExePath ] && exit\necho\n");
+
+    EXPECT_EQ("The init script '/etc/init.d/app' has printed nothing for the setting 'RunAs'.",
+              errorOf([this] { controller().start(); }).getMessage().toUTF8());
+    EXPECT_FALSE(hasChild());
+}
+
+TEST_F(Start, ReadsTheSettingsOneByOneWhereThereIsNoRoomForMore) {
+    install();
+
+    Outcome const outcome = runInChild([this] {
+        leaveRoomForOneReading();
+        controller().start();
+    });
+
+    EXPECT_EQ(0, outcome.status) << outcome.errors;
     EXPECT_EQ(daemonArguments({}), argumentsOf(daemon()));
 }
 

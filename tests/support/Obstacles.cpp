@@ -21,6 +21,8 @@ namespace test {
 
 namespace {
 
+constexpr char kShell[] = "/bin/sh";
+
 void check(int result, std::string const& what) {
     if (result != 0)
         throw std::system_error(errno, std::generic_category(), what);
@@ -74,6 +76,22 @@ FullFolder::FullFolder(std::string const& folder) : m_folder(folder) {
 }
 
 FullFolder::~FullFolder() {
+    umount2(m_folder.c_str(), MNT_DETACH);
+}
+
+BrokenShell::BrokenShell() {
+    check(mount("/bin/false", kShell, nullptr, MS_BIND, nullptr), kShell);
+}
+
+BrokenShell::~BrokenShell() {
+    umount2(kShell, MNT_DETACH);
+}
+
+NoExecFolder::NoExecFolder(std::string const& folder) : m_folder(folder) {
+    check(mount("noexec", folder.c_str(), "tmpfs", MS_NOEXEC, nullptr), folder);
+}
+
+NoExecFolder::~NoExecFolder() {
     umount2(m_folder.c_str(), MNT_DETACH);
 }
 

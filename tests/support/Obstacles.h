@@ -38,6 +38,27 @@ private:
     std::string m_folder;
 };
 
+/// Mounts a program that only fails over /bin/sh while the object lives, so that no script can be run.
+class BrokenShell {
+public:
+    BrokenShell();
+    BrokenShell(BrokenShell const&) = delete;
+    BrokenShell& operator=(BrokenShell const&) = delete;
+    ~BrokenShell();
+};
+
+/// Mounts an empty file system over the folder from which nothing may be run, while the object lives.
+class NoExecFolder {
+public:
+    explicit NoExecFolder(std::string const& folder);
+    NoExecFolder(NoExecFolder const&) = delete;
+    NoExecFolder& operator=(NoExecFolder const&) = delete;
+    ~NoExecFolder();
+
+private:
+    std::string m_folder;
+};
+
 /// Forbids this process, and those that it starts, to make any file larger while the object lives
 /// (RLIMIT_FSIZE of POSIX): a write that would do so fails with EFBIG or ends the process with SIGXFSZ.
 class NoFileMayGrow {
