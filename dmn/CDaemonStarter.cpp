@@ -13,6 +13,7 @@
 #include <dmn/script/ControlFolder.h>
 #include <dmn/start/InstalledSettings.h>
 #include <dmn/start/launchDaemon.h>
+#include <dmn/start/provideControlFolder.h>
 #include <dmn/wait/Deadline.h>
 
 #include <utility>
@@ -71,7 +72,8 @@ CDaemonStarter::Outcome CDaemonStarter::start(int timeoutMs) {
     if (m_process > 0)
         return Outcome::RunningAlready;
 
-    Subreaper const subreaper; // before the launch, which makes an orphan
+    provideControlFolder(settings); // one in /run is gone after each boot
+    Subreaper const subreaper;      // before the launch, which makes an orphan
     fdn::CNotificationReceiver receiver;
     pid_t const launched = launchDaemon(m_id, settings, {{"NOTIFY_SOCKET", receiver.getAddress()}});
     ReadinessWatch watch(pidFile, receiver, launched, m_progress);

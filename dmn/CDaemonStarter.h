@@ -43,7 +43,8 @@ public:
     /// wait, not the daemon; it is the cause of the one that start() then throws.
     void setProgress(std::function<void(fdn::String const& step)> progress);
 
-    /// Launches the daemon unless it runs already, and returns when it is ready: it has said so, and it lives
+    /// Launches the daemon unless it runs already, in its control folder, which is made for its account if it
+    /// is missing, and returns when it is ready: it has said so, and it lives
     /// and holds its PID file as soon as none of its threads has anything to do, or it has used 10 ms of
     /// processor time after that, or a second has passed. A daemon that has ended by then has failed, even
     /// with the status 0.

@@ -23,8 +23,8 @@
 #include <dmn/service/ServiceUsage.h>
 #include <dmn/service/StatusText.h>
 #include <dmn/service/printNotice.h>
-#include <dmn/service/provideControlFolder.h>
 #include <dmn/start/InstalledSettings.h>
+#include <dmn/start/provideControlFolder.h>
 #include <dmn/version.h>
 
 #include <fdn/CError.h>

@@ -8,6 +8,7 @@
 #include <dmn/init/FileQuestions.h>
 #include <dmn/init/RunLevels.h>
 #include <dmn/init/SystemdUnits.h>
+#include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ShellWord.h>
 
 #include <algorithm>
@@ -62,6 +63,10 @@ fdn::String composeSystemdCommand(fdn::String const& id) {
 
 } // namespace
 
+bool isSystemdRunning() {
+    return seemsFolder(fdn::Path("/run/systemd/system"));
+}
+
 BootSequence detectBootSequence() {
     if (isSystemdRunning())
         return BootSequence::Systemd;
@@ -104,6 +109,23 @@ fdn::String composeBootCommand(fdn::String const& id, BootSequence sequence) {
         break;
     }
     return fdn::String();
+}
+
+fdn::Path findSystemdUnit(fdn::String const& id) {
+    return isDaemonId(id) ? findOwnUnit(id) : fdn::Path();
+}
+
+fdn::TArray<fdn::Path> createStartLinks(fdn::String const& id) {
+    return completeRunLevelLinks(locateInitScript(id), id, LinkKind::Start);
+}
+
+fdn::TArray<fdn::Path> removeStartLinks(fdn::String const& id) {
+    requireDaemonId(id);
+    return removeRunLevelLinks(id, LinkKind::Start);
+}
+
+fdn::TArray<fdn::Path> createKillLinks(fdn::String const& id) {
+    return completeRunLevelLinks(locateInitScript(id), id, LinkKind::Kill);
 }
 
 } // namespace dmn

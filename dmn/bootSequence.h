@@ -2,7 +2,9 @@
 
 #include <dmn/Export.h>
 
+#include <fdn/Path.h>
 #include <fdn/String.h>
+#include <fdn/containers.h>
 
 namespace dmn {
 
@@ -31,5 +33,27 @@ DMN_EXPORT bool startsAtBoot(fdn::String const& id, BootSequence sequence);
 /// boot: update-rc.d for insserv's order, systemctl for systemd. The empty text if nothing is left to do, or
 /// nothing can be done: for a daemon without start links, for example.
 DMN_EXPORT fdn::String composeBootCommand(fdn::String const& id, BootSequence sequence);
+
+/// Whether systemd runs this machine (sd_booted(3)), and is not just what is installed.
+DMN_EXPORT bool isSystemdRunning();
+
+/// The file of the daemon's own systemd unit, in place of which systemd makes none of the init script. It may
+/// be a mask, a link to /dev/null. The empty path if there is none.
+DMN_EXPORT fdn::Path findSystemdUnit(fdn::String const& id);
+
+// These change the links to the daemon's init script, and need root's rights. Links are known by their names,
+// whatever their sequence numbers, which other tools change. They throw CError for an ID that can name no
+// daemon, when a run level's folder is missing, and for a link that cannot be made or removed.
+
+/// Makes the links by which System V init starts the daemon, as an installation for boot does, in those run
+/// levels that have none, or only one that leads nowhere. Returns the new links; after an error, none of them
+/// is left.
+DMN_EXPORT fdn::TArray<fdn::Path> createStartLinks(fdn::String const& id);
+
+/// Removes the links by which System V init starts the daemon, and returns them. Those that stop it stay.
+DMN_EXPORT fdn::TArray<fdn::Path> removeStartLinks(fdn::String const& id);
+
+/// Makes the links by which System V init stops the daemon, as every installation does, in the same way.
+DMN_EXPORT fdn::TArray<fdn::Path> createKillLinks(fdn::String const& id);
 
 } // namespace dmn

@@ -3,7 +3,10 @@
 #include <fdn/CFileSystemIterator.h>
 #include <fdn/files.h>
 
+#include <dmn/init/FileQuestions.h>
 #include <dmn/init/InitFolder.h>
+
+#include <algorithm>
 
 namespace dmn {
 
@@ -26,10 +29,19 @@ bool isLinkNameOf(fdn::String const& id, fdn::String const& name) {
            name.length() == id.length() + 3;
 }
 
-void createLink(fdn::Path const& script, int level, fdn::String const& id) {
+fdn::Path createLink(fdn::Path const& script, int level, fdn::String const& id) {
     fdn::Path const link = locateRunLevelFolder(level) << fdn::Path(composeRunLevelLinkName(level, id));
     deleteFromInitFolder(link);
     fdn::createFileSymLink(script, link);
+    return link;
+}
+
+// After an error, which is the one to report.
+void deleteQuietly(fdn::Path const& link) {
+    try {
+        deleteFromInitFolder(link);
+    } catch (fdn::CError const&) { // NOLINT(bugprone-empty-catch): it gets as far as it can
+    }
 }
 
 void removeLinks(fdn::Path const& folder, fdn::String const& id) {
@@ -66,6 +78,43 @@ void createRunLevelLinks(fdn::Path const& script, fdn::String const& id, bool st
         if (startAtBoot || runLevel.kind == LinkKind::Kill)
             createLink(script, runLevel.level, id);
     }
+}
+
+namespace {
+
+bool hasLink(RunLevel const& runLevel, fdn::String const& id) {
+    fdn::TArray<fdn::Path> const links = findRunLevelLinks(runLevel, id);
+    return std::any_of(links.begin(), links.end(), seemsThere);
+}
+
+} // namespace
+
+fdn::TArray<fdn::Path> completeRunLevelLinks(fdn::Path const& script, fdn::String const& id, LinkKind kind) {
+    fdn::TArray<fdn::Path> made;
+    try {
+        for (RunLevel const& runLevel : kRunLevels) {
+            if (runLevel.kind == kind && !hasLink(runLevel, id))
+                made.push_back(createLink(script, runLevel.level, id));
+        }
+    } catch (...) {
+        for (fdn::Path const& link : made)
+            deleteQuietly(link);
+        throw;
+    }
+    return made;
+}
+
+fdn::TArray<fdn::Path> removeRunLevelLinks(fdn::String const& id, LinkKind kind) {
+    fdn::TArray<fdn::Path> removed;
+    for (RunLevel const& runLevel : kRunLevels) {
+        if (runLevel.kind != kind)
+            continue;
+        for (fdn::Path const& link : findRunLevelLinks(runLevel, id)) {
+            deleteFromInitFolder(link);
+            removed.push_back(link);
+        }
+    }
+    return removed;
 }
 
 void removeRunLevelLinks(fdn::String const& id) {

@@ -37,6 +37,14 @@ fdn::TArray<fdn::Path> findRunLevelLinks(RunLevel const& runLevel, fdn::String c
 /// it, in place of whatever has the names of the links. Ends at the first error; links made by then stay.
 void createRunLevelLinks(fdn::Path const& script, fdn::String const& id, bool startAtBoot);
 
+/// Links the script into those run levels of this kind that have no link of the daemon, or only one that
+/// leads nowhere, and returns the new links. After an error, none of them is left.
+fdn::TArray<fdn::Path> completeRunLevelLinks(fdn::Path const& script, fdn::String const& id, LinkKind kind);
+
+/// Removes the daemon's links of this kind, whatever their sequence numbers, and returns them. Ends at the
+/// first error; links that were not reached stay.
+fdn::TArray<fdn::Path> removeRunLevelLinks(fdn::String const& id, LinkKind kind);
+
 /// Removes the daemon's links from every run level, whatever their sequence numbers. Ends at the first error;
 /// links that were not reached stay.
 void removeRunLevelLinks(fdn::String const& id);

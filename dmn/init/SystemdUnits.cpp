@@ -70,10 +70,6 @@ bool isMasked(fs::path const& unit) {
 
 } // namespace
 
-bool isSystemdRunning() {
-    return seemsFolder(fdn::Path("/run/systemd/system"));
-}
-
 bool isSystemdInit() {
     std::error_code ignored;
     return fs::read_symlink("/sbin/init", ignored).filename() == "systemd";
@@ -83,8 +79,13 @@ bool doesSystemdReadScripts() {
     return isProgram(findFirst(kGeneratorFolders, kGenerator));
 }
 
+fdn::Path findOwnUnit(fdn::String const& id) {
+    fs::path const folder = findFirst(kUnitFolders, unitOf(id)).parent_path();
+    return folder.empty() ? fdn::Path() : fdn::Path(folder.c_str()) << fdn::Path(id + ".service");
+}
+
 bool hasOwnUnit(fdn::String const& id) {
-    return !findFirst(kUnitFolders, unitOf(id)).empty();
+    return !findOwnUnit(id).getText().empty();
 }
 
 bool isOwnUnitEnabled(fdn::String const& id) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <fdn/Path.h>
 #include <fdn/String.h>
 
 namespace dmn {
@@ -7,16 +8,15 @@ namespace dmn {
 // What systemd's files tell about a daemon (systemd.unit(5), systemd.generator(7)). Nothing here throws for
 // an ID that can name files.
 
-/// Whether systemd runs this machine (sd_booted(3)).
-bool isSystemdRunning();
-
 /// Whether systemd is the program that the machine's boot begins with.
 bool isSystemdInit();
 
 /// Whether systemd makes units of init scripts here, which it did until its release 260.
 bool doesSystemdReadScripts();
 
-/// Whether the daemon has a unit of its own, in place of which systemd makes none of the script.
+/// The file of the daemon's own unit, in place of which systemd makes none of the script; the empty path if
+/// there is none.
+fdn::Path findOwnUnit(fdn::String const& id);
 bool hasOwnUnit(fdn::String const& id);
 
 /// Whether that unit is enabled: something wants it at boot.

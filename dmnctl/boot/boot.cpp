@@ -1,13 +1,169 @@
 #include <dmnctl/boot/boot.h>
 
+#include <dmnctl/boot/BootLock.h>
+#include <dmnctl/boot/dependencyOrder.h>
+#include <dmnctl/boot/systemd.h>
+#include <dmnctl/selection/selection.h>
+#include <dmnctl/show/text.h>
+
+#include <dmn/CDaemonController.h>
+#include <dmn/bootSequence.h>
+#include <dmn/daemonStatus.h>
+#include <dmn/installedDaemons.h>
+
+#include <fdn/CError.h>
+#include <fdn/CSystemAccountManager.h>
+
+#include <fmt/core.h>
+
+#include <sys/stat.h>
+
 namespace dmnctl {
 
-int boot(BootCommand const&) {
+namespace {
+
+using dmn::BootSequence;
+
+constexpr int kFailed = 2;
+constexpr int kStarts = 0;
+constexpr int kDoesNotStart = 3;
+
+fdn::CError composeNothingStarts() {
+    return fdn::CError("Nothing starts daemons at boot on this machine: it has no init that does, as most "
+                       "containers.");
+}
+
+// How the machine starts the daemon, or would.
+std::string describe(BootSequence sequence, fdn::String const& id) {
+    fdn::String const unit = dmn::findSystemdUnit(id).getText();
+    switch (sequence) {
+    case BootSequence::LinkOrder:
+        return "links in their order";
+    case BootSequence::DependencyOrder:
+        return "order of insserv";
+    case BootSequence::Systemd:
+        return "systemd, by " + (unit.empty() ? "its init script" : toPrintable(unit));
+    case BootSequence::None:
+        break;
+    }
+    return "nothing on this machine starts daemons";
+}
+
+void printState(fdn::String const& id, BootSequence sequence) {
+    bool const starts = dmn::startsAtBoot(id, sequence);
+    print(fmt::format("{} {} at boot ({}).\n", toPrintable(id), starts ? "starts" : "does not start",
+                      describe(sequence, id)));
+}
+
+void sayIfUnitIsOutOfDate(fdn::String const& id) {
+    if (isUnitOutOfDate(id, dmn::readDaemonSettings(id)))
+        print(fmt::format("Its unit is out of date: the daemon has been installed anew since. To renew it: "
+                          "dmnctl boot {} on\n",
+                          toPrintable(id)));
+}
+
+int show(fdn::String const& id) {
+    BootSequence const sequence = dmn::detectBootSequence();
+    printState(id, sequence);
+    if (sequence == BootSequence::Systemd)
+        sayIfUnitIsOutOfDate(id);
+    return dmn::startsAtBoot(id, sequence) ? kStarts : kDoesNotStart;
+}
+
+void requireRoot() {
+    if (!fdn::CSystemAccountManager::get().isProcessUserAdmin())
+        throw fdn::CError("Only root can change what starts at boot.");
+}
+
+// The daemon is left alone: this command is about boots.
+void sayIfRunsOutsideUnit(fdn::String const& id, dmn::DaemonSettings const& settings) {
+    if (!dmn::isSystemdRunning())
+        return;
+    dmn::DaemonStatus const status = dmn::getDaemonStatus(id, settings.controlFolder);
+    if (status.process == 0 || isInUnit(id, status.process))
+        return;
+    print(fmt::format(
+        "{0} runs outside its unit (process {1}). systemd takes it over at the next boot or, now, "
+        "by: {2} stop && systemctl start {0}\n",
+        toPrintable(id), status.process, toPrintable(dmn::CDaemonController::getInitScriptPath(id))));
+}
+
+void say(char const* action, fdn::TArray<fdn::Path> const& links) {
+    for (fdn::Path const& link : links)
+        print(fmt::format("{} {}.\n", action, toPrintable(link)));
+}
+
+void bringAbout(fdn::String const& id, BootSequence sequence) {
+    dmn::DaemonSettings const settings = dmn::readDaemonSettings(id);
+    switch (sequence) {
+    case BootSequence::LinkOrder:
+        return say("Made the link", dmn::createStartLinks(id));
+    case BootSequence::DependencyOrder:
+        return putInOrder(id, settings);
+    case BootSequence::Systemd:
+        enableUnit(id, settings);
+        return sayIfRunsOutsideUnit(id, settings);
+    case BootSequence::None:
+        throw composeNothingStarts();
+    }
+}
+
+void takeBack(fdn::String const& id, BootSequence sequence) {
+    switch (sequence) {
+    case BootSequence::LinkOrder:
+        return say("Removed the link", dmn::removeStartLinks(id));
+    case BootSequence::DependencyOrder:
+        return takeOutOfOrder(id);
+    case BootSequence::Systemd:
+        return disableUnit(id);
+    case BootSequence::None:
+        break;
+    }
+}
+
+int turnOn(fdn::String const& id) {
+    BootLock const lock;
+    BootSequence const sequence = dmn::detectBootSequence();
+    bringAbout(id, sequence);
+    printState(id, sequence);
+    if (!dmn::startsAtBoot(id, sequence))
+        throw fdn::CError("The machine does not start '" + id +
+                          "' all the same. `dmnctl check` may tell why.");
     return 0;
 }
 
-bool isRunBySystemd(fdn::String const&) {
-    return false;
+// What a daemon has left that was uninstalled since.
+bool hasLeftSomething(fdn::String const& id) {
+    return hasWrittenUnit(id) || hasOwnOverride(id);
+}
+
+int turnOff(fdn::String const& id) {
+    BootLock const lock;
+    BootSequence const sequence = dmn::detectBootSequence();
+    takeBack(id, sequence);
+    printState(id, sequence);
+    if (dmn::startsAtBoot(id, sequence))
+        throw fdn::CError("The machine starts '" + id + "' all the same.");
+    return 0;
+}
+
+} // namespace
+
+int boot(BootCommand const& command) {
+    fdn::String const id = fromUTF8(command.id);
+    bool const isCleaningUp = command.wish == BootCommand::Wish::Off && hasLeftSomething(id);
+    if (!isCleaningUp && !selectDaemons({{command.id}}).isComplete)
+        return kFailed;
+    if (command.wish == BootCommand::Wish::Show)
+        return show(id);
+    requireRoot();
+    // What is written here is for everybody to read.
+    umask(S_IWGRP | S_IWOTH);
+    return command.wish == BootCommand::Wish::On ? turnOn(id) : turnOff(id);
+}
+
+bool isRunBySystemd(fdn::String const& id) {
+    return dmn::isSystemdRunning() && !dmn::findSystemdUnit(id).getText().empty();
 }
 
 } // namespace dmnctl

@@ -2,8 +2,8 @@
 
 #include <dmnctl/daemons/daemonJson.h>
 #include <dmnctl/daemons/daemonTable.h>
-#include <dmnctl/daemons/selection.h>
 #include <dmnctl/daemons/statusText.h>
+#include <dmnctl/selection/selection.h>
 #include <dmnctl/show/text.h>
 
 #include <dmn/bootSequence.h>

@@ -9,6 +9,7 @@
 #include "support/sanitizer.h"
 
 #include <dmn/CDaemonStarter.h>
+#include <dmn/CDaemonStopper.h>
 
 #include <fdn/CPIDFile.h>
 #include <fdn/notify.h>
@@ -38,6 +39,7 @@ namespace test {
 namespace {
 
 using dmn::CDaemonStarter;
+using dmn::CDaemonStopper;
 using Result = CDaemonStarter::Outcome;
 using testing::AllOf;
 using testing::AnyOf;
@@ -511,6 +513,16 @@ TEST_F(Starter, TakesTheControlFolderThatItWasGiven) {
 
     EXPECT_EQ(Result::Started, CDaemonStarter("app", other.path()).start(kLong));
     EXPECT_LT(0, fdn::CPIDFile::getActivePID(other / "app.pid"));
+}
+
+// One in /run is gone after each boot.
+TEST_F(Starter, MakesAMissingControlFolder) {
+    install("serve");
+    fdn::Path const missing = m_folder.path() << fdn::Path("of/this/boot");
+
+    EXPECT_EQ(Result::Started, CDaemonStarter("app", missing).start(kLong));
+    EXPECT_LT(0, fdn::CPIDFile::getActivePID(missing << fdn::Path("app.pid")));
+    CDaemonStopper("app", missing).stop(kLong, CDaemonStopper::Force::No);
 }
 
 TEST_F(Starter, LeavesADaemonToItselfWhenItsProgressIsRefused) {

@@ -12,8 +12,15 @@ run_check() {
     [ "${DMN_PRIVATE_ROOT:-}" = accounts ] || give_up "needs a private root that was made by root"
     [ -z "${DMN_SYSTEM_LAYERS:-}" ] || [ -e "$DMN_SYSTEM_LAYERS/debian/made-from" ] ||
         give_up "needs a root, which make-root has not made"
-    trap show_what_happened EXIT
+    trap end_check EXIT
     "check_$1"
+}
+
+end_check() {
+    local status=$?
+    [ $status -eq 0 ] || show_what_happened || true
+    clean_up || true
+    exit $status
 }
 
 give_up() {
@@ -23,9 +30,12 @@ give_up() {
 }
 
 show_what_happened() {
-    local status=$?
-    [ $status -eq 0 ] || tail -n 20 "${console:-}" "${log:-}" 2>/dev/null || true
-    exit $status
+    tail -n 20 "${console:-}" "${log:-}" 2>/dev/null
+}
+
+# For what would outlast the private root of the check.
+clean_up() {
+    :
 }
 
 fail() {

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Prepares a root with sysvinit, which is the current folder, to be a machine that a test boots.
+# Prepares a root with sysvinit or systemd, which is the current folder, to be a machine that a test boots.
 
 # Boot scripts set the clock, kernel settings, mounts and swap space, and namespaces do not contain all of
 # that. So only scripts that are known to leave the kernel alone keep their bodies.
@@ -31,4 +31,32 @@ leave_only_header() {
     } >"$1.new"
     chmod 755 "$1.new"
     mv "$1.new" "$1"
+}
+
+# The same for systemd: these units, and all targets.
+harmless_units=(systemd-journald.service systemd-journald.socket systemd-journald-dev-log.socket
+    systemd-poweroff.service systemd-reboot.service)
+
+make_units_harmless() {
+    remove_from usr/lib/systemd/system '*.target' "${harmless_units[@]}"
+    remove_from usr/lib/systemd/system-generators systemd-sysv-generator
+    remove_from etc/systemd/system
+}
+
+# remove_from FOLDER PATTERN...: removes all files, and what points to them, except those with such names.
+remove_from() {
+    local folder=$1 pattern others=()
+    shift
+    for pattern; do
+        others+=(-not -name "$pattern")
+    done
+    find "$folder" -not -type d "${others[@]}" -delete
+}
+
+# The journal keeps off the kernel's log and its audit, and in memory.
+configure_systemd() {
+    mkdir -p etc/systemd/journald.conf.d
+    printf '%s\n' '[Journal]' Storage=volatile ReadKMsg=no Audit= >etc/systemd/journald.conf.d/machine.conf
+    # Without one, systemd would take each boot for the first.
+    echo 8c1b7d0e5f6a4f3e9d2c4b5a69788766 >etc/machine-id
 }

@@ -29,6 +29,8 @@ public:
         std::remove(locate("open").c_str());
     }
 
+    void reload() override { fdn::logInfo("The latecomer has read its settings."); }
+
 private:
     std::string locate(char const* name) {
         return (getControlFolder() << fdn::Path(name)).getText().toUTF8();

@@ -100,7 +100,7 @@ install_heartbeat() {
 
 boot() {
     unshare --pid --fork --kill-child=KILL --mount --uts --ipc --net \
-        "$here/boot-machine" "$root" "$machine/console" &
+        "$here/boot-machine" "$root" "$machine/console" /sbin/init &
     unshare=$!
     await "the machine has a first process" find_init
     await_level 2
@@ -129,21 +129,22 @@ change_level() {
 
 # When the processes in namespaces power off or reboot, the namespaces end as if by these signals.
 power_off() {
-    go_down 0 INT
+    go_down INT telinit 0
 }
 
 reboot() {
-    go_down 6 HUP
+    go_down HUP telinit 6
     boot
 }
 
-# go_down LEVEL SIGNAL
+# go_down SIGNAL COMMAND...
 go_down() {
-    local status=0
-    inside telinit "$1"
+    local signal=$1 status=0
+    shift
+    inside "$@"
     await "the machine has gone down" test ! -e "/proc/$unshare"
     wait "$unshare" || status=$?
-    expect_equal "SIG$2" "SIG$(kill -l "$status")"
+    expect_equal "SIG$signal" "SIG$(kill -l "$status")"
 }
 
 # Ends all processes at once, as a loss of power does.

@@ -1,4 +1,4 @@
-#include <dmnctl/daemons/selection.h>
+#include <dmnctl/selection/selection.h>
 
 #include <dmnctl/show/text.h>
 

@@ -1,4 +1,4 @@
-#include <dmn/service/provideControlFolder.h>
+#include <dmn/start/provideControlFolder.h>
 
 #include <fdn/CError.h>
 #include <fdn/files.h>
@@ -6,9 +6,9 @@
 
 #include <dmn/script/ShellWord.h>
 #include <dmn/script/runShellAs.h>
-#include <dmn/service/isInRootsHands.h>
 #include <dmn/start/RunAsAccount.h>
 #include <dmn/start/TransientFolder.h>
+#include <dmn/start/isInRootsHands.h>
 
 #include <array>
 

@@ -1,4 +1,4 @@
-#include <dmn/service/isInRootsHands.h>
+#include <dmn/start/isInRootsHands.h>
 
 #include <cerrno>
 #include <filesystem>

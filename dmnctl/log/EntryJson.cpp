@@ -1,0 +1,90 @@
+#include <dmnctl/log/EntryJson.h>
+
+#include <dmnctl/show/json.h>
+
+#include <charconv>
+#include <cstdint>
+#include <string_view>
+
+#include <fmt/core.h>
+
+namespace dmnctl {
+
+namespace {
+
+Json orNull(std::string const& text) {
+    return text.empty() ? Json() : Json(text);
+}
+
+// A text that is no number stays a text.
+Json toNumber(std::string const& text) {
+    std::int64_t number = 0;
+    char const* const end = text.data() + text.size();
+    auto const [rest, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && rest == end ? Json(number) : orNull(text);
+}
+
+Json toJson(std::vector<Property> const& properties) {
+    Json array = Json::array();
+    for (Property const& property : properties)
+        array.push_back({{"name", property.name}, {"value", property.value}});
+    return array;
+}
+
+void describe(Json& object, ErrorDescription const& error) {
+    object["what"] = error.what;
+    if (!error.second.empty())
+        object["second"] = error.second;
+    object["code"] = toNumber(error.code);
+    object["properties"] = toJson(error.properties);
+}
+
+void describeErrors(Json& object, std::vector<ErrorDescription> const& errors) {
+    describe(object, errors.front());
+    Json causes = Json::array();
+    for (std::size_t i = 1; i < errors.size(); ++i) {
+        Json cause;
+        describe(cause, errors[i]);
+        causes.push_back(std::move(cause));
+    }
+    object["causes"] = std::move(causes);
+}
+
+bool isHighControl(std::string_view text) {
+    return text.size() > 1 && text[0] == '\xC2' && static_cast<unsigned char>(text[1]) < 0xA0;
+}
+
+// JSON allows some control characters that terminals act on.
+std::string escapeControls(std::string const& json) {
+    std::string escaped;
+    for (std::size_t i = 0; i < json.size(); ++i) {
+        if (isHighControl(std::string_view(json).substr(i, 2)))
+            escaped += fmt::format("\\u{:04x}", static_cast<unsigned char>(json[++i]));
+        else if (json[i] == '\x7f')
+            escaped += "\\u007f";
+        else
+            escaped += json[i];
+    }
+    return escaped;
+}
+
+} // namespace
+
+std::string toJson(Entry const& entry, std::string const& id) {
+    Json object;
+    object["id"] = id;
+    object["time"] = orNull(entry.time);
+    object["level"] = orNull(entry.level);
+    object["process"] = toNumber(entry.process);
+    object["thread"] = toNumber(entry.thread);
+    object["text"] = orNull(entry.text);
+    if (!entry.where.empty())
+        object["where"] = entry.where;
+    if (!entry.errors.empty())
+        describeErrors(object, entry.errors);
+    if (entry.isDamaged)
+        object["damaged"] = true;
+    return escapeControls(object.dump(-1, ' ', false, Json::error_handler_t::replace));
+}
+
+} // namespace dmnctl
