@@ -37,7 +37,7 @@ start() {
 expect_in_unit() {
     expect_equal "$1" "$(property MainPID)"
     expect_equal "/system.slice/$daemon.service" "$(property ControlGroup)"
-    expect_line "^$1$" "$cgroup/machine/system.slice/$daemon.service/cgroup.procs"
+    expect_line "^$1$" <(inside cat "/sys/fs/cgroup/system.slice/$daemon.service/cgroup.procs")
 }
 
 check_StartReturnsWhenTheDaemonIsReady() {
