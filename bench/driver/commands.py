@@ -5,7 +5,7 @@ import time
 
 from comparisons import Comparison
 from figures import Figure
-from steps import LAUNCHING_STEPS, LOAD, STEPS, STOP_RUNNING
+from steps import AWAITING_STEPS, LAUNCHING_STEPS, LOAD, STEPS
 from stopwatch import Stopwatch
 from subjects import BARE_WX, OURS, make_subjects
 from targets import find_command_target
@@ -13,7 +13,7 @@ from targets import find_command_target
 SECTION = "Commands"
 LIMIT_SECTION = "Commands beside their limit"
 MEMORY_SECTION = "Peak memory of commands"
-STOP_WITHOUT_SLEEPS = STOP_RUNNING.name + ", less the other's sleeps"
+WITHOUT_SLEEPS = ", less the other's sleeps"
 
 SETTLING_SECONDS = 0.2
 
@@ -59,10 +59,10 @@ def compare_times(samples, step, ours, other):
     mine, theirs = (take_times(samples, step, subject.name) for subject in (ours, other))
     target = find_command_target(ours.name, step, other.name)
     name = name_step(step, ours)
-    if step is not STOP_RUNNING:
+    if step not in AWAITING_STEPS:
         return [Comparison(SECTION, name, Figure(mine, "ns"), other.name, Figure(theirs, "ns"), target)]
     return [Comparison(SECTION, name, Figure(mine, "ns"), other.name, Figure(theirs, "ns")),
-            Comparison(SECTION, STOP_WITHOUT_SLEEPS, Figure(mine, "ns"), other.name,
+            Comparison(SECTION, name + WITHOUT_SLEEPS, Figure(mine, "ns"), other.name,
                        Figure(without_sleeps(theirs, other.poll), "ns"), target)]
 
 

@@ -8,7 +8,7 @@ from fractions import Fraction
 import commands
 import dmnctl
 from comparisons import Comparison
-from steps import STOP_RUNNING
+from steps import AWAITING_STEPS
 from targets import Target
 
 LINE = 30  # the height of a line of text
@@ -68,8 +68,9 @@ def list_rows(comparisons):
     """The comparisons by what is compared, those that are judged first. Of what is measured in two ways, the
     one that is judged."""
     rows = {}
+    names_with_sleeps = [step.name for step in AWAITING_STEPS]
     for comparison in comparisons:
-        if comparison.ratio and comparison.what != STOP_RUNNING.name:
+        if comparison.ratio and comparison.what not in names_with_sleeps:
             rows.setdefault(comparison.what, []).append(comparison)
     return {what: sorted(its_comparisons, key=lambda comparison: not is_judged(comparison))
             for what, its_comparisons in rows.items()}

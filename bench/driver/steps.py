@@ -27,3 +27,4 @@ LOAD = Step("start the libraries alone")
 STEPS = (INSTALL, PRINT, START, STATUS_RUNNING, RESTART, CHECK, STOP_RUNNING, STATUS_STOPPED, STOP_STOPPED,
          UNINSTALL, UNKNOWN, LOAD)
 LAUNCHING_STEPS = (START, RESTART)
+AWAITING_STEPS = (STOP_RUNNING, RESTART)  # in which others look again and again whether the daemon has ended
