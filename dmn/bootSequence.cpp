@@ -11,8 +11,8 @@
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ShellWord.h>
 
-#include <algorithm>
-#include <iterator>
+#include <functional>
+#include <set>
 
 namespace dmn {
 
@@ -32,33 +32,48 @@ bool hasInit() {
     return seemsThere(fdn::Path("/etc/inittab")) || (seemsThere(fdn::Path("/sbin/init")) && !isSystemdInit());
 }
 
-// A link that leads nowhere starts nothing.
-bool hasStartLinkIn(RunLevel const& runLevel, fdn::String const& id) {
-    try {
-        fdn::TArray<fdn::Path> const links = findRunLevelLinks(runLevel, id);
-        return std::any_of(links.begin(), links.end(), seemsThere);
-    } catch (fdn::CError const&) {
-        return false;
+// What a machine starts, after one look at its files.
+using BootQuestion = std::function<bool(fdn::String const& id)>;
+
+BootQuestion askLinks() {
+    return [linked = findStartedIds(readDefaultRunLevel())](fdn::String const& id) {
+        return linked.count(id) > 0;
+    };
+}
+
+BootQuestion askDependencyOrder() {
+    return [isLinked = askLinks(), ordered = readDependencyOrder()](fdn::String const& id) {
+        return isLinked(id) && ordered.count(id) > 0;
+    };
+}
+
+BootQuestion askSystemd() {
+    std::set<fdn::String> const scripts =
+        doesSystemdReadScripts() ? findStartedIds(0) : std::set<fdn::String>();
+    return [scripts](fdn::String const& id) {
+        return hasOwnUnit(id) ? isOwnUnitEnabled(id) : scripts.count(id) > 0;
+    };
+}
+
+BootQuestion ask(BootSequence sequence) {
+    switch (sequence) {
+    case BootSequence::LinkOrder:
+        return askLinks();
+    case BootSequence::DependencyOrder:
+        return askDependencyOrder();
+    case BootSequence::Systemd:
+        return askSystemd();
+    case BootSequence::None:
+        break;
     }
-}
-
-// Whether init starts the daemon in this level, or, for 0, in any.
-bool hasStartLink(fdn::String const& id, int level) {
-    return std::any_of(std::begin(kRunLevels), std::end(kRunLevels), [&](RunLevel const& runLevel) {
-        return runLevel.kind == LinkKind::Start && (level == 0 || runLevel.level == level) &&
-               hasStartLinkIn(runLevel, id);
-    });
-}
-
-bool doesSystemdStart(fdn::String const& id) {
-    return hasOwnUnit(id) ? isOwnUnitEnabled(id) : doesSystemdReadScripts() && hasStartLink(id, 0);
+    return [](fdn::String const&) { return false; };
 }
 
 fdn::String composeSystemdCommand(fdn::String const& id) {
     if (hasOwnUnit(id))
         return isOwnUnitEnabled(id) ? fdn::String() : "systemctl enable " + quoteShellWord(id);
     // Boot makes the unit anew. Until then, systemd does not know the daemon.
-    return doesSystemdStart(id) && !hasGeneratedUnit(id) ? "systemctl daemon-reload" : "";
+    return askSystemd()(id) && !hasGeneratedUnit(id) ? "systemctl daemon-reload" : "";
 }
 
 } // namespace
@@ -78,19 +93,17 @@ BootSequence detectBootSequence() {
 }
 
 bool startsAtBoot(fdn::String const& id, BootSequence sequence) {
-    if (!isDaemonId(id))
-        return false;
-    switch (sequence) {
-    case BootSequence::LinkOrder:
-        return hasStartLink(id, readDefaultRunLevel());
-    case BootSequence::DependencyOrder:
-        return hasStartLink(id, readDefaultRunLevel()) && isInDependencyOrder(id);
-    case BootSequence::Systemd:
-        return doesSystemdStart(id);
-    case BootSequence::None:
-        break;
+    return isDaemonId(id) && ask(sequence)(id);
+}
+
+fdn::TList<fdn::String> selectStartedAtBoot(fdn::TList<fdn::String> const& ids, BootSequence sequence) {
+    BootQuestion const isStarted = ask(sequence);
+    fdn::TList<fdn::String> started;
+    for (fdn::String const& id : ids) {
+        if (isDaemonId(id) && isStarted(id))
+            started.push_back(id);
     }
-    return false;
+    return started;
 }
 
 fdn::String composeBootCommand(fdn::String const& id, BootSequence sequence) {
@@ -99,7 +112,7 @@ fdn::String composeBootCommand(fdn::String const& id, BootSequence sequence) {
     switch (sequence) {
     case BootSequence::DependencyOrder:
         // Nothing puts a script without start links in order.
-        return hasStartLink(id, 0) && !isInDependencyOrder(id)
+        return findStartedIds(0).count(id) > 0 && readDependencyOrder().count(id) == 0
                    ? "update-rc.d " + quoteShellWord(id) + " defaults"
                    : fdn::String();
     case BootSequence::Systemd:

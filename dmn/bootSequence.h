@@ -29,6 +29,11 @@ DMN_EXPORT BootSequence detectBootSequence();
 /// generator for that. False for an ID that can name no daemon.
 DMN_EXPORT bool startsAtBoot(fdn::String const& id, BootSequence sequence);
 
+/// Those of the daemons for which startsAtBoot() is true, in the same order. Each file is looked at once,
+/// however many daemons there are.
+DMN_EXPORT fdn::TList<fdn::String> selectStartedAtBoot(fdn::TList<fdn::String> const& ids,
+                                                       BootSequence sequence);
+
 /// The command by which an administrator makes this machine know the daemon that was installed to start at
 /// boot: update-rc.d for insserv's order, systemctl for systemd. The empty text if nothing is left to do, or
 /// nothing can be done: for a daemon without start links, for example.

@@ -102,8 +102,9 @@ char const* explain(fdn::String const& id, BootSequence sequence) {
     case BootSequence::LinkOrder:
         return "the default run level has no link to it.";
     case BootSequence::DependencyOrder:
-        return isInDependencyOrder(id) ? "the default run level has no link to it."
-                                       : "the order of scripts that insserv has computed does not have it.";
+        return readDependencyOrder().count(id) > 0
+                   ? "the default run level has no link to it."
+                   : "the order of scripts that insserv has computed does not have it.";
     case BootSequence::Systemd:
         return hasOwnUnit(id) ? "its systemd unit is not enabled."
                               : "this machine's systemd does not read init scripts.";

@@ -1,7 +1,6 @@
 #include <dmn/init/DependencyOrder.h>
 
 #include <fdn/Path.h>
-#include <fdn/fileName.h>
 
 #include <dmn/init/FileQuestions.h>
 
@@ -19,13 +18,12 @@ bool isThere(char const* path) {
     return seemsThere(fdn::Path(path));
 }
 
-bool holdsWord(std::string const& line, std::string const& wanted) {
+std::set<fdn::String> splitWords(std::string const& line) {
+    std::set<fdn::String> found;
     std::istringstream words(line);
-    for (std::string word; words >> word;) {
-        if (word == wanted)
-            return true;
-    }
-    return false;
+    for (std::string word; words >> word;)
+        found.insert(fdn::String::fromBytes(word));
+    return found;
 }
 
 } // namespace
@@ -36,14 +34,13 @@ bool hasDependencyOrder() {
            isThere("/etc/init.d/.depend.stop") && !isThere("/etc/init.d/.legacy-bootordering");
 }
 
-bool isInDependencyOrder(fdn::String const& id) {
+std::set<fdn::String> readDependencyOrder() {
     std::ifstream file(kStartOrder);
-    std::string const name = fdn::toFileName(id).data();
     for (std::string line; std::getline(file, line);) {
         if (line.rfind("TARGETS =", 0) == 0)
-            return holdsWord(line.substr(line.find('=') + 1), name);
+            return splitWords(line.substr(line.find('=') + 1));
     }
-    return false;
+    return {};
 }
 
 } // namespace dmn

@@ -2,6 +2,8 @@
 
 #include <fdn/String.h>
 
+#include <set>
+
 namespace dmn {
 
 // The order of scripts that insserv(8) computes and init reads at boot. A script that is not in it does not
@@ -10,7 +12,7 @@ namespace dmn {
 /// Whether the machine boots in such an order. Throws nothing.
 bool hasDependencyOrder();
 
-/// Whether the script of this ID is among those that init starts.
-bool isInDependencyOrder(fdn::String const& id);
+/// The IDs of the scripts that init starts.
+std::set<fdn::String> readDependencyOrder();
 
 } // namespace dmn

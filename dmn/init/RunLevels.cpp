@@ -12,6 +12,8 @@ namespace dmn {
 
 namespace {
 
+constexpr std::size_t kPrefix = 3; // S90
+
 // Levels without links count as ones that start the daemon: the interface gives them the name of a start
 // link.
 LinkKind getLinkKind(int level) {
@@ -26,7 +28,20 @@ LinkKind getLinkKind(int level) {
 // because other tools renumber links.
 bool isLinkNameOf(fdn::String const& id, fdn::String const& name) {
     return (name.StartsWith("K") || name.StartsWith("S")) && name.EndsWith(id) &&
-           name.length() == id.length() + 3;
+           name.length() == id.length() + kPrefix;
+}
+
+void addStartedIds(RunLevel const& runLevel, std::set<fdn::String>& ids) {
+    try {
+        fdn::Path const folder = locateRunLevelFolder(runLevel.level);
+        fdn::CFileSystemIterator entries(folder);
+        while (entries.next()) {
+            fdn::String const& name = entries.getItemName();
+            if (name.StartsWith("S") && name.length() > kPrefix && seemsThere(folder << fdn::Path(name)))
+                ids.insert(fdn::String(name.substr(kPrefix)));
+        }
+    } catch (fdn::CError const&) { // NOLINT(bugprone-empty-catch): it starts nothing
+    }
 }
 
 fdn::Path createLink(fdn::Path const& script, int level, fdn::String const& id) {
@@ -71,6 +86,15 @@ fdn::TArray<fdn::Path> findRunLevelLinks(RunLevel const& runLevel, fdn::String c
             links.push_back(entries.getItemPath());
     }
     return links;
+}
+
+std::set<fdn::String> findStartedIds(int level) {
+    std::set<fdn::String> ids;
+    for (RunLevel const& runLevel : kRunLevels) {
+        if (runLevel.kind == LinkKind::Start && (level == 0 || runLevel.level == level))
+            addStartedIds(runLevel, ids);
+    }
+    return ids;
 }
 
 void createRunLevelLinks(fdn::Path const& script, fdn::String const& id, bool startAtBoot) {

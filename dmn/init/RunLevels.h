@@ -4,6 +4,8 @@
 #include <fdn/String.h>
 #include <fdn/containers.h>
 
+#include <set>
+
 namespace dmn {
 
 // The links by which System V init starts and stops a daemon: one in the folder of each run level, to the
@@ -32,6 +34,10 @@ fdn::String composeRunLevelLinkName(int level, fdn::String const& id);
 /// The daemon's links of this kind in the folder of the run level, whatever their sequence numbers. Throws a
 /// CError when the folder is missing or cannot be read.
 fdn::TArray<fdn::Path> findRunLevelLinks(RunLevel const& runLevel, fdn::String const& id);
+
+/// The IDs of the scripts that System V init starts in this run level or, for 0, in any. Links that lead
+/// nowhere start nothing, and a folder that cannot be read has none. Throws nothing.
+std::set<fdn::String> findStartedIds(int level);
 
 /// Links the script into the run levels that stop the daemon and, with `startAtBoot`, into those that start
 /// it, in place of whatever has the names of the links. Ends at the first error; links made by then stay.

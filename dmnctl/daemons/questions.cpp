@@ -13,6 +13,7 @@
 #include <fdn/CError.h>
 
 #include <algorithm>
+#include <set>
 
 #include <unistd.h>
 
@@ -27,12 +28,13 @@ constexpr int kFailed = 2;
 using ListedDaemons = std::vector<ListedDaemon>;
 
 ListedDaemons lookAt(fdn::TList<fdn::String> const& ids) {
-    dmn::BootSequence const sequence = dmn::detectBootSequence();
+    fdn::TList<fdn::String> const started = dmn::selectStartedAtBoot(ids, dmn::detectBootSequence());
+    std::set<fdn::String> const startedAtBoot(started.begin(), started.end());
     ListedDaemons daemons;
     for (fdn::String const& id : ids) {
         DaemonView const view = lookAtDaemon(id);
         if (view.status.isInstalled) // still
-            daemons.push_back({view, dmn::startsAtBoot(id, sequence)});
+            daemons.push_back({view, startedAtBoot.count(id) > 0});
     }
     return daemons;
 }
@@ -44,11 +46,16 @@ std::string composeNames(fdn::TList<fdn::String> const& ids) {
     return lines;
 }
 
+// What keeps a user from one daemon often keeps him from all.
 void explainUnknown(ListedDaemons const& daemons) {
+    constexpr int kMost = 5;
+    int count = 0;
     for (ListedDaemon const& daemon : daemons) {
-        if (daemon.view.status.state == dmn::DaemonState::Unknown)
+        if (daemon.view.status.state == dmn::DaemonState::Unknown && ++count <= kMost)
             printError(describeStatus(daemon.view));
     }
+    if (count > kMost)
+        printError("Why " + std::to_string(count - kMost) + " more are unknown: dmnctl status");
 }
 
 void showTable(ListedDaemons const& daemons) {

@@ -15,6 +15,7 @@ namespace {
 using dmn::BootSequence;
 using dmn::composeBootCommand;
 using dmn::detectBootSequence;
+using dmn::selectStartedAtBoot;
 using dmn::startsAtBoot;
 
 constexpr char kGenerator[] = "/etc/systemd/system-generators/systemd-sysv-generator";
@@ -123,6 +124,22 @@ TEST_F(BootSequenceTest, OfTheLinksStartsWhatTheDefaultRunLevelLinks) {
         setDefaultRunLevel(level);
         EXPECT_FALSE(startsAtBoot("app", BootSequence::LinkOrder)) << level;
     }
+}
+
+TEST_F(BootSequenceTest, TellsOfManyDaemonsWhichOfThemStart) {
+    installForBoot();
+    setDefaultRunLevel("2");
+    std::filesystem::create_symlink("/etc/init.d/app", "/etc/rc2.d/S01other");
+    std::filesystem::create_symlink("/etc/init.d/gone", "/etc/rc2.d/S01dangling");
+    std::filesystem::create_symlink("/etc/init.d/app", "/etc/rc2.d/K01killed");
+    std::filesystem::create_symlink("/etc/init.d/app", "/etc/rc2.d/S01\xff");
+    writeOrder("other");
+    fdn::TList<fdn::String> const ids{"other", "killed", "dangling", "no/id", "app"};
+
+    using Ids = fdn::TList<fdn::String>;
+    EXPECT_EQ((Ids{"other", "app"}), selectStartedAtBoot(ids, BootSequence::LinkOrder));
+    EXPECT_EQ(Ids{"other"}, selectStartedAtBoot(ids, BootSequence::DependencyOrder));
+    EXPECT_EQ(Ids(), selectStartedAtBoot(ids, BootSequence::None));
 }
 
 TEST_F(BootSequenceTest, OfTheLinksStartsARenumberedLinkAndWithoutAnInittabAnyLevels) {

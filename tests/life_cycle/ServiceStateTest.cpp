@@ -50,6 +50,7 @@ protected:
             {"account gone", &ServiceStateTest::loseAccount},
             {"folder gone", &ServiceStateTest::loseFolder},
             {"disk full", &ServiceStateTest::fillDisk},
+            {"shell broken", &ServiceStateTest::breakShell},
         };
         (this->*ways.at(state))();
     }
@@ -103,7 +104,14 @@ private:
         m_full = std::make_unique<test::FullFolder>(m_controlFolder);
     }
 
+    // The folder, which each start makes again, is gone as well.
+    void breakShell() {
+        loseFolder();
+        m_shell = std::make_unique<test::BrokenShell>();
+    }
+
     std::unique_ptr<test::FullFolder> m_full;
+    std::unique_ptr<test::BrokenShell> m_shell;
 };
 
 TEST_P(ServiceStateTest, CommandTellsTheTruth) {
@@ -190,6 +198,16 @@ constexpr Case kCases[] = {
     {"disk full", "start", 2, "/clock.pid': No space left on device"},
     {"disk full", "stop", 0, "clock does not run.\n"},
     {"disk full", "daemon --controlFolder", 2, "No space left on device"},
+    // The script's text says what it would print. What the plain front end does too runs the script, and so
+    // does the check, because that is what it looks for.
+    {"shell broken", "status --verbose", 3, "Control folder: "},
+    {"shell broken", "status --verbose", 3, "Program: "},
+    {"shell broken", "start", 0, "\nclock is running (process "},
+    {"shell broken", "restart", 0, "\nclock is running (process "},
+    {"shell broken", "stop", 0, "clock does not run.\n"},
+    {"shell broken", "start --no-wait", 2, "has printed nothing for the setting"},
+    {"shell broken", "uninstall", 2, "has printed nothing for the setting"},
+    {"shell broken", "check", 1, "has printed nothing for the setting"},
 };
 
 INSTANTIATE_TEST_SUITE_P(States, ServiceStateTest, testing::ValuesIn(kCases));

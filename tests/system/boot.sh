@@ -214,4 +214,29 @@ check_StartThatFailsSaysSoOnTheConsoleAndInTheLog() {
     expect_not_running
 }
 
+check_BootOnIsTheOnlyStepAfterInstall() {
+    make_machine_in_link_order
+    in_root heartbeat-by-hand --controlFolder=$folder install
+    expect_status 3 in_root dmnctl boot heartbeat
+
+    expect_success in_root dmnctl boot heartbeat on
+
+    expect_links 0/K10heartbeat 2/S90heartbeat 3/S90heartbeat 4/S90heartbeat 5/S90heartbeat 6/K10heartbeat
+    expect_success in_root dmnctl boot heartbeat
+    boot
+    await_up
+    expect_line 'Starting Heartbeat' "$console"
+}
+
+check_BootOffKeepsTheDaemonFromStarting() {
+    make_machine_with_heartbeat
+
+    expect_success in_root dmnctl boot heartbeat off
+
+    expect_links 0/K10heartbeat 6/K10heartbeat
+    expect_status 3 in_root dmnctl boot heartbeat
+    boot
+    expect_not_running
+}
+
 run_check "$@"
