@@ -24,7 +24,11 @@ public:
     /// Starts the program. Returns once it runs, and throws as forkAndExec() does when it cannot.
     CPendingOutput(CExecCommand const& command, bool includeStandardError,
                    TMap<String, String> const* environment, Path const& folder);
+
+    /// Takes the other's program over. The other one is only fit for its destructor then.
     CPendingOutput(CPendingOutput&& other) noexcept;
+
+    /// The same, after what the destructor does.
     CPendingOutput& operator=(CPendingOutput&& other) noexcept;
 
     /// Waits for the program's end, unless take() has, and reaps it. Its output is lost then, and raises

@@ -2,32 +2,8 @@
 # The Debian package of a daemon that was made from the template, on machines with sysvinit.
 # Usage: template.sh CHECK
 
-# shellcheck source=debian.sh
-. "${BASH_SOURCE[0]%/*}/debian.sh"
-
-# In the machine:
-script=/etc/init.d/weatherd
-folder=/var/lib/weatherd
-package="/daemon/weatherd_*.deb"
-
-# From outside:
-pid_file=$root$folder/weatherd.pid
-log=$root$folder/.local/state/weatherd/weatherd.log
-
-# apt_inside COMMAND...: runs apt-get in the machine that is on.
-apt_inside() {
-    inside sh -c "DEBIAN_FRONTEND=noninteractive apt-get --quiet --yes $*"
-}
-
-is_up() {
-    inside start-stop-daemon --status --pidfile $folder/weatherd.pid --user weatherd
-}
-
-boot_and_install() {
-    boot
-    expect_success apt_inside install "$package"
-    await_up
-}
+# shellcheck source=weatherd.sh
+. "${BASH_SOURCE[0]%/*}/weatherd.sh"
 
 # links: prints all links to the daemon's script, as LEVEL/NAME.
 links() {
@@ -81,17 +57,6 @@ check_RemovalStopsAndUninstallsTheDaemon() {
     expect_no_line weatherd <(cat "$root"/etc/init.d/.depend.*)
     expect_no_line 'level="error"' "$log"
     expect_success inside test -d $folder
-}
-
-# files: prints all files except those of the package tools and those that every boot writes.
-files() {
-    (cd "$root" && find etc usr var -not -path 'var/lib/dpkg/*' -not -path 'var/lib/apt/*' -not -path 'var/cache/*' \
-        -not -path 'var/log/*' -not -name '*-' | sort)
-}
-
-# accounts: prints everything that is known about users and groups.
-accounts() {
-    (cd "$root/etc" && cat passwd group shadow gshadow)
 }
 
 check_PurgeLeavesNothing() {
@@ -148,6 +113,16 @@ check_PolicyAgainstStartingIsHonoured() {
     await_up
 }
 
+check_InstallationOfADaemonThatDoesNotComeUpSaysWhyAndSucceeds() {
+    make_machine template runtime sysvinit
+    boot
+    keep_daemon_from_coming_up
+
+    expect_success apt_inside install "$package"
+
+    expect_in_output "FATAL ERROR: .*$folder/weatherd.pid"
+}
+
 check_InstallationThatFailsSaysWhyAndCanBePurged() {
     make_machine template runtime sysvinit
     boot
@@ -192,6 +167,18 @@ check_PolicyAgainstStartingIsHonouredWhereNoInitRuns() {
 
     expect_in_output 'policy-rc.d denied execution of start'
     expect_status 3 in_root weatherd status
+    expect_success apt remove weatherd
+    expect_absent "$root$script"
+}
+
+check_InstallationWhereThereIsNoInitSucceedsAndSaysSo() {
+    make_machine template installed builder
+    rm -f "$root/usr/sbin/init"
+
+    expect_success apt install "$package"
+
+    expect_in_output 'Nothing starts daemons at boot on this machine'
+    expect_success in_root weatherd start
     expect_success apt remove weatherd
     expect_absent "$root$script"
 }

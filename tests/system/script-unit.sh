@@ -42,8 +42,7 @@ check_DaemonIsBackAfterAReboot() {
 
     reboot
 
-    expect_running
-    expect_equal 'started still stopped started still' "$(cut -d ' ' -f 3 "$beats" | xargs)"
+    expect_runs_after_orderly_end
 }
 
 check_DaemonRunsUnderItsAccountWithItsFolderAndItsParameters() {

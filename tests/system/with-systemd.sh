@@ -80,6 +80,13 @@ show_what_happened() {
     inside journalctl --quiet --no-pager --lines=40
 }
 
+# The daemon has ended in good order once, and runs again.
+expect_runs_after_orderly_end() {
+    expect_equal 'started stopped started' "$(grep -o 'started$\|stopped$' "$beats" | xargs)"
+    expect_no_line 'level="error"' "$log"
+    expect_running
+}
+
 # --- Units
 
 # expect_state ACTIVE SUB: the daemon's unit is in this state, in systemd's words.
