@@ -67,6 +67,11 @@ void removeLinks(fdn::Path const& folder, fdn::String const& id) {
     }
 }
 
+bool hasLink(RunLevel const& runLevel, fdn::String const& id) {
+    fdn::TArray<fdn::Path> const links = findRunLevelLinks(runLevel, id);
+    return std::any_of(links.begin(), links.end(), seemsThere);
+}
+
 } // namespace
 
 fdn::Path locateRunLevelFolder(int level) {
@@ -103,15 +108,6 @@ void createRunLevelLinks(fdn::Path const& script, fdn::String const& id, bool st
             createLink(script, runLevel.level, id);
     }
 }
-
-namespace {
-
-bool hasLink(RunLevel const& runLevel, fdn::String const& id) {
-    fdn::TArray<fdn::Path> const links = findRunLevelLinks(runLevel, id);
-    return std::any_of(links.begin(), links.end(), seemsThere);
-}
-
-} // namespace
 
 fdn::TArray<fdn::Path> completeRunLevelLinks(fdn::Path const& script, fdn::String const& id, LinkKind kind) {
     fdn::TArray<fdn::Path> made;
