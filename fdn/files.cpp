@@ -10,6 +10,7 @@
 #include <fdn/system/splitPath.h>
 
 #include <cerrno>
+#include <optional>
 #include <string>
 
 #include <sys/stat.h>
@@ -55,14 +56,19 @@ mode_t getFileMode(Path const& path, char const* action) {
 }
 
 // A file system that a user has mounted may never answer, and a process that waits for it cannot be killed.
-bool folderExistsOrIsSilent(Path const& path, char const* action) {
+// Nothing if there is no answer.
+std::optional<FileMode> askPatiently(Path const& path) {
     wxCharBuffer const name = toFileName(path);
-    FileMode known;
     if (geteuid() != 0 || !hasUsersMount(findFuseMounts()))
-        known = askForMode(name);
-    else if (!askInChildProcess(kPatience, known, [&] { return askForMode(name); }))
-        return true;
-    return S_ISDIR(requireKnown(known, action, path));
+        return askForMode(name);
+    FileMode known;
+    bool const hasAnswered = askInChildProcess(kPatience, known, [&] { return askForMode(name); });
+    return hasAnswered ? std::optional(known) : std::nullopt;
+}
+
+bool folderExistsOrIsSilent(Path const& path, char const* action) {
+    std::optional<FileMode> const known = askPatiently(path);
+    return !known || S_ISDIR(requireKnown(*known, action, path));
 }
 
 Path withoutSepsAtEnd(Path const& path) {
@@ -89,6 +95,10 @@ bool folderExists(Path const& path) {
 
 bool folderExistsOrIsSilent(Path const& path) {
     return folderExistsOrIsSilent(path, "folderExistsOrIsSilent");
+}
+
+bool isSilent(Path const& path) {
+    return !askPatiently(path);
 }
 
 void ensureFolderExists(Path const& path, int mode) {

@@ -23,6 +23,11 @@ FDN_EXPORT bool folderExists(Path const& path);
 /// most, and assumes that a folder which does not answer exists.
 FDN_EXPORT bool folderExistsOrIsSilent(Path const& path);
 
+/// Whether what the path leads to does not answer: while any user has a file system mounted (FUSE), root
+/// waits for a second at most. Otherwise this blocks as long as the file system does, and is false. Throws
+/// CError when no process can be made that asks.
+FDN_EXPORT bool isSilent(Path const& path);
+
 /// Makes the folder and those above it that are missing, each with the permission bits of `mode` that the
 /// process's umask leaves (POSIX mkdir). A folder that exists already is left exactly as it is. Several
 /// processes may make the same folders at once. Throws ENOTDIR, with its path, when something else is in the
