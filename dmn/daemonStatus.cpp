@@ -46,13 +46,6 @@ std::optional<FileVersion> getVersion(fdn::Path const& file) {
     return std::nullopt;
 }
 
-// Whoever looks at a file there would wait for ever, and could not be killed.
-void requireAnswer(fdn::Path const& folder) {
-    if (fdn::isSilent(folder))
-        throw fdn::CError("The control folder '" + folder.getText() +
-                          "' is on a file system that does not answer.");
-}
-
 void lookAtPIDFile(fdn::Path const& file, DaemonStatus& status) {
     status.state = status.isInstalled ? DaemonState::Stopped : DaemonState::NotInstalled;
     // Daemons come and go meanwhile: only a file that is there before and after the look was not held then.
@@ -80,7 +73,9 @@ void look(fdn::String const& id, DaemonStatus& status) {
         return;
     }
     requireControlFolder(id, status.controlFolder);
-    requireAnswer(status.controlFolder);
+    if (fdn::isSilent(status.controlFolder))
+        throw fdn::CError("The control folder '" + status.controlFolder.getText() +
+                          "' is on a file system that does not answer.");
     lookAtPIDFile(getPIDFilePath(status.controlFolder, id), status);
 }
 

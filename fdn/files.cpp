@@ -55,11 +55,14 @@ mode_t getFileMode(Path const& path, char const* action) {
     return requireKnown(askForMode(name), action, path);
 }
 
+bool mayBeSilent() {
+    return geteuid() == 0 && hasUsersMount(findFuseMounts());
+}
+
 // A file system that a user has mounted may never answer, and a process that waits for it cannot be killed.
-// Nothing if there is no answer.
-std::optional<FileMode> askPatiently(Path const& path) {
-    wxCharBuffer const name = toFileName(path);
-    if (geteuid() != 0 || !hasUsersMount(findFuseMounts()))
+// Nothing means that it is silent.
+std::optional<FileMode> askWithPatience(char const* name) {
+    if (!mayBeSilent())
         return askForMode(name);
     FileMode known;
     bool const hasAnswered = askInChildProcess(kPatience, known, [&] { return askForMode(name); });
@@ -67,7 +70,7 @@ std::optional<FileMode> askPatiently(Path const& path) {
 }
 
 bool folderExistsOrIsSilent(Path const& path, char const* action) {
-    std::optional<FileMode> const known = askPatiently(path);
+    std::optional<FileMode> const known = askWithPatience(toFileName(path));
     return !known || S_ISDIR(requireKnown(*known, action, path));
 }
 
@@ -98,7 +101,7 @@ bool folderExistsOrIsSilent(Path const& path) {
 }
 
 bool isSilent(Path const& path) {
-    return !askPatiently(path);
+    return mayBeSilent() && !askWithPatience(toFileName(path));
 }
 
 void ensureFolderExists(Path const& path, int mode) {

@@ -23,9 +23,9 @@ FDN_EXPORT bool folderExists(Path const& path);
 /// most, and assumes that a folder which does not answer exists.
 FDN_EXPORT bool folderExistsOrIsSilent(Path const& path);
 
-/// Whether what the path leads to does not answer: while any user has a file system mounted (FUSE), root
-/// waits for a second at most. Otherwise this blocks as long as the file system does, and is false. Throws
-/// CError when no process can be made that asks.
+/// Whether the way to the path leads through a file system that does not answer, as one may that a user has
+/// mounted (FUSE). Only root asks, while there is any, and waits for the answer for a second at most;
+/// otherwise it is false. A process that touches such a path may wait for ever, and cannot even be killed.
 FDN_EXPORT bool isSilent(Path const& path);
 
 /// Makes the folder and those above it that are missing, each with the permission bits of `mode` that the

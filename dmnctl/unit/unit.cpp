@@ -124,6 +124,8 @@ std::string composeProtection(dmn::DaemonSettings const& settings) {
 } // namespace
 
 std::string composeUnit(fdn::String const& id, dmn::DaemonSettings const& settings) {
+    // There is no KillMode=mixed, for which systemd must know the main process: it would kill at once a daemon
+    // that runs by its script when this unit takes the place of that.
     constexpr char kUnit[] =
         R"([Unit]
 Description={description}
@@ -142,8 +144,6 @@ ExecReload=/bin/sh -c "kill -HUP $$MAINPID"
 RestartForceExitStatus=SIGHUP
 {account}{transientFolder}{controlFolder}# As long as systemd gives a script.
 TimeoutStartSec=5min
-# The daemon ends its own children, in its own order. What is left then is killed.
-KillMode=mixed
 Restart=on-failure
 RestartSec=1s
 

@@ -12,15 +12,20 @@
 
 #include <dmnctl/log/showLog.h>
 
+#include <fdn/log.h>
+
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
 #include <signal.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace {
@@ -217,6 +222,37 @@ TEST_F(LogCommandTest, FollowsAcrossARotationUntilASignal) {
     }
 }
 
+/// Logs that many entries of 100 kB, "A0" and so on, as a daemon does.
+void logLargeEntries(std::string const& file, char const* name, int count) {
+    setenv("FDN_LOG_FILE", file.c_str(), 1);
+    for (int i = 0; i < count; ++i)
+        fdn::logInfo(fdn::String((name + std::to_string(i) + std::string(100000, '.')).c_str()));
+}
+
+TEST_F(LogCommandTest, LosesAndDoublesNothingWhileProcessesRotateTheLog) {
+    constexpr int kEntries = 60; // of each process; some hundred fill a file
+    install("alpha", "a");
+    test::Program const program(command({"-f", "-n0", "a"}));
+    ASSERT_TRUE(test::await([&] { return !program.errors().empty(); })); // there is no log yet
+    std::string const file = log("alpha");
+
+    test::Program first([&] { logLargeEntries(file, "A", kEntries); });
+    test::Program second([&] { logLargeEntries(file, "B", kEntries); });
+    EXPECT_EQ(0, first.wait().status);
+    EXPECT_EQ(0, second.wait().status);
+
+    ASSERT_TRUE(test::await([&] {
+        std::string const output = program.output();
+        return std::count(output.begin(), output.end(), '\n') == 2 * kEntries;
+    }));
+    EXPECT_TRUE(std::filesystem::exists(file + ".1"));
+    std::map<char, int> next{{'A', 0}, {'B', 0}};
+    for (std::string const& line : test::linesOf(program.output())) {
+        std::string const text = line.substr(34, line.find('.', 34) - 34);
+        ASSERT_EQ(next[text[0]]++, std::stoi(text.substr(1))) << text;
+    }
+}
+
 TEST_F(LogCommandTest, FollowsSeveralLogsAsJsonLines) {
     install("alpha", "a");
     install("beta", "b");
@@ -265,6 +301,7 @@ TEST_F(LogCommandTest, EndsWhenNobodyReadsAnyMore) {
 TEST_F(LogCommandTest, GivesAStartThatFailsTheLastEntries) {
     install("alpha", "a");
     setenv("TZ", "UTC", 1);
+    tzset();
     EXPECT_EQ("", dmnctl::composeLastEntries("a", 2));
     append(log("alpha"), logLine(1, "one") + logLine(2, "two") + logLine(3, "three"));
 

@@ -171,6 +171,18 @@ check_PolicyAgainstStartingIsHonouredWhereNoInitRuns() {
     expect_absent "$root$script"
 }
 
+check_InstallationWhereThereIsNoInitSucceedsAndSaysSo() {
+    make_machine template installed builder
+    rm -f "$root/usr/sbin/init"
+
+    expect_success apt install "$package"
+
+    expect_in_output 'Nothing starts daemons at boot on this machine'
+    expect_success in_root weatherd start
+    expect_success apt remove weatherd
+    expect_absent "$root$script"
+}
+
 check_NameThatNoPackageHasIsRefused() {
     cp -r "$source/examples/template" "$TMPDIR"
     sed -i s/mydaemon/Weatherd/ "$TMPDIR/template/CMakeLists.txt"
