@@ -42,7 +42,7 @@ TEST_F(Changes, StartFindsADaemonThatRuns) {
     Outcome const outcome = tool({"start", "clock"});
 
     EXPECT_EQ(0, outcome.status);
-    EXPECT_EQ("clock runs already " + process(servicePID()) + ".\n", outcome.output);
+    EXPECT_EQ("clock runs already " + process(daemonPID()) + ".\n", outcome.output);
 }
 
 // One in /run is gone after each boot.
@@ -97,7 +97,7 @@ TEST_F(Changes, StopEndsDaemonsOfBothFrontEnds) {
 
 TEST_F(Changes, StopEndsADeafDaemonByForceWhenToldTo) {
     bringUp({{"CLOCK_IGNORES_STOP", "1"}});
-    std::string const name = process(servicePID());
+    std::string const name = process(daemonPID());
 
     EXPECT_EQ(2, tool({"stop", "clock", "--timeout=0"}).status);
     Outcome const outcome = tool({"stop", "clock", "--timeout=0", "--kill"});
@@ -108,29 +108,29 @@ TEST_F(Changes, StopEndsADeafDaemonByForceWhenToldTo) {
 
 TEST_F(Changes, RestartGivesADaemonAnotherProcess) {
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
 
     Outcome const outcome = tool({"restart", "clock"});
 
     EXPECT_EQ(0, outcome.status);
     EXPECT_THAT(outcome.output, AllOf(StartsWith("clock has stopped.\n"), EndsWith(running())));
-    EXPECT_NE(before, servicePID());
+    EXPECT_NE(before, daemonPID());
 }
 
 TEST_F(Changes, RestartDoesNotStartWhatHasNotStopped) {
     bringUp({{"CLOCK_IGNORES_STOP", "1"}});
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
 
     EXPECT_EQ(2, tool({"restart", "clock", "--timeout=0"}).status);
-    EXPECT_EQ(before, servicePID());
+    EXPECT_EQ(before, daemonPID());
 }
 
 TEST_F(Changes, AreMadeWhetherOrNotAnybodyReads) {
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
 
     EXPECT_EQ("0\n", runInShell("exec 3> >(true); wait $!; $tool restart clock >&3; echo $? >&2").errors);
-    EXPECT_NE(before, servicePID());
+    EXPECT_NE(before, daemonPID());
     EXPECT_EQ(0, status());
 
     Outcome const outcome = runInShell("$tool stop clock >/dev/full");
@@ -148,7 +148,7 @@ TEST_F(Changes, OfTwoAtOnceComeToTheSame) {
     Outcome const outcomes[] = {first.wait(), second.wait()};
     for (Outcome const& outcome : outcomes) {
         EXPECT_EQ(0, outcome.status) << outcome.errors;
-        EXPECT_THAT(outcome.output, HasSubstr(process(servicePID()) + ".\n"));
+        EXPECT_THAT(outcome.output, HasSubstr(process(daemonPID()) + ".\n"));
     }
 }
 

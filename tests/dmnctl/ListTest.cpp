@@ -63,7 +63,7 @@ TEST_F(List, SaysWhatToDoWhereNoDaemonIsInstalled) {
 TEST_F(List, ShowsWhatEachDaemonDoes) {
     installBoth();
     start();
-    std::string const pid = std::to_string(servicePID());
+    std::string const pid = std::to_string(daemonPID());
 
     Outcome const outcome = tool({});
 
@@ -128,7 +128,7 @@ TEST_F(List, AnswersWithJson) {
     EXPECT_EQ("Clock", clock["displayName"]);
     EXPECT_EQ("running", clock["state"]);
     EXPECT_EQ(nullptr, clock["reason"]);
-    EXPECT_EQ(servicePID(), clock["process"]);
+    EXPECT_EQ(daemonPID(), clock["process"]);
     EXPECT_TRUE(clock["account"].is_string());
     EXPECT_THAT(clock["since"].get<std::string>(), MatchesRegex("....-..-..T..:..:..Z"));
     EXPECT_LT(0, clock["memoryBytes"].get<long>());

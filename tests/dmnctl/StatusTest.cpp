@@ -22,7 +22,7 @@ class Status : public ToolTest {
 protected:
     /// Leaves the PID file behind.
     void killClock() const {
-        pid_t const process = servicePID();
+        pid_t const process = daemonPID();
         kill(process, SIGKILL);
         EXPECT_TRUE(await([&] { return hasEnded(process); }));
     }
@@ -74,7 +74,7 @@ TEST_F(Status, ShowsAllThatIsKnown) {
                 AllOf(HasSubstr("\n  Script:         /etc/init.d/clock\n"),
                       HasSubstr("\n  Control folder: " + m_controlFolder + "\n"),
                       HasSubstr("\n  Program:        " DMN_SERVICE "\n"),
-                      HasSubstr("\n  Process:        " + std::to_string(servicePID()) + "\n"),
+                      HasSubstr("\n  Process:        " + std::to_string(daemonPID()) + "\n"),
                       HasSubstr("\n  Account:        "), HasSubstr("\n  Since:          2"),
                       HasSubstr(" MiB\n"), HasSubstr("\n  At boot:        yes\n"),
                       HasSubstr("\n  Log:            " + m_log.path() + "\n")));

@@ -56,7 +56,7 @@ TEST_F(Systemctl, StartsTheUnit) {
 TEST_F(Systemctl, StartsNoUnitOfADaemonThatRuns) {
     start();
 
-    EXPECT_EQ("clock runs already " + process(servicePID()) + ".\n",
+    EXPECT_EQ("clock runs already " + process(daemonPID()) + ".\n",
               toolWith("false", {"start", "clock"}).output);
     EXPECT_FALSE(std::filesystem::exists(calls()));
 }
@@ -96,7 +96,7 @@ TEST_F(Systemctl, StopsADaemonThatIsOutsideOfItsUnit) {
 
 TEST_F(Systemctl, IsFollowedByForceOnlyWhenToldTo) {
     start({{"CLOCK_IGNORES_STOP", "1"}});
-    std::string const name = process(servicePID());
+    std::string const name = process(daemonPID());
 
     EXPECT_EQ(2, toolWith("exec sleep 1000", {"stop", "clock", "--timeout=0"}).status);
     EXPECT_EQ(0, status());
@@ -106,13 +106,13 @@ TEST_F(Systemctl, IsFollowedByForceOnlyWhenToldTo) {
 
 TEST_F(Systemctl, StartsTheUnitAgain) {
     start();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
 
     Outcome const outcome = toolWith(DMN_SERVICE " $1 >/dev/null", {"restart", "clock"});
 
     EXPECT_EQ(0, outcome.status) << outcome.errors;
     EXPECT_EQ("clock has stopped.\n" + running(), outcome.output);
-    EXPECT_NE(before, servicePID());
+    EXPECT_NE(before, daemonPID());
 }
 
 } // namespace test

@@ -51,7 +51,7 @@ protected:
         installPlain();
     }
 
-    std::string running() const { return "clock is running " + this->process(this->servicePID()) + ".\n"; }
+    std::string running() const { return "clock is running " + this->process(this->daemonPID()) + ".\n"; }
 };
 
 class ToolTest : public ToolFixture<PrivateRootTest> {};
