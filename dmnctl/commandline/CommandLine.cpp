@@ -134,9 +134,8 @@ void Parser::addList() {
 void Parser::addStatus() {
     CLI::App& command =
         addCommand("status", m_status, "show whether daemons run",
-                   "The exit status is 0 if the daemon runs, 1 if it has died and left its PID "
-                   "file behind, 3 if it does\nnot run, 4 if that is unknown; of several "
-                   "daemons, the worst.\n\n"
+                   "The exit status is 0 if the daemon runs, 1 if it is dead and has left its PID file,\n"
+                   "3 if it does not run, and 4 if that is unknown; of several daemons, the worst.\n\n"
                    "Examples:\n"
                    "  dmnctl status\n"
                    "  dmnctl status --verbose backupd");

@@ -1,8 +1,11 @@
 #include "ToolTest.h"
 
+#include "support/SilentFileSystem.h"
+
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <memory>
 
 #include <signal.h>
 
@@ -118,6 +121,24 @@ TEST_F(StatusForUsers, IsUnknownToWhoMayNotLook) {
     EXPECT_EQ(0, list.status);
     EXPECT_THAT(list.output, HasSubstr("clock  unknown        ?  ?"));
     EXPECT_THAT(list.errors, HasSubstr("ermission"));
+}
+
+// A user may mount a file system of his own there.
+TEST_F(StatusForUsers, IsToldThoughAControlFolderNeverAnswers) {
+    if (!canMountFuse())
+        DMN_SKIP_TEST("needs file systems of users");
+    install();
+    installPlain();
+    auto silent = std::make_unique<SilentFileSystem>(m_controlFolder, kUser);
+
+    Program listing(command({"list"}));
+    EXPECT_TRUE(await([&] { return hasEnded(listing.pid()); }));
+    silent.reset();
+
+    Outcome const outcome = listing.wait();
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_THAT(outcome.output, AllOf(HasSubstr("\nclock  unknown "), HasSubstr("\ntestd  unknown ")));
+    EXPECT_THAT(outcome.errors, HasSubstr("does not answer"));
 }
 
 } // namespace test
