@@ -5,6 +5,7 @@
 
 generator=/lib/systemd/system-generators/systemd-sysv-generator
 cgroups=${TMPDIR:-}/cgroups
+namespaces+=(--cgroup)
 
 # --- The machine, off
 
@@ -56,7 +57,7 @@ boot() {
     (
         exec {lock}<&-
         echo "$BASHPID" >"$cgroup/machine/cgroup.procs"
-        exec unshare --cgroup --pid --fork --kill-child=KILL --mount --uts --ipc --net \
+        exec unshare --fork --kill-child=KILL "${namespaces[@]}" \
             "$here/boot-systemd" "$root" "$machine/console"
     ) &
     unshare=$!
@@ -64,6 +65,13 @@ boot() {
     await "systemd listens" test -S "/proc/$init/root/run/systemd/private"
     # Ends with a status of its own, for a unit that failed.
     inside systemctl is-system-running --wait >/dev/null || true
+}
+
+# systemd signals nobody at power-off whose cgroup is not the machine's.
+open_session() {
+    exec {lock}<&-
+    mkdir -p "$cgroup/machine/session"
+    echo "$BASHPID" >"$cgroup/machine/session/cgroup.procs"
 }
 
 power_off() {
