@@ -5,6 +5,7 @@
 #include <fdn/CXMLLog.h>
 #include <fdn/files.h>
 #include <fdn/log.h>
+#include <fdn/notify.h>
 
 #include <dmn/commandline/CommandLine.h>
 #include <dmn/commandline/StandardOptions.h>
@@ -134,6 +135,7 @@ void CDaemonEntry::tellSupervisor(std::exception const& error) {
 }
 
 int CDaemonEntry::perform(int argc, char** argv) {
+    fdn::keepSupervisor(); // before the application starts threads
     init();
     registerSignalHandler();
 
@@ -150,7 +152,7 @@ int CDaemonEntry::perform(int argc, char** argv) {
         return result;
     }
     performCommand(parser, argv[0]);
-    return kStatusDone;
+    return getPolicy().getExitStatus();
 }
 
 // From here on a signal is kept until there is a manager. The handler is never removed: a signal that comes
@@ -192,7 +194,8 @@ void CDaemonEntry::performCommand(wxCmdLineParser& parser, char const* program) 
     fdn::logInfo("Performing command '" + m_command + "', controlFolder='" + m_controlFolder.getText() +
                  "', exePath='" + m_exePath.getText() + "'.");
     doCommand(m_command);
-    fdn::logInfo("Finished command. Returning exit code 0.");
+    fdn::logInfo(
+        fdn::String::Format("Finished command. Returning exit code %d.", getPolicy().getExitStatus()));
 }
 
 fdn::P<CDaemonInfo> CDaemonEntry::describeDaemon() {

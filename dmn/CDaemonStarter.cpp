@@ -74,9 +74,10 @@ CDaemonStarter::Outcome CDaemonStarter::start(int timeoutMs) {
 
     provideControlFolder(settings); // one in /run is gone after each boot
     Subreaper const subreaper;      // before the launch, which makes an orphan
+    LaterChildren const children;
     fdn::CNotificationReceiver receiver;
     pid_t const launched = launchDaemon(m_id, settings, {{"NOTIFY_SOCKET", receiver.getAddress()}});
-    ReadinessWatch watch(pidFile, receiver, launched, m_progress);
+    ReadinessWatch watch(pidFile, receiver, children, launched, m_progress);
     StartReport const report(m_id, settings);
     Result const result = await(watch, deadline, report);
     requireSuccess(result, watch, timeoutMs, report);

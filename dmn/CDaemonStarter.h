@@ -54,7 +54,8 @@ public:
     ///
     /// Throws a CError when it cannot be launched, and when it is not ready after `timeoutMs` milliseconds or
     /// has ended by then. The message says what the daemon said last, or the signal or status that it ended
-    /// by, and where its log is. A daemon that is merely late goes on: the error names its process.
+    /// by, and where its log is. A daemon that is merely late goes on: the error names its process, and has
+    /// the code ETIMEDOUT.
     Outcome start(int timeoutMs);
 
     /// The process of the daemon that start() has found ready, or running already; else 0.

@@ -11,6 +11,8 @@
 #include <dmn/stop/DaemonProcess.h>
 #include <dmn/wait/Deadline.h>
 
+#include <cerrno>
+
 namespace dmn {
 
 namespace {
@@ -36,7 +38,8 @@ Outcome end(DaemonProcess const& process, Deadline const& deadline, int timeoutM
         return Outcome::Stopped;
     if (force == CDaemonStopper::Force::No)
         throw fdn::CError(process.describe() + " has not ended after " + describeDuration(timeoutMs) +
-                          " and goes on. The command 'stop --kill' ends it by force.");
+                              " and goes on.",
+                          "", ETIMEDOUT, {}, nullptr);
     process.kill();
     return Outcome::Killed;
 }

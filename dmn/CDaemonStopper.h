@@ -34,9 +34,10 @@ public:
     /// same with a process that claims the file meanwhile. Signals reach only those very processes, never a
     /// later one with the same number.
     ///
-    /// Throws a CError that names the process and says what can be done when it has not ended after
-    /// `timeoutMs` milliseconds; with Force::Yes only when it does not even end by SIGKILL. Throws also when
-    /// it is unclear who holds the file, or when the process may not be signalled.
+    /// Throws a CError that names the process when it has not ended after `timeoutMs` milliseconds. With
+    /// Force::No its code is ETIMEDOUT, for programs that know how their users can have it ended by force;
+    /// with Force::Yes it does not even end by SIGKILL. Throws also when it is unclear who holds the file, or
+    /// when the process may not be signalled.
     Outcome stop(int timeoutMs, Force force);
 
     /// The last process that stop() has signalled, or 0.

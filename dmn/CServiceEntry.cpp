@@ -2,15 +2,12 @@
 
 #include <dmn/CDaemonStarter.h>
 #include <dmn/CDaemonStopper.h>
-#include <dmn/CService.h>
 #include <dmn/bootSequence.h>
-#include <dmn/commandline/CommandLine.h>
-#include <dmn/commandline/ParserOutput.h>
+#include <dmn/check/ScriptCheck.h>
+#include <dmn/commandline/TimeoutOption.h>
 #include <dmn/commandline/printText.h>
-#include <dmn/commandline/runsDaemon.h>
 #include <dmn/daemonChecks.h>
 #include <dmn/daemonStatus.h>
-#include <dmn/entry/EntryPolicy.h>
 #include <dmn/entry/exitStatus.h>
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ShellWord.h>
@@ -19,9 +16,11 @@
 #include <dmn/service/InstallText.h>
 #include <dmn/service/OwnExecutable.h>
 #include <dmn/service/ServiceOptions.h>
+#include <dmn/service/ServicePolicy.h>
 #include <dmn/service/ServiceSignals.h>
 #include <dmn/service/ServiceUsage.h>
 #include <dmn/service/StatusText.h>
+#include <dmn/service/extendError.h>
 #include <dmn/service/printNotice.h>
 #include <dmn/start/InstalledSettings.h>
 #include <dmn/start/provideControlFolder.h>
@@ -33,6 +32,8 @@
 #include <fdn/crash.h>
 #include <fdn/files.h>
 #include <fdn/log.h>
+
+#include <cerrno>
 
 #include <unistd.h>
 
@@ -54,85 +55,37 @@ void printLines(fdn::String const& lines) {
     printText(withoutLastLineFeed(lines));
 }
 
-void setHandler(fdn::SysSignal signal, fdn::ISystemSignalHandler* handler) {
-    fdn::CSystemSignalReceiver::get().setHandler(signal, handler);
+fdn::String describeStop(fdn::String const& id, CDaemonStopper::Outcome outcome, int process) {
+    switch (outcome) {
+    case CDaemonStopper::Outcome::WasNotRunning:
+        break;
+    case CDaemonStopper::Outcome::Stopped:
+        return id + " has stopped.";
+    case CDaemonStopper::Outcome::Killed:
+        return id + " did not stop and was ended by force " + describeProcess(process) + ".";
+    }
+    return id + " does not run.";
 }
 
 } // namespace
 
-/// What the front end knows beyond the base, and how it differs from that.
-class CServiceEntry::State : public EntryPolicy {
-public:
-    explicit State(CServiceEntry& entry) : m_entry(entry) {}
-
-    fdn::P<fdn::ISystemSignalHandler>
-    chooseTerminationHandler(fdn::P<fdn::ISystemSignalHandler> const& stop) override {
-        termination = fdn::newObj<TerminationHandler>(stop);
-        return termination;
-    }
-
-    int parse(CommandLine const& line, wxCmdLineParser& parser) override {
-        return line.parse(parser, CommandLine::Usage::Hidden);
-    }
-
-    void showUsage(wxCmdLineParser&) override {} // showCommands() follows
-
-    void showCommands() override {
-        printText("\nCommands:\n" + composeCommandList(m_entry.describeOwnCommands()) + "\nThe options: '" +
-                  program + " --help'.");
-    }
-
-    // Others only look at the control folder, or make it for the account that the daemon runs under.
-    bool beginCommand(fdn::String const& command) override {
-        if (runsDaemon(command))
-            termination->stopDaemon();
-        else
-            termination->endProcess();
-        return runsDaemon(command);
-    }
-
-    void setDaemon(CDaemon* daemon) override {
-        auto* const service = dynamic_cast<CService*>(daemon);
-        if (service != nullptr)
-            setHandler(fdn::SysSignal::Hangup, m_reload.get());
-        m_reload->setService(service);
-    }
-
-    // The program's file name.
-    fdn::String getName() const { return program.AfterLast('/'); }
-
-    CDaemonStopper::Force getForce() const {
-        return options.kills ? CDaemonStopper::Force::Yes : CDaemonStopper::Force::No;
-    }
-
-    fdn::String program; // as it was called
-    ServiceOptions options;
-    int exitStatus = kStatusDone;
-    bool isInForeground = true;
-    fdn::P<TerminationHandler> termination;
-
-private:
-    CServiceEntry& m_entry;
-    fdn::P<ReloadHandler> m_reload = fdn::newObj<ReloadHandler>();
-};
-
-CServiceEntry::CServiceEntry() : m_state(std::make_unique<State>(*this)) {
-    setPolicy(*m_state);
+CServiceEntry::CServiceEntry()
+    : m_policy(std::make_unique<ServicePolicy>([this] { return describeOwnCommands(); })) {
+    setPolicy(*m_policy);
 }
 
 CServiceEntry::~CServiceEntry() = default;
 
 int CServiceEntry::entry(int argc, char** argv) {
-    m_state->program = argc > 0 && argv[0] != nullptr ? fdn::String::fromBytes(argv[0]) : fdn::String();
+    m_policy->program = argc > 0 && argv[0] != nullptr ? fdn::String::fromBytes(argv[0]) : fdn::String();
     HelpRequest const request = findHelpRequest(argc, argv);
     if (request != HelpRequest::None)
         return answer(request);
-    m_state->exitStatus = kStatusDone;
+    m_policy->exitStatus = kStatusDone;
     int const status = CDaemonEntry::entry(argc, argv);
     // By a failure's own status, the command "status" would say something about the daemon.
-    if (status == kStatusFailed && findCommand(argc, argv) == "status")
-        return getExitStatusOf(DaemonState::Unknown);
-    return status == kStatusDone ? m_state->exitStatus : status;
+    bool const isUnknown = status == kStatusFailed && findCommand(argc, argv) == "status";
+    return isUnknown ? getExitStatusOf(DaemonState::Unknown) : status;
 }
 
 int CServiceEntry::answer(HelpRequest request) {
@@ -152,8 +105,7 @@ int CServiceEntry::answer(HelpRequest request) {
 
 void CServiceEntry::printVersion() {
     fdn::String const version = describeDaemon()->version;
-    printText(m_state->getName() + (version.empty() ? "" : " ") + version +
-              " (libdmn " DMN_VERSION_STRING ")");
+    printText(getName() + (version.empty() ? "" : " ") + version + " (libdmn " DMN_VERSION_STRING ")");
 }
 
 fdn::TList<CommandDescription> CServiceEntry::describeOwnCommands() {
@@ -164,21 +116,22 @@ void CServiceEntry::addCommandLineOptions(wxCmdLineParser& parser) {
     declareServiceOptions(parser, m_timeoutMs);
 }
 
-bool CServiceEntry::verifyCommandParams(fdn::String const& command, wxCmdLineParser& parser) {
+bool CServiceEntry::verifyCommandParams(fdn::String const&, wxCmdLineParser& parser) {
     fdn::String const level = readServiceOptions(parser).logLevel;
     if (!level.empty() && !fdn::parseLogLevel(level)) {
         fdn::logError("Bad commandline: log level '" + level + "' is unknown.");
         printText("\n\nError: the log level must be debug, info, warning or error.\n\n");
         return false;
     }
-    return CDaemonEntry::verifyCommandParams(command, parser);
+    return true; // a missing control folder is one of the findings of install
 }
 
 void CServiceEntry::handleCommandParams(wxCmdLineParser& parser) {
+    requireTimeout(parser);
     CDaemonEntry::handleCommandParams(parser);
-    m_state->options = readServiceOptions(parser);
-    if (!m_state->options.logLevel.empty())
-        fdn::setLogLevel(*fdn::parseLogLevel(m_state->options.logLevel));
+    m_policy->options = readServiceOptions(parser);
+    if (!m_policy->options.logLevel.empty())
+        fdn::setLogLevel(*fdn::parseLogLevel(m_policy->options.logLevel));
 }
 
 void CServiceEntry::doCommand(fdn::String const& command) {
@@ -191,7 +144,7 @@ void CServiceEntry::doCommand(fdn::String const& command) {
     if (command == "help")
         return doHelp();
     if (!isServiceCommand(command))
-        m_state->showCommands();
+        m_policy->showCommands();
     CDaemonEntry::doCommand(command);
 }
 
@@ -200,7 +153,7 @@ void CServiceEntry::doHelp() {
     parser.SetSwitchChars("-");
     addCommandLineOptions(parser);
     fdn::String const description = describeDaemon()->description;
-    printLines("Usage: " + m_state->getName() + " COMMAND [OPTION]...\n" + description +
+    printLines("Usage: " + getName() + " COMMAND [OPTION]...\n" + description +
                (description.empty() ? "" : "\n") + "\nCommands:\n" +
                composeCommandList(describeOwnCommands()) + "\nOptions:\n" + composeOptionList(parser));
 }
@@ -211,8 +164,10 @@ void CServiceEntry::doInstall() {
     CDaemonController::CMakeRoot const root;
     completeDaemonInfo();
     refuseWhatCannotWork();
-    stopDaemonElsewhere();
+    fdn::Path const other = findDaemonElsewhere();
     provideControlFolder(composeStartSettings());
+    if (!other.getText().empty())
+        stopAndAwait(other);
     CDaemonEntry::doInstall();
     reportInstallation();
 }
@@ -220,8 +175,8 @@ void CServiceEntry::doInstall() {
 void CServiceEntry::completeDaemonInfo() {
     if (m_daemonInfo->exePath.getText().empty())
         m_daemonInfo->exePath = findOwnExecutable();
-    if (!m_state->options.logLevel.empty())
-        m_daemonInfo->params.push_back(composeLogLevelOption(m_state->options.logLevel));
+    if (!m_policy->options.logLevel.empty())
+        m_daemonInfo->params.push_back(composeLogLevelOption(m_policy->options.logLevel));
 }
 
 // What the script will say.
@@ -240,8 +195,7 @@ void CServiceEntry::refuseWhatCannotWork() {
                            m_transientFolderGroup});
     if (findings.empty())
         return;
-    printLines(describeFindings(findings));
-    throw fdn::CError(m_daemonId + " was not installed: " + findings.front().problem);
+    throw fdn::CError(m_daemonId + " was not installed.\n" + describeFindings(findings));
 }
 
 // A script that cannot be read names no folder. The installation mends it.
@@ -254,18 +208,19 @@ void CServiceEntry::refuseToLoseDaemon(DaemonStatus const& status) {
                           "'.");
 }
 
-// Once the new script is there, nobody would find the daemon that runs by the old one.
-void CServiceEntry::stopDaemonElsewhere() {
+// Once the new script is there, nobody would find the daemon that runs by the old one. Returns the empty path
+// if there is none.
+fdn::Path CServiceEntry::findDaemonElsewhere() {
     DaemonStatus const status = getDaemonStatus(m_daemonId, fdn::Path());
     if (status.state == DaemonState::Unknown)
-        return refuseToLoseDaemon(status);
+        refuseToLoseDaemon(status);
     // The same folder may have two names.
     if (status.state != DaemonState::Running ||
         status.process == getDaemonStatus(m_daemonId, m_controlFolder).process)
-        return;
+        return fdn::Path();
     printNotice(m_daemonId + " is running with another control folder, '" + status.controlFolder.getText() +
                 "' " + describeProcess(status.process) + ". It is stopped first.");
-    CDaemonStopper(m_daemonId, status.controlFolder).stop(m_timeoutMs, m_state->getForce());
+    return status.controlFolder;
 }
 
 void CServiceEntry::reportInstallation() {
@@ -282,7 +237,7 @@ void CServiceEntry::reportInstallation() {
 void CServiceEntry::doUninstall() {
     bool const isInstalled = m_controller->isInstalled();
     if (isInstalled)
-        stopAndAwait();
+        stopAndAwait(m_controlFolder);
     CDaemonEntry::doUninstall();
     printNotice(m_daemonId + (isInstalled ? " is uninstalled." : " is not installed."));
 }
@@ -292,9 +247,17 @@ void CServiceEntry::doStart() {
     CDaemonController::CMakeRoot const root;
     fdn::Path const folder = findInstalledControlFolder(m_daemonId, m_controlFolder);
     provideMissingControlFolder(folder);
-    if (!m_state->options.waits)
+    if (!m_policy->options.waits)
         return CDaemonEntry::doStart();
 
+    try {
+        startAndAwait(folder);
+    } catch (fdn::CError const& error) {
+        failToAwait(error, m_controlFolder);
+    }
+}
+
+void CServiceEntry::startAndAwait(fdn::Path const& folder) {
     CDaemonStarter starter(m_daemonId, folder);
     starter.setProgress([this](fdn::String const& step) { printNotice(m_daemonId + ": " + step); });
     bool const isNew = starter.start(m_timeoutMs) == CDaemonStarter::Outcome::Started;
@@ -314,30 +277,41 @@ void CServiceEntry::requireInstalled() {
         throw fdn::CError(m_daemonId + " is not installed: there is no '" +
                           locateInitScript(m_daemonId).getText() +
                           "'. Install it first: " + composeCommand("install") + " --controlFolder=FOLDER");
+    requireUsableScript();
+}
+
+// Running it all the same would fail with no more than the system's reason.
+void CServiceEntry::requireUsableScript() {
+    fdn::TList<DaemonFinding> const findings = checkScriptFile(m_daemonId);
+    if (!findings.empty())
+        throw fdn::CError(describeFindings(findings));
 }
 
 void CServiceEntry::doStop() {
     if (m_controlFolder.getText().empty() && !m_controller->isInstalled())
         throw fdn::CError(m_daemonId + " is not installed. If it runs all the same, say where: " +
                           composeCommand("stop") + " --controlFolder=FOLDER");
-    stopAndAwait();
+    stopAndAwait(m_controlFolder);
 }
 
-void CServiceEntry::stopAndAwait() {
-    CDaemonStopper stopper(m_daemonId, m_controlFolder);
-    switch (stopper.stop(m_timeoutMs, m_state->getForce())) {
-    case CDaemonStopper::Outcome::WasNotRunning:
-        printNotice(m_daemonId + " does not run.");
-        break;
-    case CDaemonStopper::Outcome::Stopped:
-        printNotice(m_daemonId + " has stopped.");
-        break;
-    case CDaemonStopper::Outcome::Killed:
-        printNotice(m_daemonId + " did not stop and was ended by force " +
-                    describeProcess(stopper.getProcess()) + ".");
-        break;
+void CServiceEntry::stopAndAwait(fdn::Path const& folder) {
+    if (folder.getText().empty())
+        requireUsableScript();
+    CDaemonStopper stopper(m_daemonId, folder);
+    auto const force = m_policy->options.kills ? CDaemonStopper::Force::Yes : CDaemonStopper::Force::No;
+    try {
+        printNotice(describeStop(m_daemonId, stopper.stop(m_timeoutMs, force), stopper.getProcess()));
+    } catch (fdn::CError const& error) {
+        failToAwait(error, folder);
     }
     fdn::logInfo("waitStopped returned true. Daemon successfully stopped.");
+}
+
+// Whoever has waited in vain wants to know what else can be done.
+void CServiceEntry::failToAwait(fdn::CError const& error, fdn::Path const& folder) {
+    if (error.getCode() != ETIMEDOUT)
+        error.throwClone();
+    throw addRemedy(error, composeCommand("stop --kill") + composeFolderOption(folder));
 }
 
 void CServiceEntry::doRestart() {
@@ -349,48 +323,59 @@ void CServiceEntry::doRestart() {
 void CServiceEntry::doStatus() {
     DaemonStatus const status = getDaemonStatus(m_daemonId, m_controlFolder);
     printText(describeStatus(m_daemonId, status));
-    if (m_state->options.tellsAll)
+    if (m_policy->options.tellsAll)
         printLines(describeDetails(m_daemonId, status));
-    m_state->exitStatus = getExitStatusOf(status.state);
+    m_policy->exitStatus = getExitStatusOf(status.state);
 }
 
 void CServiceEntry::doCheck() {
-    fdn::TList<DaemonFinding> const findings = checkDaemon(m_daemonId, m_controlFolder);
+    fdn::TList<DaemonFinding> const findings =
+        checkDaemon(m_daemonId, m_controlFolder, MissingFolder::IsMadeByStart);
     if (findings.empty())
         return printText(m_daemonId + ": nothing found.");
-    printLines(describeFindings(findings));
-    m_state->exitStatus = kStatusFindings;
+    printText(describeFindings(findings));
+    m_policy->exitStatus = kStatusFindings;
+}
+
+// Empty where the init script names the folder.
+fdn::String CServiceEntry::composeFolderOption(fdn::Path const& folder) {
+    return folder.getText().empty() ? fdn::String() : " --controlFolder=" + quoteShellWord(normalize(folder));
+}
+
+// The program's file name.
+fdn::String CServiceEntry::getName() const {
+    return m_policy->program.AfterLast('/');
 }
 
 // The command as the user can type it.
 fdn::String CServiceEntry::composeCommand(char const* word) const {
     fdn::String const id = m_idOption.empty() ? fdn::String() : " --id=" + quoteShellWord(m_idOption);
-    return quoteShellWord(m_state->program) + " " + word + id;
+    return quoteShellWord(m_policy->program) + " " + word + id;
 }
 
 // The daemon itself
 
 void CServiceEntry::doRun() {
-    m_state->termination->stopDaemon(); // also for a command of the application's own
-    if (m_state->isInForeground) {
+    m_policy->termination->stopDaemon(); // also for a command of the application's own
+    if (m_policy->isInForeground) {
         fdn::showLogOnStandardError();
-        setHandler(fdn::SysSignal::Interrupt, fdn::newObj<InterruptHandler>(m_signalHandler).get());
+        fdn::CSystemSignalReceiver::get().setHandler(fdn::SysSignal::Interrupt,
+                                                     fdn::newObj<InterruptHandler>(m_signalHandler).get());
     }
     fdn::logCrashes();
     fdn::CExitReport const report("run()");
     try {
         CDaemonEntry::doRun();
     } catch (fdn::CError const& error) {
-        fdn::String const hint = m_state->isInForeground ? composeHint() : fdn::String();
+        fdn::String const hint = m_policy->isInForeground ? composeHint() : fdn::String();
         if (hint.empty())
             throw;
-        throw fdn::CError(error.getMessage() + " " + hint, error.getSecondText(), error.getCode(),
-                          error.getProps(), error.getCause().get());
+        throw extendError(error, " " + hint);
     }
 }
 
 void CServiceEntry::doDaemon() {
-    m_state->isInForeground = false;
+    m_policy->isInForeground = false;
     CDaemonEntry::doDaemon();
 }
 
@@ -404,7 +389,7 @@ fdn::String CServiceEntry::composeHint() const {
         return fdn::String(); // the error that led here is the one to report
     }
     fdn::Path const folder = m_controlFolder.getText().empty() ? fdn::Path(".") : m_controlFolder;
-    return "To stop it: " + composeCommand("stop") + " --controlFolder=" + quoteShellWord(normalize(folder));
+    return "To stop it: " + composeCommand("stop") + composeFolderOption(folder);
 }
 
 } // namespace dmn

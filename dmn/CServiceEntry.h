@@ -4,6 +4,7 @@
 #include <dmn/CommandDescription.h>
 #include <dmn/Export.h>
 
+#include <fdn/CError.h>
 #include <fdn/String.h>
 #include <fdn/containers.h>
 
@@ -11,6 +12,7 @@
 
 namespace dmn {
 
+class ServicePolicy;
 struct DaemonStatus;
 enum class HelpRequest;
 struct StartSettings;
@@ -71,23 +73,26 @@ public:
     void doDaemon() override;
 
 private:
-    class DMN_HIDDEN State;
-
     DMN_HIDDEN void completeDaemonInfo();
     DMN_HIDDEN StartSettings composeStartSettings() const;
     DMN_HIDDEN void refuseWhatCannotWork();
-    DMN_HIDDEN void stopDaemonElsewhere();
+    DMN_HIDDEN fdn::Path findDaemonElsewhere();
     DMN_HIDDEN void refuseToLoseDaemon(DaemonStatus const& status);
     DMN_HIDDEN void reportInstallation();
     DMN_HIDDEN void requireInstalled();
     DMN_HIDDEN void provideMissingControlFolder(fdn::Path const& folder);
-    DMN_HIDDEN void stopAndAwait();
+    DMN_HIDDEN void requireUsableScript();
+    DMN_HIDDEN void startAndAwait(fdn::Path const& folder);
+    DMN_HIDDEN void stopAndAwait(fdn::Path const& folder);
+    [[noreturn]] DMN_HIDDEN void failToAwait(fdn::CError const& error, fdn::Path const& folder);
+    DMN_HIDDEN static fdn::String composeFolderOption(fdn::Path const& folder);
+    DMN_HIDDEN fdn::String getName() const;
     DMN_HIDDEN fdn::String composeCommand(char const* word) const;
     DMN_HIDDEN fdn::String composeHint() const;
     DMN_HIDDEN int answer(HelpRequest request);
     DMN_HIDDEN void printVersion();
 
-    std::unique_ptr<State> m_state;
+    std::unique_ptr<ServicePolicy> m_policy;
 };
 
 } // namespace dmn

@@ -1,7 +1,6 @@
 #include <dmn/daemonChecks.h>
 
 #include <fdn/CError.h>
-#include <fdn/files.h>
 
 #include <dmn/CDaemonController.h>
 #include <dmn/check/AccountCheck.h>
@@ -13,8 +12,6 @@
 #include <dmn/id/DaemonId.h>
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ParameterLine.h>
-#include <dmn/script/ScriptLook.h>
-#include <dmn/script/ShellWord.h>
 
 #include <optional>
 
@@ -131,12 +128,13 @@ Findings checkTexts(CheckedDaemon const& daemon, CDaemonInfo const& info) {
     return findings;
 }
 
-/// The installed daemon's settings, as far as its script tells them.
+/// The installed daemon's settings, as far as its script tells them. It is run even where its text would do,
+/// because whether it tells them is part of the check.
 class InstalledDaemon {
 public:
-    InstalledDaemon(fdn::String const& id, fdn::Path const& controlFolder) : m_id(id) {
+    InstalledDaemon(fdn::String const& id, fdn::Path const& controlFolder, MissingFolder missing) : m_id(id) {
         m_daemon.id = id;
-        m_daemon.isInstalled = true;
+        m_daemon.isFolderMade = missing == MissingFolder::IsMadeByStart;
         StartSettings& settings = m_daemon.settings;
         fdn::Path const stored(read(setting::kControlFolder));
         settings.controlFolder =
@@ -168,21 +166,6 @@ private:
     Findings m_findings;
 };
 
-// The script stores all settings, so nothing else counts before it can be run.
-Findings checkScriptFile(fdn::String const& id) {
-    try {
-        fdn::Path const script = locateInitScript(id);
-        if (!fdn::fileExists(script))
-            return {{"The daemon '" + id + "' is not installed.", ""}};
-        if (!mayBeRun(script))
-            return {{"The init script '" + script.getText() + "' may not be run.",
-                     "chmod a+x " + quoteShellWord(script)}};
-        return {};
-    } catch (fdn::CError const& error) {
-        return {report(error)};
-    }
-}
-
 Findings checkSettings(CheckedDaemon const& daemon) {
     Findings findings = requireControlFolder(daemon.settings.controlFolder);
     append(findings, checkScriptValues(composeValues(daemon, fdn::String())));
@@ -199,7 +182,7 @@ fdn::TList<DaemonFinding> checkInstallation(InstallRequest const& request) {
     Findings findings = checkId(request.id);
     bool const isNamed = findings.empty();
     append(findings, requireControlFolder(request.controlFolder));
-    CheckedDaemon daemon{request.id, {}, false};
+    CheckedDaemon daemon{request.id, {}, true};
     StartSettings& settings = daemon.settings;
     settings.controlFolder = normalize(request.controlFolder, findings);
     settings.params = composeParameters(request.info, findings);
@@ -211,16 +194,19 @@ fdn::TList<DaemonFinding> checkInstallation(InstallRequest const& request) {
         append(findings, checkTexts(daemon, request.info));
     append(findings, checkStart(daemon));
     append(findings, checkInitFolders());
+    if (isNamed)
+        append(findings, checkWritingScript(request.id));
     return findings;
 }
 
-fdn::TList<DaemonFinding> checkDaemon(fdn::String const& id, fdn::Path const& controlFolder) {
+fdn::TList<DaemonFinding> checkDaemon(fdn::String const& id, fdn::Path const& controlFolder,
+                                      MissingFolder missing) {
     requireDaemonId(id);
     RootIfPossible const root;
     Findings findings = checkScriptFile(id);
     if (!findings.empty())
         return findings;
-    InstalledDaemon const installed(id, controlFolder);
+    InstalledDaemon const installed(id, controlFolder, missing);
     findings = installed.getFindings();
     if (findings.empty())
         append(findings, checkSettings(installed.getDaemon()));

@@ -34,19 +34,27 @@ struct InstallRequest {
 /// - an unknown account, or a transient folder that cannot be made;
 /// - an executable that the account cannot run. It is not run for it;
 /// - a control folder that exists, and in which the account cannot make a file. A missing one is no finding;
-/// - missing folders of init.
+/// - missing folders of init, and a script that cannot be written because its file system is read-only.
 ///
 /// Returns an empty list if all is well. Throws nothing but what a lack of memory causes: what cannot be
 /// looked at is a finding.
 DMN_EXPORT fdn::TList<DaemonFinding> checkInstallation(InstallRequest const& request);
 
+/// What becomes of a missing control folder.
+enum class MissingFolder {
+    IsAFinding,    ///< nobody makes it
+    IsMadeByStart, ///< the program's command "start" does, as that of CServiceEntry
+};
+
 /// Finds every reason why the installed daemon would not come up, now or at boot: settings that its script
-/// does not tell, what checkInstallation() looks for, a missing control folder, a PID file that it could not
-/// claim, missing and dangling run-level links, and a boot sequence that does not have it. A daemon that was
-/// installed not to start at boot has such a finding, because its script does not tell that.
+/// does not tell, what checkInstallation() looks for, a missing control folder unless the start makes it, a
+/// PID file that it could not claim, missing and dangling run-level links, and a boot sequence that does not
+/// have it. A daemon that was installed not to start at boot has such a finding, because its script does not
+/// tell that.
 ///
 /// An empty control folder is read from the script. Throws CError only for an ID that can name no daemon;
 /// what cannot be looked at is a finding.
-DMN_EXPORT fdn::TList<DaemonFinding> checkDaemon(fdn::String const& id, fdn::Path const& controlFolder);
+DMN_EXPORT fdn::TList<DaemonFinding> checkDaemon(fdn::String const& id, fdn::Path const& controlFolder,
+                                                 MissingFolder missing = MissingFolder::IsAFinding);
 
 } // namespace dmn

@@ -3,6 +3,7 @@
 #include <fdn/sysError.h>
 #include <fdn/system/LocalAddress.h>
 #include <fdn/system/Pipe.h>
+#include <fdn/system/notificationName.h>
 
 #include <algorithm>
 #include <array>
@@ -45,7 +46,7 @@ LocalAddress chooseAddress() {
     std::array<unsigned char, 16> random = {};
     if (getrandom(random.data(), random.size(), GRND_NONBLOCK) != static_cast<ssize_t>(random.size()))
         return LocalAddress();
-    std::string name = "@fdn-notify-";
+    std::string name = kNotificationName;
     for (unsigned char const byte : random)
         for (int const digit : {byte >> 4, byte & 15})
             name += "0123456789abcdef"[digit];

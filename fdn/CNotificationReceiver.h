@@ -16,8 +16,11 @@ struct Notification {
     TMap<String, String> assignments; ///< a name that comes twice has its last value
 };
 
-/// The supervisor's side of notifySupervisor(): a socket with an abstract name that nobody can guess. Anybody
-/// on the machine may send to it, so look at the sender before you believe a message.
+/// The supervisor's side of notifySupervisor(): a socket with an abstract name, which processes of any
+/// account reach, whatever their root folder and mounts are. Anybody in the same network namespace may send
+/// to it, and can read the name in /proc/net/unix, so look at the sender before you believe a message.
+/// Whoever floods it takes the room of others' messages: no more than net.unix.max_dgram_qlen may wait, ten
+/// on many machines.
 ///
 /// Use an object from one thread at a time.
 class FDN_EXPORT CNotificationReceiver {

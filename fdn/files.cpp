@@ -10,6 +10,7 @@
 #include <fdn/system/splitPath.h>
 
 #include <cerrno>
+#include <optional>
 #include <string>
 
 #include <sys/stat.h>
@@ -54,15 +55,23 @@ mode_t getFileMode(Path const& path, char const* action) {
     return requireKnown(askForMode(name), action, path);
 }
 
+bool mayBeSilent() {
+    return geteuid() == 0 && hasUsersMount(findFuseMounts());
+}
+
 // A file system that a user has mounted may never answer, and a process that waits for it cannot be killed.
-bool folderExistsOrIsSilent(Path const& path, char const* action) {
-    wxCharBuffer const name = toFileName(path);
+// Nothing means that it is silent.
+std::optional<FileMode> askWithPatience(char const* name) {
+    if (!mayBeSilent())
+        return askForMode(name);
     FileMode known;
-    if (geteuid() != 0 || !hasUsersMount(findFuseMounts()))
-        known = askForMode(name);
-    else if (!askInChildProcess(kPatience, known, [&] { return askForMode(name); }))
-        return true;
-    return S_ISDIR(requireKnown(known, action, path));
+    bool const hasAnswered = askInChildProcess(kPatience, known, [&] { return askForMode(name); });
+    return hasAnswered ? std::optional(known) : std::nullopt;
+}
+
+bool folderExistsOrIsSilent(Path const& path, char const* action) {
+    std::optional<FileMode> const known = askWithPatience(toFileName(path));
+    return !known || S_ISDIR(requireKnown(*known, action, path));
 }
 
 Path withoutSepsAtEnd(Path const& path) {
@@ -89,6 +98,10 @@ bool folderExists(Path const& path) {
 
 bool folderExistsOrIsSilent(Path const& path) {
     return folderExistsOrIsSilent(path, "folderExistsOrIsSilent");
+}
+
+bool isSilent(Path const& path) {
+    return mayBeSilent() && !askWithPatience(toFileName(path));
 }
 
 void ensureFolderExists(Path const& path, int mode) {

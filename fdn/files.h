@@ -23,6 +23,11 @@ FDN_EXPORT bool folderExists(Path const& path);
 /// most, and assumes that a folder which does not answer exists.
 FDN_EXPORT bool folderExistsOrIsSilent(Path const& path);
 
+/// Whether the way to the path leads through a file system that does not answer, as one may that a user has
+/// mounted (FUSE). Only root asks, while there is any, and waits for the answer for a second at most;
+/// otherwise it is false. A process that touches such a path may wait for ever, and cannot even be killed.
+FDN_EXPORT bool isSilent(Path const& path);
+
 /// Makes the folder and those above it that are missing, each with the permission bits of `mode` that the
 /// process's umask leaves (POSIX mkdir). A folder that exists already is left exactly as it is. Several
 /// processes may make the same folders at once. Throws ENOTDIR, with its path, when something else is in the

@@ -2,8 +2,10 @@
 
 #include <fdn/system/Descriptor.h>
 #include <fdn/system/LocalAddress.h>
+#include <fdn/system/notificationName.h>
 
 #include <cerrno>
+#include <cstring>
 #include <exception>
 #include <optional>
 #include <string>
@@ -18,10 +20,21 @@ namespace {
 // Supervisors drop messages of more than 4096 bytes, and a character has at most four in UTF-8.
 constexpr std::size_t kLongestStatus = 1000;
 
+constexpr char kVariable[] = "NOTIFY_SOCKET";
+
+std::optional<LocalAddress>& getKeptSupervisor() {
+    static std::optional<LocalAddress> supervisor;
+    return supervisor;
+}
+
 std::optional<LocalAddress> findSupervisor() {
     // Null in a set-user-ID program.
-    char const* const address = secure_getenv("NOTIFY_SOCKET");
-    return address == nullptr ? std::nullopt : parseLocalAddress(address);
+    char const* const address = secure_getenv(kVariable);
+    return address == nullptr ? getKeptSupervisor() : parseLocalAddress(address);
+}
+
+bool waitsForThisProcessAlone(char const* address) {
+    return std::strncmp(address, kNotificationName, std::strlen(kNotificationName)) == 0;
 }
 
 // Returns false when there is no room for the message yet.
@@ -46,6 +59,18 @@ bool notifySupervisor(String const& message) noexcept {
     }
     errno = savedError;
     return isDone;
+}
+
+void keepSupervisor() noexcept {
+    char const* const address = secure_getenv(kVariable);
+    if (address == nullptr || !waitsForThisProcessAlone(address))
+        return;
+    try {
+        getKeptSupervisor() = parseLocalAddress(address);
+        unsetenv(kVariable);
+    } catch (std::exception const&) {
+        // The program matters more than the message.
+    }
 }
 
 String composeStatusNotification(String const& text) {

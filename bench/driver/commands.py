@@ -5,14 +5,15 @@ import time
 
 from comparisons import Comparison
 from figures import Figure
-from steps import LAUNCHING_STEPS, LOAD, PRINT, STEPS, STOP_RUNNING
+from steps import AWAITING_STEPS, LAUNCHING_STEPS, LOAD, STEPS
 from stopwatch import Stopwatch
 from subjects import BARE_WX, OURS, make_subjects
-from targets import Target
+from targets import find_command_target
 
 SECTION = "Commands"
 LIMIT_SECTION = "Commands beside their limit"
 MEMORY_SECTION = "Peak memory of commands"
+WITHOUT_SLEEPS = ", less the other's sleeps"
 
 SETTLING_SECONDS = 0.2
 
@@ -33,9 +34,15 @@ def measure_rounds(stopwatch, subjects, rounds):
 
 
 def list_pairs(subjects):
-    """Each step with ours and each of the others that has it."""
-    ours, *others = subjects
-    return [(step, ours, other) for step in STEPS for other in others if step in other.commands]
+    """Each step with ours and each of the others that has it; of our other front end, what is judged."""
+    ours, plain, *peers = subjects
+    pairs = [(step, ours, other) for step in STEPS for other in (plain, *peers) if step in other.commands]
+    return pairs + [(step, plain, peer) for step in STEPS for peer in peers
+                    if find_command_target(plain.name, step, peer.name)]
+
+
+def name_step(step, ours):
+    return step.name if ours.name == OURS else f"{step.name}, {ours.name}"
 
 
 def take_times(samples, step, name):
@@ -48,34 +55,28 @@ def without_sleeps(times, poll):
     return [time_ % int(poll * 1e9) if poll else time_ for time_ in times]
 
 
-def make_target(step, other):
-    limit = other.limit_in(step)
-    return None if limit is None else Target(limit, step.reason)
-
-
 def compare_times(samples, step, ours, other):
     mine, theirs = (take_times(samples, step, subject.name) for subject in (ours, other))
-    target = make_target(step, other)
-    if step is not STOP_RUNNING:
-        return [Comparison(SECTION, step.name, Figure(mine, "ns"), other.name, Figure(theirs, "ns"), target)]
-    return [Comparison(SECTION, step.name, Figure(mine, "ns"), other.name, Figure(theirs, "ns")),
-            Comparison(SECTION, step.name + ", less the other's sleeps", Figure(mine, "ns"), other.name,
+    target = find_command_target(ours.name, step, other.name)
+    name = name_step(step, ours)
+    if step not in AWAITING_STEPS:
+        return [Comparison(SECTION, name, Figure(mine, "ns"), other.name, Figure(theirs, "ns"), target)]
+    return [Comparison(SECTION, name, Figure(mine, "ns"), other.name, Figure(theirs, "ns")),
+            Comparison(SECTION, name + WITHOUT_SLEEPS, Figure(mine, "ns"), other.name,
                        Figure(without_sleeps(theirs, other.poll), "ns"), target)]
 
 
 def compare_with_limit(samples, step):
-    """Beside what those parts alone take that the command cannot do without, in the same round."""
-    times = take_times(samples, step, OURS)
-    parts = zip(take_times(samples, LOAD, BARE_WX), take_times(samples, PRINT, OURS))
-    limit = [step.wx_starts * wx_start + step.settings * setting for wx_start, setting in parts]
-    name = f"{step.wx_starts} x {BARE_WX}, {step.settings} x {PRINT.name}"
-    return Comparison(LIMIT_SECTION, step.name, Figure(times, "ns"), name, Figure(limit, "ns"))
+    """Beside what the command cannot do without, in the same round."""
+    limit = [step.wx_starts * wx_start for wx_start in take_times(samples, LOAD, BARE_WX)]
+    return Comparison(LIMIT_SECTION, step.name, Figure(take_times(samples, step, OURS), "ns"),
+                      f"{step.wx_starts} x {BARE_WX}", Figure(limit, "ns"))
 
 
 def compare_memory(samples, step, ours, other):
     mine, theirs = (Figure([sample.memory for sample in samples[step, subject.name]], "KiB")
                     for subject in (ours, other))
-    return Comparison(MEMORY_SECTION, step.name, mine, other.name, theirs)
+    return Comparison(MEMORY_SECTION, name_step(step, ours), mine, other.name, theirs)
 
 
 def compare(samples, subjects):

@@ -7,7 +7,7 @@ import subprocess
 
 from comparisons import Comparison
 from figures import Figure
-from targets import Target
+from targets import operation as operation_target
 
 SECTION = "Operations of the foundation"
 
@@ -48,7 +48,7 @@ def compare(operation, samples_by_performer, reason):
     figures = {performer: Figure([time for _, time in sorted(samples)], "ns")
                for performer, samples in samples_by_performer.items()}
     (_, ours), *others = figures.items()
-    return [Comparison(SECTION, operation, ours, performer, other, Target(1, reason))
+    return [Comparison(SECTION, operation, ours, performer, other, operation_target(reason))
             for performer, other in others]
 
 

@@ -1,16 +1,14 @@
 """How costs grow with what may become large."""
 
 import collections
-import statistics
 import subprocess
 from dataclasses import dataclass
 
 from comparisons import Comparison
 from figures import Figure
-from targets import Target
+from targets import Target, linear
 
 SECTION = "Growth"
-LARGEST_RATIO = 2.2  # linear growth gives 2; a tenth more is for noise
 SHORTENING = 100  # a short run ends at the largest count divided by this
 
 
@@ -25,10 +23,6 @@ class Series:
     largest: int
     target: Target
     repetitions: int = 25
-
-
-def linear(reason):
-    return Target(LARGEST_RATIO, reason)
 
 
 ALL_SERIES = (
@@ -46,33 +40,29 @@ ALL_SERIES = (
 
 
 def run(place, series, largest, repetitions):
-    """The samples in seconds for each count."""
+    """The figure of each count."""
     command = [place.program("bench/growth"), series.name, str(largest), str(repetitions)]
     output = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
     samples = collections.defaultdict(list)
     for line in output.splitlines():
         _, count, seconds = line.split()
-        samples[int(count)].append(float(seconds))
-    return samples
+        samples[int(count)].append(float(seconds) * 1e9)
+    return {count: Figure(its_samples, "ns") for count, its_samples in samples.items()}
 
 
-def compare_with_half(series, samples):
+def compare_with_half(series, curve):
     """The largest count beside half of it, which takes half the time if growth is linear."""
-    largest = max(samples)
+    largest = max(curve)
     half = largest // 2
-    of_largest, of_half = (Figure([seconds * 1e9 for seconds in samples[count]], "ns")
-                           for count in (largest, half))
-    return Comparison(SECTION, f"{series.title}: {largest} {series.axis}", of_largest, str(half), of_half,
-                      series.target)
+    name = f"{series.title}: {largest} {series.axis}"
+    return Comparison(SECTION, name, curve[largest], str(half), curve[half], series.target)
 
 
 def measure(place, effort):
-    """Returns the comparisons, and for each series the medians by count."""
-    comparisons, curves = [], {}
+    """Returns the comparisons, and for each series the figures by count."""
+    curves = {}
     for series in ALL_SERIES:
         largest, repetitions = ((series.largest // SHORTENING, 1) if effort.is_short else
                                 (series.largest, series.repetitions))
-        samples = run(place, series, largest, repetitions)
-        comparisons.append(compare_with_half(series, samples))
-        curves[series] = {count: statistics.median(seconds) for count, seconds in samples.items()}
-    return comparisons, curves
+        curves[series] = run(place, series, largest, repetitions)
+    return [compare_with_half(series, curve) for series, curve in curves.items()], curves

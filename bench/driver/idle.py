@@ -12,7 +12,7 @@ from figures import Figure
 from steps import INSTALL, START, STOP_RUNNING
 from stopwatch import Stopwatch
 from subjects import BARE_C, BARE_WX, OURS, make_subjects
-from targets import DifferenceTarget, Target, ValueTarget
+from targets import IDLE_MEMORY, IDLE_WAKE_UPS, Target
 
 SECTION = "An idle daemon"
 SETTLING_SECONDS = 1
@@ -72,15 +72,11 @@ class Quantity:
 
 
 QUANTITIES = (
-    Quantity("private memory", "KiB", Daemon.private_memory,
-             DifferenceTarget(1.5 * 1024,
-                              "A daemon has what the floor lacks: wxWidgets' base library, the C++ library, "
-                              "our two libraries, and the thread that takes signals.")),
+    Quantity("private memory", "KiB", Daemon.private_memory, IDLE_MEMORY),
     Quantity("private memory that is written to", "KiB", Daemon.written_memory),
     Quantity("threads", "", Daemon.threads),
     Quantity("descriptors", "", Daemon.descriptors),
-    Quantity("wake-ups per minute", "", Daemon.wake_ups_per_minute,
-             ValueTarget(0, "Every thread waits until something happens; none looks again and again.")))
+    Quantity("wake-ups per minute", "", Daemon.wake_ups_per_minute, IDLE_WAKE_UPS))
 
 
 def start_daemons(stopwatch, subjects):

@@ -6,7 +6,9 @@ import subprocess
 import sys
 from dataclasses import dataclass
 
+import balance
 import commands
+import dmnctl
 import foundation
 import growth
 import idle
@@ -20,14 +22,17 @@ class Effort:
     """How much is measured."""
 
     rounds: int  # of all commands
+    rounds_of_many: int  # of the commands for many daemons
     idle_seconds: float
     repetitions: int  # of each operation of the foundation
     seconds_of_repetition: float
     is_short: bool
 
 
-FULL = Effort(rounds=100, idle_seconds=60, repetitions=21, seconds_of_repetition=0.2, is_short=False)
-SHORT = Effort(rounds=3, idle_seconds=2, repetitions=2, seconds_of_repetition=0.01, is_short=True)
+FULL = Effort(rounds=100, rounds_of_many=10, idle_seconds=60, repetitions=21, seconds_of_repetition=0.2,
+              is_short=False)
+SHORT = Effort(rounds=3, rounds_of_many=1, idle_seconds=2, repetitions=2, seconds_of_repetition=0.01,
+               is_short=True)
 
 
 def parse_arguments():
@@ -60,6 +65,12 @@ def install_libraries(programs):
     subprocess.run(["ldconfig", "-X"], check=True)
 
 
+def provide_init():
+    """Makes the private root a machine whose init starts daemons in the order of their links."""
+    with open("/etc/inittab", "w", encoding="ascii") as file:
+        file.write("id:2:initdefault:\n")
+
+
 def measure_all(programs, effort):
     """Returns the comparisons, and the curves of what grows."""
     folder = os.path.join(os.environ["TMPDIR"], "bench")
@@ -73,7 +84,9 @@ def measure_all(programs, effort):
     comparisons += foundation.measure(place, effort)
     say("Measuring growth")
     growing, curves = growth.measure(place, effort)
-    return comparisons + growing, curves
+    say("Measuring dmnctl")  # last, because its daemons end with the private root
+    managing, listing = dmnctl.measure(place, effort)
+    return comparisons + managing + growing, {**curves, **listing}
 
 
 def main():
@@ -81,10 +94,12 @@ def main():
     effort = SHORT if arguments.short else FULL
     set_environment()
     install_libraries(arguments.programs)
+    provide_init()
     comparisons, curves = measure_all(arguments.programs, effort)
     os.makedirs(arguments.report, exist_ok=True)
     report.write_all(arguments.report, comparisons, curves, effort.rounds)
-    plots.plot_commands(arguments.report, comparisons)
+    balance.check_complete(comparisons)
+    plots.plot_all(arguments.report, comparisons)
     for series, curve in curves.items():
         plots.plot_growth(arguments.report, series, curve)
 

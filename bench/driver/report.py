@@ -45,7 +45,8 @@ def make_text(comparisons):
 
 
 def make_json(comparisons, curves):
-    growing = {series.name: sorted(curve.items()) for series, curve in curves.items()}
+    growing = {series.name: [(count, figure.as_dict()) for count, figure in sorted(curve.items())]
+               for series, curve in curves.items()}
     return json.dumps({"machine": describe_machine(), "comparisons": [each.as_dict() for each in comparisons],
                        "growth": growing}, indent=1, ensure_ascii=False) + "\n"
 

@@ -1,13 +1,20 @@
 """The programs whose commands are measured: ours, the peers and the floors."""
 
 import collections
-from dataclasses import dataclass, field
+from dataclasses import dataclass
 
 from steps import (CHECK, INSTALL, LOAD, PRINT, RESTART, START, STATUS_RUNNING, STATUS_STOPPED, STOP_RUNNING,
                    STOP_STOPPED, UNINSTALL, UNKNOWN, Step)
 
 OURS = "dmn"
+PLAIN = "plain front end"
+GO = "Go service"
+POCO = "Poco server"
+POCO_WITH_SETTINGS = "Poco server, settings read"
+DEBIAN = "start-stop-daemon"
+DEBIAN_WITH_SETTINGS = "start-stop-daemon, settings read"
 BARE_C = "bare C"
+BARE_SHELL = "sh -c echo"
 BARE_WX = "bare wxWidgets"
 
 SCRIPT = "/etc/init.d/heartbeat"
@@ -35,28 +42,16 @@ Command = collections.namedtuple("Command", "line status pid_file", defaults=(0,
 
 @dataclass(frozen=True)
 class Subject:
-    """A program that is measured: its command for each step that it knows.
-
-    `limit` is how many times as long as the program ours may take, and `limits` where that differs; a floor,
-    which only shows what is possible, has none. A step that reads settings is limited only by a program that
-    reads them from a script as well."""
+    """A program that is measured: its command for each step that it knows."""
 
     name: str
     commands: dict[Step, Command]
-    limit: float | None = 1
-    limits: dict[Step, float] = field(default_factory=dict)
     poll: float | None = None
-    reads_settings: bool = False
     is_watched_idle: bool = False
-
-    def limit_in(self, step):
-        """The limit in this step, or None if the program does less than ours."""
-        limit = self.limits.get(step, self.limit)
-        return limit if self.reads_settings or step.settings == 0 else None
 
 
 def make_subjects(place):
-    """All of them; ours is the first."""
+    """All of them; ours comes first, then ours with the other front end."""
     return [make_ours(place), make_plain_front_end(place), make_go_service(place),
             make_poco_server(place), make_poco_server_with_settings(place),
             make_start_stop_daemon(place), make_start_stop_daemon_with_settings(place),
@@ -84,17 +79,17 @@ def make_ours(place):
 def make_plain_front_end(place):
     """It shows what it costs ours to tell the truth."""
     plain = place.program("bench/plain_daemon")
-    return Subject("plain front end", {
+    return Subject(PLAIN, {
         INSTALL: Command([plain, "install", "--controlFolder=" + place.folder]),
         START: Command([plain, "start"], pid_file=place.pid_file("plain")),
         STOP_RUNNING: Command([plain, "stop"]),
         STOP_STOPPED: Command([plain, "stop"]),
-        UNINSTALL: Command([plain, "uninstall"])}, limit=None, poll=PLAIN_POLL)
+        UNINSTALL: Command([plain, "uninstall"])}, poll=PLAIN_POLL)
 
 
 def make_go_service(place):
     go = place.program("bench/go_service")
-    return Subject("Go service", {
+    return Subject(GO, {
         INSTALL: Command([go, "install"]),
         START: Command([go, "start"], pid_file="/var/run/go_service.pid"),
         STATUS_RUNNING: Command([go, "status"]),
@@ -104,7 +99,7 @@ def make_go_service(place):
         STOP_STOPPED: Command([go, "stop"]),
         UNINSTALL: Command([go, "remove"]),
         UNKNOWN: Command([go, "bogus"], status=1)},
-        limits={STOP_RUNNING: 0.5}, poll=GO_POLL, reads_settings=True, is_watched_idle=True)
+        poll=GO_POLL, is_watched_idle=True)
 
 
 def run_shell(text, *arguments):
@@ -117,7 +112,7 @@ def start_poco(place, name):
 
 def make_poco_server(place):
     pid_file = place.pid_file("poco")
-    return Subject("Poco server", {
+    return Subject(POCO, {
         START: Command(start_poco(place, "poco"), pid_file=pid_file),
         STOP_RUNNING: Command(run_shell(KILL_AND_WAIT, pid_file)),
         UNKNOWN: Command([place.program("bench/poco_server"), "--bogus"], status=78)},
@@ -126,10 +121,10 @@ def make_poco_server(place):
 
 def make_poco_server_with_settings(place):
     pid_file = place.pid_file("poco_2")
-    return Subject("Poco server, settings read", {
+    return Subject(POCO_WITH_SETTINGS, {
         START: Command(run_shell(READ_FOR_START + GO_ON, *start_poco(place, "poco_2")), pid_file=pid_file),
         STOP_RUNNING: Command(run_shell(READ_FOR_STOP + KILL_AND_WAIT, pid_file))},
-        poll=POCO_POLL, reads_settings=True)
+        poll=POCO_POLL)
 
 
 def call_start_stop_daemon(pid_file, *arguments):
@@ -148,7 +143,7 @@ def make_start_stop_daemon(place):
     pid_file = place.pid_file("debian")
     start = start_by_debian(pid_file, "--make-pidfile", "--exec", place.program("bench/floor"), "--", "wait")
     status = call_start_stop_daemon(pid_file, "--status")
-    return Subject("start-stop-daemon", {
+    return Subject(DEBIAN, {
         START: Command(start, pid_file=pid_file),
         STATUS_RUNNING: Command(status),
         STOP_RUNNING: Command(stop_by_debian(pid_file)),
@@ -163,10 +158,10 @@ def make_start_stop_daemon_with_settings(place):
     start = start_by_debian(pid_file, "--exec", place.program("examples/heartbeat"), "--", "--id=settings",
                             "--controlFolder=" + place.folder, "daemon", FOREVER)
     stop = Command(run_shell(READ_FOR_STOP + GO_ON, *stop_by_debian(pid_file)))
-    return Subject("start-stop-daemon, settings read", {
+    return Subject(DEBIAN_WITH_SETTINGS, {
         START: Command(run_shell(READ_FOR_START + GO_ON, *start), pid_file=pid_file),
         STOP_RUNNING: stop,
-        STOP_STOPPED: stop}, poll=DEBIAN_POLL, reads_settings=True)
+        STOP_STOPPED: stop}, poll=DEBIAN_POLL)
 
 
 def make_bare_c(place):
@@ -175,13 +170,13 @@ def make_bare_c(place):
         START: Command([floor, "start", pid_file], pid_file=pid_file),
         STOP_RUNNING: Command([floor, "stop", pid_file]),
         STOP_STOPPED: Command([floor, "stop", pid_file]),
-        UNKNOWN: Command([floor, "bogus"], status=2)}, limit=None, is_watched_idle=True)
+        UNKNOWN: Command([floor, "bogus"], status=2)}, is_watched_idle=True)
 
 
 def make_bare_shell():
-    return Subject("sh -c echo", {PRINT: Command(["/bin/sh", "-c", "echo /usr/sbin/heartbeat"])}, limit=None)
+    return Subject(BARE_SHELL, {PRINT: Command(["/bin/sh", "-c", "echo /usr/sbin/heartbeat"])})
 
 
 def make_bare_wx(place):
     start = Command([place.program("bench/start_wx")])
-    return Subject(BARE_WX, {UNKNOWN: start, LOAD: start}, limit=1.5)
+    return Subject(BARE_WX, {UNKNOWN: start, LOAD: start})

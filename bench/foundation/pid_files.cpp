@@ -50,8 +50,10 @@ void queryWithLibbsd(benchmark::State& state) {
 }
 
 constexpr char kReasonOfClaiming[] =
-    "Both lock the file and write the number of the process. The library also writes what tells the process "
-    "from a later one with the same number, and makes the file whole under another name first.";
+    "Both lock the file and write the number of the process. The library also reads what tells the process "
+    "from a later one with the same number, from two files of the system, and that is most of the "
+    "difference; the rest is making the file whole under another name first. Keeping what was read would "
+    "only help a second claim, and a daemon makes one.";
 
 Comparison const claiming("claim a PID file and give it up", kReasonOfClaiming,
                           {{"fdn::CPIDFile", &claim}, {"libbsd", &claimWithLibbsd}});

@@ -33,7 +33,10 @@ void runShell(benchmark::State& state) {
 }
 
 // The wall clock counts, because this process uses no processor time while it waits for another.
-Comparison const reading("read a setting back", "The shell reads the whole init script to print one setting.",
-                         {{"getDaemonExePath", &readSetting}, {"sh -c echo", &runShell}}, Clock::Wall);
+Comparison const
+    reading("read a setting back",
+            "The shell reads the whole init script to print one setting, so that the answer is right "
+            "whoever has changed the script.",
+            {{"getDaemonExePath", &readSetting}, {"sh -c echo", &runShell}}, Clock::Wall);
 
 } // namespace

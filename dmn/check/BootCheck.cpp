@@ -140,6 +140,9 @@ Findings checkInitFolders() {
 }
 
 Findings checkBoot(fdn::String const& id) {
+    // Links mean nothing to a daemon that systemd runs by a unit of its own.
+    if (detectBootSequence() == BootSequence::Systemd && hasOwnUnit(id))
+        return checkSequence(id);
     try {
         fdn::Path const script = locateInitScript(id);
         LevelLinks const starts = lookAtLinks(LinkKind::Start, id, script);

@@ -14,7 +14,7 @@ using Findings = fdn::TList<DaemonFinding>;
 struct CheckedDaemon {
     fdn::String id;
     StartSettings settings;
-    bool isInstalled; ///< else these are the settings to install it with
+    bool isFolderMade; ///< whether the installation or the start makes a missing control folder
 };
 
 /// The daemon's account for people: "The account 'www-data'", or "Root".

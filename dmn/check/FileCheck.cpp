@@ -1,6 +1,7 @@
 #include <dmn/check/FileCheck.h>
 
 #include <fdn/CError.h>
+#include <fdn/files.h>
 
 #include <dmn/script/ShellWord.h>
 #include <dmn/start/TransientFolder.h>
@@ -24,9 +25,11 @@ DaemonFinding reportClosedFolder(StartSettings const& settings, fdn::Path const&
             "chmod a+x " + quoteShellWord(folder)};
 }
 
-// What cannot be looked at is never fine.
+// What cannot be looked at is never fine, and whoever looks at it must not get stuck.
 template <class Judge>
 Findings judgeLook(AccountView const& view, fdn::Path const& path, Judge const& judge) {
+    if (fdn::isSilent(path))
+        return {{"'" + path.getText() + "' is on a file system that does not answer.", ""}};
     try {
         return judge(view.look(path));
     } catch (fdn::CError const& error) {
@@ -94,7 +97,7 @@ Findings judgeFolderRights(StartSettings const& settings) {
 
 Findings judgeMissingFolder(CheckedDaemon const& daemon) {
     StartSettings const& settings = daemon.settings;
-    if (!daemon.isInstalled || isTransientFolder(settings))
+    if (daemon.isFolderMade || isTransientFolder(settings))
         return {};
     fdn::String const gift = settings.runAs.empty() ? fdn::String() : " && " + composeGift(settings);
     return {{"The control folder '" + settings.controlFolder.getText() + "' is missing.",

@@ -8,8 +8,8 @@ namespace dmn {
 /// Finds why the account cannot run the daemon's executable.
 Findings checkExecutable(StartSettings const& settings, AccountView const& view);
 
-/// Finds why the account cannot work in the daemon's control folder. A missing one is a finding only for an
-/// installed daemon, and not where the start makes it.
+/// Finds why the account cannot work in the daemon's control folder. A missing one is a finding only where
+/// nobody makes it.
 Findings checkControlFolder(CheckedDaemon const& daemon, AccountView const& view);
 
 } // namespace dmn

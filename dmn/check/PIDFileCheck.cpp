@@ -2,6 +2,7 @@
 
 #include <fdn/CError.h>
 #include <fdn/CPIDFile.h>
+#include <fdn/files.h>
 
 #include <dmn/id/DaemonId.h>
 #include <dmn/script/ShellWord.h>
@@ -46,6 +47,8 @@ Findings checkUnheldFile(fdn::Path const& file) {
 
 Findings checkPIDFile(fdn::String const& id, fdn::Path const& controlFolder) {
     fdn::Path const file = getPIDFilePath(controlFolder, id);
+    if (fdn::isSilent(file))
+        return {}; // as is its folder, which is the finding
     try {
         return fdn::CPIDFile::getActivePID(file) > 0 ? Findings{} : checkUnheldFile(file);
     } catch (fdn::CError const& error) {

@@ -1,11 +1,19 @@
 #include <dmn/check/ScriptCheck.h>
 
 #include <fdn/CError.h>
+#include <fdn/files.h>
 
+#include <dmn/init/InitFolder.h>
+#include <dmn/script/InitScriptFile.h>
+#include <dmn/script/ScriptLook.h>
 #include <dmn/script/ScriptTrial.h>
 #include <dmn/script/ShellWord.h>
 
 #include <cerrno>
+#include <optional>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace dmn {
 
@@ -64,6 +72,31 @@ DaemonFinding report(ScriptFault const& fault) {
 }
 
 } // namespace
+
+// The script stores all settings, so nothing else counts before it can be run.
+Findings checkScriptFile(fdn::String const& id) {
+    try {
+        fdn::Path const script = locateInitScript(id);
+        if (!fdn::fileExists(script))
+            return {{"The daemon '" + id + "' is not installed.", ""}};
+        if (!mayBeRun(script))
+            return {{"The init script '" + script.getText() + "' may not be run.",
+                     "chmod a+x " + quoteShellWord(script)}};
+        return {};
+    } catch (fdn::CError const& error) {
+        return {{error.getMessage(), ""}};
+    }
+}
+
+// Root's rights end only at a read-only file system. That there is no folder is another check's finding.
+Findings checkWritingScript(fdn::String const& id) {
+    std::optional<fdn::Path> const folder = searchInitFolder("init.d");
+    if (!folder || faccessat(AT_FDCWD, fdn::toFileName(*folder), W_OK, AT_EACCESS) == 0 || errno != EROFS)
+        return {};
+    return {{"The init script '" + (*folder << fdn::Path(id)).getText() +
+                 "' cannot be written: its file system is read-only.",
+             ""}};
+}
 
 Findings checkScriptValues(InitScriptValues const& values) {
     Findings findings;

@@ -5,6 +5,12 @@
 
 namespace dmn {
 
+/// Finds why the daemon's init script could not be run by this process, or that there is none.
+Findings checkScriptFile(fdn::String const& id);
+
+/// Finds that an installation could not write the daemon's init script, as far as that shows beforehand.
+Findings checkWritingScript(fdn::String const& id);
+
 /// Finds values that the init script cannot hold: on which its shell acts, or which it does not hand on as
 /// they are. Nothing is run for it.
 Findings checkScriptValues(InitScriptValues const& values);

@@ -1,9 +1,12 @@
 #include <dmn/commandline/TimeoutOption.h>
 
+#include <fdn/CError.h>
 #include <fdn/String.h>
 #include <fdn/log.h>
 
 #include <dmn/commandline/IgnoredAssertions.h>
+
+#include <limits>
 
 namespace dmn {
 
@@ -39,6 +42,19 @@ void storeTimeout(wxCmdLineParser const& parser, std::int32_t& timeoutMs) {
     }
     // Unsigned, because the product may exceed 32 bits, and only unsigned arithmetic is defined then.
     timeoutMs = static_cast<std::int32_t>(static_cast<std::uint32_t>(seconds) * 1000U);
+}
+
+void requireTimeout(wxCmdLineParser const& parser) {
+    constexpr wxLongLong_t kMostSeconds = std::numeric_limits<std::int32_t>::max() / 1000;
+    wxString text;
+    wxLongLong_t seconds = 0;
+    if (!isGiven(parser))
+        return;
+    parser.Found(kOption, &text);
+    if (!isInteger(text) || !text.ToLongLong(&seconds) || seconds < 0 || seconds > kMostSeconds)
+        throw fdn::CError("The option --timeout takes a number of seconds from 0 to " +
+                          fdn::String::Format("%d", static_cast<int>(kMostSeconds)) + ", not '" +
+                          fdn::String(text) + "'.");
 }
 
 } // namespace dmn

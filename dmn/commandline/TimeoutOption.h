@@ -11,4 +11,8 @@ namespace dmn {
 /// of more than 32 bits loses its upper bits.
 void storeTimeout(wxCmdLineParser const& parser, std::int32_t& timeoutMs);
 
+/// Throws a CError that names the option and its text unless that is a number of seconds from 0 on, the
+/// milliseconds of which storeTimeout() can store, or the option is missing.
+void requireTimeout(wxCmdLineParser const& parser);
+
 } // namespace dmn

@@ -3,6 +3,7 @@
 #include <dmn/commandline/CommandLine.h>
 #include <dmn/commandline/CommandSummary.h>
 #include <dmn/commandline/ParserOutput.h>
+#include <dmn/entry/exitStatus.h>
 
 namespace dmn {
 
@@ -28,6 +29,10 @@ void EntryPolicy::showCommands() {
 
 bool EntryPolicy::beginCommand(fdn::String const&) {
     return true;
+}
+
+int EntryPolicy::getExitStatus() const {
+    return kStatusDone;
 }
 
 void EntryPolicy::setDaemon(CDaemon*) {}

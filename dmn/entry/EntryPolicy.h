@@ -38,6 +38,9 @@ public:
     /// missing.
     virtual bool beginCommand(fdn::String const& command);
 
+    /// Returns the status of a command that has not failed.
+    virtual int getExitStatus() const;
+
     /// Called with the daemon before it is run, and with null before it is given up.
     virtual void setDaemon(CDaemon* daemon);
 };

@@ -19,6 +19,9 @@ namespace {
 
 constexpr int kLookMs = 50;
 
+// A daemon that fails says why and ends. What it has said is then part of the error, and no step.
+constexpr int kLastWordsMs = 500;
+
 // More than wait at a socket (net.unix.max_dgram_qlen), so that one round takes all that an ended process has
 // sent; but not without end, for somebody may send faster than this process reads.
 constexpr int kMessagesPerRound = 1000;
@@ -63,25 +66,29 @@ pid_t findLateHolderIn(fdn::String const& status, fdn::Path const& pidFile) {
 
 } // namespace
 
-ReadinessWatch::ReadinessWatch(fdn::Path const& pidFile, fdn::CNotificationReceiver& receiver, pid_t launched,
+ReadinessWatch::ReadinessWatch(fdn::Path const& pidFile, fdn::CNotificationReceiver& receiver,
+                               LaterChildren const& children, pid_t launched,
                                std::function<void(fdn::String const& step)> const& progress)
-    : m_pidFile(pidFile), m_receiver(receiver), m_progress(progress),
+    : m_pidFile(pidFile), m_receiver(receiver), m_children(children), m_progress(progress),
       m_process(std::make_unique<StartedProcess>(launched)) {}
 
 ReadinessWatch::Result ReadinessWatch::await(Deadline const& deadline) {
     for (;;) {
-        // Looked at before the messages: all that an ended process has sent are there.
+        // Looked at before the messages: all that ended processes have sent are there.
         pid_t const ended = m_process->hasEnded() ? m_process->getNumber() : 0;
+        bool const mayOneCome = ended > 0 && m_children.anyLives();
         bool const holdsFile = m_isSilent && findHolder() == m_process->getNumber();
         readMessages();
         if (m_isReady || (holdsFile && isSilentHolder()))
             return Result::Ready;
         if (ended == m_process->getNumber()) {
-            if (std::optional<Result> const result = judgeEnd())
+            if (std::optional<Result> const result = judgeEnd(mayOneCome))
                 return *result;
         }
         if (deadline.hasPassed())
             return m_process->hasEnded() ? Result::Ended : Result::Late;
+        if (m_stepDue && m_stepDue->hasPassed())
+            tellStep();
         awaitNews(deadline);
     }
 }
@@ -111,9 +118,15 @@ void ReadinessWatch::take(fdn::Notification const& message) {
 void ReadinessWatch::takeStatus(fdn::String const& status) {
     if (status == m_lastStatus)
         return;
+    tellStep();
     m_lastStatus = status;
-    if (m_progress)
-        m_progress(status);
+    m_stepDue.emplace(kLastWordsMs);
+}
+
+void ReadinessWatch::tellStep() {
+    if (m_stepDue && m_progress)
+        m_progress(m_lastStatus);
+    m_stepDue.reset();
 }
 
 // A daemon tells of its claim before it makes it. One that holds the file and has not said a word will never
@@ -125,12 +138,13 @@ bool ReadinessWatch::isSilentHolder() {
 
 // A daemon that fails at once gives its PID file up, or ends, before it waits for anything.
 bool ReadinessWatch::isReady() {
+    tellStep();
     m_lastStatus.clear(); // the initialization is over: it cannot explain an end
     return m_process->livesOn() && fdn::CPIDFile::getActivePID(m_pidFile) == m_process->getNumber();
 }
 
 // Nothing means that a process may come up yet.
-std::optional<ReadinessWatch::Result> ReadinessWatch::judgeEnd() {
+std::optional<ReadinessWatch::Result> ReadinessWatch::judgeEnd(bool mayOneCome) {
     pid_t const holder = findHolder();
     bool const mayHaveLeftOne = m_process->getEnd().maySucceed();
     if (mayHaveLeftOne && adoptOrphan(holder))
@@ -138,7 +152,7 @@ std::optional<ReadinessWatch::Result> ReadinessWatch::judgeEnd() {
     m_holder = holder > 0 ? holder : findLateHolderIn(m_lastStatus, m_pidFile);
     if (m_holder > 0)
         return Result::RunsAlready;
-    if (mayHaveLeftOne && hasChild()) // who has not claimed the file yet
+    if (mayHaveLeftOne && mayOneCome) // who has not claimed the file yet
         return std::nullopt;
     return Result::Ended;
 }
@@ -153,8 +167,10 @@ pid_t ReadinessWatch::findHolder() const {
 
 void ReadinessWatch::adopt(pid_t process) {
     // It may be the same one, by now a child of this process, which can tell how it has ended.
-    if (process != m_process->getNumber())
+    if (process != m_process->getNumber()) {
+        tellStep();
         m_lastStatus = m_others[process];
+    }
     m_process = std::make_unique<StartedProcess>(process);
 }
 
@@ -181,7 +197,8 @@ void ReadinessWatch::awaitNews(Deadline const& deadline) {
     pollfd events[] = {{m_receiver.getDescriptor(), POLLIN, 0}, {process, POLLIN, 0}};
     int const rest = deadline.getRestMs();
     // Nobody tells of processes without a descriptor, of those that nobody knows yet, and of silent ones.
-    int const longest = process == -1 || m_isSilent ? std::min(rest, kLookMs) : rest;
+    int const step = m_stepDue ? m_stepDue->getRestMs() : rest;
+    int const longest = std::min(process == -1 || m_isSilent ? std::min(rest, kLookMs) : rest, step);
     if (poll(events, std::size(events), longest) == -1 && errno != EINTR)
         fdn::throwLastSysError("poll", "CDaemonStarter::start");
 }

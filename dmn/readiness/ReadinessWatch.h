@@ -1,5 +1,6 @@
 #pragma once
 
+#include <dmn/readiness/LaterChildren.h>
 #include <dmn/readiness/StartedProcess.h>
 #include <dmn/wait/Deadline.h>
 
@@ -30,8 +31,11 @@ public:
         Late,        ///< the deadline has passed
     };
 
-    /// The receiver must outlive it. `launched` should be a child of this process.
-    ReadinessWatch(fdn::Path const& pidFile, fdn::CNotificationReceiver& receiver, pid_t launched,
+    /// The receiver must outlive it. `launched` should be a child of this process, and `children` made before
+    /// its launch. `progress` is told of each step as soon as it is clear that it was not the daemon's last
+    /// word.
+    ReadinessWatch(fdn::Path const& pidFile, fdn::CNotificationReceiver& receiver,
+                   LaterChildren const& children, pid_t launched,
                    std::function<void(fdn::String const& step)> const& progress);
 
     /// Waits for one of the results. Asks at least once, whatever the deadline. Throws a CError when it is
@@ -51,9 +55,10 @@ private:
     void readMessages();
     void take(fdn::Notification const& message);
     void takeStatus(fdn::String const& status);
+    void tellStep();
     bool isReady();
     bool isSilentHolder();
-    std::optional<Result> judgeEnd();
+    std::optional<Result> judgeEnd(bool mayOneCome);
     pid_t findHolder() const;
     void adopt(pid_t process);
     bool adoptOrphan(pid_t holder);
@@ -62,11 +67,13 @@ private:
 
     fdn::Path m_pidFile;
     fdn::CNotificationReceiver& m_receiver;
+    LaterChildren const& m_children;
     std::function<void(fdn::String const&)> m_progress;
     std::unique_ptr<StartedProcess> m_process;
     fdn::TMap<pid_t, fdn::String> m_others; // that have sent something, and what they have said last
     fdn::String m_lastStatus;
-    bool m_isSilent = true; // nobody has sent anything
+    std::optional<Deadline> m_stepDue; // when to tell of the last status, unless that is done
+    bool m_isSilent = true;            // nobody has sent anything
     bool m_isReady = false;
     pid_t m_holder = 0;
 };

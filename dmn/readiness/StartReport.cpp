@@ -2,8 +2,11 @@
 
 #include <fdn/Path.h>
 
+#include <dmn/progress/steps.h>
 #include <dmn/start/DaemonLog.h>
 #include <dmn/wait/Deadline.h>
+
+#include <cerrno>
 
 namespace dmn {
 
@@ -13,11 +16,13 @@ fdn::String endSentence(fdn::String const& text) {
     return text.EndsWith(".") ? text : text + ".";
 }
 
-// A process that reports a failure has said why; what any other has said last is only how far it came.
+// A process that reports a failure has said why, unless it has ended in a step of the library's own; what any
+// other has said last is only how far it came.
 fdn::String describeLastStatus(ProcessEnd const& end, fdn::String const& lastStatus) {
     if (lastStatus.empty())
         return ".";
-    return end.reportsFailure() ? ": " + endSentence(lastStatus) : " (" + lastStatus + ").";
+    return end.reportsFailure() && !isOwnStep(lastStatus) ? ": " + endSentence(lastStatus)
+                                                          : " (" + lastStatus + ").";
 }
 
 } // namespace
@@ -29,9 +34,9 @@ void StartReport::failEnded(pid_t process, ProcessEnd const& end, fdn::String co
 
 void StartReport::failLate(pid_t process, int timeoutMs, fdn::String const& lastStatus) const {
     throw fdn::CError("The daemon '" + m_id + "' was not ready after " + describeDuration(timeoutMs) +
-                      (lastStatus.empty() ? fdn::String() : " (" + lastStatus + ")") +
-                      fdn::String::Format(". Its process %d goes on", process) +
-                      "; the command 'stop --kill' ends it." + describeLog());
+                          (lastStatus.empty() ? fdn::String() : " (" + lastStatus + ")") +
+                          fdn::String::Format(". Its process %d goes on.", process) + describeLog(),
+                      "", ETIMEDOUT, {}, nullptr);
 }
 
 void StartReport::failUnwatched(pid_t process, fdn::CError const& error) const {

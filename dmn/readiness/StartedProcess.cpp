@@ -1,11 +1,10 @@
 #include <dmn/readiness/StartedProcess.h>
 
+#include <dmn/readiness/ProcessStat.h>
+
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <string>
 #include <system_error>
 
 #include <poll.h>
@@ -28,41 +27,17 @@ constexpr timespec kBetweenLooks = {0, 200'000};
 // long, and the process keeps its locks meanwhile.
 constexpr unsigned kEndingFlags = 0x4 | 0x200 | 0x400;
 
-// What a thread is doing (proc_pid_stat(5)).
-struct Activity {
-    char state = 0; ///< 0: unknown
-    bool ends = false;
-};
-
-Activity lookAt(std::filesystem::path const& thread) {
-    std::ifstream file(thread / "stat");
-    std::string text;
-    std::getline(file, text, '\0');
-    // The program's name comes before, in brackets, and may hold anything.
-    std::istringstream fields(text.substr(text.rfind(')') + 1));
-    Activity activity;
-    long skipped = 0;
-    unsigned flags = 0;
-    fields >> activity.state >> skipped >> skipped >> skipped >> skipped >> skipped >> flags;
-    activity.ends = (flags & kEndingFlags) != 0;
-    return activity;
-}
-
-std::filesystem::path folderOf(pid_t process) {
-    return "/proc/" + std::to_string(process);
-}
-
 bool isEnding(pid_t process) {
-    return lookAt(folderOf(process)).ends;
+    return (readProcessStat(getProcFolder(process)).flags & kEndingFlags) != 0;
 }
 
 // Whether none of its threads has anything to do: the main thread alone may wait for another, as it does in
 // exit(). Nobody is at rest where /proc cannot be read.
 bool isAtRest(pid_t process) {
     std::error_code error;
-    std::filesystem::directory_iterator thread(folderOf(process) / "task", error);
+    std::filesystem::directory_iterator thread(getProcFolder(process) / "task", error);
     for (; !error && thread != std::filesystem::directory_iterator(); thread.increment(error)) {
-        char const state = lookAt(thread->path()).state;
+        char const state = readProcessStat(thread->path()).state;
         if (state == 'R' || state == 'D' || state == 0)
             return false;
     }
@@ -79,11 +54,11 @@ nanoseconds getBusyTime(pid_t process) {
     return std::chrono::seconds(time.tv_sec) + nanoseconds(time.tv_nsec);
 }
 
-// Asks, without waiting, for children that have ended. Returns whether there are such children at all, ended
-// or not.
-bool ask(idtype_t whom, pid_t process, int options, siginfo_t& report) {
+// Asks, without waiting, for a child that has ended. Returns whether there is such a child at all, ended or
+// not.
+bool ask(pid_t process, int options, siginfo_t& report) {
     report = {};
-    return waitid(whom, static_cast<id_t>(process), &report, WEXITED | WNOHANG | options) == 0;
+    return waitid(P_PID, static_cast<id_t>(process), &report, WEXITED | WNOHANG | options) == 0;
 }
 
 } // namespace
@@ -105,7 +80,7 @@ bool StartedProcess::hasEnded() {
 
 bool StartedProcess::reap() {
     siginfo_t report = {};
-    if (!ask(P_PID, m_number, 0, report) || report.si_pid == 0)
+    if (!ask(m_number, 0, report) || report.si_pid == 0)
         return false;
     m_end = ProcessEnd(report);
     m_hasEnded = true;
@@ -124,12 +99,7 @@ bool StartedProcess::livesOn() {
 
 bool isChild(pid_t process) {
     siginfo_t report = {};
-    return ask(P_PID, process, WNOWAIT, report);
-}
-
-bool hasChild() {
-    siginfo_t report = {};
-    return ask(P_ALL, 0, WNOWAIT, report);
+    return ask(process, WNOWAIT, report);
 }
 
 } // namespace dmn

@@ -47,7 +47,4 @@ private:
 /// Whether the process is a child of this one that has not been reaped yet.
 bool isChild(pid_t process);
 
-/// Whether this process has a child that has not been reaped yet.
-bool hasChild();
-
 } // namespace dmn

@@ -4,6 +4,8 @@
 #include <fdn/String.h>
 #include <fdn/notify.h>
 
+#include <dmn/progress/steps.h>
+
 #include <chrono>
 #include <cstdint>
 #include <string>
@@ -48,27 +50,23 @@ void tellStatus(char const* text) {
     tell([=] { return fdn::composeStatusNotification(text); });
 }
 
-fdn::String describeSteps(int count) {
-    return fdn::String::Format("Initializing: %d %s done", count, count == 1 ? "step" : "steps");
-}
-
 } // namespace
 
 void RunReport::tellClaiming() {
-    tellStatus("Claiming the PID file");
+    tellStatus(kClaiming);
 }
 
 void RunReport::tellInitializing() {
     std::lock_guard<std::mutex> const lock(m_mutex);
     m_isInitializing = true;
     m_stepsDone = 0;
-    tellStatus("Initializing");
+    tellStatus(kInitializing);
 }
 
 void RunReport::tellStepDone() {
     std::lock_guard<std::mutex> const lock(m_mutex);
     if (m_isInitializing)
-        tell([this] { return fdn::composeStatusNotification(describeSteps(++m_stepsDone)); });
+        tell([this] { return fdn::composeStatusNotification(describeStepsDone(++m_stepsDone)); });
 }
 
 void RunReport::tellInitialized() {

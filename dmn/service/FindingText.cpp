@@ -2,12 +2,16 @@
 
 namespace dmn {
 
+fdn::String describeRemedy(fdn::String const& command) {
+    return "  Remedy: " + command;
+}
+
 fdn::String describeFindings(fdn::TList<DaemonFinding> const& findings) {
     fdn::String lines;
     for (DaemonFinding const& finding : findings) {
-        lines << finding.problem << "\n";
+        lines << (lines.empty() ? "" : "\n") << finding.problem;
         if (!finding.remedy.empty())
-            lines << "  Remedy: " << finding.remedy << "\n";
+            lines << "\n" << describeRemedy(finding.remedy);
     }
     return lines;
 }

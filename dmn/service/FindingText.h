@@ -7,7 +7,10 @@
 
 namespace dmn {
 
-/// The findings, each with its remedy, if it has one, on a line below.
+/// The command that mends something, for a line below what is wrong.
+fdn::String describeRemedy(fdn::String const& command);
+
+/// The findings, each with its remedy, if it has one, on a line below. There is no line feed at the end.
 fdn::String describeFindings(fdn::TList<DaemonFinding> const& findings);
 
 } // namespace dmn

@@ -1,6 +1,7 @@
 #include <dmn/service/HelpRequest.h>
 
 #include <dmn/commandline/runsDaemon.h>
+#include <dmn/service/ServiceOptions.h>
 
 #include <algorithm>
 #include <iterator>
@@ -12,26 +13,6 @@ namespace {
 template <std::size_t size>
 bool isOneOf(std::string_view word, std::string_view const (&words)[size]) {
     return std::find(std::begin(words), std::end(words), word) != std::end(words);
-}
-
-// Of an option that is given without its value, that is the next argument.
-bool takesNextArgument(std::string_view argument) {
-    constexpr std::string_view kOptions[] = {"-c",
-                                             "-g",
-                                             "-i",
-                                             "-p",
-                                             "-r",
-                                             "-s",
-                                             "-t",
-                                             "--controlFolder",
-                                             "--id",
-                                             "--log-level",
-                                             "--runas",
-                                             "--runas-password",
-                                             "--timeout",
-                                             "--transientFolderAppID",
-                                             "--transientFolderGroup"};
-    return isOneOf(argument, kOptions);
 }
 
 } // namespace

@@ -2,6 +2,10 @@
 
 #include <dmn/commandline/TextOption.h>
 
+#include <algorithm>
+#include <iterator>
+#include <string>
+
 namespace dmn {
 
 namespace {
@@ -11,7 +15,15 @@ constexpr char kKill[] = "kill";
 constexpr char kVerbose[] = "verbose";
 constexpr char kLogLevel[] = "log-level";
 
-constexpr TextOption kInstallOptions[] = {
+// In a help text, it stands for the seconds of the time-out.
+constexpr char kSeconds[] = "%d";
+
+constexpr TextOption kTextOptions[] = {
+    {"c", "controlFolder",
+     "the folder of the daemon's PID file. install needs\n"
+     "it. Default: the one that was given to install"},
+    {"i", "id", "the daemon's ID. Default: the program's own"},
+    {"t", "timeout", "the seconds to wait at most. Default: %d"},
     {"r", "runas",
      "install: the account that the daemon runs under.\n"
      "Default: the account of who starts it, root"},
@@ -22,24 +34,32 @@ constexpr TextOption kInstallOptions[] = {
     {"g", "transientFolderGroup",
      "install: the group of that folder.\n"
      "Default: the group with the account's name"},
+    {"", kLogLevel,
+     "the least serious entries of the log: debug, info,\n"
+     "warning or error. install keeps it. Default: info"},
 };
+
+bool isSpelling(std::string const& argument, TextOption const& option) {
+    return argument == std::string("--") + option.longName || argument == std::string("-") + option.shortName;
+}
 
 } // namespace
 
 void declareServiceOptions(wxCmdLineParser& parser, int timeoutMs) {
-    declareOption(parser, {"c", "controlFolder",
-                           "the folder of the daemon's PID file. install needs\n"
-                           "it. Default: the one that was given to install"});
-    declareOption(parser, {"i", "id", "the daemon's ID. Default: the program's own"});
-    parser.AddOption("t", "timeout",
-                     fdn::String::Format("the seconds to wait at most. Default: %d", timeoutMs / 1000));
-    for (TextOption const& option : kInstallOptions)
-        declareOption(parser, option);
-    parser.AddLongOption(kLogLevel, "the least serious entries of the log: debug, info,\n"
-                                    "warning or error. install keeps it. Default: info");
+    for (TextOption const& option : kTextOptions) {
+        fdn::String help = option.help;
+        help.Replace(kSeconds, fdn::String::Format("%d", timeoutMs / 1000));
+        parser.AddOption(option.shortName, option.longName, help);
+    }
     parser.AddLongSwitch(kNoWait, "start: do not wait until the daemon is ready");
     parser.AddLongSwitch(kKill, "end a daemon by force that does not stop in time");
     parser.AddLongSwitch(kVerbose, "status: show settings, process and log as well");
+}
+
+bool takesNextArgument(std::string_view argument) {
+    return argument.size() > 1 &&
+           std::any_of(std::begin(kTextOptions), std::end(kTextOptions),
+                       [&](TextOption const& option) { return isSpelling(std::string(argument), option); });
 }
 
 ServiceOptions readServiceOptions(wxCmdLineParser const& parser) {

@@ -4,6 +4,8 @@
 
 #include <wx/cmdline.h>
 
+#include <string_view>
+
 namespace dmn {
 
 // The options of every service: those of every daemon, with texts of their own, and some more.
@@ -18,6 +20,9 @@ struct ServiceOptions {
 
 /// Declares the options. The time-out, in milliseconds, is the one that holds unless another is given.
 void declareServiceOptions(wxCmdLineParser& parser, int timeoutMs);
+
+/// Whether the argument is one of these options without its value, which is then the next argument.
+bool takesNextArgument(std::string_view argument);
 
 /// Reads those that no other front end has.
 ServiceOptions readServiceOptions(wxCmdLineParser const& parser);

@@ -3,6 +3,7 @@
 #include <dmn/version.h>
 
 #include <CLI/CLI.hpp>
+#include <fmt/core.h>
 
 #include <limits>
 #include <sstream>
@@ -16,6 +17,8 @@ constexpr char kSomeOrEach[] = "the IDs of the daemons (default: all that are in
 
 // The libraries count in milliseconds.
 constexpr int kLongestTimeoutSeconds = std::numeric_limits<int>::max() / 1000;
+
+constexpr int kMostLines = 1000000000;
 
 std::string checkBootState(std::string const& text) {
     return text == "on" || text == "off" ? std::string() : "'" + text + "' is neither on nor off";
@@ -64,8 +67,8 @@ void addFormat(CLI::App& command, Format& format) {
 
 void addTimeout(CLI::App& command, int& seconds) {
     command.add_option("--timeout", seconds, "how long to wait for each daemon (default: 60)")
-        ->check(CLI::Range(0, kLongestTimeoutSeconds).description("SECONDS"))
-        ->type_name("");
+        ->check(CLI::Range(0, kLongestTimeoutSeconds).description(""))
+        ->type_name("SECONDS");
 }
 
 void addKill(CLI::App& command, bool& kill) {
@@ -80,11 +83,11 @@ void addDaemons(CLI::App& command, Daemons& daemons) {
 // variable was empty.
 void addNamedDaemons(CLI::App& command, Daemons& daemons) {
     CLI::Option* const ids = command.add_option("ID", daemons.ids, kSomeOrAll)->type_name("");
-    CLI::Option* const all = command.add_flag("--all", "all that are installed")->excludes(ids);
-    command.final_callback([&command, ids, all] {
-        if (ids->empty() && all->empty())
-            throw CLI::RequiredError(command.get_name() + ": no daemon is named. Name some, or say --all.",
-                                     CLI::ExitCodes::RequiredError);
+    CLI::Option* const all = command.add_flag("--all", "all that are installed");
+    command.final_callback([ids, all] {
+        if (ids->empty() == all->empty())
+            throw CLI::ValidationError(all->empty() ? "no daemon is named. Name some, or say --all"
+                                                    : "either name daemons or say --all");
     });
 }
 
@@ -93,6 +96,8 @@ Parser::Parser() {
     m_app.set_version_flag("--version", "dmnctl " DMN_VERSION_STRING, "show the version");
     m_app.set_help_flag("-h,--help", "show this text");
     m_app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    m_app.get_formatter()->label("Positionals", "Arguments");
+    m_app.get_formatter()->label("REQUIRED", "");
     m_app.footer(
         "Without a command, the daemons are listed. Each command has examples: dmnctl COMMAND --help");
     addList();
@@ -189,7 +194,9 @@ void Parser::addLog() {
                                    "  dmnctl log --since='2026-11-22 08:00' backupd indexd");
     addDaemons(command, m_log.daemons);
     addFormat(command, m_log.format);
-    command.add_option("-n,--lines", m_log.lines, "show the last N entries")->type_name("N");
+    command.add_option("-n,--lines", m_log.lines, "show the last N entries")
+        ->check(CLI::Range(0, kMostLines).description(""))
+        ->type_name("N");
     command.add_flag("-f,--follow", m_log.follow, "go on, and show what is added");
     command.add_flag("--errors", m_log.errorsOnly, "show errors alone");
     command.add_option("--since", m_log.since, "show what is as late as this time")->type_name("TIME");
@@ -239,9 +246,13 @@ Answer Parser::answerTo(CLI::ParseError const& error) const {
 }
 
 std::string Parser::describeProblem(CLI::ParseError const& error) const {
-    if (dynamic_cast<CLI::ExtrasError const*>(&error) != nullptr && m_app.get_subcommands().empty())
-        return "There is no command '" + m_app.remaining().front() + "'. See dmnctl --help";
-    return error.what();
+    if (!m_app.get_subcommands().empty()) {
+        std::string const command = m_app.get_subcommands().front()->get_name();
+        return command + ": " + error.what() + ". See dmnctl " + command + " --help";
+    }
+    std::string const word = m_app.remaining().empty() ? std::string() : m_app.remaining().front();
+    char const* const kind = word[0] == '-' ? "option" : "command";
+    return fmt::format("There is no {} '{}'. See dmnctl --help", kind, word);
 }
 
 } // namespace

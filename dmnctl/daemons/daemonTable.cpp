@@ -28,10 +28,6 @@ std::string describeProcessOf(DaemonView const& view, Describe describe) {
     return isKnown ? kNothing : kUnseen;
 }
 
-std::string orNothing(std::string const& text) {
-    return text.empty() ? kNothing : text;
-}
-
 std::string describeNumber(DaemonView const& view) {
     if (isRunning(view))
         return std::to_string(view.status.process);
@@ -40,10 +36,10 @@ std::string describeNumber(DaemonView const& view) {
 
 // That under which it runs or, while it does not, that under which it would.
 std::string describeAccount(DaemonView const& view) {
-    if (view.process || isRunning(view) || !view.settings)
-        return describeProcessOf(
-            view, [](fdn::ProcessInfo const& process) { return toPrintable(process.account); });
-    return orNothing(toPrintable(view.settings->runAs));
+    if (!isRunning(view) && view.settings && !view.settings->runAs.empty())
+        return toPrintable(view.settings->runAs);
+    return describeProcessOf(view,
+                             [](fdn::ProcessInfo const& process) { return toPrintable(process.account); });
 }
 
 std::string describeStart(DaemonView const& view) {
@@ -58,7 +54,7 @@ std::string describeMemoryOf(DaemonView const& view) {
 }
 
 std::string describeExecutable(DaemonView const& view) {
-    return view.settings ? orNothing(toPrintable(view.settings->executable)) : kUnseen;
+    return view.settings ? toPrintable(view.settings->executable) : kUnseen;
 }
 
 std::vector<Table::Cell> composeRow(ListedDaemon const& daemon) {

@@ -59,6 +59,8 @@ Log::Log(LogPlace const& place) : m_place(place) {
         m_parts.push_back({std::move(*file), end, end});
     } else if (m_problems.empty()) {
         addOlderFiles();
+    } else { // the folder may be just as closed, and one complaint is enough
+        m_hasOldest = true;
     }
 }
 

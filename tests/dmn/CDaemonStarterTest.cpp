@@ -18,6 +18,7 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdio>
 #include <filesystem>
@@ -207,6 +208,30 @@ TEST_F(Starter, TellsEachNewStepOfTheInitialization) {
     EXPECT_EQ((Names{"Claiming the PID file", "Initializing", "Initializing: 1 steps done"}), steps);
 }
 
+TEST_F(Starter, TellsOfAStepWhileItLasts) {
+    install("hang");
+    m_starter.setProgress([](fdn::String const& step) {
+        if (step == "Initializing")
+            throw fdn::CError("Seen.");
+    });
+
+    EXPECT_THAT(failToStart(INT_MAX), HasSubstr("it is unknown whether it is ready: Seen."));
+}
+
+TEST_F(Starter, TellsTheReasonOfAFailureOnlyInTheError) {
+    Names steps;
+    m_starter.setProgress([&](fdn::String const& step) { steps.push_back(step.toUTF8()); });
+
+    EXPECT_THAT(failToStart("fail"), HasSubstr("The disk is on fire."));
+    EXPECT_EQ(Names{"Claiming the PID file"}, steps);
+}
+
+TEST_F(Starter, TakesAStepOfTheLibraryForNoReason) {
+    EXPECT_THAT(failToStart("exit-3-in-init"),
+                StartsWith("The daemon 'app' has not come up (Initializing: 2 steps done). Its process N has "
+                           "ended with status 3. "));
+}
+
 TEST_F(Starter, WaitsForALateDaemon) {
     EXPECT_EQ(Result::Started, start("late"));
     EXPECT_EQ(holder(), m_starter.getProcess());
@@ -272,8 +297,8 @@ TEST_F(Starter, ShowsNoControlCharactersAndNoEndlessText) {
 }
 
 TEST_F(Starter, LeavesADaemonAloneThatIsLate) {
-    EXPECT_EQ("The daemon 'app' was not ready after 300 milliseconds (Initializing). Its process N goes on; "
-              "the command 'stop --kill' ends it. Its log: " +
+    EXPECT_EQ("The daemon 'app' was not ready after 300 milliseconds (Initializing). Its process N goes on. "
+              "Its log: " +
                   m_log.path(),
               failToStart("hang", kShort));
 
@@ -283,6 +308,15 @@ TEST_F(Starter, LeavesADaemonAloneThatIsLate) {
 TEST_F(Starter, AsksOnceWithATimeoutOfZero) {
     EXPECT_THAT(failToStart("hang", 0), HasSubstr("was not ready after 0 seconds"));
     EXPECT_LT(0, childOf(getpid()));
+}
+
+TEST_F(Starter, MarksALateDaemonByTheErrorsCode) {
+    install("hang");
+    EXPECT_EQ(ETIMEDOUT, errorOf([this] { m_starter.start(0); }).getCode());
+    endDaemons();
+
+    install("fail");
+    EXPECT_EQ(-1, errorOf([this] { m_starter.start(kLong); }).getCode());
 }
 
 TEST_F(Starter, WaitsAsLongAsANumberCanSay) {
@@ -357,6 +391,29 @@ TEST_F(Starter, ReapsNobodyElsesChild) {
     failToStart("fail");
 
     EXPECT_EQ(0, other.wait().status);
+}
+
+TEST_F(Starter, TakesNoOtherChildForTheDaemon) {
+    Program const other({"sleep", "1000"});
+    auto const isOver = std::chrono::steady_clock::now() + std::chrono::milliseconds(20);
+    ASSERT_TRUE(await([&] { return std::chrono::steady_clock::now() > isOver; })); // its clock tick
+
+    EXPECT_THAT(failToStart("exit-0", INT_MAX), HasSubstr("has ended with status 0."));
+    EXPECT_THAT(failToStart("fork-and-vanish", INT_MAX), HasSubstr("has ended with status 0."));
+}
+
+TEST_F(Starter, WaitsForEveryChildWhereItCannotSeeItsOwn) {
+    install("fork-late");
+
+    Outcome const outcome = runInChild([this] {
+        require(unshare(CLONE_NEWPID) == 0, "no namespace");
+        Outcome const inside = runInChild([this] { // with the /proc of the namespace outside
+            require(m_starter.start(kLong) == Result::Started, "it was not started");
+        });
+        std::fputs(inside.errors.c_str(), stderr);
+    });
+
+    EXPECT_EQ("", outcome.errors);
 }
 
 TEST_F(Starter, AwaitsAScriptThatBecomesTheDaemon) {

@@ -189,10 +189,12 @@ TEST_F(Stopper, SendsOneSignalToEachProcess) {
 TEST_F(Stopper, NamesTheProcessThatDoesNotEndInTime) {
     auto const holder = startDeafHolder();
 
+    fdn::CError const error = errorOf([this] { m_stopper.stop(kShort, Force::No); });
+
     EXPECT_EQ("The daemon 'app' (process " + number(holder->pid()) +
-                  ") has not ended after 100 milliseconds and goes on. The command 'stop --kill' ends it by "
-                  "force.",
-              messageOf([this] { m_stopper.stop(kShort, Force::No); }));
+                  ") has not ended after 100 milliseconds and goes on.",
+              error.getMessage().toUTF8());
+    EXPECT_EQ(ETIMEDOUT, error.getCode());
     EXPECT_EQ(holder->pid(), m_stopper.getProcess());
     EXPECT_EQ(0, kill(holder->pid(), 0));
     EXPECT_EQ(Names{"Stopping daemon 'app'..."}, m_log.entries());

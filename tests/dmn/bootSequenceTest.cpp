@@ -4,6 +4,8 @@
 
 #include <dmn/bootSequence.h>
 
+#include <fdn/CError.h>
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -66,6 +68,15 @@ protected:
                                         "/etc/systemd/system/multi-user.target.wants/app.service");
     }
 };
+
+using Names = std::vector<std::string>;
+
+Names textsOf(fdn::TArray<fdn::Path> const& paths) {
+    Names texts;
+    for (fdn::Path const& path : paths)
+        texts.push_back(path.getText().toUTF8());
+    return texts;
+}
 
 std::string command(char const* id, BootSequence sequence) {
     return composeBootCommand(id, sequence).toUTF8();
@@ -273,6 +284,73 @@ TEST_F(BootSequenceTest, IsLookedAtWithoutRootsRightsToo) {
     });
 
     EXPECT_EQ(0, outcome.status) << outcome.errors;
+}
+
+TEST_F(BootSequenceTest, StartLinksAreMadeWhereTheyAreMissingAndReturned) {
+    install();
+    std::filesystem::create_symlink("../init.d/app", "/etc/rc2.d/S01app");
+    std::filesystem::create_symlink("/gone", "/etc/rc4.d/S90app");
+
+    fdn::TArray<fdn::Path> const links = dmn::createStartLinks("app");
+
+    EXPECT_EQ((Names{"/etc/rc3.d/S90app", "/etc/rc4.d/S90app", "/etc/rc5.d/S90app"}), textsOf(links));
+    EXPECT_EQ(Names{"S01app"}, entriesOf("/etc/rc2.d"));
+    EXPECT_EQ("/etc/init.d/app", targetOf("/etc/rc4.d/S90app"));
+    EXPECT_EQ(Names{}, textsOf(dmn::createStartLinks("app")));
+}
+
+TEST_F(BootSequenceTest, StartLinksThatCannotAllBeMadeAreNotMade) {
+    install();
+    std::filesystem::remove("/etc/rc5.d");
+
+    EXPECT_THROW(dmn::createStartLinks("app"), fdn::CError);
+
+    for (char const* const folder : {"/etc/rc2.d", "/etc/rc3.d", "/etc/rc4.d"})
+        EXPECT_EQ(Names{}, entriesOf(folder));
+}
+
+TEST_F(BootSequenceTest, StartLinksAreRemovedWhateverTheirNumbersAndOtherLinksStay) {
+    installForBoot();
+    std::filesystem::rename("/etc/rc3.d/S90app", "/etc/rc3.d/S04app");
+    std::filesystem::create_symlink("../init.d/app", "/etc/rc2.d/K04app");
+    std::filesystem::create_symlink("../init.d/my-app", "/etc/rc2.d/S04my-app");
+
+    EXPECT_EQ((Names{"/etc/rc2.d/S90app", "/etc/rc3.d/S04app", "/etc/rc4.d/S90app", "/etc/rc5.d/S90app"}),
+              textsOf(dmn::removeStartLinks("app")));
+
+    EXPECT_EQ((Names{"K04app", "S04my-app"}), entriesOf("/etc/rc2.d"));
+    EXPECT_EQ(Names{"K10app"}, entriesOf("/etc/rc6.d"));
+}
+
+TEST_F(BootSequenceTest, KillLinksAreMadeWhereTheyAreMissing) {
+    installForBoot();
+    std::filesystem::remove("/etc/rc0.d/K10app");
+
+    EXPECT_EQ(Names{"/etc/rc0.d/K10app"}, textsOf(dmn::createKillLinks("app")));
+
+    EXPECT_EQ(Names{"K10app"}, entriesOf("/etc/rc6.d"));
+}
+
+TEST_F(BootSequenceTest, LinksOfAnIdThatCanNameNoDaemonAreRefused) {
+    EXPECT_THROW(dmn::createStartLinks("../app"), fdn::CError);
+    EXPECT_THROW(dmn::createKillLinks(""), fdn::CError);
+    EXPECT_THROW(dmn::removeStartLinks("../app"), fdn::CError);
+}
+
+TEST_F(BootSequenceTest, UnitIsFoundWhereSystemdFindsItFirst) {
+    EXPECT_EQ("", dmn::findSystemdUnit("app").getText());
+    runSystemd();
+    writeFile("/run/systemd/system/app.service", "");
+    EXPECT_EQ("/run/systemd/system/app.service", dmn::findSystemdUnit("app").getText());
+    writeUnit();
+    EXPECT_EQ("/etc/systemd/system/app.service", dmn::findSystemdUnit("app").getText());
+    EXPECT_EQ("", dmn::findSystemdUnit("../system/app").getText());
+}
+
+TEST_F(BootSequenceTest, SystemdRunsWhereItsFolderIs) {
+    EXPECT_FALSE(dmn::isSystemdRunning());
+    runSystemd();
+    EXPECT_TRUE(dmn::isSystemdRunning());
 }
 
 } // namespace test

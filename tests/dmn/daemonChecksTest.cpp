@@ -343,7 +343,10 @@ TEST_F(CheckInstallation, FindsControlFoldersThatAreNone) {
 TEST_F(CheckInstallation, FindsAReadOnlyFileSystem) {
     ReadOnlyFolder const readOnly("/etc");
 
-    EXPECT_THAT(problems(), ElementsAre(HasSubstr("read-only")));
+    EXPECT_THAT(problems(), ElementsAre("The control folder '/etc/app-checks/control' is on a read-only file "
+                                        "system.",
+                                        "The init script '/etc/init.d/app' cannot be written: its file "
+                                        "system is read-only."));
 }
 
 TEST_F(CheckInstallation, FindsAFullFileSystem) {
@@ -577,6 +580,15 @@ TEST_F(CheckDaemon, FindsAnExecutableWithoutAnAbsolutePath) {
     EXPECT_THAT(problemsOf(checkInstalled()), ElementsAre(HasSubstr("no absolute path")));
 }
 
+TEST_F(CheckDaemon, FindsNoMissingControlFolderThatTheStartMakes) {
+    install();
+    installForAccount();
+    std::filesystem::remove(kControl);
+
+    EXPECT_THAT(problemsOf(dmn::checkDaemon("app", fdn::Path(), dmn::MissingFolder::IsMadeByStart)),
+                IsEmpty());
+}
+
 TEST_F(CheckDaemon, FindsAMissingControlFolderAndItsRemedyMakesIt) {
     installForAccount();
     std::filesystem::remove(kControl);
@@ -737,6 +749,21 @@ TEST_F(CheckDaemon, FindsASystemdThatDoesNotStartIt) {
     EXPECT_EQ(Names{""}, remediesOf(unread));
     EXPECT_THAT(problemsOf(disabled), ElementsAre(HasSubstr("not enabled")));
     EXPECT_EQ(Names{"systemctl enable app"}, remediesOf(disabled));
+}
+
+TEST_F(CheckDaemon, MissesNoStartLinksOfADaemonThatItsOwnUnitStarts) {
+    m_info.startAtBoot = false;
+    installForAccount();
+    std::filesystem::create_directories("/run/systemd/system");
+    std::filesystem::create_directories("/etc/systemd/system/multi-user.target.wants");
+    writeFile("/etc/systemd/system/app.service", "");
+    std::filesystem::create_symlink("../app.service",
+                                    "/etc/systemd/system/multi-user.target.wants/app.service");
+    auto const found = checkInstalled();
+    std::filesystem::remove_all("/etc/systemd");
+    std::filesystem::remove_all("/run/systemd");
+
+    EXPECT_THAT(problemsOf(found), IsEmpty());
 }
 
 TEST_F(CheckDaemon, ChangesNothing) {

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -82,6 +83,16 @@ std::string readText() {
                   error.getMessage().toUTF8());
         return "run";
     }
+}
+
+/// How many bytes this process has read so far (Linux proc).
+std::uint64_t countReadBytes() {
+    std::ifstream file("/proc/self/io");
+    std::string name;
+    std::uint64_t bytes = 0;
+    file >> name >> bytes;
+    EXPECT_EQ("rchar:", name);
+    return bytes;
 }
 
 /// Text of a script, and what somebody has put in its place.
@@ -198,6 +209,19 @@ TEST_F(InstalledDaemonsForAnOrdinaryUser, AreThoseThatItMayRead) {
                            for (std::string const& id : list())
                                std::printf("%s\n", id.c_str());
                        }).output);
+}
+
+TEST_F(InstalledDaemons, AreFoundWithoutReadingForeignScriptsToTheirEnds) {
+    constexpr std::uint64_t kScripts = 20;
+    constexpr std::uint64_t kMostBytes = 8192; // of each
+    installAs("app");
+    for (std::uint64_t count = 0; count < kScripts; ++count)
+        writeFile("/etc/init.d/foreign" + std::to_string(count), "#!/bin/sh\n" + std::string(500000, 'x'));
+
+    std::uint64_t const before = countReadBytes();
+    EXPECT_THAT(list(), ElementsAre("app"));
+
+    EXPECT_GT(kScripts * kMostBytes, countReadBytes() - before);
 }
 
 // Requiring one

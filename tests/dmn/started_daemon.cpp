@@ -113,6 +113,11 @@ std::map<std::string, std::function<void()>> const ways = {
          say("STATUS=Reading the map");
          exit(0);
      }},
+    {"exit-3-in-init",
+     [] {
+         say("STATUS=Initializing: 2 steps done");
+         exit(3);
+     }},
     {"be-busy",
      [] {
          becomeReady();
@@ -158,6 +163,7 @@ std::map<std::string, std::function<void()>> const ways = {
     {"fork", [] { leaveToChild(serve); }},
     {"fork-late", [] { leaveToChild(comeUpLate); }},
     {"fork-twice", [] { leaveToChild([] { leaveToChild(comeUpLate); }); }},
+    {"fork-and-vanish", [] { leaveToChild([] { _exit(0); }); }},
     {"fork-and-fail", [] { leaveToChild(fail); }},
     {"fork-and-fail-without-a-claim", [] { leaveToChild(failWithoutAClaim); }},
     {"fork-and-fail-first",

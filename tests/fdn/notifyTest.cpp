@@ -1,3 +1,4 @@
+#include <fdn/CNotificationReceiver.h>
 #include <fdn/notify.h>
 
 #include "support/Obstacles.h"
@@ -47,6 +48,27 @@ TEST(notifySupervisor, SendsTheMessageToAPath) {
 
     notifySupervisor("STOPPING=1");
 
+    EXPECT_EQ(supervisor.take(), "STOPPING=1");
+}
+
+TEST(keepSupervisor, KeepsAReceiverThatWaitsForThisProcessAlone) {
+    fdn::CNotificationReceiver receiver;
+    SupervisorAddress const address(receiver.getAddress().toUTF8());
+
+    fdn::keepSupervisor();
+
+    EXPECT_EQ(nullptr, getenv("NOTIFY_SOCKET"));
+    notifySupervisor("STOPPING=1");
+    EXPECT_EQ(String("1"), receiver.receive()->assignments["STOPPING"]);
+}
+
+TEST(keepSupervisor, LeavesAnyOtherInTheEnvironment) {
+    Supervisor const supervisor;
+
+    fdn::keepSupervisor();
+
+    EXPECT_NE(nullptr, getenv("NOTIFY_SOCKET"));
+    notifySupervisor("STOPPING=1");
     EXPECT_EQ(supervisor.take(), "STOPPING=1");
 }
 

@@ -119,12 +119,40 @@ TEST_F(ServiceHelpTest, UnknownLogLevelIsRefusedWithTheFourThatThereAre) {
     EXPECT_THAT(outcome.output, HasSubstr("Error: the log level must be debug, info, warning or error."));
 }
 
-TEST_F(ServiceHelpTest, InstallWithoutAControlFolderIsRefused) {
+TEST_F(ServiceHelpTest, InstallWithoutAControlFolderIsRefusedLikeThatWithAnEmptyOne) {
     Outcome const outcome = runClock({"install"});
 
-    EXPECT_EQ(255, outcome.status);
-    EXPECT_THAT(outcome.output, HasSubstr("Error: controlFolder option needed."));
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_EQ(
+        "\n\nFATAL ERROR: clock was not installed.\nThere is no control folder: give one with the option "
+        "--controlFolder.\n\n\n",
+        outcome.output);
+    EXPECT_EQ(outcome.output, runClock({"install", "--controlFolder="}).output);
     EXPECT_FALSE(std::filesystem::exists(script()));
+}
+
+class BadTimeoutTest : public ServiceHelpTest, public testing::WithParamInterface<char const*> {};
+
+TEST_P(BadTimeoutTest, IsNamedBeforeAnythingHappens) {
+    std::string const timeout = GetParam();
+
+    for (char const* const command : {"install", "run"}) {
+        Outcome const outcome = runClock(here({command, "--timeout=" + timeout}));
+
+        EXPECT_EQ(2, outcome.status);
+        EXPECT_EQ("\n\nFATAL ERROR: The option --timeout takes a number of seconds from 0 to 2147483, not '" +
+                      timeout + "'.\n\n\n",
+                  outcome.output);
+        EXPECT_FALSE(std::filesystem::exists(m_controlFolder));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, BadTimeoutTest,
+                         testing::Values("soon", "-1", "1.5", "5s", " 5", "2147484", "99999999999999999999"));
+
+TEST_F(ServiceHelpTest, TimeoutsOfNothingAndOfDaysAreGood) {
+    for (char const* const timeout : {"0", "2147483"})
+        EXPECT_EQ(0, runClock(here({"nothing", std::string("--timeout=") + timeout})).status);
 }
 
 TEST_F(ServiceHelpTest, OwnCommandSucceedsSilently) {

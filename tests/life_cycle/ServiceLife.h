@@ -1,39 +1,24 @@
 #pragma once
 
-#include "support/CapturedLog.h"
-#include "support/InitLayout.h"
-#include "support/PrivateRoot.h"
-#include "support/Program.h"
-#include "support/TemporaryFolder.h"
-#include "support/await.h"
-#include "support/fileInfo.h"
-
-#include <gtest/gtest.h>
+#include "ProgramLife.h"
 
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <vector>
 
 namespace test {
 
-using Words = std::vector<std::string>;
-
-/// The base of tests that use the service "clock" (service.cpp) as an administrator does. Each begins with an
-/// empty init layout and an empty log. A service that it leaves behind is ended by force.
+/// The base of tests that use the service "clock" (service.cpp) as an administrator does. A service
+/// that it leaves behind is ended by force.
 template <class Base>
-class ServiceFixture : public InitLayoutFixture<Base> {
+class ServiceFixture : public ProgramLifeFixture<Base> {
 protected:
-    ServiceFixture() { setMode(m_folder.name(), 0755); }
+    ServiceFixture() : ProgramLifeFixture<Base>("clock") {}
 
     void TearDown() override {
         if (isInPrivateRoot())
-            run({DMN_SERVICE, "--controlFolder=" + m_controlFolder, "--kill", "--timeout=0", "stop"});
+            run({DMN_SERVICE, "--controlFolder=" + this->m_controlFolder, "--kill", "--timeout=0", "stop"});
     }
-
-    static std::string script() { return "/etc/init.d/clock"; }
-
-    std::string pidFile() const { return m_controlFolder + "/clock.pid"; }
 
     Words clock(Words const& words) const {
         Words command{DMN_SERVICE};
@@ -46,7 +31,7 @@ protected:
     }
 
     Words here(Words words) const {
-        words.push_back("--controlFolder=" + m_controlFolder);
+        words.push_back("--controlFolder=" + this->m_controlFolder);
         return words;
     }
 
@@ -69,24 +54,8 @@ protected:
 
     int status() const { return runClock({"status"}).status; }
 
-    /// The process that the PID file names, or 0.
-    pid_t servicePID() const {
-        pid_t pid = 0;
-        std::ifstream(pidFile()) >> pid;
-        return pid;
-    }
-
     bool awaitUp() const {
-        return await([this] { return servicePID() != 0; });
-    }
-
-    /// Whether the log holds an entry with this text in it.
-    bool hasLogged(std::string const& text) const {
-        for (std::string const& entry : m_log.entries()) {
-            if (entry.find(text) != std::string::npos)
-                return true;
-        }
-        return false;
+        return await([this] { return this->daemonPID() != 0; });
     }
 
     /// Whether the process has ended, whoever may still have to reap it.
@@ -98,10 +67,6 @@ protected:
     }
 
     static std::string process(pid_t pid) { return "(process " + std::to_string(pid) + ")"; }
-
-    TemporaryFolder m_folder;
-    CapturedLog m_log;
-    std::string m_controlFolder = m_folder.name("control");
 };
 
 } // namespace test

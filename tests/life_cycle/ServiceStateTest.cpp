@@ -47,9 +47,11 @@ protected:
             {"dead", &ServiceStateTest::becomeDead},
             {"deaf", &ServiceStateTest::becomeDeaf},
             {"script damaged", &ServiceStateTest::damageScript},
+            {"script not executable", &ServiceStateTest::closeScript},
             {"account gone", &ServiceStateTest::loseAccount},
             {"folder gone", &ServiceStateTest::loseFolder},
             {"disk full", &ServiceStateTest::fillDisk},
+            {"shell broken", &ServiceStateTest::breakShell},
         };
         (this->*ways.at(state))();
     }
@@ -74,7 +76,7 @@ private:
 
     void becomeDead() {
         bringUp();
-        kill(servicePID(), SIGKILL);
+        kill(daemonPID(), SIGKILL);
         ASSERT_TRUE(test::await([this] { return status() == 1; }));
     }
 
@@ -83,6 +85,11 @@ private:
     void damageScript() {
         bringUp();
         test::writeFile(script(), "#!/bin/sh\nfi\n");
+    }
+
+    void closeScript() {
+        install();
+        test::setMode(script(), 0644);
     }
 
     void loseAccount() {
@@ -103,7 +110,14 @@ private:
         m_full = std::make_unique<test::FullFolder>(m_controlFolder);
     }
 
+    // The folder, which each start makes again, is gone as well.
+    void breakShell() {
+        loseFolder();
+        m_shell = std::make_unique<test::BrokenShell>();
+    }
+
     std::unique_ptr<test::FullFolder> m_full;
+    std::unique_ptr<test::BrokenShell> m_shell;
 };
 
 TEST_P(ServiceStateTest, CommandTellsTheTruth) {
@@ -142,7 +156,8 @@ constexpr Case kCases[] = {
     {"stopped", "uninstall", 0, "clock is uninstalled.\n"},
     {"starting", "status", 0, "clock is running (process "},
     {"starting", "start --timeout=1", 0, "clock runs already (process "},
-    {"starting", "stop --timeout=1", 2, "has not ended"},
+    {"starting", "stop --timeout=1", 2,
+     " has not ended after 1 second and goes on.\n  Remedy: " DMN_SERVICE " stop --kill\n"},
     {"starting", "stop --timeout=1 --kill", 0, "clock did not stop and was ended by force (process "},
     {"starting", "restart --timeout=1", 2, "has not ended"},
     {"starting", "uninstall --timeout=1", 2, "has not ended"},
@@ -177,6 +192,11 @@ constexpr Case kCases[] = {
     {"script damaged", "install --controlFolder", 0, "clock is installed.\n"},
     {"script damaged", "uninstall", 2, "/etc/init.d/clock"},
     {"script damaged", "uninstall --controlFolder", 0, "clock is uninstalled.\n"},
+    {"script not executable", "start", 2, "may not be run.\n  Remedy: chmod a+x /etc/init.d/clock\n"},
+    {"script not executable", "stop", 2, "may not be run.\n  Remedy: chmod a+x /etc/init.d/clock\n"},
+    {"script not executable", "restart", 2, "may not be run.\n  Remedy: chmod a+x /etc/init.d/clock\n"},
+    {"script not executable", "uninstall", 2, "may not be run.\n  Remedy: chmod a+x /etc/init.d/clock\n"},
+    {"script not executable", "check", 1, "may not be run.\n  Remedy: chmod a+x /etc/init.d/clock\n"},
     {"account gone", "status", 3, "clock does not run.\n"},
     {"account gone", "start", 2, "nobody-knows"},
     {"account gone", "stop", 0, "clock does not run.\n"},
@@ -190,6 +210,16 @@ constexpr Case kCases[] = {
     {"disk full", "start", 2, "/clock.pid': No space left on device"},
     {"disk full", "stop", 0, "clock does not run.\n"},
     {"disk full", "daemon --controlFolder", 2, "No space left on device"},
+    // The script's text says what it would print. What the plain front end does too runs the script, and so
+    // does the check, because that is what it looks for.
+    {"shell broken", "status --verbose", 3, "Control folder: "},
+    {"shell broken", "status --verbose", 3, "Program: "},
+    {"shell broken", "start", 0, "\nclock is running (process "},
+    {"shell broken", "restart", 0, "\nclock is running (process "},
+    {"shell broken", "stop", 0, "clock does not run.\n"},
+    {"shell broken", "start --no-wait", 2, "has printed nothing for the setting"},
+    {"shell broken", "uninstall", 2, "has printed nothing for the setting"},
+    {"shell broken", "check", 1, "has printed nothing for the setting"},
 };
 
 INSTANTIATE_TEST_SUITE_P(States, ServiceStateTest, testing::ValuesIn(kCases));
@@ -199,7 +229,7 @@ class OtherUsersServiceTest : public test::ServiceFixture<test::AccountsTest>,
 
 TEST_P(OtherUsersServiceTest, CommandFailsForWantOfRootPrivileges) {
     bringUp();
-    pid_t const process = servicePID();
+    pid_t const process = daemonPID();
 
     Outcome const outcome = test::run(test::asUser("dmnuser", clock(here({GetParam()}))));
 
@@ -207,7 +237,7 @@ TEST_P(OtherUsersServiceTest, CommandFailsForWantOfRootPrivileges) {
     EXPECT_EQ(
         "\n\nFATAL ERROR: The process does not have the necessary root privileges for this operation.\n\n\n",
         outcome.output);
-    EXPECT_EQ(process, servicePID());
+    EXPECT_EQ(process, daemonPID());
     EXPECT_EQ(0, status());
 }
 
@@ -220,7 +250,21 @@ TEST_F(OtherUsersServiceTest, StatusIsTold) {
     Outcome const outcome = test::run(test::asUser("dmnuser", clock({"status", "--verbose"})));
 
     EXPECT_EQ(0, outcome.status);
-    EXPECT_THAT(outcome.output, HasSubstr("clock is running " + process(servicePID()) + ".\n"));
+    EXPECT_THAT(outcome.output, HasSubstr("clock is running " + process(daemonPID()) + ".\n"));
+}
+
+TEST_F(OtherUsersServiceTest, CheckLooksWithTheirRights) {
+    m_controlFolder = "/var/log/clock-data";
+    install();
+    Words const check = test::asUser("dmnuser", clock({"check"}));
+
+    EXPECT_EQ("clock: nothing found.\n", test::run(check).output);
+
+    test::setMode(script(), 0744);
+    Outcome const outcome = test::run(check);
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ("The init script '/etc/init.d/clock' may not be run.\n  Remedy: chmod a+x /etc/init.d/clock\n",
+              outcome.output);
 }
 
 class FailingServiceTest : public test::ServiceFixture<test::PrivateRootTest> {};
@@ -250,6 +294,7 @@ TEST_P(FailingStartTest, SaysWhy) {
     EXPECT_EQ(2, outcome.status);
     EXPECT_THAT(outcome.output, HasSubstr("FATAL ERROR: The daemon 'clock' has not come up"));
     EXPECT_THAT(outcome.output, HasSubstr(failure.text));
+    EXPECT_EQ(outcome.output.find(failure.text), outcome.output.rfind(failure.text)); // once
     EXPECT_THAT(outcome.output, HasSubstr(m_log.path()));
     EXPECT_TRUE(test::await([&] { return hasLogged(failure.entry); }));
     EXPECT_NE(0, status());
@@ -293,7 +338,9 @@ TEST_F(FailingServiceTest, StartOfAServiceThatHangsNamesItsProcessAndItsLastWord
 
     EXPECT_EQ(2, outcome.status);
     EXPECT_THAT(outcome.output, HasSubstr("Initializing: 1 step done"));
-    EXPECT_THAT(outcome.output, HasSubstr("process " + std::to_string(servicePID())));
+    EXPECT_THAT(outcome.output, HasSubstr("process " + std::to_string(daemonPID())));
+    EXPECT_THAT(outcome.output, HasSubstr("\n  Remedy: " DMN_SERVICE " stop --kill\n"));
+    EXPECT_EQ(0, runClock({"stop", "--kill", "--timeout=0"}).status);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "ServiceLife.h"
 
+#include "support/Obstacles.h"
 #include "support/SilentFileSystem.h"
 #include "support/cases.h"
 #include "support/processInfo.h"
@@ -26,7 +27,7 @@ protected:
     /// Runs the service in the foreground and waits until it is up.
     std::unique_ptr<Program> runInForeground(Words const& words = {"run"}) const {
         auto program = std::make_unique<Program>(clock(here(words)));
-        EXPECT_TRUE(test::await([&] { return servicePID() == program->pid(); }));
+        EXPECT_TRUE(test::await([&] { return daemonPID() == program->pid(); }));
         return program;
     }
 
@@ -71,7 +72,7 @@ TEST_F(ServiceTest, InstallMakesTheFolderForTheAccount) {
     EXPECT_EQ("61001:61001", owner(m_controlFolder));
     EXPECT_EQ(0755U, test::modeOf(m_controlFolder));
     start();
-    EXPECT_EQ("61001 61001 61001 61001", test::statusOf(servicePID(), "Uid"));
+    EXPECT_EQ("61001 61001 61001 61001", test::statusOf(daemonPID(), "Uid"));
 }
 
 // Nothing in it can be known; what is launched there fails by itself.
@@ -86,6 +87,33 @@ TEST_F(ServiceTest, StartDoesNotWaitForAControlFolderThatNeverAnswers) {
     silent.reset();
 
     EXPECT_EQ(2, starting.wait().status);
+}
+
+class SilentFolderTest : public ServiceTest, public testing::WithParamInterface<char const*> {};
+
+TEST_P(SilentFolderTest, IsNamedAndNobodyWaitsForIt) {
+    if (!test::canMountFuse())
+        DMN_SKIP_TEST("needs file systems of users");
+    install({"--runas=dmnuser"});
+    auto silent = std::make_unique<test::SilentFileSystem>(m_controlFolder, test::kUser);
+
+    Program command(clock(here({GetParam()})));
+    EXPECT_TRUE(test::await([&] { return hasEnded(command.pid()); }));
+    silent.reset();
+
+    Outcome const outcome = command.wait();
+    EXPECT_NE(0, outcome.status);
+    EXPECT_THAT(outcome.output,
+                HasSubstr("'" + m_controlFolder + "' is on a file system that does not answer.\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, SilentFolderTest, testing::Values("status", "check", "install"));
+
+// The socket is gone by then, and a program that the service starts would take it for its own.
+TEST_F(ServiceTest, ServiceKeepsTheSocketOfItsStartToItself) {
+    bringUp({{"CLOCK_RUN", "show-supervisor"}});
+
+    EXPECT_TRUE(hasLogged("The environment has no supervisor."));
 }
 
 // Whoever owns the account chooses the name, which a terminal must not obey.
@@ -173,13 +201,16 @@ TEST_F(ServiceTest, InstallRefusesAFolderThatTheAccountCannotWriteTo) {
     Outcome const outcome = runClock(here({"install", "--runas=dmnuser"}));
 
     EXPECT_EQ(2, outcome.status);
-    EXPECT_THAT(outcome.output, AllOf(HasSubstr(m_controlFolder), HasSubstr("dmnuser")));
+    EXPECT_EQ("\n\nFATAL ERROR: clock was not installed.\nThe account 'dmnuser' may not write to the control "
+              "folder '" +
+                  m_controlFolder + "'.\n  Remedy: chown dmnuser " + m_controlFolder + "\n\n\n",
+              outcome.output);
     EXPECT_FALSE(std::filesystem::exists(script()));
 }
 
 TEST_F(ServiceTest, InstallWithAnotherFolderStopsTheDaemonThatRunsFirst) {
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
     std::string const old = m_controlFolder;
     m_controlFolder = m_folder.name("new");
 
@@ -191,20 +222,41 @@ TEST_F(ServiceTest, InstallWithAnotherFolderStopsTheDaemonThatRunsFirst) {
     EXPECT_TRUE(hasEnded(before));
 }
 
+TEST_F(ServiceTest, InstallWithAnotherFolderThatFailsLeavesTheDaemonRunning) {
+    std::string const home = m_folder.name("home"); // a link of the account may lead anywhere
+    std::filesystem::create_directory(home);
+    test::setOwner(home, test::kUser, test::kUser);
+    std::filesystem::create_symlink("/etc", home + "/run");
+    bringUp();
+    pid_t const before = daemonPID();
+
+    Outcome const outcome =
+        runClock({"install", "--runas=dmnuser", "--controlFolder=" + home + "/run/clock"});
+    {
+        test::ReadOnlyFolder const etc("/etc");
+        EXPECT_EQ(2, runClock({"install", "--controlFolder=" + m_folder.name("new")}).status);
+    }
+
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_THAT(outcome.output, HasSubstr("cannot make the control folder"));
+    EXPECT_FALSE(hasEnded(before));
+    EXPECT_EQ(0, status());
+}
+
 TEST_F(ServiceTest, InstallWithTheSameFolderLeavesTheDaemonRunningAndNamesTheRestart) {
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
 
     Outcome const outcome = runClock(here({"install"}));
 
     EXPECT_THAT(outcome.output, HasSubstr("Next:\n  " DMN_SERVICE " restart\n"));
-    EXPECT_EQ(before, servicePID());
+    EXPECT_EQ(before, daemonPID());
     EXPECT_FALSE(hasEnded(before));
 }
 
 TEST_F(ServiceTest, InstallWithAnotherNameOfTheSameFolderLeavesTheDaemonRunning) {
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
     std::filesystem::create_directory_symlink(m_controlFolder, m_folder.name("link"));
 
     EXPECT_EQ(0, runClock({"install", "--controlFolder=" + m_folder.name("link")}).status);
@@ -245,7 +297,7 @@ TEST_F(ServiceTest, ScriptStartsItAndIsDoneWhenItIsReady) {
     Outcome const outcome = test::run({script(), "start"}, test::Environment{{"LC_ALL", ""}, {"LANG", ""}});
 
     EXPECT_EQ(0, outcome.status);
-    EXPECT_THAT(outcome.output, HasSubstr("\nclock is running " + process(servicePID()) + ".\n"));
+    EXPECT_THAT(outcome.output, HasSubstr("\nclock is running " + process(daemonPID()) + ".\n"));
 }
 
 TEST_F(ServiceTest, ManyStartsAtOnceLaunchOne) {
@@ -259,7 +311,7 @@ TEST_F(ServiceTest, ManyStartsAtOnceLaunchOne) {
     for (auto const& program : starts) {
         Outcome const outcome = program->wait();
         EXPECT_EQ(0, outcome.status) << outcome.output;
-        EXPECT_THAT(outcome.output, HasSubstr(process(servicePID())));
+        EXPECT_THAT(outcome.output, HasSubstr(process(daemonPID())));
         running += outcome.output.find("clock is running ") == std::string::npos ? 0 : 1;
     }
 
@@ -268,7 +320,7 @@ TEST_F(ServiceTest, ManyStartsAtOnceLaunchOne) {
 
 TEST_F(ServiceTest, StopReturnsWhenTheProcessIsGone) {
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
 
     EXPECT_EQ(0, runClock({"stop"}).status);
 
@@ -278,11 +330,11 @@ TEST_F(ServiceTest, StopReturnsWhenTheProcessIsGone) {
 
 TEST_F(ServiceTest, RestartReplacesTheProcess) {
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
 
     EXPECT_EQ(0, runClock({"restart"}).status);
 
-    EXPECT_NE(before, servicePID());
+    EXPECT_NE(before, daemonPID());
     EXPECT_TRUE(hasEnded(before));
     EXPECT_EQ(0, status());
 }
@@ -292,7 +344,7 @@ TEST_F(ServiceTest, RestartOfAServiceThatIsNotInstalledLeavesItRunning) {
 
     EXPECT_EQ(2, runClock(here({"restart"})).status);
 
-    EXPECT_EQ(service->pid(), servicePID());
+    EXPECT_EQ(service->pid(), daemonPID());
 }
 
 TEST_F(ServiceTest, StartMakesAMissingFolderForTheAccount) {
@@ -320,6 +372,17 @@ TEST_F(ServiceTest, UninstallOfADeafServiceKeepsItInstalled) {
     EXPECT_TRUE(std::filesystem::exists(script()));
 }
 
+TEST_F(ServiceTest, RemedyForADeafServiceNamesItAsTheUserDid) {
+    ASSERT_EQ(0, runClock(here({"install", "--id=my.clock"})).status);
+    ASSERT_EQ(0, runClock({"start", "--id=my.clock"}, {{"CLOCK_IGNORES_STOP", "1"}}).status);
+    std::string const remedy = DMN_SERVICE " stop --kill --id=my.clock --controlFolder=" + m_controlFolder;
+
+    EXPECT_THAT(runClock(here({"stop", "--id=my.clock", "--timeout=0"})).output,
+                HasSubstr("\n  Remedy: " + remedy + "\n"));
+
+    EXPECT_EQ(0, test::run({"sh", "-c", remedy + " --timeout=0"}).status);
+}
+
 // check
 
 TEST_F(ServiceTest, CheckFindsNothingWhenAllIsWell) {
@@ -330,6 +393,16 @@ TEST_F(ServiceTest, CheckFindsNothingWhenAllIsWell) {
 
     EXPECT_EQ(0, outcome.status) << outcome.output;
     EXPECT_EQ("clock: nothing found.\n", outcome.output);
+}
+
+TEST_F(ServiceTest, CheckAcceptsAMissingFolderThatStartMakes) {
+    m_controlFolder = "/var/log/clock-data";
+    install();
+    std::filesystem::remove(m_controlFolder);
+
+    EXPECT_EQ("clock: nothing found.\n", runClock({"check"}).output);
+
+    start();
 }
 
 // Looking
@@ -345,6 +418,14 @@ TEST_P(LookingCommandTest, MakesNoFolder) {
 INSTANTIATE_TEST_SUITE_P(Commands, LookingCommandTest,
                          testing::Values("status", "check", "stop", "start", "restart", "uninstall",
                                          "nothing", "unknown"));
+
+TEST_F(ServiceTest, LogTellsTheRealExitStatus) {
+    EXPECT_EQ(1, runClock({"check"}).status);
+    EXPECT_TRUE(hasLogged("Finished command. Returning exit code 1."));
+
+    EXPECT_EQ(4, runClock({"status"}).status);
+    EXPECT_TRUE(hasLogged("Finished command. Returning exit code 4."));
+}
 
 TEST_F(ServiceTest, StatusTellsProcessAndSettings) {
     bringUp();
@@ -483,12 +564,12 @@ TEST_F(ServiceTest, FailureOfADaemonWithThePlainFrontEndIsToldAsWell) {
 
 TEST_F(ServiceTest, RestartIntoAPipeWithoutAReaderStartsTheServiceAgain) {
     bringUp();
-    pid_t const before = servicePID();
+    pid_t const before = daemonPID();
 
     test::run({"bash", "-c", "exec {pipe}> >(:); wait $!; exec >&$pipe; exec " DMN_SERVICE " restart"});
 
     EXPECT_EQ(0, status());
-    EXPECT_NE(before, servicePID());
+    EXPECT_NE(before, daemonPID());
 }
 
 } // namespace

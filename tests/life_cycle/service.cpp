@@ -1,6 +1,8 @@
 // A service, "clock", that does in init() and in run() what the environment tells it to:
 //
-//   CLOCK_INIT, CLOCK_RUN   "throw", "throw-number", "segfault", "abort", "exit", "hang", or "return"
+//   CLOCK_INIT, CLOCK_RUN   "throw", "throw-number", "segfault", "abort", "exit", "hang", "show-supervisor",
+//   or
+//                           "return"
 //   CLOCK_IGNORES_STOP      set: it goes on until it is killed
 //   CLOCK_EARLY_SIGNAL      set: it sends itself SIGTERM before its command line is read
 //
@@ -45,6 +47,8 @@ void perform(std::string const& action) {
         std::exit(kExitStatus);
     if (action == "hang")
         hang();
+    if (action == "show-supervisor" && environment("NOTIFY_SOCKET").empty())
+        fdn::logInfo("The environment has no supervisor.");
 }
 
 /// Counts its calls.

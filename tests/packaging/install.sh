@@ -147,6 +147,15 @@ check_BuildTestingOfAnotherProjectBuildsTheTestsOfThatAlone() {
     expect_no_tests -S "$here/consumer" -D WAY=subdirectory -D DMN_SOURCE="$source" -D BUILD_TESTING=ON
 }
 
+check_ToolsAreInstalledWithTheirPageAndTheirCompletion() {
+    install_library "$DMN_SHARED"
+
+    expect_success env LD_LIBRARY_PATH="$libraries" "$prefix/bin/dmnctl" --version
+    for file in man/man8/dmnctl.8 bash-completion/completions/dmnctl zsh/site-functions/_dmnctl; do
+        [ -s "$prefix/share/$file" ] || fail "there is no $file"
+    done
+}
+
 # without_packages_of_tools ARGUMENT...: configures where there are none of the packages that only dmnctl needs.
 without_packages_of_tools() {
     local options

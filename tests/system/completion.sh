@@ -96,6 +96,25 @@ complete_values() {
     expect_completed "heartbeat --message=$TMPDIR/scr" "heartbeat --message=$TMPDIR/screen"
 }
 
+complete_dmnctl() {
+    local id library
+    library=$(find /usr/local/lib -name libdmn.so.1)
+    export LD_LIBRARY_PATH=${library%/*} # the loader's list is the machine's
+    for id in backupd indexd; do
+        expect_success /usr/local/sbin/heartbeat --id=$id --controlFolder="$TMPDIR/$id" install
+    done
+
+    expect_offered 'dmnctl st' 'dmnctl start status stop'
+    expect_offered 'dmnctl start ' 'dmnctl start backupd indexd'
+    expect_completed 'dmnctl stop --kill backupd in' 'dmnctl stop --kill backupd indexd'
+    expect_completed 'dmnctl boot ba' 'dmnctl boot backupd'
+    expect_completed 'dmnctl boot backupd of' 'dmnctl boot backupd off'
+    expect_completed 'dmnctl unit in' 'dmnctl unit indexd'
+    expect_completed 'dmnctl restart --ti' 'dmnctl restart --timeout='
+    expect_completed 'dmnctl log --fo' 'dmnctl log --follow'
+    expect_completed 'dmnctl --vers' 'dmnctl --version'
+}
+
 expect_program_not_run() {
     expect_absent "$TMPDIR/ran"
 }
@@ -134,6 +153,16 @@ check_ZshCompletesValues() {
     use_zsh
     complete_values
     expect_program_not_run
+}
+
+check_BashCompletesDmnctl() {
+    use_bash
+    complete_dmnctl
+}
+
+check_ZshCompletesDmnctl() {
+    use_zsh
+    complete_dmnctl
 }
 
 # What the guide shows is what the checks above have tried.

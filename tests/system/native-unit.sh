@@ -294,4 +294,57 @@ check_UnitPassesSystemdsOwnVerification() {
     expect_equal '' "$output"
 }
 
+check_ParametersReachTheDaemonAsTheyAre() {
+    local parameter=$'--message=two  words $HOME ${HOME} $$ %n %% \\x41 "q" \'q\' `id` ; \t\xc3\xbc\\'
+    boot_with_heartbeat "$parameter"
+
+    expect_equal "$parameter" "$(inside tail -z -n 1 "/proc/$(daemon_pid)/cmdline" | tr -d '\0')"
+    expect_success inside systemd-analyze --man=no verify /etc/systemd/system/heartbeat.service
+    expect_equal '' "$output"
+}
+
+check_StartByHandSaysThatTheDaemonRunsAlready() {
+    boot_with_heartbeat
+    local pid
+    pid=$(daemon_pid)
+
+    for command in "heartbeat start" "$script start" "dmnctl start heartbeat"; do
+        # shellcheck disable=SC2086 # These are several words.
+        expect_success inside $command
+        expect_in_output "runs already|is running already"
+    done
+
+    expect_equal "$pid" "$(daemon_pid)"
+    expect_state active running
+}
+
+check_DaemonThatRunsOutsideItsUnitIsLeftAloneAndBootOnSaysHowToMoveIt() {
+    make_machine_with_systemd
+    boot
+    expect_success inside heartbeat --controlFolder="$folder" --interval=3600 install
+    expect_success inside heartbeat start
+    local pid
+    pid=$(daemon_pid)
+
+    expect_success inside dmnctl boot heartbeat on
+
+    expect_in_output "^heartbeat runs outside its unit \(process $pid\)\."
+    expect_equal "$pid" "$(daemon_pid)"
+    expect_success inside sh -c "$(sed -n 's/.* or, now, by: //p' <<<"$output")"
+    expect_in_unit "$(daemon_pid)"
+}
+
+check_UnitThatIsWrittenWhileTheMachineIsOffStartsTheDaemonAtBoot() {
+    make_machine_with_systemd
+    ln -sf /lib/systemd/systemd "$root/sbin/init"
+    rm "$root/etc/inittab"
+    expect_success in_root heartbeat-by-hand --controlFolder=$folder install
+
+    expect_success in_root dmnctl boot heartbeat on
+
+    boot
+    expect_running
+    expect_in_unit "$(daemon_pid)"
+}
+
 run_check "$@"

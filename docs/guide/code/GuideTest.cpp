@@ -222,6 +222,15 @@ TEST_F(GuideTest, OperationsControlAPlainDaemon) {
     EXPECT_EQ(4, test::run({DMN_GUIDE_OPERATIONS, "status", "ticker"}).status);
 }
 
+TEST_F(GuideTest, OperationsListTheInstalledDaemons) {
+    expectSuccess(withFolder(DMN_GUIDE_PLAIN, {"install"}));
+
+    EXPECT_EQ("ticker is " DMN_GUIDE_PLAIN "\n", test::run({DMN_GUIDE_OPERATIONS, "list"}).output);
+
+    expectSuccess({DMN_GUIDE_PLAIN, "uninstall"});
+    EXPECT_EQ("", test::run({DMN_GUIDE_OPERATIONS, "list"}).output);
+}
+
 TEST_F(GuideTest, OperationsFindWhatIsWrongAndWhereTheLogIs) {
     expectSuccess({DMN_GUIDE_PLAIN, "--controlFolder=/etc/ticker", "install"});
     EXPECT_EQ(0, test::run({DMN_GUIDE_OPERATIONS, "check", "ticker"}).status);

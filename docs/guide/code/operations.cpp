@@ -7,6 +7,13 @@ void print(fdn::String const& text) {
     std::puts(text.toUTF8().c_str());
 }
 
+void showAll() {
+    for (fdn::String const& id : dmn::findInstalledDaemons()) {
+        dmn::DaemonSettings const settings = dmn::readDaemonSettings(id);
+        print(id + " is " + settings.executable.getText());
+    }
+}
+
 int showStatus(fdn::String const& id) {
     dmn::DaemonStatus const status = dmn::getDaemonStatus(id, fdn::Path());
     switch (status.state) {
@@ -67,10 +74,15 @@ int perform(std::string const& command, fdn::String const& id) {
     return 0;
 }
 
-// Usage: operations status|check|log|start|stop|restart ID
+// Usage: operations list
+//        operations status|check|log|start|stop|restart ID
 int main(int argc, char** argv) {
     try {
         fdn::CFdnInit const foundation(true);
+        if (argc == 2 && std::string(argv[1]) == "list") {
+            showAll();
+            return 0;
+        }
         if (argc != 3)
             throw fdn::CError("A command and an ID are needed.");
         return perform(argv[1], fdn::String::fromBytes(argv[2]));

@@ -1,0 +1,87 @@
+#include "ToolTest.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+namespace test {
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class Check : public ToolTest {
+protected:
+    Check() { m_controlFolder = "/var/log/clock-data"; } // for a folder that only root may change
+};
+
+class CheckForUsers : public ToolAccountsTest {};
+
+} // namespace
+
+TEST_F(Check, FindsNothingWhenAllIsWell) {
+    install();
+
+    Outcome const outcome = tool({"check", "clock"});
+
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_EQ("clock: nothing found.\n", outcome.output);
+}
+
+TEST_F(Check, SaysOfWhichDaemonWhatIsFoundAndWhatMendsIt) {
+    installBoth();
+
+    Outcome const outcome = tool({"check"});
+
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.output,
+                StartsWith("clock: nothing found.\n"
+                           "testd: The daemon does not start at boot: it has no start links.\n"
+                           "  Remedy: ln -s "));
+}
+
+TEST_F(Check, FailsForAnUnknownDaemonAndChecksTheOthers) {
+    install();
+
+    Outcome const outcome = tool({"check", "nobody", "clock"});
+
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_EQ("clock: nothing found.\n", outcome.output);
+}
+
+TEST_F(Check, AnswersWithJson) {
+    install();
+    std::filesystem::remove_all(m_controlFolder);
+
+    EXPECT_EQ("[\n"
+              "  {\n"
+              "    \"id\": \"clock\",\n"
+              "    \"findings\": [\n"
+              "      {\n"
+              "        \"problem\": \"The control folder '/var/log/clock-data' is missing.\",\n"
+              "        \"remedy\": \"mkdir -p /var/log/clock-data\"\n"
+              "      }\n"
+              "    ]\n"
+              "  }\n"
+              "]\n",
+              tool({"check", "--json"}).output);
+}
+
+TEST_F(Check, AnswersWithAnEmptyArrayWhereNoDaemonIsInstalled) {
+    Outcome const outcome = tool({"check", "--json"});
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_EQ("[]\n", outcome.output);
+}
+
+TEST_F(CheckForUsers, SaysThatRootSeesMore) {
+    m_controlFolder = "/var/log/clock-data";
+    install();
+
+    Outcome const outcome = test::run(asUser("dmnuser", command({"check", "clock"})));
+
+    EXPECT_EQ(0, outcome.status) << outcome.output;
+    EXPECT_EQ("clock: nothing found. Root can look at more.\n", outcome.output);
+}
+
+} // namespace test
