@@ -85,7 +85,7 @@ reboot() {
 
 show_what_happened() {
     tail -n 20 "${log:-}" 2>/dev/null || true
-    inside journalctl --quiet --no-pager --lines=40
+    [ -z "${init:-}" ] || inside journalctl --quiet --no-pager --lines=40
 }
 
 # The daemon has ended in good order once, and runs again.
