@@ -22,7 +22,7 @@ class Effort:
     """How much is measured."""
 
     rounds: int  # of all commands
-    rounds_of_many: int  # of the commands for many daemons
+    rounds_of_many: int  # of the commands of dmnctl
     idle_seconds: float
     repetitions: int  # of each operation of the foundation
     seconds_of_repetition: float
@@ -97,7 +97,7 @@ def main():
     provide_init()
     comparisons, curves = measure_all(arguments.programs, effort)
     os.makedirs(arguments.report, exist_ok=True)
-    report.write_all(arguments.report, comparisons, curves, effort.rounds)
+    report.write_all(arguments.report, comparisons, curves, effort)
     balance.check_complete(comparisons)
     plots.plot_all(arguments.report, comparisons)
     for series, curve in curves.items():

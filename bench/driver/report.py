@@ -8,10 +8,10 @@ from machine import describe_machine
 HEADER = ("", "dmn", "beside", "", "ratio", "quartiles", "target", "kept")
 
 
-def write_all(folder, comparisons, curves, rounds):
+def write_all(folder, comparisons, curves, effort):
     write(folder, "results.txt", make_text(comparisons))
     write(folder, "results.json", make_json(comparisons, curves))
-    write(folder, "results.md", make_page(comparisons, rounds))
+    write(folder, "results.md", make_page(comparisons, effort))
 
 
 def write(folder, name, content):
@@ -51,12 +51,12 @@ def make_json(comparisons, curves):
                        "growth": growing}, indent=1, ensure_ascii=False) + "\n"
 
 
-def make_page(comparisons, rounds):
+def make_page(comparisons, effort):
     lines = ["# Results", "",
              "`scripts/bench` writes this page; do not edit it. [Performance](../performance.md) says what "
              "is measured, and how.", ""]
     lines += [f"- {name}: {value}" for name, value in describe_machine().items()]
-    lines += [f"- Rounds: {rounds} of all commands", ""]
+    lines += [f"- Rounds: {effort.rounds} of all commands, {effort.rounds_of_many} of those of dmnctl", ""]
     for section, its_comparisons in make_sections(comparisons).items():
         lines += [f"## {section}", "", make_line(HEADER), "|" + "---|" * len(HEADER)]
         lines += [make_line(make_cells(comparison)) for comparison in its_comparisons] + [""]

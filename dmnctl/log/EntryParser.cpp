@@ -206,7 +206,7 @@ EntryParser::~EntryParser() = default;
 Entry EntryParser::parse(std::string_view line) {
     if (!line.empty() && line.back() == '\n')
         line.remove_suffix(1);
-    XML_Parser const parser = m_implementation->parser;
+    auto* const parser = m_implementation->parser;
     EntryBuilder builder(parser);
     m_implementation->reset(builder);
     bool const isEntry =

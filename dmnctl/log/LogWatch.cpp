@@ -40,7 +40,8 @@ int addWatch(int inotify, fdn::Path const& folder) {
 // What has happened does not matter: whoever waits looks at everything.
 void drain(int inotify) {
     alignas(inotify_event) char events[64 * 1024];
-    static_cast<void>(!read(inotify, events, sizeof events));
+    ssize_t const size = read(inotify, events, sizeof events);
+    static_cast<void>(size);
 }
 
 } // namespace
@@ -70,7 +71,8 @@ void LogWatch::watch(fdn::Path const& folder) {
 }
 
 // Where the folder is missing, the next one above it will tell when it is made. Returns which one is watched.
-fdn::Path LogWatch::watchNearest(fdn::Path folder) {
+fdn::Path LogWatch::watchNearest(fdn::Path const& wanted) {
+    fdn::Path folder = wanted;
     while (int const error = addWatch(m_inotify.get(), folder)) {
         bool const isMissing = error == ENOENT || error == ENOTDIR;
         if (!isMissing || isRoot(folder)) {

@@ -27,7 +27,7 @@ public:
 
 private:
     void watch(fdn::Path const& folder);
-    fdn::Path watchNearest(fdn::Path folder);
+    fdn::Path watchNearest(fdn::Path const& wanted);
     void refuse(int error);
 
     Descriptor m_inotify;

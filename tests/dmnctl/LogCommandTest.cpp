@@ -25,6 +25,7 @@
 
 #include <signal.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace {
@@ -300,6 +301,7 @@ TEST_F(LogCommandTest, EndsWhenNobodyReadsAnyMore) {
 TEST_F(LogCommandTest, GivesAStartThatFailsTheLastEntries) {
     install("alpha", "a");
     setenv("TZ", "UTC", 1);
+    tzset();
     EXPECT_EQ("", dmnctl::composeLastEntries("a", 2));
     append(log("alpha"), logLine(1, "one") + logLine(2, "two") + logLine(3, "three"));
 
