@@ -26,8 +26,9 @@ make_cgroup() {
     flock "$gate"
     remove_leftovers
     cgroup=$(mktemp -d "$cgroups/dmn-machine.XXXXXX") || give_up "needs to make control groups"
-    exec {lock}<"$cgroup" {gate}<&-
+    exec {lock}<"$cgroup"
     flock "$lock"
+    exec {gate}<&-
 }
 
 # Checks that were killed could not remove their cgroups.
