@@ -124,8 +124,8 @@ std::string composeProtection(dmn::DaemonSettings const& settings) {
 } // namespace
 
 std::string composeUnit(fdn::String const& id, dmn::DaemonSettings const& settings) {
-    // There is no KillMode=mixed, for which systemd must know the main process: it would kill at once a daemon
-    // that runs by its script when this unit takes the place of that.
+    // There is no KillMode=mixed, for which systemd must know the main process: it would kill at once a
+    // daemon that runs by its script when this unit takes the place of that.
     constexpr char kUnit[] =
         R"([Unit]
 Description={description}

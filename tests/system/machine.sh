@@ -13,6 +13,7 @@ machine=${TMPDIR:-}/machine
 root=$machine/root
 console=$machine/console.txt
 base_layer=init
+namespaces=(--pid --mount --uts --ipc --net)
 roots_environment=(HOME=/root PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin)
 
 # The program, which is also its ID. Checks of another one set all of this anew.
@@ -99,7 +100,7 @@ install_heartbeat() {
 # --- On and off
 
 boot() {
-    unshare --pid --fork --kill-child=KILL --mount --uts --ipc --net \
+    unshare --fork --kill-child=KILL "${namespaces[@]}" \
         "$here/boot-machine" "$root" "$machine/console" /sbin/init &
     unshare=$!
     await "the machine has a first process" find_init
@@ -155,8 +156,15 @@ crash() {
 
 # inside COMMAND...: runs a program in the machine while it is on.
 inside() {
-    nsenter --target "$init" --mount --uts --ipc --net --pid --root --wdns=/ \
-        env -i "${roots_environment[@]}" "$@"
+    (
+        open_session
+        exec nsenter --target "$init" "${namespaces[@]}" --root --wdns=/ env -i "${roots_environment[@]}" "$@"
+    )
+}
+
+# For an init that knows who belongs to its machine.
+open_session() {
+    :
 }
 
 # --- The daemon

@@ -185,20 +185,6 @@ check_DaemonThatTheScriptStartedIsTakenOverByARestart() {
     expect_in_unit "$(daemon_pid)"
 }
 
-check_DaemonThatWasStartedByHandIsTakenOverAsTheToolSays() {
-    make_machine_with_systemd
-    boot
-    expect_success inside heartbeat --controlFolder="$folder" --interval=3600 install
-    expect_success inside heartbeat start
-
-    expect_success inside dmnctl boot heartbeat on
-
-    expect_in_output "^heartbeat runs outside its unit \(process $(daemon_pid)\)\."
-    expect_success inside sh -c "$(sed -n 's/.* by: //p' <<<"$output")"
-    expect_runs_after_orderly_end
-    expect_in_unit "$(daemon_pid)"
-}
-
 check_DaemonIsBackAfterALossOfPower() {
     boot_with_heartbeat
     crash
@@ -298,7 +284,7 @@ check_ParametersReachTheDaemonAsTheyAre() {
     local parameter=$'--message=two  words $HOME ${HOME} $$ %n %% \\x41 "q" \'q\' `id` ; \t\xc3\xbc\\'
     boot_with_heartbeat "$parameter"
 
-    expect_equal "$parameter" "$(inside tail -z -n 1 "/proc/$(daemon_pid)/cmdline" | tr -d '\0')"
+    expect_equal "$parameter" "$(inside cat "/proc/$(daemon_pid)/cmdline" | tail -z -n 1 | tr -d '\0')"
     expect_success inside systemd-analyze --man=no verify /etc/systemd/system/heartbeat.service
     expect_equal '' "$output"
 }
@@ -331,6 +317,7 @@ check_DaemonThatRunsOutsideItsUnitIsLeftAloneAndBootOnSaysHowToMoveIt() {
     expect_in_output "^heartbeat runs outside its unit \(process $pid\)\."
     expect_equal "$pid" "$(daemon_pid)"
     expect_success inside sh -c "$(sed -n 's/.* or, now, by: //p' <<<"$output")"
+    expect_runs_after_orderly_end
     expect_in_unit "$(daemon_pid)"
 }
 

@@ -5,6 +5,7 @@
 
 generator=/lib/systemd/system-generators/systemd-sysv-generator
 cgroups=${TMPDIR:-}/cgroups
+namespaces+=(--cgroup)
 
 # --- The machine, off
 
@@ -25,8 +26,9 @@ make_cgroup() {
     flock "$gate"
     remove_leftovers
     cgroup=$(mktemp -d "$cgroups/dmn-machine.XXXXXX") || give_up "needs to make control groups"
-    exec {lock}<"$cgroup" {gate}<&-
+    exec {lock}<"$cgroup"
     flock "$lock"
+    exec {gate}<&-
 }
 
 # Checks that were killed could not remove their cgroups.
@@ -56,7 +58,7 @@ boot() {
     (
         exec {lock}<&-
         echo "$BASHPID" >"$cgroup/machine/cgroup.procs"
-        exec unshare --cgroup --pid --fork --kill-child=KILL --mount --uts --ipc --net \
+        exec unshare --fork --kill-child=KILL "${namespaces[@]}" \
             "$here/boot-systemd" "$root" "$machine/console"
     ) &
     unshare=$!
@@ -64,6 +66,13 @@ boot() {
     await "systemd listens" test -S "/proc/$init/root/run/systemd/private"
     # Ends with a status of its own, for a unit that failed.
     inside systemctl is-system-running --wait >/dev/null || true
+}
+
+# systemd signals nobody at power-off whose cgroup is not the machine's.
+open_session() {
+    exec {lock}<&-
+    mkdir -p "$cgroup/machine/session"
+    echo "$BASHPID" >"$cgroup/machine/session/cgroup.procs"
 }
 
 power_off() {
@@ -77,7 +86,7 @@ reboot() {
 
 show_what_happened() {
     tail -n 20 "${log:-}" 2>/dev/null || true
-    inside journalctl --quiet --no-pager --lines=40
+    [ -z "${init:-}" ] || inside journalctl --quiet --no-pager --lines=40
 }
 
 # The daemon has ended in good order once, and runs again.
