@@ -181,11 +181,8 @@ TEST_F(SurroundingsTest, MissingNullDeviceIsNamedByWhatNeedsIt) {
                           DMN_HEARTBEAT, word});
     };
     expectFailure(call("start"), "/dev/null");
-    Outcome const looking = call("status");
 
-    EXPECT_EQ(4, looking.status);
-    EXPECT_THAT(looking.output, HasSubstr("/dev/null"));
-    EXPECT_EQ(3, status());
+    EXPECT_EQ(3, call("status").status); // which starts no program
 }
 
 TEST_F(SurroundingsTest, EmptyEnvironmentIsEnough) {
