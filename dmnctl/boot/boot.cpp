@@ -3,6 +3,7 @@
 #include <dmnctl/boot/BootLock.h>
 #include <dmnctl/boot/dependencyOrder.h>
 #include <dmnctl/boot/systemd.h>
+#include <dmnctl/commandline/exitStatus.h>
 #include <dmnctl/selection/selection.h>
 #include <dmnctl/show/text.h>
 
@@ -24,7 +25,6 @@ namespace {
 
 using dmn::BootSequence;
 
-constexpr int kFailed = 2;
 constexpr int kStarts = 0;
 constexpr int kDoesNotStart = 3;
 
@@ -129,7 +129,7 @@ int turnOn(fdn::String const& id) {
     if (!dmn::startsAtBoot(id, sequence))
         throw fdn::CError("The machine does not start '" + id +
                           "' all the same. `dmnctl check` may tell why.");
-    return 0;
+    return kDone;
 }
 
 // What a daemon has left that was uninstalled since.
@@ -144,7 +144,7 @@ int turnOff(fdn::String const& id) {
     printState(id, sequence);
     if (dmn::startsAtBoot(id, sequence))
         throw fdn::CError("The machine starts '" + id + "' all the same.");
-    return 0;
+    return kDone;
 }
 
 } // namespace

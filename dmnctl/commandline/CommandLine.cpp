@@ -1,5 +1,7 @@
 #include <dmnctl/commandline/CommandLine.h>
 
+#include <dmnctl/commandline/exitStatus.h>
+
 #include <dmn/version.h>
 
 #include <CLI/CLI.hpp>
@@ -237,11 +239,11 @@ Request Parser::parse(int argc, char const* const* argv) {
 
 Answer Parser::answerTo(CLI::ParseError const& error) const {
     if (error.get_exit_code() != 0)
-        return Answer{describeProblem(error), 2};
+        return Answer{describeProblem(error), kFailed};
     std::ostringstream out;
     std::ostringstream problem;
     m_app.exit(error, out, problem);
-    return Answer{out.str(), 0};
+    return Answer{out.str(), kDone};
 }
 
 std::string Parser::describeProblem(CLI::ParseError const& error) const {

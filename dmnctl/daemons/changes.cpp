@@ -1,6 +1,7 @@
 #include <dmnctl/daemons/operations.h>
 
 #include <dmnctl/boot/boot.h>
+#include <dmnctl/commandline/exitStatus.h>
 #include <dmnctl/daemons/Notices.h>
 #include <dmnctl/daemons/statusText.h>
 #include <dmnctl/daemons/systemctl.h>
@@ -21,8 +22,6 @@ namespace dmnctl {
 
 namespace {
 
-constexpr int kDone = 0;
-constexpr int kFailed = 2;
 constexpr int kMilliseconds = 1000; // in a second
 constexpr std::size_t kLastEntries = 10;
 

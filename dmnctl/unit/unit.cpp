@@ -1,5 +1,6 @@
 #include <dmnctl/unit/unit.h>
 
+#include <dmnctl/commandline/exitStatus.h>
 #include <dmnctl/selection/selection.h>
 #include <dmnctl/show/text.h>
 #include <dmnctl/unit/UnitText.h>
@@ -166,10 +167,10 @@ WantedBy=multi-user.target
 
 int showUnit(UnitCommand const& command) {
     if (!selectDaemons({{command.id}}).isComplete)
-        return 2;
+        return kFailed;
     fdn::String const id = fromUTF8(command.id);
     print(composeUnit(id, dmn::readDaemonSettings(id)));
-    return 0;
+    return kDone;
 }
 
 } // namespace dmnctl
