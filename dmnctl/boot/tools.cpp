@@ -6,9 +6,8 @@
 #include <fdn/CIPCConnectionToSubProcess.h>
 #include <fdn/programs.h>
 
-#include <fmt/core.h>
-
 #include <cerrno>
+#include <cstdio>
 #include <sstream>
 
 #include <sys/wait.h>
@@ -17,7 +16,7 @@ namespace dmnctl {
 
 namespace {
 
-// The tools are where administrators' tools are, which not every caller looks for them.
+// Not every caller has the folders of administrators' tools in its PATH.
 constexpr char kRun[] = R"(PATH=$PATH:/usr/sbin:/usr/bin:/sbin:/bin; export PATH; exec "$@" 2>&1)";
 
 std::string readAll(fdn::CIPCConnectionToSubProcess& output) {
@@ -51,7 +50,7 @@ fdn::String join(fdn::TArray<fdn::String> const& words) {
 void passOn(std::string const& printed) {
     std::istringstream lines(printed);
     for (std::string line; std::getline(lines, line);)
-        fmt::print(stderr, "{}\n", toPrintable(line));
+        std::fputs((toPrintable(line) + "\n").c_str(), stderr);
 }
 
 } // namespace

@@ -2,11 +2,11 @@
 
 #include <dmnctl/boot/boot.h>
 #include <dmnctl/commandline/exitStatus.h>
-#include <dmnctl/daemons/Notices.h>
 #include <dmnctl/daemons/statusText.h>
 #include <dmnctl/daemons/systemctl.h>
 #include <dmnctl/log/showLog.h>
 #include <dmnctl/selection/selection.h>
+#include <dmnctl/show/Notices.h>
 #include <dmnctl/show/text.h>
 
 #include <dmn/CDaemonStarter.h>
