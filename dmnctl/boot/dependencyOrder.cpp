@@ -31,12 +31,7 @@ bool isHeadedByOthers(fdn::String const& id) {
 }
 
 std::string composeDescription(fdn::String const& id, dmn::DaemonSettings const& settings) {
-    fdn::String name = settings.displayName;
-    for (wxUniCharRef c : name) {
-        if (c < 32 || c == 127)
-            c = ' ';
-    }
-    return toUTF8(name.empty() ? id : name);
+    return toUTF8(settings.displayName.empty() ? id : toOneLine(settings.displayName));
 }
 
 // The levels are those of an installation for boot, which leaves single user to the administrator.

@@ -25,12 +25,8 @@ constexpr std::size_t kLongestLine = 1024 * 1024 - 1;
 // A name for people need not be exact: what would end its line, or continue it on the next one, becomes a
 // blank.
 std::string composeDescription(fdn::String const& id, dmn::DaemonSettings const& settings) {
-    fdn::String name = settings.displayName;
-    auto const isUnfit = [](wxUniChar c) { return c < 32 || c == 127 || c == '\\'; };
-    for (wxUniCharRef c : name) {
-        if (isUnfit(c))
-            c = ' ';
-    }
+    fdn::String name = toOneLine(settings.displayName);
+    name.Replace(L"\\", L" ");
     name.Trim(true).Trim(false);
     return composeUnitLine("the display name", name.empty() ? id : name);
 }
