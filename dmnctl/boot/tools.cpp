@@ -27,13 +27,6 @@ std::string readAll(fdn::CIPCConnectionToSubProcess& output) {
     return text;
 }
 
-int await(pid_t child) {
-    int status = -1;
-    while (waitpid(child, &status, 0) == -1 && errno == EINTR) {
-    }
-    return status;
-}
-
 fdn::CExecCommand composeCommand(fdn::TArray<fdn::String> const& words) {
     fdn::TArray<fdn::String> arguments{"-c", kRun, "sh"};
     arguments.insert(arguments.end(), words.begin(), words.end());
@@ -60,8 +53,16 @@ void runTool(fdn::TArray<fdn::String> const& words) {
     pid_t const tool = fdn::forkAndExec(composeCommand(words), nullptr, fdn::ForkExecLevel::Child,
                                         fdn::Path("/"), nullptr, &output, nullptr, nullptr);
     passOn(readAll(output));
-    if (await(tool) != 0)
+    if (awaitStatus(tool) != 0)
         throw fdn::CError("'" + join(words) + "' has failed.");
+}
+
+// A status that is lost is none of success.
+int awaitStatus(pid_t child) {
+    int status = -1;
+    while (waitpid(child, &status, 0) == -1 && errno == EINTR) {
+    }
+    return status;
 }
 
 } // namespace dmnctl
