@@ -30,7 +30,7 @@ constexpr int kStarts = 0;
 constexpr int kDoesNotStart = 3;
 
 fdn::CError composeNothingStarts() {
-    return fdn::CError("Nothing starts daemons at boot on this machine: it has no init that does, as most "
+    return fdn::CError("Nothing starts daemons at boot on this machine: it has no init that does, like most "
                        "containers.");
 }
 
@@ -128,8 +128,8 @@ void turnOn(fdn::String const& id, Notices& notices) {
     bringAbout(id, sequence, notices);
     notices.say(describeState(id, sequence));
     if (!dmn::startsAtBoot(id, sequence))
-        throw fdn::CError("The machine does not start '" + id +
-                          "' all the same. `dmnctl check` may tell why.");
+        throw fdn::CError("The machine still does not start '" + id + "' at boot. To see why: dmnctl check " +
+                          id);
 }
 
 // What a daemon has left that was uninstalled since.
@@ -143,7 +143,7 @@ void turnOff(fdn::String const& id, Notices& notices) {
     takeBack(id, sequence, notices);
     notices.say(describeState(id, sequence));
     if (dmn::startsAtBoot(id, sequence))
-        throw fdn::CError("The machine starts '" + id + "' all the same.");
+        throw fdn::CError("The machine still starts '" + id + "' at boot.");
 }
 
 int change(fdn::String const& id, BootCommand::Wish wish) {

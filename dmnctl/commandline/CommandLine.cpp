@@ -130,7 +130,7 @@ void Parser::addList() {
                                    "  dmnctl list --json | jq -r '.[] | select(.state == \"dead\").id'");
     addFormat(command, m_list.format);
     command.add_flag_callback(
-        "--names", [this] { m_list.format = Format::Names; }, "show the IDs alone, one a line");
+        "--names", [this] { m_list.format = Format::Names; }, "show only the IDs, one per line");
 }
 
 void Parser::addStatus() {
@@ -199,8 +199,8 @@ void Parser::addLog() {
         ->check(CLI::Range(0, kMostLines).description(""))
         ->type_name("N");
     command.add_flag("-f,--follow", m_log.follow, "go on, and show what is added");
-    command.add_flag("--errors", m_log.errorsOnly, "show errors alone");
-    command.add_option("--since", m_log.since, "show what is as late as this time")->type_name("TIME");
+    command.add_flag("--errors", m_log.errorsOnly, "show only errors");
+    command.add_option("--since", m_log.since, "show entries from this time on")->type_name("TIME");
 }
 
 void Parser::addBoot() {

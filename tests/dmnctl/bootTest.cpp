@@ -206,7 +206,7 @@ TEST_F(BootTest, WhereNothingStartsDaemonsOnFailsAndSaysSo) {
     Outcome const outcome = boot("on");
 
     EXPECT_EQ(2, outcome.status);
-    EXPECT_EQ("dmnctl: Nothing starts daemons at boot on this machine: it has no init that does, as most "
+    EXPECT_EQ("dmnctl: Nothing starts daemons at boot on this machine: it has no init that does, like most "
               "containers.\n",
               outcome.errors);
     EXPECT_EQ(3, boot().status);
@@ -427,7 +427,8 @@ TEST_F(BootTest, OnThatLeavesTheDaemonOutOfOrderIsAnError) {
     Outcome const outcome = boot("on");
 
     EXPECT_EQ(2, outcome.status);
-    EXPECT_THAT(outcome.errors, HasSubstr("The machine does not start 'app' all the same."));
+    EXPECT_THAT(outcome.errors,
+                HasSubstr("The machine still does not start 'app' at boot. To see why: dmnctl check app\n"));
 }
 
 TEST_F(BootTest, OverrideHoldsTheHeaderThatTheScriptLacks) {
