@@ -44,10 +44,9 @@ public:
     void setProgress(std::function<void(fdn::String const& step)> progress);
 
     /// Launches the daemon unless it runs already, in its control folder, which is made for its account if it
-    /// is missing, and returns when it is ready: it has said so, and it lives
-    /// and holds its PID file as soon as none of its threads has anything to do, or it has used 10 ms of
-    /// processor time after that, or a second has passed. A daemon that has ended by then has failed, even
-    /// with the status 0.
+    /// is missing, and returns when it is ready: it has said so, and it lives and holds its PID file as soon
+    /// as none of its threads has anything to do, or it has used 10 ms of processor time after that, or a
+    /// second has passed. A daemon that has ended by then has failed, even with the status 0.
     ///
     /// The launched program may also be a script that becomes the daemon, or starts it. If it ends with the
     /// status 0 and leaves the daemon behind, that one is awaited.

@@ -1,5 +1,6 @@
 #include <dmnctl/boot/boot.h>
 #include <dmnctl/commandline/CommandLine.h>
+#include <dmnctl/commandline/exitStatus.h>
 #include <dmnctl/daemons/operations.h>
 #include <dmnctl/log/showLog.h>
 #include <dmnctl/show/text.h>
@@ -15,11 +16,10 @@
 
 namespace {
 
-constexpr int kFailed = 2;
-
 using namespace dmnctl;
 
-struct Carrier {
+/// Performs what the command line asks for, and returns the exit status.
+struct Dispatcher {
     int operator()(Answer const& answer) const {
         if (answer.status == 0)
             print(answer.text);
@@ -57,7 +57,7 @@ int main(int argc, char** argv) {
     try {
         fdn::CFdnInit const init(true);
         fdn::setLogLevel(fdn::LogLevel::Warning); // what the tool does is said, not logged
-        return std::visit(Carrier(), parseCommandLine(argc, argv));
+        return std::visit(Dispatcher(), parseCommandLine(argc, argv));
     } catch (fdn::CError const& error) {
         printError(toUTF8(error.getMessage()));
     } catch (std::exception const& error) {

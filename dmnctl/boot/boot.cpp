@@ -3,7 +3,9 @@
 #include <dmnctl/boot/BootLock.h>
 #include <dmnctl/boot/dependencyOrder.h>
 #include <dmnctl/boot/systemd.h>
+#include <dmnctl/commandline/exitStatus.h>
 #include <dmnctl/selection/selection.h>
+#include <dmnctl/show/Notices.h>
 #include <dmnctl/show/text.h>
 
 #include <dmn/CDaemonController.h>
@@ -24,12 +26,11 @@ namespace {
 
 using dmn::BootSequence;
 
-constexpr int kFailed = 2;
 constexpr int kStarts = 0;
 constexpr int kDoesNotStart = 3;
 
 fdn::CError composeNothingStarts() {
-    return fdn::CError("Nothing starts daemons at boot on this machine: it has no init that does, as most "
+    return fdn::CError("Nothing starts daemons at boot on this machine: it has no init that does, like most "
                        "containers.");
 }
 
@@ -49,10 +50,10 @@ std::string describe(BootSequence sequence, fdn::String const& id) {
     return "nothing on this machine starts daemons";
 }
 
-void printState(fdn::String const& id, BootSequence sequence) {
+std::string describeState(fdn::String const& id, BootSequence sequence) {
     bool const starts = dmn::startsAtBoot(id, sequence);
-    print(fmt::format("{} {} at boot ({}).\n", toPrintable(id), starts ? "starts" : "does not start",
-                      describe(sequence, id)));
+    return fmt::format("{} {} at boot ({}).", toPrintable(id), starts ? "starts" : "does not start",
+                       describe(sequence, id));
 }
 
 void sayIfUnitIsOutOfDate(fdn::String const& id) {
@@ -64,7 +65,7 @@ void sayIfUnitIsOutOfDate(fdn::String const& id) {
 
 int show(fdn::String const& id) {
     BootSequence const sequence = dmn::detectBootSequence();
-    printState(id, sequence);
+    print(describeState(id, sequence) + "\n");
     if (sequence == BootSequence::Systemd)
         sayIfUnitIsOutOfDate(id);
     return dmn::startsAtBoot(id, sequence) ? kStarts : kDoesNotStart;
@@ -76,60 +77,59 @@ void requireRoot() {
 }
 
 // The daemon is left alone: this command is about boots.
-void sayIfRunsOutsideUnit(fdn::String const& id, dmn::DaemonSettings const& settings) {
+void sayIfRunsOutsideUnit(fdn::String const& id, dmn::DaemonSettings const& settings, Notices& notices) {
     if (!dmn::isSystemdRunning())
         return;
     dmn::DaemonStatus const status = dmn::getDaemonStatus(id, settings.controlFolder);
     if (status.process == 0 || isInUnit(id, status.process))
         return;
-    print(fmt::format(
+    notices.say(fmt::format(
         "{0} runs outside its unit (process {1}). systemd takes it over at the next boot or, now, "
-        "by: {2} stop && systemctl start {0}\n",
+        "by: {2} stop && systemctl start {0}",
         toPrintable(id), status.process, toPrintable(dmn::CDaemonController::getInitScriptPath(id))));
 }
 
-void say(char const* action, fdn::TArray<fdn::Path> const& links) {
+void say(Notices& notices, char const* action, fdn::TArray<fdn::Path> const& links) {
     for (fdn::Path const& link : links)
-        print(fmt::format("{} {}.\n", action, toPrintable(link)));
+        notices.say(fmt::format("{} {}.", action, toPrintable(link)));
 }
 
-void bringAbout(fdn::String const& id, BootSequence sequence) {
+void bringAbout(fdn::String const& id, BootSequence sequence, Notices& notices) {
     dmn::DaemonSettings const settings = dmn::readDaemonSettings(id);
     switch (sequence) {
     case BootSequence::LinkOrder:
-        return say("Made the link", dmn::createStartLinks(id));
+        return say(notices, "Made the link", dmn::createStartLinks(id));
     case BootSequence::DependencyOrder:
-        return putInOrder(id, settings);
+        return putInOrder(id, settings, notices);
     case BootSequence::Systemd:
-        enableUnit(id, settings);
-        return sayIfRunsOutsideUnit(id, settings);
+        enableUnit(id, settings, notices);
+        return sayIfRunsOutsideUnit(id, settings, notices);
     case BootSequence::None:
         throw composeNothingStarts();
     }
 }
 
-void takeBack(fdn::String const& id, BootSequence sequence) {
+void takeBack(fdn::String const& id, BootSequence sequence, Notices& notices) {
     switch (sequence) {
     case BootSequence::LinkOrder:
-        return say("Removed the link", dmn::removeStartLinks(id));
+        return say(notices, "Removed the link", dmn::removeStartLinks(id));
     case BootSequence::DependencyOrder:
-        return takeOutOfOrder(id);
+        return takeOutOfOrder(id, notices);
     case BootSequence::Systemd:
-        return disableUnit(id);
+        return disableUnit(id, notices);
     case BootSequence::None:
         break;
     }
 }
 
-int turnOn(fdn::String const& id) {
+void turnOn(fdn::String const& id, Notices& notices) {
     BootLock const lock;
     BootSequence const sequence = dmn::detectBootSequence();
-    bringAbout(id, sequence);
-    printState(id, sequence);
+    bringAbout(id, sequence, notices);
+    notices.say(describeState(id, sequence));
     if (!dmn::startsAtBoot(id, sequence))
-        throw fdn::CError("The machine does not start '" + id +
-                          "' all the same. `dmnctl check` may tell why.");
-    return 0;
+        throw fdn::CError("The machine still does not start '" + id + "' at boot. To see why: dmnctl check " +
+                          id);
 }
 
 // What a daemon has left that was uninstalled since.
@@ -137,14 +137,25 @@ bool hasLeftSomething(fdn::String const& id) {
     return hasWrittenUnit(id) || hasOwnOverride(id);
 }
 
-int turnOff(fdn::String const& id) {
+void turnOff(fdn::String const& id, Notices& notices) {
     BootLock const lock;
     BootSequence const sequence = dmn::detectBootSequence();
-    takeBack(id, sequence);
-    printState(id, sequence);
+    takeBack(id, sequence, notices);
+    notices.say(describeState(id, sequence));
     if (dmn::startsAtBoot(id, sequence))
-        throw fdn::CError("The machine starts '" + id + "' all the same.");
-    return 0;
+        throw fdn::CError("The machine still starts '" + id + "' at boot.");
+}
+
+int change(fdn::String const& id, BootCommand::Wish wish) {
+    requireRoot();
+    // What is written here is for everybody to read.
+    umask(S_IWGRP | S_IWOTH);
+    Notices notices;
+    if (wish == BootCommand::Wish::On)
+        turnOn(id, notices);
+    else
+        turnOff(id, notices);
+    return notices.areSaid() ? kDone : kFailed;
 }
 
 } // namespace
@@ -156,10 +167,7 @@ int boot(BootCommand const& command) {
         return kFailed;
     if (command.wish == BootCommand::Wish::Show)
         return show(id);
-    requireRoot();
-    // What is written here is for everybody to read.
-    umask(S_IWGRP | S_IWOTH);
-    return command.wish == BootCommand::Wish::On ? turnOn(id) : turnOff(id);
+    return change(id, command.wish);
 }
 
 bool isRunBySystemd(fdn::String const& id) {

@@ -31,12 +31,7 @@ bool isHeadedByOthers(fdn::String const& id) {
 }
 
 std::string composeDescription(fdn::String const& id, dmn::DaemonSettings const& settings) {
-    fdn::String name = settings.displayName;
-    for (wxUniCharRef c : name) {
-        if (c < 32 || c == 127)
-            c = ' ';
-    }
-    return toUTF8(name.empty() ? id : name);
+    return toUTF8(settings.displayName.empty() ? id : toOneLine(settings.displayName));
 }
 
 // The levels are those of an installation for boot, which leaves single user to the administrator.
@@ -52,11 +47,11 @@ std::string composeOverride(fdn::String const& id, dmn::DaemonSettings const& se
                        toUTF8(id), composeDescription(id, settings));
 }
 
-void writeOverride(OwnFile const& file, std::string const& text) {
+void writeOverride(OwnFile const& file, std::string const& text, Notices& notices) {
     if (file.holds(text))
         return;
     file.write(text);
-    print(fmt::format("Wrote {}.\n", toPrintable(file.getPath())));
+    notices.say(fmt::format("Wrote {}.", toPrintable(file.getPath())));
 }
 
 void requireName(fdn::String const& id) {
@@ -78,7 +73,7 @@ void deleteQuietly(fdn::Path const& path) {
 }
 
 // Where there are only links that stop the daemon, insserv goes by them and not by the header.
-void order(fdn::String const& id) {
+void order(fdn::String const& id, Notices& notices) {
     fdn::TArray<fdn::Path> const links = dmn::createStartLinks(id);
     try {
         runTool({"insserv", id});
@@ -87,7 +82,7 @@ void order(fdn::String const& id) {
             deleteQuietly(link);
         throw;
     }
-    print(fmt::format("Put {} in the order of insserv.\n", toPrintable(id)));
+    notices.say(fmt::format("Put {} in the order of insserv.", toPrintable(id)));
 }
 
 } // namespace
@@ -96,15 +91,15 @@ bool hasOwnOverride(fdn::String const& id) {
     return getOverride(id).getState() == OwnFile::State::Own;
 }
 
-void putInOrder(fdn::String const& id, dmn::DaemonSettings const& settings) {
+void putInOrder(fdn::String const& id, dmn::DaemonSettings const& settings, Notices& notices) {
     requireName(id);
     if (isHeadedByOthers(id))
-        return order(id);
+        return order(id, notices);
     OwnFile const file = getOverride(id);
     bool const isNew = file.getState() == OwnFile::State::Missing;
-    writeOverride(file, composeOverride(id, settings));
+    writeOverride(file, composeOverride(id, settings), notices);
     try {
-        order(id);
+        order(id, notices);
     } catch (...) {
         if (isNew)
             deleteQuietly(file.getPath());
@@ -112,7 +107,7 @@ void putInOrder(fdn::String const& id, dmn::DaemonSettings const& settings) {
     }
 }
 
-void takeOutOfOrder(fdn::String const& id) {
+void takeOutOfOrder(fdn::String const& id, Notices& notices) {
     requireName(id);
     if (isInstalled(id)) {
         // It removes the links that stop the daemon as well, and does not make those of the installation
@@ -125,7 +120,7 @@ void takeOutOfOrder(fdn::String const& id) {
     if (!hasOwnOverride(id))
         return;
     getOverride(id).remove();
-    print(fmt::format("Removed {}.\n", toPrintable(getOverride(id).getPath())));
+    notices.say(fmt::format("Removed {}.", toPrintable(getOverride(id).getPath())));
 }
 
 } // namespace dmnctl

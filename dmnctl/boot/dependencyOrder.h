@@ -1,5 +1,7 @@
 #pragma once
 
+#include <dmnctl/show/Notices.h>
+
 #include <dmn/DaemonSettings.h>
 
 #include <fdn/String.h>
@@ -11,13 +13,13 @@ namespace dmnctl {
 
 /// Has insserv put the daemon in order, so that it starts at boot. Says what it does. Throws CError when it
 /// fails; what it had changed by then, it has taken back.
-void putInOrder(fdn::String const& id, dmn::DaemonSettings const& settings);
+void putInOrder(fdn::String const& id, dmn::DaemonSettings const& settings, Notices& notices);
 
 /// Whether there is something for takeOutOfOrder() to do besides links.
 bool hasOwnOverride(fdn::String const& id);
 
 /// Takes that back: what is left is what the installation of a daemon that is not for boot leaves. Also of a
 /// daemon that is no longer installed. An override by somebody else stays. Throws CError.
-void takeOutOfOrder(fdn::String const& id);
+void takeOutOfOrder(fdn::String const& id, Notices& notices);
 
 } // namespace dmnctl

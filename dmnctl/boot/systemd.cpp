@@ -53,8 +53,8 @@ void requireUnitName(fdn::String const& id) {
     }
 }
 
-void say(char const* action, fdn::Path const& path) {
-    print(fmt::format("{} {}.\n", action, toPrintable(path)));
+void say(Notices& notices, char const* action, fdn::Path const& path) {
+    notices.say(fmt::format("{} {}.", action, toPrintable(path)));
 }
 
 void reload() {
@@ -76,26 +76,26 @@ void removeLink(fdn::String const& id) {
         fdn::deleteFile(getLink(id), true, 1, true);
 }
 
-void writeUnit(OwnFile const& unit, std::string const& text) {
+void writeUnit(OwnFile const& unit, std::string const& text, Notices& notices) {
     if (unit.holds(text))
         return;
     unit.write(text);
-    say("Wrote", unit.getPath());
+    say(notices, "Wrote", unit.getPath());
 }
 
 // The link comes first. Should this process end in between, what starts the daemon is what did so before,
 // whereas a unit that is not enabled would take the place of that.
-void writeEnabledUnit(fdn::String const& id, std::string const& text) {
+void writeEnabledUnit(fdn::String const& id, std::string const& text, Notices& notices) {
     bool const isNew = createLink(id);
     try {
-        writeUnit(getUnit(id), text);
+        writeUnit(getUnit(id), text, notices);
     } catch (...) {
         if (isNew)
             removeLink(id);
         throw;
     }
     if (isNew)
-        say("Made the link", getLink(id));
+        say(notices, "Made the link", getLink(id));
 }
 
 void requireUnmasked(fdn::Path const& unit) {
@@ -113,21 +113,21 @@ void callSystemctl(char const* verb, fdn::String const& id) {
     runTool({"systemctl", verb, getUnitName(id).getText()});
 }
 
-void removeWrittenUnit(fdn::String const& id) {
+void removeWrittenUnit(fdn::String const& id, Notices& notices) {
     removeLink(id);
     getUnit(id).remove();
-    say("Removed", getUnit(id).getPath());
+    say(notices, "Removed", getUnit(id).getPath());
 }
 
 } // namespace
 
-void enableUnit(fdn::String const& id, dmn::DaemonSettings const& settings) {
+void enableUnit(fdn::String const& id, dmn::DaemonSettings const& settings, Notices& notices) {
     requireUnitName(id);
     if (hasForeignUnit(id)) {
         requireUnmasked(dmn::findSystemdUnit(id));
         return callSystemctl("enable", id);
     }
-    writeEnabledUnit(id, composeUnit(id, settings));
+    writeEnabledUnit(id, composeUnit(id, settings), notices);
     reload();
 }
 
@@ -139,9 +139,9 @@ bool isUnitOutOfDate(fdn::String const& id, dmn::DaemonSettings const& settings)
     return hasWrittenUnit(id) && !getUnit(id).holds(composeUnit(id, settings));
 }
 
-void disableUnit(fdn::String const& id) {
+void disableUnit(fdn::String const& id, Notices& notices) {
     if (hasWrittenUnit(id))
-        removeWrittenUnit(id);
+        removeWrittenUnit(id, notices);
     else if (hasForeignUnit(id))
         callSystemctl("disable", id);
     else
@@ -149,7 +149,7 @@ void disableUnit(fdn::String const& id) {
     // Without a unit of its own, the daemon has the one that older releases make of its script.
     if (dmn::startsAtBoot(id, dmn::BootSequence::Systemd)) {
         dmn::removeStartLinks(id);
-        print(fmt::format("Removed the start links of {}.\n", toPrintable(id)));
+        notices.say(fmt::format("Removed the start links of {}.", toPrintable(id)));
     }
     reload();
 }

@@ -6,9 +6,8 @@
 #include <fdn/CIPCConnectionToSubProcess.h>
 #include <fdn/programs.h>
 
-#include <fmt/core.h>
-
 #include <cerrno>
+#include <cstdio>
 #include <sstream>
 
 #include <sys/wait.h>
@@ -17,7 +16,7 @@ namespace dmnctl {
 
 namespace {
 
-// The tools are where administrators' tools are, which not every caller looks for them.
+// Not every caller has the folders of administrators' tools in its PATH.
 constexpr char kRun[] = R"(PATH=$PATH:/usr/sbin:/usr/bin:/sbin:/bin; export PATH; exec "$@" 2>&1)";
 
 std::string readAll(fdn::CIPCConnectionToSubProcess& output) {
@@ -26,13 +25,6 @@ std::string readAll(fdn::CIPCConnectionToSubProcess& output) {
     while (std::size_t const count = output.read(buffer, sizeof(buffer)))
         text.append(buffer, count);
     return text;
-}
-
-int await(pid_t child) {
-    int status = -1;
-    while (waitpid(child, &status, 0) == -1 && errno == EINTR) {
-    }
-    return status;
 }
 
 fdn::CExecCommand composeCommand(fdn::TArray<fdn::String> const& words) {
@@ -51,7 +43,7 @@ fdn::String join(fdn::TArray<fdn::String> const& words) {
 void passOn(std::string const& printed) {
     std::istringstream lines(printed);
     for (std::string line; std::getline(lines, line);)
-        fmt::print(stderr, "{}\n", toPrintable(line));
+        std::fputs((toPrintable(line) + "\n").c_str(), stderr);
 }
 
 } // namespace
@@ -61,8 +53,16 @@ void runTool(fdn::TArray<fdn::String> const& words) {
     pid_t const tool = fdn::forkAndExec(composeCommand(words), nullptr, fdn::ForkExecLevel::Child,
                                         fdn::Path("/"), nullptr, &output, nullptr, nullptr);
     passOn(readAll(output));
-    if (await(tool) != 0)
+    if (awaitStatus(tool) != 0)
         throw fdn::CError("'" + join(words) + "' has failed.");
+}
+
+// A status that is lost is none of success.
+int awaitStatus(pid_t child) {
+    int status = -1;
+    while (waitpid(child, &status, 0) == -1 && errno == EINTR) {
+    }
+    return status;
 }
 
 } // namespace dmnctl

@@ -1,5 +1,7 @@
 #include <dmnctl/commandline/CommandLine.h>
 
+#include <dmnctl/commandline/exitStatus.h>
+
 #include <dmn/version.h>
 
 #include <CLI/CLI.hpp>
@@ -128,7 +130,7 @@ void Parser::addList() {
                                    "  dmnctl list --json | jq -r '.[] | select(.state == \"dead\").id'");
     addFormat(command, m_list.format);
     command.add_flag_callback(
-        "--names", [this] { m_list.format = Format::Names; }, "show the IDs alone, one a line");
+        "--names", [this] { m_list.format = Format::Names; }, "show only the IDs, one per line");
 }
 
 void Parser::addStatus() {
@@ -197,8 +199,8 @@ void Parser::addLog() {
         ->check(CLI::Range(0, kMostLines).description(""))
         ->type_name("N");
     command.add_flag("-f,--follow", m_log.follow, "go on, and show what is added");
-    command.add_flag("--errors", m_log.errorsOnly, "show errors alone");
-    command.add_option("--since", m_log.since, "show what is as late as this time")->type_name("TIME");
+    command.add_flag("--errors", m_log.errorsOnly, "show only errors");
+    command.add_option("--since", m_log.since, "show entries from this time on")->type_name("TIME");
 }
 
 void Parser::addBoot() {
@@ -237,11 +239,11 @@ Request Parser::parse(int argc, char const* const* argv) {
 
 Answer Parser::answerTo(CLI::ParseError const& error) const {
     if (error.get_exit_code() != 0)
-        return Answer{describeProblem(error), 2};
+        return Answer{describeProblem(error), kFailed};
     std::ostringstream out;
     std::ostringstream problem;
     m_app.exit(error, out, problem);
-    return Answer{out.str(), 0};
+    return Answer{out.str(), kDone};
 }
 
 std::string Parser::describeProblem(CLI::ParseError const& error) const {

@@ -1,11 +1,12 @@
 #include <dmnctl/daemons/operations.h>
 
 #include <dmnctl/boot/boot.h>
-#include <dmnctl/daemons/Notices.h>
+#include <dmnctl/commandline/exitStatus.h>
 #include <dmnctl/daemons/statusText.h>
 #include <dmnctl/daemons/systemctl.h>
 #include <dmnctl/log/showLog.h>
 #include <dmnctl/selection/selection.h>
+#include <dmnctl/show/Notices.h>
 #include <dmnctl/show/text.h>
 
 #include <dmn/CDaemonStarter.h>
@@ -13,7 +14,9 @@
 
 #include <fdn/CError.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <functional>
 
 #include <unistd.h>
 
@@ -21,8 +24,6 @@ namespace dmnctl {
 
 namespace {
 
-constexpr int kDone = 0;
-constexpr int kFailed = 2;
 constexpr int kMilliseconds = 1000; // in a second
 constexpr std::size_t kLastEntries = 10;
 
@@ -129,6 +130,22 @@ void stopOne(fdn::String const& id, StopWish const& wish, Notices& notices) {
     notices.say(toPrintable(id) + describeStop(outcome, stopper.getProcess()));
 }
 
+// Whoever has waited in vain wants to know what else can be done.
+void nameRemedy(fdn::String const& id, std::function<void()> const& change) {
+    try {
+        change();
+    } catch (fdn::CError const& error) {
+        if (error.getCode() != ETIMEDOUT)
+            throw;
+        throw fdn::CError(error.getMessage() + " To end it by force: dmnctl stop --kill " + id);
+    }
+}
+
+bool changeEach(Daemons const& daemons, DaemonAction const& change, DaemonAction const& afterFailure = {}) {
+    auto const changeOne = [&](fdn::String const& id) { nameRemedy(id, [&] { change(id); }); };
+    return performForEach(daemons, changeOne, afterFailure);
+}
+
 int finish(bool isDone, Daemons const& daemons, Notices& notices) {
     if (isDone && daemons.ids.empty() && selectDaemons(daemons).ids.empty())
         notices.say(composeNoDaemons());
@@ -140,7 +157,7 @@ int finish(bool isDone, Daemons const& daemons, Notices& notices) {
 int start(StartCommand const& command) {
     requireRoot("start");
     Notices notices;
-    bool const isDone = performForEach(
+    bool const isDone = changeEach(
         command.daemons,
         [&](fdn::String const& id) { startOne(id, command.timeoutSeconds * kMilliseconds, notices); },
         showLastEntries);
@@ -150,8 +167,8 @@ int start(StartCommand const& command) {
 int stop(StopCommand const& command) {
     requireRoot("stop");
     Notices notices;
-    bool const isDone = performForEach(command.daemons,
-                                       [&](fdn::String const& id) { stopOne(id, wishOf(command), notices); });
+    bool const isDone =
+        changeEach(command.daemons, [&](fdn::String const& id) { stopOne(id, wishOf(command), notices); });
     return finish(isDone, command.daemons, notices);
 }
 
@@ -162,7 +179,7 @@ int restart(RestartCommand const& command) {
         stopOne(id, wishOf(command), notices);
         startOne(id, command.timeoutSeconds * kMilliseconds, notices);
     };
-    bool const isDone = performForEach(command.daemons, restartOne, showLastEntries);
+    bool const isDone = changeEach(command.daemons, restartOne, showLastEntries);
     return finish(isDone, command.daemons, notices);
 }
 

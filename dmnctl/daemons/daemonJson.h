@@ -13,7 +13,7 @@ namespace dmnctl {
 
 /// An array with an object for each daemon:
 ///
-///     id, displayName       texts; the name is empty where none is known
+///     id, displayName       texts; the name is empty where none is set
 ///     state                 "running", "stopped", "dead", or "unknown"
 ///     reason                why the state is unknown; else null
 ///     process               the number, or null if none runs

@@ -1,5 +1,6 @@
 #include <dmnctl/daemons/operations.h>
 
+#include <dmnctl/commandline/exitStatus.h>
 #include <dmnctl/daemons/daemonJson.h>
 #include <dmnctl/daemons/daemonTable.h>
 #include <dmnctl/daemons/statusText.h>
@@ -21,9 +22,7 @@ namespace dmnctl {
 
 namespace {
 
-constexpr int kDone = 0;
 constexpr int kFound = 1;
-constexpr int kFailed = 2;
 
 using ListedDaemons = std::vector<ListedDaemon>;
 

@@ -1,13 +1,12 @@
 #include <dmnctl/daemons/systemctl.h>
 
+#include <dmnctl/boot/tools.h>
+
 #include <fdn/CError.h>
 #include <fdn/CProcessHandle.h>
 #include <fdn/programs.h>
 
-#include <cerrno>
-
 #include <signal.h>
-#include <sys/wait.h>
 
 namespace dmnctl {
 
@@ -20,20 +19,13 @@ fdn::CExecCommand composeCommand(char const* verb, fdn::String const& id) {
     return {fdn::Path("/usr/bin/env"), {"systemctl", verb, "--", id + ".service"}};
 }
 
-int reap(pid_t child) {
-    int status = 0;
-    while (waitpid(child, &status, 0) == -1 && errno == EINTR) {
-    }
-    return status;
-}
-
 void run(char const* verb, fdn::String const& id, int timeoutMs) {
     pid_t const child = fdn::forkAndExec(composeCommand(verb, id), nullptr, fdn::ForkExecLevel::Child,
                                          fdn::Path(), nullptr, nullptr, nullptr, nullptr);
     bool const hasEnded = fdn::CProcessHandle(child).awaitEnd(timeoutMs);
     if (!hasEnded)
         kill(child, SIGKILL); // the client alone; systemd knows its task
-    int const status = reap(child);
+    int const status = awaitStatus(child);
     fdn::String const command = fdn::String("'systemctl ") + verb + " " + id + "' ";
     if (!hasEnded)
         throw fdn::CError(id + ": " + command +

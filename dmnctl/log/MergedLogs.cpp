@@ -9,7 +9,7 @@ namespace {
 constexpr std::size_t kNone = std::numeric_limits<std::size_t>::max();
 
 // An entry gets its time before its place in the file, which it may have to wait for.
-constexpr std::int64_t kDisorder = 60 * 1000000;
+constexpr std::int64_t kDisorder = std::int64_t(60) * 1000000;
 
 template <class Heads>
 std::size_t findEarliest(Heads const& heads) {

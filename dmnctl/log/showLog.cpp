@@ -1,5 +1,6 @@
 #include <dmnctl/log/showLog.h>
 
+#include <dmnctl/commandline/exitStatus.h>
 #include <dmnctl/log/DaemonLogs.h>
 #include <dmnctl/log/LogOutput.h>
 #include <dmnctl/log/LogWatch.h>
@@ -18,7 +19,6 @@ namespace dmnctl {
 
 namespace {
 
-constexpr int kFailed = 2;
 constexpr std::size_t kUsualLines = 20;
 
 EntrySelection getSelection(LogCommand const& command) {
@@ -150,7 +150,7 @@ private:
     DaemonLogs m_logs;
     std::unique_ptr<LogOutput> m_output;
     bool m_isWarned = false;
-    int m_status = 0;
+    int m_status = kDone;
 };
 
 } // namespace

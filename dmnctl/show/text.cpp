@@ -86,6 +86,13 @@ std::string toPrintable(fdn::Path const& path) {
     return toPrintable(path.getText());
 }
 
+fdn::String toOneLine(fdn::String const& text) {
+    fdn::String line;
+    for (wxUniChar const character : text)
+        line += isControl(character.GetValue()) ? wxUniChar(' ') : character;
+    return line;
+}
+
 int countColumns(std::string const& text) {
     int columns = 0;
     for (wxUniChar const character : fromUTF8(text))

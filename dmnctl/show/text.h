@@ -21,6 +21,9 @@ std::string toPrintable(std::string const& text);
 std::string toPrintable(fdn::String const& text);
 std::string toPrintable(fdn::Path const& path);
 
+/// The text with a blank for each control character: for a file that has a line for it.
+fdn::String toOneLine(fdn::String const& text);
+
 /// How many columns of a terminal a printable text takes.
 int countColumns(std::string const& text);
 

@@ -1,5 +1,6 @@
 #include <dmnctl/unit/unit.h>
 
+#include <dmnctl/commandline/exitStatus.h>
 #include <dmnctl/selection/selection.h>
 #include <dmnctl/show/text.h>
 #include <dmnctl/unit/UnitText.h>
@@ -24,12 +25,8 @@ constexpr std::size_t kLongestLine = 1024 * 1024 - 1;
 // A name for people need not be exact: what would end its line, or continue it on the next one, becomes a
 // blank.
 std::string composeDescription(fdn::String const& id, dmn::DaemonSettings const& settings) {
-    fdn::String name = settings.displayName;
-    auto const isUnfit = [](wxUniChar c) { return c < 32 || c == 127 || c == '\\'; };
-    for (wxUniCharRef c : name) {
-        if (isUnfit(c))
-            c = ' ';
-    }
+    fdn::String name = toOneLine(settings.displayName);
+    name.Replace(L"\\", L" ");
     name.Trim(true).Trim(false);
     return composeUnitLine("the display name", name.empty() ? id : name);
 }
@@ -166,10 +163,10 @@ WantedBy=multi-user.target
 
 int showUnit(UnitCommand const& command) {
     if (!selectDaemons({{command.id}}).isComplete)
-        return 2;
+        return kFailed;
     fdn::String const id = fromUTF8(command.id);
     print(composeUnit(id, dmn::readDaemonSettings(id)));
-    return 0;
+    return kDone;
 }
 
 } // namespace dmnctl

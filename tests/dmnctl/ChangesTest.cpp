@@ -81,7 +81,8 @@ TEST_F(Changes, StartGivesUpWhenTheTimeIsUp) {
     Outcome const outcome = tool({"start", "clock", "--timeout=0"}, {{"CLOCK_INIT", "hang"}});
 
     EXPECT_EQ(2, outcome.status);
-    EXPECT_THAT(outcome.errors, HasSubstr("was not ready after 0 "));
+    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("was not ready after 0 "),
+                                      HasSubstr(" To end it by force: dmnctl stop --kill clock\n")));
 }
 
 TEST_F(Changes, StopEndsDaemonsOfBothFrontEnds) {
@@ -99,7 +100,10 @@ TEST_F(Changes, StopEndsADeafDaemonByForceWhenToldTo) {
     bringUp({{"CLOCK_IGNORES_STOP", "1"}});
     std::string const name = process(daemonPID());
 
-    EXPECT_EQ(2, tool({"stop", "clock", "--timeout=0"}).status);
+    Outcome const late = tool({"stop", "clock", "--timeout=0"});
+    EXPECT_EQ(2, late.status);
+    EXPECT_THAT(late.errors, EndsWith(" and goes on. To end it by force: dmnctl stop --kill clock\n"));
+
     Outcome const outcome = tool({"stop", "clock", "--timeout=0", "--kill"});
 
     EXPECT_EQ(0, outcome.status);

@@ -30,6 +30,10 @@ TEST_F(Text, KeepsOtherCharactersAndReadsBadBytesAsLatin1) {
     EXPECT_EQ("\u00e4", toPrintable(std::string("\xe4")));
 }
 
+TEST_F(Text, IsOneLineWithBlanksForControlCharacters) {
+    EXPECT_EQ("a b c\\", toUTF8(toOneLine("a\nb\tc\\")));
+}
+
 TEST_F(Text, TakesTheColumnsOfATerminal) {
     EXPECT_EQ(5, countColumns("Größe"));
     EXPECT_EQ(4, countColumns("大大"));

@@ -91,6 +91,12 @@ protected:
         return test::run(command(wish, id), environment());
     }
 
+    Outcome runInShell(std::string const& line) const {
+        Environment variables = environment();
+        variables["tool"] = DMN_DMNCTL;
+        return test::run({"/bin/bash", "-c", line}, variables);
+    }
+
     static std::vector<std::string> command(char const* wish, std::string const& id = "app") {
         std::vector<std::string> words{DMN_DMNCTL, "boot", id};
         if (wish != nullptr)
@@ -200,7 +206,7 @@ TEST_F(BootTest, WhereNothingStartsDaemonsOnFailsAndSaysSo) {
     Outcome const outcome = boot("on");
 
     EXPECT_EQ(2, outcome.status);
-    EXPECT_EQ("dmnctl: Nothing starts daemons at boot on this machine: it has no init that does, as most "
+    EXPECT_EQ("dmnctl: Nothing starts daemons at boot on this machine: it has no init that does, like most "
               "containers.\n",
               outcome.errors);
     EXPECT_EQ(3, boot().status);
@@ -421,7 +427,8 @@ TEST_F(BootTest, OnThatLeavesTheDaemonOutOfOrderIsAnError) {
     Outcome const outcome = boot("on");
 
     EXPECT_EQ(2, outcome.status);
-    EXPECT_THAT(outcome.errors, HasSubstr("The machine does not start 'app' all the same."));
+    EXPECT_THAT(outcome.errors,
+                HasSubstr("The machine still does not start 'app' at boot. To see why: dmnctl check app\n"));
 }
 
 TEST_F(BootTest, OverrideHoldsTheHeaderThatTheScriptLacks) {
@@ -474,6 +481,23 @@ TEST_F(BootTest, TwoAtOnceTakeTurns) {
 
     EXPECT_EQ(0, on.wait().status);
     EXPECT_TRUE(isThere(kUnit));
+}
+
+TEST_F(BootTest, ChangeIsMadeWhetherOrNotAnybodyReads) {
+    install();
+    bootBySystemd();
+    provide("systemctl");
+
+    EXPECT_EQ("0\n", runInShell("exec 3> >(true); wait $!; $tool boot app on >&3; echo $? >&2").errors);
+    EXPECT_TRUE(isThere(kUnit));
+    EXPECT_TRUE(isThere(kLink));
+
+    Outcome const outcome = runInShell("$tool boot app off >/dev/full");
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("No space left"));
+    EXPECT_FALSE(isThere(kUnit));
+    EXPECT_FALSE(isThere(kLink));
+    EXPECT_THAT(calls(), ElementsAre("systemctl daemon-reload", "systemctl daemon-reload"));
 }
 
 TEST_F(BootTest, LockIsRootsAlone) {

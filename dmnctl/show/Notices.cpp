@@ -1,4 +1,4 @@
-#include <dmnctl/daemons/Notices.h>
+#include <dmnctl/show/Notices.h>
 
 #include <dmnctl/show/text.h>
 
