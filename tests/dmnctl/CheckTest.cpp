@@ -38,7 +38,16 @@ TEST_F(Check, SaysOfWhichDaemonWhatIsFoundAndWhatMendsIt) {
     EXPECT_THAT(outcome.output,
                 StartsWith("clock: nothing found.\n"
                            "testd: The daemon does not start at boot: it has no start links.\n"
-                           "  Remedy: ln -s "));
+                           "  Remedy: dmnctl boot testd on\n"));
+}
+
+TEST_F(Check, ProposesACommandThatMendsTheBoot) {
+    installPlain();
+    ASSERT_THAT(tool({"check", "testd"}).output, HasSubstr("  Remedy: dmnctl boot testd on\n"));
+
+    EXPECT_EQ(0, tool({"boot", "testd", "on"}).status);
+
+    EXPECT_EQ("testd: nothing found.\n", tool({"check", "testd"}).output);
 }
 
 TEST_F(Check, FailsForAnUnknownDaemonAndChecksTheOthers) {
