@@ -198,7 +198,7 @@ void Parser::addLog() {
         ->type_name("N");
     command.add_flag("-f,--follow", m_log.follow, "go on, and show what is added");
     command.add_flag("--errors", m_log.errorsOnly, "show errors alone");
-    command.add_option("--since", m_log.since, "show what is as late as this time")->type_name("TIME");
+    command.add_option("--since", m_log.since, "show no entry older than TIME")->type_name("TIME");
 }
 
 void Parser::addBoot() {
