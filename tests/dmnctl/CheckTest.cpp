@@ -50,6 +50,16 @@ TEST_F(Check, ProposesACommandThatMendsTheBoot) {
     EXPECT_EQ("testd: nothing found.\n", tool({"check", "testd"}).output);
 }
 
+TEST_F(Check, ProposesItsOwnCommandForAUnitThatIsNotEnabled) {
+    install();
+    std::filesystem::create_directories("/run/systemd/system");
+    std::filesystem::create_directories("/etc/systemd/system");
+    writeFile("/etc/systemd/system/clock.service", "[Install]\nWantedBy=multi-user.target\n");
+
+    EXPECT_THAT(tool({"check", "clock"}).output,
+                HasSubstr("is not enabled.\n  Remedy: dmnctl boot clock on\n"));
+}
+
 TEST_F(Check, FailsForAnUnknownDaemonAndChecksTheOthers) {
     install();
 
