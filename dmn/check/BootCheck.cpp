@@ -83,7 +83,7 @@ Findings checkStartLinks(LevelLinks const& links, fdn::String const& id, fdn::Pa
                                 ? "The daemon does not start in " + listLevels(links.without) +
                                       ": its links are missing there."
                                 : fdn::String("The daemon does not start at boot: it has no start links."),
-                            composeLinkCommand(links.without, id, script)});
+                            composeLinkCommand(links.without, id, script), true});
     return findings;
 }
 
@@ -119,7 +119,7 @@ Findings checkSequence(fdn::String const& id) {
     if (startsAtBoot(id, sequence))
         return {};
     return {{fdn::String("The daemon does not start at boot: ") + explain(id, sequence),
-             composeBootCommand(id, sequence)}};
+             composeBootCommand(id, sequence), true}};
 }
 
 } // namespace

@@ -34,16 +34,23 @@ fdn::CError composeNothingStarts() {
                        "containers.");
 }
 
+// Without a unit of its own, a daemon that does not start has nothing to be named.
+std::string describeUnit(fdn::String const& id) {
+    fdn::String const unit = dmn::findSystemdUnit(id).getText();
+    if (!unit.empty())
+        return "systemd, by " + toPrintable(unit);
+    return dmn::startsAtBoot(id, BootSequence::Systemd) ? "systemd, by its init script" : "systemd";
+}
+
 // How the machine starts the daemon, or would.
 std::string describe(BootSequence sequence, fdn::String const& id) {
-    fdn::String const unit = dmn::findSystemdUnit(id).getText();
     switch (sequence) {
     case BootSequence::LinkOrder:
         return "links in their order";
     case BootSequence::DependencyOrder:
         return "order of insserv";
     case BootSequence::Systemd:
-        return "systemd, by " + (unit.empty() ? "its init script" : toPrintable(unit));
+        return describeUnit(id);
     case BootSequence::None:
         break;
     }

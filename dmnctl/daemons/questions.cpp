@@ -14,6 +14,7 @@
 #include <fdn/CError.h>
 
 #include <algorithm>
+#include <cctype>
 #include <set>
 
 #include <unistd.h>
@@ -125,6 +126,23 @@ std::string describeFindings(CheckedDaemon const& daemon) {
     return lines;
 }
 
+// Whether the ID can be pasted into a shell as it is.
+bool isPlain(fdn::String const& id) {
+    return std::all_of(id.begin(), id.end(), [](wxUniChar const c) {
+        return c.IsAscii() && (std::isalnum(static_cast<char>(c)) != 0 || c == '-' || c == '_' || c == '.');
+    });
+}
+
+// The library names the commands of each init. One of this tool's does whatever this machine needs.
+void proposeOwnCommand(CheckedDaemon& daemon) {
+    if (!isPlain(daemon.id) || dmn::detectBootSequence() == dmn::BootSequence::None)
+        return;
+    for (dmn::DaemonFinding& finding : daemon.findings) {
+        if (finding.isAboutBoot)
+            finding.remedy = "dmnctl boot " + daemon.id + " on";
+    }
+}
+
 bool hasFindings(CheckedDaemon const& daemon) {
     return !daemon.findings.empty();
 }
@@ -156,6 +174,7 @@ int check(CheckCommand const& command) {
     std::vector<CheckedDaemon> daemons;
     bool const isDone = performForEach(command.daemons, [&](fdn::String const& id) {
         daemons.push_back({id, dmn::checkDaemon(id, fdn::Path())});
+        proposeOwnCommand(daemons.back());
         if (command.format == Format::ForPeople)
             print(describeFindings(daemons.back()));
     });

@@ -9,6 +9,8 @@
 #include <dmnctl/selection/selection.h>
 #include <dmnctl/show/text.h>
 
+#include <dmn/installedDaemons.h>
+
 #include <fdn/CError.h>
 
 #include <algorithm>
@@ -45,11 +47,12 @@ public:
         openLogs();
         m_output = makeLogOutput(m_command, getIdWidth());
         MergedLogs entries(m_logs.getLogs(), m_selection);
-        if (m_command.follow)
+        bool const isFollowing = m_command.follow && !m_logs.getLogs().empty();
+        if (isFollowing)
             followLogs();
         entries.goBack();
         add(entries);
-        if (m_command.follow)
+        if (isFollowing)
             keepUp(entries);
         m_output->end();
         return m_status;
@@ -59,6 +62,8 @@ private:
     void openLogs() {
         if (!performForEach(m_command.daemons, [this](fdn::String const& id) { openLog(id); }))
             m_status = kFailed;
+        if (m_command.daemons.ids.empty() && dmn::findInstalledDaemons().empty())
+            printError(composeNoDaemons());
         for (std::size_t i = 0; i < m_logs.getNames().size(); ++i)
             reportOpening(m_logs.getLogs()[i], m_logs.getName(i));
     }

@@ -38,7 +38,26 @@ TEST_F(Check, SaysOfWhichDaemonWhatIsFoundAndWhatMendsIt) {
     EXPECT_THAT(outcome.output,
                 StartsWith("clock: nothing found.\n"
                            "testd: The daemon does not start at boot: it has no start links.\n"
-                           "  Remedy: ln -s "));
+                           "  Remedy: dmnctl boot testd on\n"));
+}
+
+TEST_F(Check, ProposesACommandThatMendsTheBoot) {
+    installPlain();
+    ASSERT_THAT(tool({"check", "testd"}).output, HasSubstr("  Remedy: dmnctl boot testd on\n"));
+
+    EXPECT_EQ(0, tool({"boot", "testd", "on"}).status);
+
+    EXPECT_EQ("testd: nothing found.\n", tool({"check", "testd"}).output);
+}
+
+TEST_F(Check, ProposesItsOwnCommandForAUnitThatIsNotEnabled) {
+    install();
+    std::filesystem::create_directories("/run/systemd/system");
+    std::filesystem::create_directories("/etc/systemd/system");
+    writeFile("/etc/systemd/system/clock.service", "[Install]\nWantedBy=multi-user.target\n");
+
+    EXPECT_THAT(tool({"check", "clock"}).output,
+                HasSubstr("is not enabled.\n  Remedy: dmnctl boot clock on\n"));
 }
 
 TEST_F(Check, FailsForAnUnknownDaemonAndChecksTheOthers) {

@@ -182,6 +182,16 @@ TEST_F(LogCommandTest, SaysThatThereIsNoLogYet) {
               outcome.errors);
 }
 
+TEST_F(LogCommandTest, SaysThatNoDaemonIsInstalledAndFollowsNothing) {
+    for (Words const& options : {Words{}, Words{"-f"}}) {
+        Outcome const outcome = show(options);
+
+        EXPECT_EQ(0, outcome.status);
+        EXPECT_EQ("", outcome.output);
+        EXPECT_THAT(outcome.errors, HasSubstr("dmnctl: No daemon is installed."));
+    }
+}
+
 TEST_F(LogCommandTest, RefusesAPipeInPlaceOfTheLog) {
     install("alpha", "a");
     ASSERT_EQ(0, mkfifo(log("alpha").c_str(), 0600));

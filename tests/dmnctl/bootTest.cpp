@@ -314,6 +314,7 @@ TEST_F(BootTest, OffRemovesUnitLinkAndWhatElseStartsTheDaemon) {
     EXPECT_FALSE(isThere(kUnit));
     EXPECT_FALSE(isThere(kLink));
     EXPECT_EQ(3, boot().status);
+    EXPECT_EQ("app does not start at boot (systemd).\n", boot().output);
     EXPECT_THAT(calls(), ElementsAre("systemctl daemon-reload", "systemctl daemon-reload"));
 }
 
