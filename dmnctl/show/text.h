@@ -21,6 +21,10 @@ std::string toPrintable(std::string const& text);
 std::string toPrintable(fdn::String const& text);
 std::string toPrintable(fdn::Path const& path);
 
+/// JSON whose texts cannot act on a terminal either: the same characters are escaped as in JSON. Line feeds
+/// are left: they stand between the texts.
+std::string escapeJsonForTerminals(std::string const& json);
+
 /// How many columns of a terminal a printable text takes.
 int countColumns(std::string const& text);
 
