@@ -12,7 +12,9 @@
 
 #include <variant>
 
+#include <fcntl.h>
 #include <signal.h>
+#include <unistd.h>
 
 namespace {
 
@@ -47,10 +49,21 @@ struct Dispatcher {
     int operator()(UnitCommand const& command) const { return showUnit(command); }
 };
 
+// Opens the missing ones on the null device. Output that its caller has closed cannot be written, though: to
+// succeed would be to claim that somebody got it.
+void openStandardStreams() {
+    bool const hasOutput = fcntl(STDOUT_FILENO, F_GETFD) != -1;
+    fdn::openMissingStandardStreams();
+    if (hasOutput)
+        return;
+    close(STDOUT_FILENO);
+    open("/dev/null", O_RDONLY); // takes the lowest free number, which is that one
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    fdn::openMissingStandardStreams();
+    openStandardStreams();
     // A caller may ignore both, which its children inherit.
     signal(SIGPIPE, SIG_DFL);
     signal(SIGCHLD, SIG_DFL);

@@ -55,6 +55,8 @@ void writeOverride(OwnFile const& file, std::string const& text, Notices& notice
 }
 
 void requireName(fdn::String const& id) {
+    if (id.StartsWith("-"))
+        throw fdn::CError("insserv cannot put '" + id + "' in order: it takes the name for an option.");
     if (id.find_first_of(" \t\n") != fdn::String::npos)
         throw fdn::CError("insserv cannot put '" + id + "' in order: its name holds a blank.");
 }

@@ -110,7 +110,7 @@ bool hasForeignUnit(fdn::String const& id) {
 }
 
 void callSystemctl(char const* verb, fdn::String const& id) {
-    runTool({"systemctl", verb, getUnitName(id).getText()});
+    runTool({"systemctl", verb, "--", getUnitName(id).getText()});
 }
 
 void removeWrittenUnit(fdn::String const& id, Notices& notices) {

@@ -4,9 +4,6 @@
 
 #include <charconv>
 #include <cstdint>
-#include <string_view>
-
-#include <fmt/core.h>
 
 namespace dmnctl {
 
@@ -50,24 +47,6 @@ void describeErrors(Json& object, std::vector<ErrorDescription> const& errors) {
     object["causes"] = std::move(causes);
 }
 
-bool isHighControl(std::string_view text) {
-    return text.size() > 1 && text[0] == '\xC2' && static_cast<unsigned char>(text[1]) < 0xA0;
-}
-
-// JSON allows some control characters that terminals act on.
-std::string escapeControls(std::string const& json) {
-    std::string escaped;
-    for (std::size_t i = 0; i < json.size(); ++i) {
-        if (isHighControl(std::string_view(json).substr(i, 2)))
-            escaped += fmt::format("\\u{:04x}", static_cast<unsigned char>(json[++i]));
-        else if (json[i] == '\x7f')
-            escaped += "\\u007f";
-        else
-            escaped += json[i];
-    }
-    return escaped;
-}
-
 } // namespace
 
 std::string toJson(Entry const& entry, std::string const& id) {
@@ -84,7 +63,7 @@ std::string toJson(Entry const& entry, std::string const& id) {
         describeErrors(object, entry.errors);
     if (entry.isDamaged)
         object["damaged"] = true;
-    return escapeControls(object.dump(-1, ' ', false, Json::error_handler_t::replace));
+    return dumpJson(object, -1);
 }
 
 } // namespace dmnctl

@@ -3,6 +3,7 @@
 #include <dmnctl/show/text.h>
 
 #include <fdn/CError.h>
+#include <fdn/files.h>
 
 #include <algorithm>
 #include <iterator>
@@ -76,21 +77,25 @@ std::optional<Entry> Log::readPrevious() {
         if (i == m_parts.size())
             break;
         if (!attempt([&] { entry = readPreviousIn(i); }))
-            m_parts[i].place = 0;
+            m_parts[i].begin = m_parts[i].place;
     }
     return entry;
 }
 
+// A file that is cut off meanwhile may have claimed any size: its missing lines, which are empty, are not
+// passed over one by one.
 std::optional<Entry> Log::readPreviousIn(std::size_t index) {
     Part& part = m_parts[index];
     if (!m_time)
         m_time = getModifiedMicroseconds(part.file);
-    while (auto const line = part.file.findLineBefore(part.place)) {
+    while (part.place > part.begin) {
+        auto const line = part.file.findLineBefore(part.place);
         m_stepped = index;
         m_placeBeforeStep = std::exchange(part.place, line->begin);
         bool const isPending = part.isGrowing && !line->isComplete;
         if (!isPending && !isEmpty(*line))
             return read(part, *line);
+        part.place = std::min(part.place, part.file.examine().st_size);
     }
     return std::nullopt;
 }
@@ -116,6 +121,7 @@ std::optional<Entry> Log::readNextIn(Part& part) {
         part.place = line->end;
         if (!isEmpty(*line))
             return read(part, *line);
+        part.end = std::min(part.end, part.file.examine().st_size);
     }
     return std::nullopt;
 }
@@ -161,9 +167,12 @@ void Log::lookAt(Part& part) const {
 void Log::addOlderFiles() {
     if (std::exchange(m_hasOldest, true))
         return;
-    for (LogFile& file : openRotatedFiles()) {
-        if (isKnown(file))
-            continue;
+    std::vector<LogFile> files = openRotatedFiles();
+    // Among themselves they differ, and there may be thousands.
+    files.erase(
+        std::remove_if(files.begin(), files.end(), [&](LogFile const& file) { return isKnown(file); }),
+        files.end());
+    for (LogFile& file : files) {
         off_t const end = file.examine().st_size;
         m_parts.push_back({std::move(file), end, end});
     }
@@ -203,8 +212,20 @@ bool Log::isKnown(LogFile const& file) const {
 
 std::optional<LogFile> Log::openFile(fdn::Path const& path) {
     std::optional<LogFile> file;
-    attempt([&] { file = LogFile::open(path, m_place.account); });
+    attempt([&] {
+        requireAnswer(path);
+        file = LogFile::open(path, m_place.account);
+    });
     return file;
+}
+
+// An account can mount a file system that never answers. Each time that it is asked, one more process is left
+// behind that waits for it, so this is done once.
+void Log::requireAnswer(fdn::Path const& path) {
+    m_isSilent = m_isSilent || fdn::isSilent(path);
+    if (m_isSilent)
+        throw fdn::CError("The log '" + m_place.file.getText() +
+                          "' is on a file system that does not answer.");
 }
 
 // From the newest to the oldest. A file that is renamed meanwhile may be met twice.

@@ -65,12 +65,14 @@ private:
         LogFile file;
         off_t end = 0;          // at the last look
         off_t place = 0;        // where to read on or back
+        off_t begin = 0;        // what is before cannot be read back
         bool isGrowing = false; // whether the last line may be completed yet
         off_t incomplete = -1;  // the end at which the last line was not complete
     };
 
     bool attempt(std::function<void()> const& action);
     std::optional<LogFile> openFile(fdn::Path const& path);
+    void requireAnswer(fdn::Path const& path);
     std::vector<LogFile> openRotatedFiles();
     bool isKnown(LogFile const& file) const;
     void addOlderFiles();
@@ -84,6 +86,7 @@ private:
     LogPlace m_place;
     EntryParser m_parser;
     std::vector<Part> m_parts; // from the newest to the oldest
+    bool m_isSilent = false;   // whether its file system does not answer
     bool m_hasOldest = false;  // whether the rotated files are among them
     std::size_t m_stepped = 0; // the part that was read back in last
     off_t m_placeBeforeStep = 0;

@@ -15,6 +15,7 @@ namespace dmnctl {
 namespace {
 
 constexpr off_t kBlockSize = 64L * 1024;
+constexpr off_t kLongestSearch = 64L * 1024 * 1024;
 
 bool isMissing(int error) {
     return error == ENOENT || error == ENOTDIR;
@@ -123,6 +124,7 @@ std::optional<LineSpan> LogFile::findLineBefore(off_t end) {
         begin -= static_cast<off_t>(bytes.size());
         if (lineFeed != std::string_view::npos)
             return LineSpan{begin + static_cast<off_t>(lineFeed) + 1, end, isComplete};
+        requireSearchable(end - begin);
     }
     return LineSpan{0, end, isComplete};
 }
@@ -135,8 +137,15 @@ std::optional<LineSpan> LogFile::findLineAfter(off_t begin, off_t end) {
         if (lineFeed != std::string_view::npos)
             return LineSpan{begin, position + static_cast<off_t>(lineFeed) + 1, true};
         position += static_cast<off_t>(bytes.size());
+        requireSearchable(position - begin);
     }
     return begin < end ? std::optional(LineSpan{begin, end, false}) : std::nullopt;
+}
+
+void LogFile::requireSearchable(off_t distance) const {
+    if (distance > kLongestSearch)
+        throw fdn::CError("The log '" + m_path.getText() +
+                          "' has more than 64 MiB without a line feed. What is there is left out.");
 }
 
 std::string LogFile::read(off_t begin, off_t end) const {

@@ -42,11 +42,12 @@ public:
     void refresh() { m_block.clear(); }
 
     /// The line that ends at `end`; nothing at the beginning of the file. Throws CError when the file cannot
-    /// be read.
+    /// be read, and when the line has no end within 64 MiB: a file of no blocks can claim to be exabytes
+    /// long.
     std::optional<LineSpan> findLineBefore(off_t end);
 
     /// The line that begins at `begin`, as far as the file goes up to `end`; nothing where there is no byte.
-    /// Throws CError when the file cannot be read.
+    /// Throws CError as findLineBefore() does.
     std::optional<LineSpan> findLineAfter(off_t begin, off_t end);
 
     /// Some bytes of the file, fewer where it ends. Throws CError when it cannot be read.
@@ -58,6 +59,7 @@ private:
     std::string_view getBytesFrom(off_t begin);
     std::string_view getBytesUpTo(off_t end);
     void load(off_t begin);
+    void requireSearchable(off_t distance) const;
     std::size_t readInto(char* bytes, std::size_t size, off_t begin) const;
 
     fdn::Path m_path;

@@ -1,6 +1,7 @@
 #include <dmnctl/log/LogWatch.h>
 
 #include <fdn/fileName.h>
+#include <fdn/files.h>
 
 #include <cerrno>
 #include <cstring>
@@ -33,6 +34,8 @@ bool isRoot(fdn::Path const& folder) {
 
 // Returns the system's error number, or 0.
 int addWatch(int inotify, fdn::Path const& folder) {
+    if (fdn::isSilent(folder))
+        return ETIMEDOUT;
     wxCharBuffer const name = fdn::toFileName(folder); // freed after errno is read
     return inotify_add_watch(inotify, name, kEvents) == -1 ? errno : 0;
 }

@@ -33,6 +33,10 @@ bool isControl(std::uint32_t character) {
     return character < ' ' || isWithin(character, kFirstNarrowControl, kEndOfNarrowControls - 1);
 }
 
+bool mayMislead(std::uint32_t character) {
+    return isControl(character) || changesDirection(character);
+}
+
 std::string escape(std::uint32_t character) {
     switch (character) {
     case '\n':
@@ -74,12 +78,24 @@ std::string toPrintable(fdn::String const& text) {
     fdn::String line;
     for (wxUniChar const character : text) {
         std::uint32_t const code = character.GetValue();
-        if (isControl(code) || changesDirection(code))
+        if (mayMislead(code))
             line += escape(code);
         else
             line += character;
     }
     return toUTF8(line);
+}
+
+std::string escapeJsonForTerminals(std::string const& json) {
+    fdn::String escaped;
+    for (wxUniChar const character : fromUTF8(json)) {
+        std::uint32_t const code = character.GetValue();
+        if (code != '\n' && mayMislead(code))
+            escaped += fmt::format("\\u{:04x}", code);
+        else
+            escaped += character;
+    }
+    return toUTF8(escaped);
 }
 
 std::string toPrintable(fdn::Path const& path) {

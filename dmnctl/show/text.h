@@ -24,6 +24,10 @@ std::string toPrintable(fdn::Path const& path);
 /// The text with a blank for each control character: for a file that has a line for it.
 fdn::String toOneLine(fdn::String const& text);
 
+/// JSON whose texts cannot act on a terminal either: the same characters are escaped as in JSON. Line feeds
+/// are left: they stand between the texts.
+std::string escapeJsonForTerminals(std::string const& json);
+
 /// How many columns of a terminal a printable text takes.
 int countColumns(std::string const& text);
 

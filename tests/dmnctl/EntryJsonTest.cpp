@@ -43,6 +43,7 @@ TEST(EntryJson, EscapesEverythingThatDrivesATerminal) {
     std::string const json = toJson(test::logLine(0, "&#9;&#10;&#127;&#128;&#155;&#159;&#160;"));
 
     EXPECT_NE(std::string::npos, json.find("\"\\t\\n\\u007f\\u0080\\u009b\\u009f\xC2\xA0\"")) << json;
+    EXPECT_NE(std::string::npos, toJson(test::logLine(0, "a&#x202e;b")).find("\"a\\u202eb\""));
 }
 
 } // namespace

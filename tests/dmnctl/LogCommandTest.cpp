@@ -6,7 +6,9 @@
 #include "support/Obstacles.h"
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
+#include "support/SilentFileSystem.h"
 #include "support/await.h"
+#include "support/cases.h"
 #include "support/errors.h"
 #include "support/fileInfo.h"
 
@@ -20,11 +22,13 @@
 #include <cerrno>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -360,6 +364,34 @@ TEST_F(LogOfAccountsTest, DoesNotShowWhatAnAccountHasLinkedToItsLog) {
     EXPECT_EQ(2, outcome.status);
     EXPECT_EQ("", outcome.output);
     EXPECT_EQ("dmnctl: The log '" + file + "' is a symbolic link.\n", outcome.errors);
+}
+
+bool hasEnded(pid_t pid) {
+    siginfo_t info = {};
+    return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           info.si_pid == pid;
+}
+
+TEST_F(LogOfAccountsTest, NamesTheLogOnAFileSystemThatDoesNotAnswer) {
+    if (!test::canMountFuse())
+        DMN_SKIP_TEST("needs file systems of users");
+    install("alpha", "a", {"--runas=dmnuser"});
+    std::string const folder = makeLogFolder("alpha");
+    std::string const problem =
+        "dmnctl: The log '" + folder + "/alpha.log' is on a file system that does not answer.\n";
+    auto silent = std::make_unique<test::SilentFileSystem>(folder, test::kUser);
+
+    test::Program showing(command({"a"}));
+    test::Program following(command({"-f", "a"}));
+    EXPECT_TRUE(test::await([&] { return following.errors().find("once a second") != std::string::npos; }));
+    following.sendSignal(SIGINT);
+    EXPECT_TRUE(test::await([&] { return hasEnded(showing.pid()) && hasEnded(following.pid()); }));
+    silent.reset();
+
+    Outcome const shown = showing.wait();
+    EXPECT_EQ(2, shown.status);
+    EXPECT_EQ(problem, shown.errors);
+    EXPECT_THAT(following.wait().errors, HasSubstr(problem));
 }
 
 TEST_F(LogOfAccountsTest, SaysThatEntriesGoToSyslogWhereThereIsNoFolder) {

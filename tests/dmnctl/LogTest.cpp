@@ -138,6 +138,33 @@ TEST_F(LogTest, CutsALineThatIsTooLongToBeAnEntry) {
     EXPECT_FALSE(log.readNext());
 }
 
+// As an account can make one that costs it nothing.
+TEST_F(LogTest, DoesNotSearchAHoleOfExabytes) {
+    add(0, "a");
+    rotate();
+    std::filesystem::resize_file(m_name + ".1", std::uintmax_t(1) << 42U);
+    append(m_name + ".1", "\n" + logLine(1, "b"));
+    add(2, "c");
+    Log log = open();
+
+    EXPECT_THAT(readBack(log), ElementsAre("c", "b"));
+    EXPECT_THAT(log.takeProblems(),
+                ElementsAre("The log '" + m_name +
+                            ".1' has more than 64 MiB without a line feed. What is there is left out."));
+    EXPECT_THAT(readOn(log), ElementsAre("b", "c"));
+}
+
+TEST_F(LogTest, DoesNotPassOverWhatWasCutOffByteByByte) {
+    add(0, "a");
+    off_t const size = static_cast<off_t>(std::filesystem::file_size(m_name));
+    std::filesystem::resize_file(m_name, std::uintmax_t(1) << 42U);
+    Log log = open();
+    std::filesystem::resize_file(m_name, static_cast<std::uintmax_t>(size));
+
+    EXPECT_THAT(readBack(log), ElementsAre("a"));
+    EXPECT_THAT(readOn(log), ElementsAre("a"));
+}
+
 TEST_F(LogTest, FollowsWhatIsAdded) {
     add(0, "a");
     Log log = follow();

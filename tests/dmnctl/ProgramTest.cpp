@@ -79,6 +79,14 @@ TEST(Tool, FailsWhenItsOutputCannotBeWritten) {
     EXPECT_EQ("dmnctl: Standard output cannot be written: No space left on device.\n", outcome.errors);
 }
 
+TEST(Tool, FailsWhenItsOutputIsClosed) {
+    for (char const* const closed : {">&-", ">&- <&-"}) {
+        Outcome const outcome = runInShell(std::string("$tool --help ") + closed);
+        EXPECT_EQ(2, outcome.status);
+        EXPECT_EQ("dmnctl: Standard output cannot be written: Bad file descriptor.\n", outcome.errors);
+    }
+}
+
 // Also where the caller ignores the signal.
 TEST(Tool, EndsQuietlyWhenItsReaderGoesAway) {
     Outcome const outcome =

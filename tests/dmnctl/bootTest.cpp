@@ -347,8 +347,8 @@ TEST_F(BootTest, UnitThatWasChangedIsLeftAloneAndOnlyEnabledOrDisabled) {
     boot("off");
     EXPECT_EQ(mine, readFile(kUnit));
 
-    EXPECT_THAT(calls(), ElementsAre("systemctl daemon-reload", "systemctl enable app.service",
-                                     "systemctl disable app.service", "systemctl daemon-reload"));
+    EXPECT_THAT(calls(), ElementsAre("systemctl daemon-reload", "systemctl enable -- app.service",
+                                     "systemctl disable -- app.service", "systemctl daemon-reload"));
 }
 
 TEST_F(BootTest, MaskedUnitIsAnErrorThatSaysHowToUnmask) {
@@ -393,6 +393,22 @@ TEST_F(BootTest, OnThatCannotWriteTheUnitLeavesNothing) {
     EXPECT_THAT(outcome.errors, HasSubstr("File too large"));
     EXPECT_THAT(entriesOf("/etc/systemd/system"), ElementsAre("multi-user.target.wants"));
     EXPECT_THAT(entriesOf("/etc/systemd/system/multi-user.target.wants"), IsEmpty());
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(BootTest, NameThatInsservTakesForAnOptionIsRefused) {
+    dmn::CDaemonInfo info;
+    info.exePath = fdn::Path("/bin/true");
+    info.displayName = "Some App";
+    dmn::CDaemonController::install(info, "-r", m_folder.path(), "", "", "", "");
+    bootByInsserv();
+    provide("insserv");
+
+    Outcome const outcome = test::run({DMN_DMNCTL, "boot", "--", "-r", "on"}, environment());
+    dmn::CDaemonController("-r", fdn::Path()).uninstall();
+
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_EQ("dmnctl: insserv cannot put '-r' in order: it takes the name for an option.\n", outcome.errors);
     EXPECT_THAT(calls(), IsEmpty());
 }
 
