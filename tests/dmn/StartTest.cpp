@@ -227,7 +227,7 @@ TEST_F(Start, FailsForTheFirstSettingThatCannotBeRead) {
     EXPECT_FALSE(hasChild());
 }
 
-TEST_F(Start, ReadsTheSettingsOneByOneWhereThereIsNoRoomForMore) {
+TEST_F(Start, ReadsTheSettingsOneByOneWithFewDescriptors) {
     install();
 
     Outcome const outcome = runInChild([this] {

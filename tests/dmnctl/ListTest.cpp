@@ -151,7 +151,7 @@ TEST_F(List, AnswersWithJsonInUTF8) {
 
     std::string const text = tool({"list", "--json"}).output;
 
-    EXPECT_NO_THROW(nlohmann::json::parse(text));
+    EXPECT_TRUE(nlohmann::json::accept(text));
     EXPECT_THAT(text, AllOf(HasSubstr("/Größe\\u001b\""), Not(HasSubstr("\x1b"))));
 }
 
