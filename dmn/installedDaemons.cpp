@@ -9,6 +9,7 @@
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ParameterLine.h>
 #include <dmn/script/ScriptLook.h>
+#include <dmn/script/ShellWord.h>
 #include <dmn/start/DaemonCommand.h>
 #include <dmn/start/InstalledSettings.h>
 
@@ -22,8 +23,16 @@ namespace {
 
 using Kind = ScriptLook::Kind;
 
+// The first character in the values on which a shell acts between double quotes. Whoever runs such a script
+// may run any command, so only what has to do so does.
+fdn::String findActiveCharacter(InitScriptValues const& values) {
+    return findActiveInQuotes(values.daemonId + values.runAs + values.transientFolderAppID +
+                              values.transientFolderGroup + values.displayName +
+                              values.controlFolder.getText());
+}
+
 bool isScriptOf(fdn::String const& id, ScriptLook const& look) {
-    return look.kind == Kind::Own && look.values->daemonId == id;
+    return look.kind == Kind::Own && look.values->daemonId == id && findActiveCharacter(*look.values).empty();
 }
 
 [[noreturn]] void throwUnreadable(fdn::Path const& script, ScriptLook const& look) {
@@ -58,8 +67,11 @@ void requireScriptOf(fdn::String const& id, fdn::Path const& script, ScriptLook 
     case Kind::Own:
         break;
     }
-    if (!isScriptOf(id, look))
+    if (look.values->daemonId != id)
         refuse(id, script, "is the script of the daemon '" + look.values->daemonId + "'.");
+    fdn::String const active = findActiveCharacter(*look.values);
+    if (!active.empty())
+        refuse(id, script, "has a setting with '" + active + "', on which the shell acts.");
 }
 
 DaemonSettings describe(StartSettings const& stored) {

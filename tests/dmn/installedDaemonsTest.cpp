@@ -285,10 +285,9 @@ TEST_F(InstalledDaemons, TellWithoutAShellWhatEveryShellPrints) {
 
 TEST_F(InstalledDaemons, AskAShellAboutWhateverSomeShellMightPrintInAnotherWay) {
     for (std::string const value :
-         {" a",  "a ",    "a  b", "a\tb", "a\rb",  "a\vb", "a\fb", "\x7f",   "*",       "a?",
-          "[a]", "a\\b",  "\\",   "-n",   "-e x",  "-E",   "-neE", "-n ",    "~",       "~root",
-          "a:~", "$HOME", "$(:)", "`:`",  "{a,b}", "a;b",  "a|b",  "a&b",    "<a",      ">a",
-          "(a)", "#a",    "!!",   "a^b",  "ä",     "€",    "'a'",  "a\"\"b", "\u00a0a", "\u2003a"}) {
+         {" a",   "a ",  "a  b", "a\tb", "a\rb", "a\vb",  "a\fb", "\x7f",  "*",       "a?",     "[a]", "-n",
+          "-e x", "-E",  "-neE", "-n ",  "~",    "~root", "a:~",  "{a,b}", "a;b",     "a|b",    "a&b", "<a",
+          ">a",   "(a)", "#a",   "!!",   "a^b",  "ä",     "€",    "'a'",   "\u00a0a", "\u2003a"}) {
         installWithAccount(value);
 
         EXPECT_EQ("", refusalOf()) << value;
@@ -305,11 +304,20 @@ TEST_F(InstalledDaemons, TellDisplayNamesAsTheyStandBetweenQuotes) {
         for (std::string const shell : kShells)
             EXPECT_EQ("/srv/app\n", run({shell, kScript, "printControlFolder"}).output) << shell;
     }
-    for (std::string const& value : Texts{"a$b", "`:`", "a\\", "\"", std::string("a\0b", 3)}) {
-        installWithDisplayName(value);
+}
 
-        EXPECT_EQ("run", readText()) << value;
-    }
+TEST_F(InstalledDaemons, AreNoneIfTheShellCouldTakeASettingForACommand) {
+    std::string const command = "$(touch " + m_folder.name("run") + ")";
+    for (std::string const& value : Texts{command, "`:`", "$HOME", "a\\", "\"", std::string("a\0b", 3)})
+        for (char const* const line :
+             {"\"My daemon\"", "\"svc\"", "\"folder\"", "\"staff\"", "\"/srv/app\""}) {
+            installEdited({line, '"' + value + '"'});
+
+            EXPECT_THAT(refusalOf(), HasSubstr("on which the shell acts")) << value;
+            EXPECT_THAT(list(), IsEmpty()) << value;
+            EXPECT_THAT(messageOf([] { read(); }), HasSubstr("on which the shell acts")) << value;
+        }
+    EXPECT_FALSE(std::filesystem::exists(m_folder.name("run")));
 }
 
 TEST_F(InstalledDaemons, AskAShellAboutEachValueOfAScript) {
