@@ -130,7 +130,8 @@ check_InstallationThatFailsSaysWhyAndCanBePurged() {
 
     expect_status 100 apt_inside install "$package"
 
-    expect_in_output "FATAL ERROR: .*$folder"
+    expect_in_output 'FATAL ERROR: weatherd was not installed'
+    expect_in_output "The control folder '$folder' is no folder"
     expect_absent "$root$script"
     expect_success apt_inside purge weatherd
     expect_absent "$root$folder"
