@@ -33,7 +33,7 @@ Findings judgeLook(AccountView const& view, fdn::Path const& path, Judge const& 
     try {
         return judge(view.look(path));
     } catch (fdn::CError const& error) {
-        return {{error.getMessage(), ""}};
+        return {{"'" + path.getText() + "' could not be looked at: " + error.getMessage(), ""}};
     }
 }
 
