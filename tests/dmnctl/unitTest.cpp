@@ -13,7 +13,6 @@
 
 #include <gmock/gmock.h>
 
-
 namespace test {
 
 namespace {
