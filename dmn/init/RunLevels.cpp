@@ -37,8 +37,12 @@ void addStartedIds(RunLevel const& runLevel, std::set<fdn::String>& ids) {
         fdn::CFileSystemIterator entries(folder);
         while (entries.next()) {
             fdn::String const& name = entries.getItemName();
-            if (name.StartsWith("S") && name.length() > kPrefix && seemsThere(folder << fdn::Path(name)))
-                ids.insert(fdn::String(name.substr(kPrefix)));
+            if (!name.StartsWith("S") || name.length() <= kPrefix)
+                continue;
+            fdn::String const id = name.substr(kPrefix);
+            // Most are linked in each run level, and looking at links is what takes long.
+            if (ids.count(id) == 0 && seemsThere(folder << fdn::Path(name)))
+                ids.insert(id);
         }
     } catch (fdn::CError const&) { // NOLINT(bugprone-empty-catch): it starts nothing
     }
