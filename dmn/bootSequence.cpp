@@ -35,34 +35,36 @@ bool hasInit() {
 // What a machine starts, after one look at its files.
 using BootQuestion = std::function<bool(fdn::String const& id)>;
 
-BootQuestion askLinks() {
-    return [linked = findStartedIds(readDefaultRunLevel())](fdn::String const& id) {
+// Those about which it is asked.
+using Ids = std::set<fdn::String>;
+
+BootQuestion askLinks(Ids const& ids) {
+    return [linked = findStartedIds(readDefaultRunLevel(), ids)](fdn::String const& id) {
         return linked.count(id) > 0;
     };
 }
 
-BootQuestion askDependencyOrder() {
-    return [isLinked = askLinks(), ordered = readDependencyOrder()](fdn::String const& id) {
+BootQuestion askDependencyOrder(Ids const& ids) {
+    return [isLinked = askLinks(ids), ordered = readDependencyOrder()](fdn::String const& id) {
         return isLinked(id) && ordered.count(id) > 0;
     };
 }
 
-BootQuestion askSystemd() {
-    std::set<fdn::String> const scripts =
-        doesSystemdReadScripts() ? findStartedIds(0) : std::set<fdn::String>();
+BootQuestion askSystemd(Ids const& ids) {
+    Ids const scripts = doesSystemdReadScripts() ? findStartedIds(0, ids) : Ids();
     return [scripts](fdn::String const& id) {
         return hasOwnUnit(id) ? isOwnUnitEnabled(id) : scripts.count(id) > 0;
     };
 }
 
-BootQuestion ask(BootSequence sequence) {
+BootQuestion ask(BootSequence sequence, Ids const& ids) {
     switch (sequence) {
     case BootSequence::LinkOrder:
-        return askLinks();
+        return askLinks(ids);
     case BootSequence::DependencyOrder:
-        return askDependencyOrder();
+        return askDependencyOrder(ids);
     case BootSequence::Systemd:
-        return askSystemd();
+        return askSystemd(ids);
     case BootSequence::None:
         break;
     }
@@ -73,7 +75,7 @@ fdn::String composeSystemdCommand(fdn::String const& id) {
     if (hasOwnUnit(id))
         return isOwnUnitEnabled(id) ? fdn::String() : "systemctl enable " + quoteShellWord(id);
     // Boot makes the unit anew. Until then, systemd does not know the daemon.
-    return askSystemd()(id) && !hasGeneratedUnit(id) ? "systemctl daemon-reload" : "";
+    return askSystemd({id})(id) && !hasGeneratedUnit(id) ? "systemctl daemon-reload" : "";
 }
 
 } // namespace
@@ -93,11 +95,11 @@ BootSequence detectBootSequence() {
 }
 
 bool startsAtBoot(fdn::String const& id, BootSequence sequence) {
-    return isDaemonId(id) && ask(sequence)(id);
+    return isDaemonId(id) && ask(sequence, {id})(id);
 }
 
 fdn::TList<fdn::String> selectStartedAtBoot(fdn::TList<fdn::String> const& ids, BootSequence sequence) {
-    BootQuestion const isStarted = ask(sequence);
+    BootQuestion const isStarted = ask(sequence, {ids.begin(), ids.end()});
     fdn::TList<fdn::String> started;
     for (fdn::String const& id : ids) {
         if (isDaemonId(id) && isStarted(id))
@@ -112,7 +114,7 @@ fdn::String composeBootCommand(fdn::String const& id, BootSequence sequence) {
     switch (sequence) {
     case BootSequence::DependencyOrder:
         // Nothing puts a script without start links in order.
-        return findStartedIds(0).count(id) > 0 && readDependencyOrder().count(id) == 0
+        return findStartedIds(0, {id}).count(id) > 0 && readDependencyOrder().count(id) == 0
                    ? "update-rc.d " + quoteShellWord(id) + " defaults"
                    : fdn::String();
     case BootSequence::Systemd:

@@ -31,7 +31,9 @@ bool isLinkNameOf(fdn::String const& id, fdn::String const& name) {
            name.length() == id.length() + kPrefix;
 }
 
-void addStartedIds(RunLevel const& runLevel, std::set<fdn::String>& ids) {
+// Looking at links is what takes long, so only those that matter are looked at.
+void addStartedIds(RunLevel const& runLevel, std::set<fdn::String> const& wanted,
+                   std::set<fdn::String>& ids) {
     try {
         fdn::Path const folder = locateRunLevelFolder(runLevel.level);
         fdn::CFileSystemIterator entries(folder);
@@ -40,8 +42,8 @@ void addStartedIds(RunLevel const& runLevel, std::set<fdn::String>& ids) {
             if (!name.StartsWith("S") || name.length() <= kPrefix)
                 continue;
             fdn::String const id = name.substr(kPrefix);
-            // Most are linked in each run level, and looking at links is what takes long.
-            if (ids.count(id) == 0 && seemsThere(folder << fdn::Path(name)))
+            bool const isOpen = wanted.count(id) > 0 && ids.count(id) == 0;
+            if (isOpen && seemsThere(folder << fdn::Path(name)))
                 ids.insert(id);
         }
     } catch (fdn::CError const&) { // NOLINT(bugprone-empty-catch): it starts nothing
@@ -97,11 +99,11 @@ fdn::TArray<fdn::Path> findRunLevelLinks(RunLevel const& runLevel, fdn::String c
     return links;
 }
 
-std::set<fdn::String> findStartedIds(int level) {
+std::set<fdn::String> findStartedIds(int level, std::set<fdn::String> const& wanted) {
     std::set<fdn::String> ids;
     for (RunLevel const& runLevel : kRunLevels) {
         if (runLevel.kind == LinkKind::Start && (level == 0 || runLevel.level == level))
-            addStartedIds(runLevel, ids);
+            addStartedIds(runLevel, wanted, ids);
     }
     return ids;
 }

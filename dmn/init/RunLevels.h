@@ -35,9 +35,9 @@ fdn::String composeRunLevelLinkName(int level, fdn::String const& id);
 /// CError when the folder is missing or cannot be read.
 fdn::TArray<fdn::Path> findRunLevelLinks(RunLevel const& runLevel, fdn::String const& id);
 
-/// The IDs of the scripts that System V init starts in this run level or, for 0, in any. Links that lead
-/// nowhere start nothing, and a folder that cannot be read has none. Throws nothing.
-std::set<fdn::String> findStartedIds(int level);
+/// Those of the wanted IDs whose scripts System V init starts in this run level or, for 0, in any. Links that
+/// lead nowhere start nothing, and a folder that cannot be read has none. Throws nothing.
+std::set<fdn::String> findStartedIds(int level, std::set<fdn::String> const& wanted);
 
 /// Links the script into the run levels that stop the daemon and, with `startAtBoot`, into those that start
 /// it, in place of whatever has the names of the links. Ends at the first error; links made by then stay.
