@@ -62,18 +62,7 @@ check_RemovalStopsAndUninstallsTheDaemon() {
 check_PurgeLeavesNothing() {
     make_machine template runtime sysvinit
     boot
-    # The daemon's package needs it, and it stays. Debian 13 does not have it from the start.
-    expect_success apt_inside install adduser
-    files >"$TMPDIR/files"
-    accounts >"$TMPDIR/accounts"
-    expect_success apt_inside install "$package"
-    await_up
-
-    expect_success apt_inside purge weatherd
-
-    expect_success diff "$TMPDIR/files" <(files)
-    expect_success diff "$TMPDIR/accounts" <(accounts)
-    expect_absent "$root/var/log/weatherd"
+    expect_purge_to_leave_nothing
 }
 
 check_InstallationAfterARemovalStartsTheDaemonAgain() {

@@ -42,6 +42,22 @@ accounts() {
     (cd "$root/etc" && cat passwd group shadow gshadow)
 }
 
+# Installs the package in the machine that is on, and purges it.
+expect_purge_to_leave_nothing() {
+    # The daemon's package needs it, and it stays. Debian 13 does not have it from the start.
+    expect_success apt_inside install adduser
+    files >"$TMPDIR/files"
+    accounts >"$TMPDIR/accounts"
+    expect_success apt_inside install "$package"
+    await_up
+
+    expect_success apt_inside purge weatherd
+
+    expect_success diff "$TMPDIR/files" <(files)
+    expect_success diff "$TMPDIR/accounts" <(accounts)
+    expect_absent "$root/var/log/weatherd"
+}
+
 # Puts a folder where its PID file is to be.
 keep_daemon_from_coming_up() {
     mkdir -m 777 "$root$folder"
