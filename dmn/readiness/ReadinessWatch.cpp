@@ -2,6 +2,7 @@
 
 #include <fdn/CError.h>
 #include <fdn/CPIDFile.h>
+#include <fdn/files.h>
 #include <fdn/sysError.h>
 
 #include <dmn/start/printable.h>
@@ -51,17 +52,23 @@ bool isAlive(pid_t process) {
     return kill(process, 0) == 0 || errno == EPERM;
 }
 
-// The process that a claim of this file names which fails because of it (see fdn::CPIDFile), or 0. It ran
-// when the daemon was to come up. If it lives and does not hold the file, it only keeps the daemon from
-// coming up. The daemon may also claim files of other programs, whose holders are no daemon.
-pid_t findLateHolderIn(fdn::String const& status, fdn::Path const& pidFile) {
+// The process that a claim of this file names which fails because of it (see fdn::CPIDFile), or 0. The daemon
+// may also claim files of other programs, whose holders are no daemon.
+pid_t findHolderIn(fdn::String const& status, fdn::Path const& pidFile) {
     fdn::String rest;
     long number = 0;
     fdn::String const start = "The PID file '" + pidFile.getText() + "' is held by process ";
     if (!status.StartsWith(makePrintable(start), &rest) || !rest.BeforeFirst('.').ToLong(&number))
         return 0;
-    auto const process = static_cast<pid_t>(number);
-    return process > 0 && !isAlive(process) ? process : 0;
+    return static_cast<pid_t>(number);
+}
+
+bool isGone(fdn::Path const& file) {
+    try {
+        return !fdn::isSilent(file) && !fdn::fileExists(file);
+    } catch (fdn::CError const&) { // what cannot be looked at may be there
+        return false;
+    }
 }
 
 } // namespace
@@ -149,7 +156,7 @@ std::optional<ReadinessWatch::Result> ReadinessWatch::judgeEnd(bool mayOneCome) 
     bool const mayHaveLeftOne = m_process->getEnd().maySucceed();
     if (mayHaveLeftOne && adoptOrphan(holder))
         return std::nullopt;
-    m_holder = holder > 0 ? holder : findLateHolderIn(m_lastStatus, m_pidFile);
+    m_holder = holder > 0 ? holder : findLateHolder();
     if (m_holder > 0)
         return Result::RunsAlready;
     if (mayHaveLeftOne && mayOneCome) // who has not claimed the file yet
@@ -163,6 +170,15 @@ pid_t ReadinessWatch::findHolder() const {
     } catch (fdn::CError const&) { // what the daemon says about it tells more
         return 0;
     }
+}
+
+// The process that held the file when the daemon was to come up, if it has ended or given the file up since.
+// One that lives and keeps a file without being its holder only keeps the daemon from coming up.
+pid_t ReadinessWatch::findLateHolder() const {
+    pid_t const process = findHolderIn(m_lastStatus, m_pidFile);
+    if (process < 1)
+        return 0;
+    return !isAlive(process) || isGone(m_pidFile) ? process : findHolder(); // who may be the next one
 }
 
 void ReadinessWatch::adopt(pid_t process) {

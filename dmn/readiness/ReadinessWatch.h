@@ -60,6 +60,7 @@ private:
     bool isSilentHolder();
     std::optional<Result> judgeEnd(bool mayOneCome);
     pid_t findHolder() const;
+    pid_t findLateHolder() const;
     void adopt(pid_t process);
     bool adoptOrphan(pid_t holder);
     void remember(fdn::Notification const& message);

@@ -477,6 +477,12 @@ TEST_F(Starter, FindsADaemonThatWasFasterAndIsGone) {
     EXPECT_EQ(4711, m_starter.getProcess());
 }
 
+// As when it is being stopped: it has given its file up, and ends in a moment.
+TEST_F(Starter, FindsADaemonThatWasFasterAndIsAboutToEnd) {
+    EXPECT_EQ(Result::RunningAlready, start("lose-to-its-starter"));
+    EXPECT_EQ(getpid(), m_starter.getProcess());
+}
+
 // The same folder has other names.
 TEST_F(Starter, FindsADaemonThatWasFasterByAnyNameOfItsFolder) {
     install("lose");

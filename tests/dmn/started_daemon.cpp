@@ -88,11 +88,14 @@ void failWithoutAClaim() {
     exit(5);
 }
 
-// As to a process that has ended meanwhile.
-void lose(fdn::Path const& file) {
-    fdn::notifySupervisor("STATUS=The PID file '" + file.getText() + "' is held by process 4711.");
+void lose(fdn::Path const& file, pid_t holder) {
+    fdn::notifySupervisor("STATUS=The PID file '" + file.getText() + "' is held by process " +
+                          fdn::String::Format("%d.", holder));
     exit(2);
 }
+
+// There is none with this number.
+constexpr pid_t kEndedProcess = 4711;
 
 std::map<std::string, std::function<void()>> const ways = {
     {"serve", serve},
@@ -158,8 +161,9 @@ std::map<std::string, std::function<void()>> const ways = {
          say(std::string(5000, 'x'));
          fail();
      }},
-    {"lose", [] { lose(pidFilePath); }},
-    {"lose-another-file", [] { lose(fdn::Path("/run/device.pid")); }},
+    {"lose", [] { lose(pidFilePath, kEndedProcess); }},
+    {"lose-another-file", [] { lose(fdn::Path("/run/device.pid"), kEndedProcess); }},
+    {"lose-to-its-starter", [] { lose(pidFilePath, getppid()); }},
     {"fork", [] { leaveToChild(serve); }},
     {"fork-late", [] { leaveToChild(comeUpLate); }},
     {"fork-twice", [] { leaveToChild([] { leaveToChild(comeUpLate); }); }},
