@@ -20,8 +20,8 @@ STARTS = 200
 MEETING = 50  # starts that meet stops and restarts
 HELD = re.compile(r"FATAL ERROR: The PID file '(.*)' is held by process (\d+)\.")
 
-# Of a start or restart whose daemon was told to stop before it was ready.
-STOPPED_MEANWHILE = re.compile(r"has not come up\. Its process \d+ has ended with status 0\.")
+# Of a start or restart whose daemon was told to stop before it was ready, and may have said how far it came.
+STOPPED_MEANWHILE = re.compile(r"has not come up(?: \(.*\))?\. Its process \d+ has ended with status 0\.")
 
 
 class Crowd:
