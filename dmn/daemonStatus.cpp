@@ -48,19 +48,20 @@ std::optional<FileVersion> getVersion(fdn::Path const& file) {
 
 void lookAtPIDFile(fdn::Path const& file, DaemonStatus& status) {
     status.state = status.isInstalled ? DaemonState::Stopped : DaemonState::NotInstalled;
+    std::optional<FileVersion> before = getVersion(file);
     // Daemons come and go meanwhile: only a file that is there before and after the look was not held then.
-    for (int look = 0; look < kLooks; ++look) {
-        std::optional<FileVersion> const before = getVersion(file);
+    for (int look = 0; before && look < kLooks; ++look) {
         status.process = fdn::CPIDFile::getActivePID(file);
         if (status.process > 0) {
             status.state = DaemonState::Running;
             return;
         }
-        if (before != getVersion(file))
-            continue;
-        if (before && status.isInstalled)
+        std::optional<FileVersion> const after = getVersion(file);
+        if (before == after && status.isInstalled)
             status.state = DaemonState::Dead;
-        return;
+        if (before == after)
+            return;
+        before = after;
     }
 }
 
