@@ -244,25 +244,23 @@ void CServiceEntry::doUninstall() {
 
 void CServiceEntry::doStart() {
     requireInstalled();
+    if (m_policy->options.waits)
+        return startAndAwait();
     CDaemonController::CMakeRoot const root;
-    fdn::Path const folder = findInstalledControlFolder(m_daemonId, m_controlFolder);
-    provideMissingControlFolder(folder);
-    if (!m_policy->options.waits)
-        return CDaemonEntry::doStart();
+    provideMissingControlFolder(findInstalledControlFolder(m_daemonId, m_controlFolder));
+    CDaemonEntry::doStart();
+}
 
+void CServiceEntry::startAndAwait() {
     try {
-        startAndAwait(folder);
+        CDaemonStarter starter(m_daemonId, m_controlFolder);
+        starter.setProgress([this](fdn::String const& step) { printNotice(m_daemonId + ": " + step); });
+        bool const isNew = starter.start(m_timeoutMs) == CDaemonStarter::Outcome::Started;
+        printNotice(m_daemonId + (isNew ? " is running " : " runs already ") +
+                    describeProcess(starter.getProcess()) + ".");
     } catch (fdn::CError const& error) {
         failToAwait(error, m_controlFolder);
     }
-}
-
-void CServiceEntry::startAndAwait(fdn::Path const& folder) {
-    CDaemonStarter starter(m_daemonId, folder);
-    starter.setProgress([this](fdn::String const& step) { printNotice(m_daemonId + ": " + step); });
-    bool const isNew = starter.start(m_timeoutMs) == CDaemonStarter::Outcome::Started;
-    printNotice(m_daemonId + (isNew ? " is running " : " runs already ") +
-                describeProcess(starter.getProcess()) + ".");
 }
 
 // A control folder in /run is gone after each boot.

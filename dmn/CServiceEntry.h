@@ -82,7 +82,7 @@ private:
     DMN_HIDDEN void requireInstalled();
     DMN_HIDDEN void provideMissingControlFolder(fdn::Path const& folder);
     DMN_HIDDEN void requireUsableScript();
-    DMN_HIDDEN void startAndAwait(fdn::Path const& folder);
+    DMN_HIDDEN void startAndAwait();
     DMN_HIDDEN void stopAndAwait(fdn::Path const& folder);
     [[noreturn]] DMN_HIDDEN void failToAwait(fdn::CError const& error, fdn::Path const& folder);
     DMN_HIDDEN static fdn::String composeFolderOption(fdn::Path const& folder);
