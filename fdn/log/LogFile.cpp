@@ -44,12 +44,16 @@ bool isFull(struct stat const& file, std::size_t more) {
            file.st_size > kMaximumSize - static_cast<off_t>(more);
 }
 
+bool saysMissing(int error) {
+    return error == ENOENT || error == ENOTDIR;
+}
+
 // Whether the name still leads to the open file; brings `known` up to date. The answer is yes when the system
 // refuses to say: a program that has given up the right to look at the name keeps what it has open.
 bool isAt(char const* name, Descriptor const& file, struct stat& known) {
     struct stat named = {};
     if (stat(name, &named) != 0) {
-        if (errno == ENOENT || errno == ENOTDIR)
+        if (saysMissing(errno))
             return false;
         known = examine(file);
         return true;
@@ -89,9 +93,7 @@ void LogFile::letGoWhenClosed() {
 
 void LogFile::reopen() {
     m_file.reset();
-    if (!m_place.folder.getText().empty())
-        ensureFolderExists(m_place.folder, m_place.folderMode);
-    Descriptor file = isSharedWithProgram() ? Descriptor() : openByName();
+    Descriptor file = isSharedWithProgram() ? Descriptor() : openWithFolder();
     m_isDuplicate = !file.isOpen();
     if (m_isDuplicate)
         file = duplicateGiven();
@@ -110,6 +112,15 @@ bool LogFile::isSharedWithProgram() const {
     int const descriptor = m_place.descriptor;
     return descriptor >= 0 && S_ISREG(examine(descriptor).st_mode) &&
            (fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
+}
+
+// The folder is nearly always there.
+Descriptor LogFile::openWithFolder() const {
+    Descriptor file = openByName();
+    if (file.isOpen() || !saysMissing(errno) || m_place.folder.getText().empty())
+        return file;
+    ensureFolderExists(m_place.folder, m_place.folderMode);
+    return openByName();
 }
 
 // Opens a file for reading as well when that is allowed, for the look at its last line. A pipe is opened for

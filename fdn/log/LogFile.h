@@ -34,6 +34,7 @@ private:
     void letGoWhenClosed();
     void reopen();
     bool isSharedWithProgram() const;
+    Descriptor openWithFolder() const;
     Descriptor openByName() const;
     Descriptor duplicateGiven() const;
     void rotate(std::size_t size);
