@@ -1,39 +1,36 @@
 #include <dmn/readiness/ProcessStat.h>
 
-#include <fstream>
-#include <iterator>
-#include <sstream>
+#include <array>
+#include <cstdio>
+#include <memory>
 #include <string>
 
 namespace dmn {
 
 namespace {
 
-// By their numbers in the manual page.
-constexpr int kFlagsField = 9;
-constexpr int kStartTimeField = 22;
+// The fields 3, 4, 9 and 22 in the manual page.
+constexpr char kFields[] = " %c %d %*d %*d %*d %*d %u %*u %*u %*u %*u %*u %*u %*d %*d %*d %*d %*d %*d %llu";
+constexpr int kWanted = 4;
 
-// After the field `last`, the next one read is `next`.
-std::istream& skip(std::istream& fields, int last, int next) {
-    std::string skipped;
-    for (int field = last + 1; field < next; ++field)
-        fields >> skipped;
-    return fields;
+// As much of the file as holds these fields: no name is longer than 64 bytes, no number than 20 digits.
+std::string readBeginning(std::filesystem::path const& path) {
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(path.c_str(), "re"), &std::fclose);
+    std::array<char, 512> text;
+    return file ? std::string(text.data(), std::fread(text.data(), 1, text.size(), file.get()))
+                : std::string();
 }
 
 } // namespace
 
 ProcessStat readProcessStat(std::filesystem::path const& folder) {
-    std::ifstream file(folder / "stat");
-    std::string text;
-    std::getline(file, text, '\0');
+    std::string const text = readBeginning(folder / "stat");
     // The program's name comes before, in brackets, and may hold anything.
-    std::istringstream fields(text.substr(text.rfind(')') + 1));
+    char const* const fields = text.c_str() + text.rfind(')') + 1;
     ProcessStat stat;
-    fields >> stat.state >> stat.parent;
-    skip(fields, 4, kFlagsField) >> stat.flags;
-    skip(fields, kFlagsField, kStartTimeField) >> stat.startTime;
-    return fields ? stat : ProcessStat();
+    bool const isWhole =
+        std::sscanf(fields, kFields, &stat.state, &stat.parent, &stat.flags, &stat.startTime) == kWanted;
+    return isWhole ? stat : ProcessStat();
 }
 
 std::filesystem::path getProcFolder(pid_t process) {
