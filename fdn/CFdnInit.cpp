@@ -21,10 +21,14 @@ namespace {
 void adoptLocale() {
     std::setlocale(LC_ALL, "");
     std::string const encodingLocale = std::setlocale(LC_CTYPE, nullptr);
-    if (encodingLocale == "C" || encodingLocale == "POSIX")
+    bool const isPlain = encodingLocale == "C" || encodingLocale == "POSIX";
+    if (isPlain)
         std::setlocale(LC_CTYPE, "C.UTF-8");
-    // wxWidgets chose this converter when the program started, from the environment alone.
-    wxConvLocal = wxCSConv(wxString::FromAscii(nl_langinfo(CODESET)));
+    // wxWidgets chose its converter when the program started, from the environment alone. If that says UTF-8,
+    // the choice is right, and a search for the converter by its name would only take time.
+    std::string const encoding = nl_langinfo(CODESET);
+    if (isPlain || encoding != "UTF-8")
+        wxConvLocal = wxCSConv(wxString::FromAscii(encoding.c_str()));
 }
 
 } // namespace
