@@ -60,7 +60,8 @@ void appendBlocksToVector(benchmark::State& state) {
 constexpr char kReason[] =
     "Making room and taking it into use are two operations, and each checks the room, because for all the "
     "compiler knows the bytes written in between might be those of the counts. So each time the count goes "
-    "through the memory. Telling the compiler that there is room in most cases changes nothing.";
+    "through the memory, for which some processors wait far longer than others. Telling the compiler that "
+    "there is room in most cases changes nothing.";
 
 Comparison const appendingBytes("append 1000 bytes one by one", kReason,
                                 {{"fdn::TBuffer", &appendBytesToTBuffer},

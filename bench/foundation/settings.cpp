@@ -36,7 +36,8 @@ void runShell(benchmark::State& state) {
 Comparison const
     reading("read a setting back",
             "The shell reads the whole init script to print one setting, so that the answer is right "
-            "whoever has changed the script.",
+            "whoever has changed the script. Starting the shell with the script, rather than the script, "
+            "changes nothing.",
             {{"getDaemonExePath", &readSetting}, {"sh -c echo", &runShell}}, Clock::Wall);
 
 } // namespace
