@@ -26,10 +26,10 @@ std::string readBeginning(std::filesystem::path const& path) {
 ProcessStat readProcessStat(std::filesystem::path const& folder) {
     std::string const text = readBeginning(folder / "stat");
     // The program's name comes before, in brackets, and may hold anything.
-    char const* const fields = text.c_str() + text.rfind(')') + 1;
+    std::string const fields = text.substr(text.rfind(')') + 1);
     ProcessStat stat;
-    bool const isWhole =
-        std::sscanf(fields, kFields, &stat.state, &stat.parent, &stat.flags, &stat.startTime) == kWanted;
+    bool const isWhole = std::sscanf(fields.c_str(), kFields, &stat.state, &stat.parent, &stat.flags,
+                                     &stat.startTime) == kWanted;
     return isWhole ? stat : ProcessStat();
 }
 
