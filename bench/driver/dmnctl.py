@@ -66,13 +66,12 @@ def keep_first(names, count):
 
 
 class Machine:
-    """Has as many daemons installed as it is told."""
+    """Has as many daemons installed as it is told, and nothing that earlier measurements have left."""
 
     def __init__(self, names):
-        self.count = len(names)
+        self.count = "all"
         for count in COUNTS:
-            if count != self.count:
-                keep_first(names, count)
+            keep_first(names, count)
 
     def set_count(self, count):
         if count == self.count:
