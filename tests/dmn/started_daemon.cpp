@@ -94,8 +94,8 @@ void lose(fdn::Path const& file, pid_t holder) {
     exit(2);
 }
 
-// There is none with this number.
-constexpr pid_t kEndedProcess = 4711;
+constexpr pid_t kEndedProcess = 4711; // there is none with this number
+constexpr pid_t kLivingProcess = 1;   // which always lives
 
 std::map<std::string, std::function<void()>> const ways = {
     {"serve", serve},
@@ -163,7 +163,7 @@ std::map<std::string, std::function<void()>> const ways = {
      }},
     {"lose", [] { lose(pidFilePath, kEndedProcess); }},
     {"lose-another-file", [] { lose(fdn::Path("/run/device.pid"), kEndedProcess); }},
-    {"lose-to-its-starter", [] { lose(pidFilePath, getppid()); }},
+    {"lose-to-the-living", [] { lose(pidFilePath, kLivingProcess); }},
     {"fork", [] { leaveToChild(serve); }},
     {"fork-late", [] { leaveToChild(comeUpLate); }},
     {"fork-twice", [] { leaveToChild([] { leaveToChild(comeUpLate); }); }},
