@@ -44,16 +44,12 @@ bool isFull(struct stat const& file, std::size_t more) {
            file.st_size > kMaximumSize - static_cast<off_t>(more);
 }
 
-bool saysMissing(int error) {
-    return error == ENOENT || error == ENOTDIR;
-}
-
 // Whether the name still leads to the open file; brings `known` up to date. The answer is yes when the system
 // refuses to say: a program that has given up the right to look at the name keeps what it has open.
 bool isAt(char const* name, Descriptor const& file, struct stat& known) {
     struct stat named = {};
     if (stat(name, &named) != 0) {
-        if (saysMissing(errno))
+        if (errno == ENOENT || errno == ENOTDIR)
             return false;
         known = examine(file);
         return true;
@@ -117,7 +113,7 @@ bool LogFile::isSharedWithProgram() const {
 // The folder is nearly always there.
 Descriptor LogFile::openWithFolder() const {
     Descriptor file = openByName();
-    if (file.isOpen() || !saysMissing(errno) || m_place.folder.getText().empty())
+    if (file.isOpen() || m_place.folder.getText().empty())
         return file;
     ensureFolderExists(m_place.folder, m_place.folderMode);
     return openByName();
