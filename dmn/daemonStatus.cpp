@@ -57,10 +57,10 @@ void lookAtPIDFile(fdn::Path const& file, DaemonStatus& status) {
             return;
         }
         std::optional<FileVersion> const after = getVersion(file);
-        if (before == after && status.isInstalled)
-            status.state = DaemonState::Dead;
-        if (before == after)
+        if (before == after) {
+            status.state = status.isInstalled ? DaemonState::Dead : DaemonState::NotInstalled;
             return;
+        }
         before = after;
     }
 }
