@@ -2,7 +2,8 @@
 # The library as other projects get it: installed, from its build folder, or as a part of the project.
 # Usage: install.sh CHECK
 #
-# DMN_SHARED and DMN_STATIC are the build folders of the shared and of the static libraries.
+# DMN_SHARED and DMN_STATIC are the build folders of the shared and of the static libraries, DMN_SUBDIRECTORY and
+# DMN_CONTENT those of projects that contain them.
 
 # shellcheck source=check.sh
 . "${BASH_SOURCE[0]%/*}/../system/check.sh"
@@ -19,10 +20,10 @@ install_library() {
     expect_success cmake --install "$1" --prefix "$prefix"
 }
 
-# build_consumer COMPILER WAY ARGUMENT...: builds it with CMake, and tries it.
+# build_consumer COMPILER ARGUMENT...: builds it with CMake and the package, and tries it.
 build_consumer() {
-    expect_success cmake -S "$here/consumer" -B "$TMPDIR/build" -D CMAKE_CXX_COMPILER="$1" -D WAY="$2" \
-        -D DMN_SOURCE="$source" -D CMAKE_PREFIX_PATH="$prefix" "${@:3}"
+    expect_success cmake -S "$here/consumer" -B "$TMPDIR/build" -D CMAKE_CXX_COMPILER="$1" -D WAY=package \
+        -D DMN_VERSION=1 -D DMN_SOURCE="$source" -D CMAKE_PREFIX_PATH="$prefix" "${@:2}"
     expect_success cmake --build "$TMPDIR/build" --parallel 2
     expect_works "$TMPDIR/build/consumer"
 }
@@ -47,13 +48,13 @@ expect_not_linked() {
 
 expect_shared_consumer_by_package() {
     install_library "$DMN_SHARED"
-    build_consumer "$1" package -D DMN_VERSION=1
+    build_consumer "$1"
     expect_linked libdmn.so.1 "$TMPDIR/build/consumer"
 }
 
 expect_static_consumer_by_package() {
     install_library "$DMN_STATIC"
-    build_consumer "$1" package -D DMN_VERSION=1
+    build_consumer "$1"
     expect_not_linked libdmn "$TMPDIR/build/consumer"
 }
 
@@ -83,17 +84,18 @@ check_PackageOfAnotherMajorVersionIsRefused() {
 }
 
 check_ConsumerFindsThePackageInTheBuildFolder() {
-    build_consumer g++ package -D DMN_VERSION=1 -D dmn_DIR="$DMN_SHARED"
+    build_consumer g++ -D dmn_DIR="$DMN_SHARED"
     expect_linked libdmn.so.1 "$TMPDIR/build/consumer"
 }
 
 check_ConsumerWithTheLibraryAsSubdirectory() {
-    build_consumer g++ subdirectory
+    expect_works "$DMN_SUBDIRECTORY/consumer"
+    expect_not_linked libdmn "$DMN_SUBDIRECTORY/consumer"
 }
 
 check_ConsumerWithTheLibraryAsFetchedContent() {
-    build_consumer clang++ content -D BUILD_SHARED_LIBS=ON
-    expect_linked libdmn.so.1 "$TMPDIR/build/consumer"
+    expect_works "$DMN_CONTENT/consumer"
+    expect_linked libdmn.so.1 "$DMN_CONTENT/consumer"
 }
 
 # expect_consumer_by_pkg_config COMPILER OPTION...
