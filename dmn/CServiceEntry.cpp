@@ -298,7 +298,8 @@ void CServiceEntry::stopAndAwait(fdn::Path const& folder) {
     CDaemonStopper stopper(m_daemonId, folder);
     auto const force = m_policy->options.kills ? CDaemonStopper::Force::Yes : CDaemonStopper::Force::No;
     try {
-        printNotice(describeStop(m_daemonId, stopper.stop(m_timeoutMs, force), stopper.getProcess()));
+        CDaemonStopper::Outcome const outcome = stopper.stop(m_timeoutMs, force);
+        printNotice(describeStop(m_daemonId, outcome, stopper.getProcess()));
     } catch (fdn::CError const& error) {
         failToAwait(error, folder);
     }

@@ -372,6 +372,15 @@ TEST_F(ServiceTest, UninstallOfADeafServiceKeepsItInstalled) {
     EXPECT_TRUE(std::filesystem::exists(script()));
 }
 
+TEST_F(ServiceTest, StopByForceNamesTheProcess) {
+    bringUp({{"CLOCK_IGNORES_STOP", "1"}});
+    std::string const name = process(daemonPID());
+
+    Outcome const outcome = runClock({"stop", "--kill", "--timeout=0"});
+
+    EXPECT_EQ("clock did not stop and was ended by force " + name + ".\n", outcome.output);
+}
+
 TEST_F(ServiceTest, RemedyForADeafServiceNamesItAsTheUserDid) {
     ASSERT_EQ(0, runClock(here({"install", "--id=my.clock"})).status);
     ASSERT_EQ(0, runClock({"start", "--id=my.clock"}, {{"CLOCK_IGNORES_STOP", "1"}}).status);
