@@ -34,7 +34,8 @@ struct InstallRequest {
 /// - an unknown account, or a transient folder that cannot be made;
 /// - an executable that the account cannot run. It is not run for it;
 /// - a control folder that exists, and in which the account cannot make a file. A missing one is no finding;
-/// - missing folders of init, and a script that cannot be written because its file system is read-only.
+/// - missing folders of init, and a script that cannot be written because its file system is read-only or
+///   full.
 ///
 /// Returns an empty list if all is well. Throws nothing but what a lack of memory causes: what cannot be
 /// looked at is a finding.

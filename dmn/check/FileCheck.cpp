@@ -56,17 +56,6 @@ Findings judgeExecutable(StartSettings const& settings, FileLook const& look) {
              "chmod a+x " + quoteShellWord(settings.exePath)}};
 }
 
-// Some file systems keep the last blocks for root, and some count no blocks or files at all.
-bool isFull(StartSettings const& settings) {
-    struct statvfs info = {};
-    if (statvfs(fdn::toFileName(settings.controlFolder), &info) != 0)
-        return false;
-    bool const isForRoot = settings.runAs.empty();
-    bool const hasBlocks = info.f_blocks == 0 || (isForRoot ? info.f_bfree : info.f_bavail) > 0;
-    bool const hasFiles = info.f_files == 0 || (isForRoot ? info.f_ffree : info.f_favail) > 0;
-    return !hasBlocks || !hasFiles;
-}
-
 bool mayOwnerDoAll(fdn::Path const& folder) {
     struct stat info = {};
     return stat(fdn::toFileName(folder), &info) == 0 && (info.st_mode & S_IRWXU) == S_IRWXU;
@@ -78,7 +67,7 @@ fdn::String composeGift(StartSettings const& settings) {
 }
 
 Findings judgeRoom(StartSettings const& settings) {
-    if (!isFull(settings))
+    if (!isFull(settings.controlFolder, settings.runAs.empty()))
         return {};
     return {{"The file system of the control folder '" + settings.controlFolder.getText() +
                  "' has no room for the PID file.",
@@ -123,6 +112,16 @@ Findings judgeControlFolder(CheckedDaemon const& daemon, FileLook const& look) {
 }
 
 } // namespace
+
+// Some file systems keep the last blocks for root, and some count no blocks or files at all.
+bool isFull(fdn::Path const& folder, bool isForRoot) {
+    struct statvfs info = {};
+    if (statvfs(fdn::toFileName(folder), &info) != 0)
+        return false;
+    bool const hasBlocks = info.f_blocks == 0 || (isForRoot ? info.f_bfree : info.f_bavail) > 0;
+    bool const hasFiles = info.f_files == 0 || (isForRoot ? info.f_ffree : info.f_favail) > 0;
+    return !hasBlocks || !hasFiles;
+}
 
 Findings checkExecutable(StartSettings const& settings, AccountView const& view) {
     if (settings.exePath.getText().empty())

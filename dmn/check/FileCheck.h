@@ -3,7 +3,13 @@
 #include <dmn/check/AccountView.h>
 #include <dmn/check/CheckedDaemon.h>
 
+#include <fdn/Path.h>
+
 namespace dmn {
+
+/// Whether the file system of the folder has no room for another file. Nothing is full that cannot be looked
+/// at.
+bool isFull(fdn::Path const& folder, bool isForRoot);
 
 /// Finds why the account cannot run the daemon's executable.
 Findings checkExecutable(StartSettings const& settings, AccountView const& view);

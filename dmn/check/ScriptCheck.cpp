@@ -3,6 +3,7 @@
 #include <fdn/CError.h>
 #include <fdn/files.h>
 
+#include <dmn/check/FileCheck.h>
 #include <dmn/init/InitFolder.h>
 #include <dmn/script/InitScriptFile.h>
 #include <dmn/script/ScriptLook.h>
@@ -91,11 +92,14 @@ Findings checkScriptFile(fdn::String const& id) {
 // Root's rights end only at a read-only file system. That there is no folder is another check's finding.
 Findings checkWritingScript(fdn::String const& id) {
     std::optional<fdn::Path> const folder = searchInitFolder("init.d");
-    if (!folder || faccessat(AT_FDCWD, fdn::toFileName(*folder), W_OK, AT_EACCESS) == 0 || errno != EROFS)
+    if (!folder)
         return {};
-    return {{"The init script '" + (*folder << fdn::Path(id)).getText() +
-                 "' cannot be written: its file system is read-only.",
-             ""}};
+    fdn::String const script = "The init script '" + (*folder << fdn::Path(id)).getText() + "'";
+    if (faccessat(AT_FDCWD, fdn::toFileName(*folder), W_OK, AT_EACCESS) == -1 && errno == EROFS)
+        return {{script + " cannot be written: its file system is read-only.", ""}};
+    if (isFull(*folder, true))
+        return {{script + " cannot be written: its file system has no room.", ""}};
+    return {};
 }
 
 Findings checkScriptValues(InitScriptValues const& values) {

@@ -361,6 +361,13 @@ TEST_F(CheckInstallation, FindsAFullFileSystem) {
     EXPECT_EQ(Names{""}, remediesOf(found));
 }
 
+TEST_F(CheckInstallation, FindsAFileSystemThatIsTooFullForTheScript) {
+    FullFolder const full("/etc/init.d");
+
+    EXPECT_EQ(Names{"The init script '/etc/init.d/app' cannot be written: its file system has no room."},
+              problems());
+}
+
 TEST_F(CheckInstallation, FindsMissingFoldersOfInitAndTheRemediesMakeThem) {
     for (char const* const name : {"init.d", "rc0.d", "rc4.d"})
         std::filesystem::remove(std::string("/etc/") + name);
