@@ -83,8 +83,9 @@ int CServiceEntry::entry(int argc, char** argv) {
         return answer(request);
     m_policy->exitStatus = kStatusDone;
     int const status = CDaemonEntry::entry(argc, argv);
-    // By a failure's own status, the command "status" would say something about the daemon.
-    bool const isUnknown = status == kStatusFailed && findCommand(argc, argv) == "status";
+    // By the status of a failure or of the parser, the command "status" would say something about the daemon.
+    bool const isAnswer = status <= 0 || status == m_policy->exitStatus;
+    bool const isUnknown = !isAnswer && findCommand(argc, argv) == "status";
     return isUnknown ? getExitStatusOf(DaemonState::Unknown) : status;
 }
 

@@ -364,6 +364,13 @@ TEST_F(ServiceTest, StatusThatCannotBeToldIsUnknown) {
     EXPECT_THAT(outcome.output, HasSubstr("FATAL ERROR: "));
 }
 
+TEST_F(ServiceTest, StatusOfABadCommandLineIsUnknown) {
+    install();
+
+    EXPECT_EQ(4, runClock({"status", "--unknown"}).status);
+    EXPECT_EQ(4, runClock({"status", "again"}).status);
+}
+
 TEST_F(ServiceTest, UninstallOfADeafServiceKeepsItInstalled) {
     bringUp({{"CLOCK_IGNORES_STOP", "1"}});
 
