@@ -33,7 +33,8 @@ struct InstallRequest {
 /// - run parameters that no program can be given, or that are too long together to be tried (128 KiB);
 /// - an unknown account, or a transient folder that cannot be made;
 /// - an executable that the account cannot run. It is not run for it;
-/// - a control folder that exists, and in which the account cannot make a file. A missing one is no finding;
+/// - a control folder that exists, and in which the account cannot make a file. A missing one is a finding
+///   only if neither root nor the account would make it;
 /// - missing folders of init, and a script that cannot be written because its file system is read-only or
 ///   full.
 ///

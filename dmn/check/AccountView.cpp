@@ -19,7 +19,7 @@ namespace {
 constexpr char kAsk[] =
     R"(while [ $# -gt 0 ]; do if [ "$1" "$2" ]; then printf y; else printf n; fi; shift 2; done)";
 
-constexpr char const* kFolderQuestions[] = {"-e", "-d", "-x"};
+constexpr char const* kFolderQuestions[] = {"-e", "-d", "-x", "-w"};
 constexpr char const* kFileQuestions[] = {"-e", "-h", "-d", "-f", "-w", "-x"};
 
 // The folders above, from the root down.
@@ -72,10 +72,14 @@ Barrier readFolder(Answers& answers) {
 void readFolders(FileLook& look, fdn::TArray<fdn::Path> const& folders, Answers& answers) {
     for (fdn::Path const& folder : folders) {
         Barrier const barrier = readFolder(answers);
-        if (look.barrier == Barrier::None && barrier != Barrier::None) {
-            look.barrier = barrier;
+        bool const mayWrite = answers.next();
+        if (look.barrier != Barrier::None)
+            continue;
+        look.barrier = barrier;
+        if (barrier == Barrier::None)
+            look.mayMake = mayWrite;
+        else
             look.barrierPath = folder;
-        }
     }
 }
 

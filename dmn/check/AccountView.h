@@ -27,6 +27,7 @@ struct FileLook {
     bool isByAccount = false; ///< the account itself has looked; only then do the rights mean anything
     bool mayWrite = false;
     bool mayExecute = false; ///< of a folder: may enter
+    bool mayMake = false;    ///< in the last folder on the way that is there
 };
 
 /// How the account of a daemon sees files.

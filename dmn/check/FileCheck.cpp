@@ -5,6 +5,7 @@
 
 #include <dmn/script/ShellWord.h>
 #include <dmn/start/TransientFolder.h>
+#include <dmn/start/isInRootsHands.h>
 
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -84,13 +85,28 @@ Findings judgeFolderRights(StartSettings const& settings) {
              composeGift(settings) + widen}};
 }
 
-Findings judgeMissingFolder(CheckedDaemon const& daemon) {
-    StartSettings const& settings = daemon.settings;
-    if (daemon.isFolderMade || isTransientFolder(settings))
-        return {};
+fdn::String composeMaking(StartSettings const& settings) {
     fdn::String const gift = settings.runAs.empty() ? fdn::String() : " && " + composeGift(settings);
-    return {{"The control folder '" + settings.controlFolder.getText() + "' is missing.",
-             "mkdir -p " + quoteShellWord(settings.controlFolder) + gift}};
+    return "mkdir -p " + quoteShellWord(settings.controlFolder) + gift;
+}
+
+// See provideControlFolder(). Without the account's rights, only the start itself can tell.
+bool isMade(StartSettings const& settings, FileLook const& look) {
+    return !look.isByAccount || look.mayMake || isInRootsHands(settings.controlFolder);
+}
+
+Findings judgeMissingFolder(CheckedDaemon const& daemon, FileLook const& look) {
+    StartSettings const& settings = daemon.settings;
+    if (isTransientFolder(settings))
+        return {};
+    if (!daemon.isFolderMade)
+        return {{"The control folder '" + settings.controlFolder.getText() + "' is missing.",
+                 composeMaking(settings)}};
+    if (isMade(settings, look))
+        return {};
+    return {{describeAccount(settings) + " cannot make the control folder '" +
+                 settings.controlFolder.getText() + "', which is not in a folder that only root may change.",
+             composeMaking(settings)}};
 }
 
 Findings judgeControlFolder(CheckedDaemon const& daemon, FileLook const& look) {
@@ -104,7 +120,7 @@ Findings judgeControlFolder(CheckedDaemon const& daemon, FileLook const& look) {
     if (look.barrier == Barrier::NoFolder)
         return {{folder + " cannot be made: '" + look.barrierPath.getText() + "' is no folder.", ""}};
     if (look.isMissing)
-        return judgeMissingFolder(daemon);
+        return judgeMissingFolder(daemon, look);
     if (!look.isFolder)
         return {{folder + " is no folder.", ""}};
     bool const isClosed = look.isByAccount && !(look.mayWrite && look.mayExecute);

@@ -15,7 +15,7 @@ bool isFull(fdn::Path const& folder, bool isForRoot);
 Findings checkExecutable(StartSettings const& settings, AccountView const& view);
 
 /// Finds why the account cannot work in the daemon's control folder. A missing one is a finding only where
-/// nobody makes it.
+/// nobody makes it, or can make it.
 Findings checkControlFolder(CheckedDaemon const& daemon, AccountView const& view);
 
 } // namespace dmn

@@ -479,6 +479,31 @@ TEST_F(CheckInstallationAs, FindsAControlFolderOfAnotherAndItsRemedyGivesIt) {
     }
 }
 
+TEST_F(CheckInstallationAs, FindsAMissingControlFolderThatNobodyMakesAndItsRemedyDoes) {
+    // Root makes no folder where another account may put a link in the way.
+    std::string const others = std::string(kFolder) + "/others";
+    std::filesystem::create_directory(others);
+    setOwner(others, kOther, kOther);
+    m_control = fdn::Path(text(others + "/new/deep"));
+
+    auto const found = check();
+
+    EXPECT_EQ(Names{"The account 'dmnuser' cannot make the control folder '/etc/app-checks/others/new/deep', "
+                    "which is not in a folder that only root may change."},
+              problemsOf(found));
+    mend(found);
+    EXPECT_THAT(problems(), IsEmpty());
+}
+
+TEST_F(CheckInstallationAs, AllowsAMissingControlFolderThatTheAccountMakes) {
+    std::string const own = std::string(kFolder) + "/own";
+    std::filesystem::create_directory(own);
+    setOwner(own, kUser, kUser);
+    m_control = fdn::Path(text(own + "/new/deep"));
+
+    EXPECT_THAT(problems(), IsEmpty());
+}
+
 TEST_F(CheckInstallationAs, QuotesPathsInRemedies) {
     m_control = fdn::Path("/etc/app-checks/it's;x");
     std::filesystem::create_directory("/etc/app-checks/it's;x");
