@@ -363,7 +363,7 @@ void CServiceEntry::doRun() {
                                                      fdn::newObj<InterruptHandler>(m_signalHandler).get());
     }
     fdn::logCrashes();
-    fdn::CExitReport const report("run()");
+    fdn::CExitReport const report("init() or run()");
     try {
         CDaemonEntry::doRun();
     } catch (fdn::CError const& error) {

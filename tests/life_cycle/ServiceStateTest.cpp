@@ -320,7 +320,7 @@ std::vector<std::string> placesOfQuickExits() {
 INSTANTIATE_TEST_SUITE_P(Exits, FailingStartTest,
                          testing::Combine(testing::ValuesIn(placesOfQuickExits()),
                                           testing::Values(Failure{"exit", "status 3",
-                                                                  "exit(3) was called in run()"})));
+                                                                  "exit(3) was called in init() or run()"})));
 
 TEST_F(FailingServiceTest, StartOfAServiceThatReturnsAtOnceFails) {
     install();
