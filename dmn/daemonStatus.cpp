@@ -74,9 +74,6 @@ void look(fdn::String const& id, DaemonStatus& status) {
         return;
     }
     requireControlFolder(id, status.controlFolder);
-    if (fdn::isSilent(status.controlFolder))
-        throw fdn::CError("The control folder '" + status.controlFolder.getText() +
-                          "' is on a file system that does not answer.");
     lookAtPIDFile(getPIDFilePath(status.controlFolder, id), status);
 }
 

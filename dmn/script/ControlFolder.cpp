@@ -1,6 +1,7 @@
 #include <dmn/script/ControlFolder.h>
 
 #include <fdn/CError.h>
+#include <fdn/files.h>
 
 #include <dmn/script/InitScriptFile.h>
 
@@ -14,6 +15,9 @@ void requireControlFolder(fdn::String const& id, fdn::Path const& controlFolder)
     if (controlFolder.getText().empty())
         throw fdn::CError("The daemon '" + id +
                           "' has no control folder, so nobody can tell where its PID file is.");
+    if (fdn::isSilent(controlFolder))
+        throw fdn::CError("The control folder '" + controlFolder.getText() +
+                          "' is on a file system that does not answer.");
 }
 
 } // namespace dmn

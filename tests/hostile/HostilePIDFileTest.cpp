@@ -1,6 +1,5 @@
 #include "life_cycle/LifeCycle.h"
 
-#include "support/SilentFileSystem.h"
 #include "support/cases.h"
 #include "support/processInfo.h"
 
@@ -286,15 +285,6 @@ TEST_F(HostilePIDFileTest, ThatChangesAllTheTimeHasNobodySignalled) {
         runHeartbeat({"--timeout=0", "stop"});
 
     EXPECT_EQ("", stranger.signals());
-}
-
-TEST_F(HostilePIDFileTest, OnAFileSystemThatNeverAnswersKeepsNoCommandWaiting) {
-    if (!test::canMountFuse())
-        DMN_SKIP_TEST("needs root and /dev/fuse");
-    test::SilentFileSystem const files(controlFolder(), test::kUser);
-
-    EXPECT_EQ(0, runHeartbeat({"stop"}).status);
-    EXPECT_EQ(0, runHeartbeat({"uninstall"}).status);
 }
 
 struct Reuse {
