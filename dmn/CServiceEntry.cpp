@@ -275,7 +275,7 @@ void CServiceEntry::requireInstalled() {
     if (!m_controller->isInstalled())
         throw fdn::CError(m_daemonId + " is not installed: there is no '" +
                           locateInitScript(m_daemonId).getText() +
-                          "'. Install it first: " + composeCommand("install") + " --controlFolder=FOLDER");
+                          "'. Install it first: " + composeInstallCommand());
     requireUsableScript();
 }
 
@@ -334,7 +334,13 @@ void CServiceEntry::doCheck() {
     if (findings.empty())
         return printText(m_daemonId + ": nothing found.");
     printText(describeFindings(findings));
+    if (getDaemonStatus(m_daemonId, m_controlFolder).state == DaemonState::NotInstalled)
+        printText(describeRemedy(composeInstallCommand()));
     m_policy->exitStatus = kStatusFindings;
+}
+
+fdn::String CServiceEntry::composeInstallCommand() const {
+    return composeCommand("install") + " --controlFolder=FOLDER";
 }
 
 // Empty where the init script names the folder.

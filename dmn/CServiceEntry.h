@@ -88,6 +88,7 @@ private:
     DMN_HIDDEN static fdn::String composeFolderOption(fdn::Path const& folder);
     DMN_HIDDEN fdn::String getName() const;
     DMN_HIDDEN fdn::String composeCommand(char const* word) const;
+    DMN_HIDDEN fdn::String composeInstallCommand() const;
     DMN_HIDDEN fdn::String composeHint() const;
     DMN_HIDDEN int answer(HelpRequest request);
     DMN_HIDDEN void printVersion();
