@@ -68,7 +68,7 @@ fdn::String composeGift(StartSettings const& settings) {
 }
 
 Findings judgeRoom(StartSettings const& settings) {
-    if (!isFull(settings.controlFolder, settings.runAs.empty()))
+    if (!isFull(settings.controlFolder, settings.runAs))
         return {};
     return {{"The file system of the control folder '" + settings.controlFolder.getText() +
                  "' has no room for the PID file.",
@@ -130,10 +130,11 @@ Findings judgeControlFolder(CheckedDaemon const& daemon, FileLook const& look) {
 } // namespace
 
 // Some file systems keep the last blocks for root, and some count no blocks or files at all.
-bool isFull(fdn::Path const& folder, bool isForRoot) {
+bool isFull(fdn::Path const& folder, fdn::String const& account) {
     struct statvfs info = {};
     if (statvfs(fdn::toFileName(folder), &info) != 0)
         return false;
+    bool const isForRoot = account.empty();
     bool const hasBlocks = info.f_blocks == 0 || (isForRoot ? info.f_bfree : info.f_bavail) > 0;
     bool const hasFiles = info.f_files == 0 || (isForRoot ? info.f_ffree : info.f_favail) > 0;
     return !hasBlocks || !hasFiles;

@@ -4,12 +4,13 @@
 #include <dmn/check/CheckedDaemon.h>
 
 #include <fdn/Path.h>
+#include <fdn/String.h>
 
 namespace dmn {
 
-/// Whether the file system of the folder has no room for another file. Nothing is full that cannot be looked
-/// at.
-bool isFull(fdn::Path const& folder, bool isForRoot);
+/// Whether the file system of the folder has no room for another file of the account, whose empty name stands
+/// for root. Nothing is full that cannot be looked at.
+bool isFull(fdn::Path const& folder, fdn::String const& account);
 
 /// Finds why the account cannot run the daemon's executable.
 Findings checkExecutable(StartSettings const& settings, AccountView const& view);

@@ -97,7 +97,7 @@ Findings checkWritingScript(fdn::String const& id) {
     fdn::String const script = "The init script '" + (*folder << fdn::Path(id)).getText() + "'";
     if (faccessat(AT_FDCWD, fdn::toFileName(*folder), W_OK, AT_EACCESS) == -1 && errno == EROFS)
         return {{script + " cannot be written: its file system is read-only.", ""}};
-    if (isFull(*folder, true))
+    if (isFull(*folder, fdn::String()))
         return {{script + " cannot be written: its file system has no room.", ""}};
     return {};
 }
