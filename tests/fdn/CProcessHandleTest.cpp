@@ -1,12 +1,15 @@
 #include <fdn/CProcessHandle.h>
+#include <fdn/CThread.h>
 
 #include "support/BackgroundCall.h"
 #include "support/Obstacles.h"
 #include "support/Program.h"
+#include "support/await.h"
 #include "support/processInfo.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <climits>
@@ -167,6 +170,26 @@ TEST(CProcessHandle, AwaitsTheEndOfTheProcess) {
 
     test::BackgroundCall const waiting([&] { EXPECT_TRUE(handle.awaitEnd(kMinuteMs)); });
     EXPECT_TRUE(waiting.getsBlocked());
+    process.sendSignal(SIGKILL);
+}
+
+// The kernel tells of the end at once; whoever looked from time to time would learn of it late.
+TEST(CProcessHandle, DoesNotWakeUpWhileItAwaitsTheEnd) {
+    test::Program process({"sleep", "1000"});
+    CProcessHandle const handle(process.pid());
+    std::atomic<pid_t> thread{0};
+    test::BackgroundCall const waiting([&] {
+        thread = gettid();
+        handle.awaitEnd(kMinuteMs);
+    });
+    ASSERT_TRUE(test::await([&] { return thread != 0; }));
+    ASSERT_TRUE(waiting.getsBlocked());
+    auto const countSleeps = [&] { return std::stol(test::statusOf(thread, "voluntary_ctxt_switches")); };
+
+    long const before = countSleeps();
+    fdn::CThread::sleep(500);
+    EXPECT_LE(countSleeps() - before, 2); // it may have slept on its way
+
     process.sendSignal(SIGKILL);
 }
 
