@@ -21,7 +21,8 @@ constexpr char kSeconds[] = "%d";
 constexpr TextOption kTextOptions[] = {
     {"c", "controlFolder",
      "the folder of the daemon's PID file. install needs\n"
-     "it. Default: the one that was given to install"},
+     "it. Default: the current folder in run, otherwise\n"
+     "the one that was given to install"},
     {"i", "id", "the daemon's ID. Default: the program's own"},
     {"t", "timeout", "the seconds to wait at most. Default: %d"},
     {"r", "runas",
